@@ -1,0 +1,2 @@
+// Chief header of the layer.
+#pragma once
