@@ -102,6 +102,8 @@ void win_open3(int row, int col, int height, int width);
 void win_open7(int row, int col, int height, int width);
 /// Closes the current window; on the first window of a terminal, goes back to the terminal below.
 void win_close();
+/// The current window.
+WINDOW *win_current();
 /// Frames the current window and centres a title in the frame; a null or empty format draws the frame only.
 /// From now on row 1, column 1 lies inside the frame.
 [[gnu::format(printf, 1, 2)]] void win_title(const char *format, ...);

@@ -40,8 +40,6 @@ void terminal_repaint();
 
 /// Sets up the entry on top of the stack for a window just made (kind in `scr_kind`).
 void win_set_up(WINDOW *window);
-/// The current window.
-WINDOW *win_current();
 /// Stages all lines of the windows `first` to `last`.
 void win_stage_all(int first, int last);
 /// Stages and shows the current window.
