@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <ctime>
 #include <string>
 
@@ -21,9 +20,8 @@ day_number changed_on(const std::string &name) {
     if (stat(name.c_str(), &info) != 0 || localtime_r(&info.st_mtime, &local) == nullptr) {
         return date_today();
     }
-    char text[16];
-    std::snprintf(text, sizeof text, "%02d%02d%02d", local.tm_mday, local.tm_mon + 1, local.tm_year % 100);
-    return date_from_str(text);
+    const std::string day = str_format("%02d%02d%02d", local.tm_mday, local.tm_mon + 1, local.tm_year % 100);
+    return date_from_str(day.c_str());
 }
 
 void tell_space(std::int64_t bytes) {
