@@ -54,3 +54,5 @@ extern volatile std::sig_atomic_t scr_pending;
 int key_read(WINDOW *window, int milliseconds);
 /// Fills the key slots and empties the queue.
 void key_init();
+/// Adds the forms in which other terminals than the one named send the same keys.
+void key_define_forms();
