@@ -21,7 +21,7 @@ TEST(Dates, EveryDayHasItsTextAndComesBack) {
     int year = 1900;
     for (int number = 1; number <= 65535; number++) {
         const auto date = static_cast<day_number>(number);
-        char expected[16];
+        char expected[40];
         std::snprintf(expected, sizeof expected, "%02d%02d%04d", day, month, year);
         ASSERT_EQ(to_str(date, true), expected) << number;
         ASSERT_TRUE(date_valid(expected));

@@ -318,9 +318,9 @@ TEST_F(Walk, LargeDirectory) {
     const int dir = open(".", O_PATH | O_DIRECTORY);
     for (int i = 0; i < entries; i++) {
         // 7919 is prime to the number of entries: they are made out of order
-        const std::string name =
-            "N" + std::to_string(1000000 + static_cast<int>(i * 7919L % entries)) + ".DAT";
-        close(openat(dir, name.c_str(), O_CREAT | O_WRONLY, 0600));
+        char name[32];
+        std::snprintf(name, sizeof name, "N%d.DAT", 1000000 + static_cast<int>(i * 7919L % entries));
+        close(openat(dir, name, O_CREAT | O_WRONLY, 0600));
     }
     close(dir);
     const auto begin = std::chrono::steady_clock::now();
@@ -328,7 +328,9 @@ TEST_F(Walk, LargeDirectory) {
     EXPECT_EQ(found.size(), std::size_t{entries});
     EXPECT_TRUE(std::is_sorted(found.begin(), found.end()));
     EXPECT_EQ(present("n*.dat"), entries);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+    RecordProperty("seconds", std::to_string(took.count()));
+    EXPECT_LT(took.count(), 10);  // far above what it takes, and far below what sorting by exchange would
 }
 
 }  // namespace
