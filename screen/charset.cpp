@@ -28,28 +28,50 @@ bool is_control(unsigned char c) {
 // The characters that A_ALTCHARSET makes of these letters.
 wchar_t line_drawing(unsigned char c) {
     switch (c) {
-        case 'a': return L'\u2592';
-        case 'j': return L'\u2518';
-        case 'k': return L'\u2510';
-        case 'l': return L'\u250c';
-        case 'm': return L'\u2514';
-        case 'n': return L'\u253c';
-        case 'q': return L'\u2500';
-        case 't': return L'\u251c';
-        case 'u': return L'\u2524';
-        case 'v': return L'\u2534';
-        case 'w': return L'\u252c';
-        case 'x': return L'\u2502';
-        case '`': return L'\u25c6';
-        case 'f': return L'\u00b0';
-        case 'g': return L'\u00b1';
-        case '~': return L'\u00b7';
-        case '+': return L'\u2192';
-        case ',': return L'\u2190';
-        case '-': return L'\u2191';
-        case '.': return L'\u2193';
-        case '0': return L'\u2588';
-        default: return charset_to_wide(c);
+        case 'a':
+            return L'\u2592';
+        case 'j':
+            return L'\u2518';
+        case 'k':
+            return L'\u2510';
+        case 'l':
+            return L'\u250c';
+        case 'm':
+            return L'\u2514';
+        case 'n':
+            return L'\u253c';
+        case 'q':
+            return L'\u2500';
+        case 't':
+            return L'\u251c';
+        case 'u':
+            return L'\u2524';
+        case 'v':
+            return L'\u2534';
+        case 'w':
+            return L'\u252c';
+        case 'x':
+            return L'\u2502';
+        case '`':
+            return L'\u25c6';
+        case 'f':
+            return L'\u00b0';
+        case 'g':
+            return L'\u00b1';
+        case '~':
+            return L'\u00b7';
+        case '+':
+            return L'\u2192';
+        case ',':
+            return L'\u2190';
+        case '-':
+            return L'\u2191';
+        case '.':
+            return L'\u2193';
+        case '0':
+            return L'\u2588';
+        default:
+            return charset_to_wide(c);
     }
 }
 
@@ -92,7 +114,7 @@ void charset_add(WINDOW *window, const char *text, int length) {
     std::wstring wide(static_cast<std::size_t>(length), L' ');
     for (int i = 0; i < length; i++) {
         const auto c = static_cast<unsigned char>(text[i]);
-        wide[static_cast<std::size_t>(i)] = drawing                ? line_drawing(c)
+        wide[static_cast<std::size_t>(i)] = drawing                 ? line_drawing(c)
                                             : utf8 || is_control(c) ? charset_to_wide(c)
                                                                     : static_cast<wchar_t>(c);
     }

@@ -101,12 +101,12 @@ void key_define_forms() {
         int key;
     };
     static constexpr form forms[] = {
-        {"\033[1~", KEY_HOME}, {"\033[7~", KEY_HOME}, {"\033[H", KEY_HOME},   {"\033OH", KEY_HOME},
-        {"\033[4~", KEY_END},  {"\033[8~", KEY_END},  {"\033[F", KEY_END},    {"\033OF", KEY_END},
-        {"\033[A", KEY_UP},    {"\033OA", KEY_UP},    {"\033[B", KEY_DOWN},   {"\033OB", KEY_DOWN},
-        {"\033[C", KEY_RIGHT}, {"\033OC", KEY_RIGHT}, {"\033[D", KEY_LEFT},   {"\033OD", KEY_LEFT},
-        {"\033OM", KEY_ENTER}, {"\033[11~", KEY_F(1)}, {"\033[12~", KEY_F(2)}, {"\033[13~", KEY_F(3)},
-        {"\033[14~", KEY_F(4)}, {"\033[[A", KEY_F(1)}, {"\033[[B", KEY_F(2)}, {"\033[[C", KEY_F(3)},
+        {"\033[1~", KEY_HOME},  {"\033[7~", KEY_HOME},  {"\033[H", KEY_HOME},   {"\033OH", KEY_HOME},
+        {"\033[4~", KEY_END},   {"\033[8~", KEY_END},   {"\033[F", KEY_END},    {"\033OF", KEY_END},
+        {"\033[A", KEY_UP},     {"\033OA", KEY_UP},     {"\033[B", KEY_DOWN},   {"\033OB", KEY_DOWN},
+        {"\033[C", KEY_RIGHT},  {"\033OC", KEY_RIGHT},  {"\033[D", KEY_LEFT},   {"\033OD", KEY_LEFT},
+        {"\033OM", KEY_ENTER},  {"\033[11~", KEY_F(1)}, {"\033[12~", KEY_F(2)}, {"\033[13~", KEY_F(3)},
+        {"\033[14~", KEY_F(4)}, {"\033[[A", KEY_F(1)},  {"\033[[B", KEY_F(2)},  {"\033[[C", KEY_F(3)},
         {"\033[[D", KEY_F(4)},
     };
     for (const form &each : forms) {
@@ -267,10 +267,14 @@ void key_name(int key, char *text) {
         const char *name;
     };
     static constexpr named names[] = {
-        {10, "RTRN"},          {27, "ESC"},        {9, "TAB"},          {KEY_BTAB, "SH_TAB"},
-        {KEY_DC, "DEL"},       {KEY_IC, "INS"},    {KEY_HOME, "HOME"},  {KEY_END, "END"},
-        {KEY_DOWN, "DOWN"},    {KEY_UP, "UP"},     {KEY_LEFT, "LEFT"},  {KEY_RIGHT, "RGHT"},
-        {8, "BACK"},           {KEY_BACKSPACE, "BACK"}, {KEY_NPAGE, "PGDN"}, {KEY_PPAGE, "PGUP"},
+        {10, "RTRN"},        {27, "ESC"},
+        {9, "TAB"},          {KEY_BTAB, "SH_TAB"},
+        {KEY_DC, "DEL"},     {KEY_IC, "INS"},
+        {KEY_HOME, "HOME"},  {KEY_END, "END"},
+        {KEY_DOWN, "DOWN"},  {KEY_UP, "UP"},
+        {KEY_LEFT, "LEFT"},  {KEY_RIGHT, "RGHT"},
+        {8, "BACK"},         {KEY_BACKSPACE, "BACK"},
+        {KEY_NPAGE, "PGDN"}, {KEY_PPAGE, "PGUP"},
         {32, "SPACE"},
     };
     if (key == KEY_F(1) || (key >= KEY_F(3) && key <= KEY_F(12))) {

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+
 #include "screen/screen_internal.h"
 
 namespace {

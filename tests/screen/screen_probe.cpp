@@ -9,7 +9,11 @@
 
 namespace {
 
+/// Shows the number of the step behind all else, so that a test knows when the screen is complete.
 int wait_key() {
+    static int step = 0;
+    scr_flush(0);
+    scr_base_text(A_DIM, 24, 71, "stap %d", ++step);
     scr_flush(0);
     return key_get(win_current());
 }
@@ -128,7 +132,7 @@ void characters() {
 
 int main(int argc, char **argv) {
     const std::map<std::string, void (*)()> scenarios{
-        {"placing", placing}, {"clearing", clearing}, {"messages", messages},     {"stack", stack},
+        {"placing", placing}, {"clearing", clearing},      {"messages", messages},     {"stack", stack},
         {"sizes", sizes},     {"fatal", fatal_in_windows}, {"characters", characters},
     };
     const std::string name = argc == 2 ? argv[1] : "";

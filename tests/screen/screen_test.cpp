@@ -23,7 +23,8 @@ void expect_exit(Terminal &t, int status) {
 
 TEST(Screen, PlacesTextWithinItsWindowOnly) {
     Terminal t(probe("placing"));
-    ASSERT_TRUE(t.wait_for("uitkomst 0 1 0 10 9 0 0"));
+    ASSERT_TRUE(t.wait_for("stap 1"));
+    EXPECT_EQ(t.row(20), "uitkomst 0 1 0 10 9 0 0");
     EXPECT_EQ(t.cell(3, 80), "r");
     EXPECT_EQ(t.row(4).substr(70), "afgesneden");
     EXPECT_EQ(t.row(6).substr(0, 9), std::string(9, ' '));
@@ -42,15 +43,15 @@ TEST(Screen, PlacesTextWithinItsWindowOnly) {
 
 TEST(Screen, ClearsWithinTheFrame) {
     Terminal t(probe("clearing"));
-    ASSERT_TRUE(t.wait_for("XXX"));
+    ASSERT_TRUE(t.wait_for("stap 1"));
     EXPECT_EQ(t.row(4), "    │XXX               │");
     EXPECT_EQ(t.row(5), "    │XXXXXXXXXXXXXXXXXX│");
     EXPECT_EQ(t.row(6), "    │X                 │");
     EXPECT_EQ(t.row(7), "    │                  │");
     t.key("SPACE");
     t.key("SPACE");
-    ASSERT_TRUE(t.wait_gone("XXX"));
-    EXPECT_EQ(t.row(13), "");
+    ASSERT_TRUE(t.wait_for("stap 3"));
+    EXPECT_EQ(t.row(4) + t.row(13), "");
     t.key("SPACE");
     expect_exit(t, 0);
 }
@@ -74,15 +75,16 @@ TEST(Screen, MessageLastsUntilTheNext) {
 
 TEST(Screen, ClosedWindowGivesBackWhatItHid) {
     Terminal t(probe("stack"));
-    ASSERT_TRUE(t.wait_for(" twee "));
+    ASSERT_TRUE(t.wait_for("stap 1"));
     EXPECT_EQ(t.cell(6, 2) + t.cell(6, 39), "  ") << "nothing of the lower window shows through";
     t.key("SPACE");
     ASSERT_TRUE(t.wait_gone(" twee "));
     ASSERT_TRUE(t.wait_for(" een "));
     t.key("SPACE");
-    ASSERT_TRUE(t.wait_gone(" een "));
+    ASSERT_TRUE(t.wait_for("stap 3"));
     for (int row = 1; row <= 25; row++) {
-        EXPECT_EQ(t.row(row), "onderlaag " + std::to_string(row));
+        EXPECT_EQ(t.row(row).substr(0, 40),
+                  "onderlaag " + std::to_string(row) + (row == 24 ? std::string(28, ' ') : ""));
     }
     t.key("SPACE");
     expect_exit(t, 0);
@@ -140,7 +142,8 @@ TEST(Screen, MissingWideDescriptionFallsBackOnTheNormalOne) {
     namespace fs = std::filesystem;
     const fs::path only = fs::path(testing::TempDir()) / "terminfo-normal-only" / "X";
     fs::create_directories(only);
-    fs::copy_file(fs::path(RVCHK_TERMINFO) / "X" / "Xterm", only / "Xterm", fs::copy_options::overwrite_existing);
+    fs::copy_file(fs::path(RVCHK_TERMINFO) / "X" / "Xterm", only / "Xterm",
+                  fs::copy_options::overwrite_existing);
     TerminalOptions options = probe("sizes");
     options.term = "xterm";
     options.terminfo = only.parent_path();
@@ -156,7 +159,7 @@ TEST(Screen, MissingWideDescriptionFallsBackOnTheNormalOne) {
 TEST(Screen, SurvivesAChangingWindow) {
     Terminal t(probe("stack"));
     ASSERT_TRUE(t.wait_for(" twee "));
-    ASSERT_TRUE(t.wait_row(25, "onderlaag 25"));
+    ASSERT_TRUE(t.wait_for("stap 1"));
     const std::string before = t.screen();
     t.resize(20, 60);
     ASSERT_TRUE(t.wait_for("Venster te klein, minimaal 25 x 80"));
@@ -189,7 +192,8 @@ TEST(Screen, FatalStopBeforeTheSessionIsPlain) {
 }
 
 TEST(Screen, UnknownTerminalIsNamed) {
-    for (const auto &[term, name] : {std::pair<const char *, const char *>{nullptr, "(TERM)"}, {"qq-1", "(Qq-1)"}}) {
+    for (const auto &[term, name] :
+         {std::pair<const char *, const char *>{nullptr, "(TERM)"}, {"qq-1", "(Qq-1)"}}) {
         TerminalOptions options = probe("stack");
         options.environment["TERM"] = term == nullptr ? std::nullopt : std::optional<std::string>(term);
         Terminal t(options);
