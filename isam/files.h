@@ -32,7 +32,8 @@ bool file_is_dir(const char *path);
 /// True when the file is gone; an absent file counts as success.
 bool file_delete(const char *path);
 /// Copies a file. `how` above 0 appends, 0 replaces, below 0 needs a target that does not exist yet. Both
-/// ends are locked meanwhile. False on any failure; a fresh target is then removed.
+/// ends are locked meanwhile. False on any failure, and for a file onto itself; a fresh target is then
+/// removed.
 bool file_copy(const char *from, const char *to, int how);
 /// Moves a file by link, or by copy across file systems. Without `replace` an existing target fails.
 bool file_move(const char *from, const char *to, bool replace);
@@ -58,13 +59,15 @@ int FILES_PRESENT(std::string &pattern);
 bool wildcard_match(const char *pattern, const char *name);
 
 /// `lockf` on a plain file from its present position: operation 3 locks, 4 seeks to the end first, 13 and
-/// 14 unlock in the same way. Waits as long as it takes. Returns 0; a length below 1 does nothing.
+/// 14 unlock in the same way. A lock held by another process is waited for as long as it takes. Returns 0;
+/// -1 with errno when the descriptor can't be locked at all. A length below 1 does nothing.
 int lock_range(int fd, int operation, int length);
 /// Tells the operator for one second that another screen is using the data.
 void lock_wait();
 
 /// Largest zero-filled area between `minimum` and `maximum` bytes that can be had, halving on failure;
-/// stored in `where`, to be released with free(). Returns its size, 0 (and null) if even `minimum` fails.
+/// stored in `where`, to be released with free(). Returns its size, 0 (and null) if even `minimum` fails. A
+/// `maximum` below `minimum` counts as `minimum`.
 std::size_t mem_largest(void **where, std::size_t minimum, std::size_t maximum);
 
 /// Saves the settings of terminal 0 and switches its echo off; `tty_restore` puts them back.

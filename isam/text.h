@@ -52,5 +52,8 @@ int amount_net(int amount, int rate);
 /// Short texts in data files are stored scrambled: n characters become n + 1 bytes, zero-terminated. In
 /// place; the buffer must have room for one byte more.
 void SCRAMBLE(char *s);
+/// SCRAMBLE with a given key byte instead of one from the clock. The clock gives 160 to 253; keys up to 127
+/// make the older form, which has room for characters 32 to 125 only.
+void scramble_with(char *s, std::uint8_t key);
 /// Undoes SCRAMBLE in place; a text of one byte becomes empty.
 void UNSCRAMBLE(char *s);

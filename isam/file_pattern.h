@@ -1,0 +1,14 @@
+// Own header of the lowest layer: the pattern language of directory walks.
+//
+// A pattern is literal text with '?' for one character, '*' at the end or beside a full stop for a run of
+// them, and skipping scanf directives such as "%*02hd". It is turned into a scanf format once, and each
+// name is then read with that format.
+#pragma once
+
+#include <string>
+
+/// The scanf format of a pattern without its directory; empty when no name can match, which is so for a
+/// pattern with directives that would store something.
+std::string pattern_format(const std::string &pattern);
+/// True when `name` matches a format that `pattern_format` made. Reads numbers by the locale in force.
+bool format_match(const std::string &format, const std::string &name);
