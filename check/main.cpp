@@ -1,3 +1,5 @@
-int main() {
-    return 0;
+#include "check/check.h"
+
+int main(int argc, char **argv) {
+    chk_run(argc, argv);
 }

@@ -6,4 +6,5 @@
 #include "isam/dates.h"
 #include "isam/files.h"
 #include "isam/operator.h"
+#include "isam/strformat.h"
 #include "isam/text.h"

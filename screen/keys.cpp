@@ -1,0 +1,291 @@
+// The keyboard: the one routine through which all keys are read, the pushed-back keys, the signals that
+// come in as keys, and the mask that says what a field or a wait accepts.
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <new>
+
+#include "screen/screen_internal.h"
+
+volatile std::sig_atomic_t scr_pending = 0;
+
+std::array<int, key_slots> key_slot{};
+
+namespace {
+
+constexpr int key_xon = 17;
+constexpr int key_xoff = 19;
+constexpr std::size_t queue_room = 64;
+
+std::array<int, queue_room> queue{};
+std::size_t queued = 0;
+
+/// One key that has arrived, -1 when none has. A letter that code page 850 lacks is refused with a beep.
+int read_now(WINDOW *window) {
+    nodelay(window, TRUE);
+    int key = ERR;
+    if (charset_is_utf8()) {
+        wint_t wide = 0;
+        const int kind = wget_wch(window, &wide);
+        if (kind == KEY_CODE_YES) {
+            key = static_cast<int>(wide);
+        } else if (kind == OK) {
+            key = charset_from_wide(static_cast<wchar_t>(wide));
+            if (key < 0) {
+                beep();
+            }
+        }
+    } else {
+        key = wgetch(window);
+    }
+    nodelay(window, FALSE);
+    return key == KEY_ENTER || key == '\r' ? key_enter : key;
+}
+
+/// Throws away what is typed while the window is too small to show what it would do.
+bool discard_input() {
+    char lost[64];
+    return read(STDIN_FILENO, lost, sizeof lost) != 0;
+}
+
+std::uint8_t mask_bit(int key) {
+    return static_cast<std::uint8_t>(1U << (static_cast<unsigned>(key) & 7U));
+}
+
+bool in_mask(int key) {
+    return key >= 0 && key < 512;
+}
+
+std::size_t mask_byte(int key) {
+    return static_cast<std::size_t>(key) / 8;
+}
+
+/// First slot that holds `key`, or -1.
+int slot_of(int key) {
+    for (int i = 0; i < key_slots; i++) {
+        if (key_slot[static_cast<std::size_t>(i)] == key) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+bool dropped(int key) {
+    return key == key_xon || key == key_xoff || key < -1;
+}
+
+int pending_signal_key() {
+    const int key = scr_pending;
+    if (key != 0) {
+        scr_pending = 0;
+    }
+    return key;
+}
+
+}  // namespace
+
+void key_init() {
+    key_slot = {KEY_CANCEL, 9, KEY_HELP, KEY_UP, KEY_DOWN, KEY_PPAGE, KEY_NPAGE, 27, KEY_BTAB};
+    for (int i = 0; i < 12; i++) {
+        key_slot[static_cast<std::size_t>(12 + i)] = KEY_F(i + 1);
+    }
+    queued = 0;
+}
+
+void key_define_forms() {
+    struct form {
+        const char *sequence;
+        int key;
+    };
+    static constexpr form forms[] = {
+        {"\033[1~", KEY_HOME},  {"\033[7~", KEY_HOME},  {"\033[H", KEY_HOME},   {"\033OH", KEY_HOME},
+        {"\033[4~", KEY_END},   {"\033[8~", KEY_END},   {"\033[F", KEY_END},    {"\033OF", KEY_END},
+        {"\033[A", KEY_UP},     {"\033OA", KEY_UP},     {"\033[B", KEY_DOWN},   {"\033OB", KEY_DOWN},
+        {"\033[C", KEY_RIGHT},  {"\033OC", KEY_RIGHT},  {"\033[D", KEY_LEFT},   {"\033OD", KEY_LEFT},
+        {"\033OM", KEY_ENTER},  {"\033[11~", KEY_F(1)}, {"\033[12~", KEY_F(2)}, {"\033[13~", KEY_F(3)},
+        {"\033[14~", KEY_F(4)}, {"\033[[A", KEY_F(1)},  {"\033[[B", KEY_F(2)},  {"\033[[C", KEY_F(3)},
+        {"\033[[D", KEY_F(4)},
+    };
+    for (const form &each : forms) {
+        if (key_defined(each.sequence) == 0) {
+            define_key(each.sequence, each.key);
+        }
+    }
+}
+
+int key_read(WINDOW *window, int milliseconds) {
+    using clock = std::chrono::steady_clock;
+    const auto deadline = clock::now() + std::chrono::milliseconds(milliseconds);
+    int ends = 0;
+    for (;;) {
+        const bool fits = terminal_fits();
+        if (const int key = pending_signal_key(); key != 0) {
+            return key;
+        }
+        if (fits) {
+            wnoutrefresh(window);
+            doupdate();
+            if (const int key = read_now(window); key != ERR) {
+                return key;
+            }
+        }
+        int wait = -1;
+        if (milliseconds >= 0) {
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - clock::now());
+            if (left.count() <= 0) {
+                return -1;
+            }
+            wait = static_cast<int>(left.count());
+        }
+        pollfd input{STDIN_FILENO, POLLIN, 0};
+        const int ready = poll(&input, 1, wait);
+        if (ready < 0 && errno != EINTR) {
+            scr_exit(1);
+        }
+        if (ready > 0) {
+            // Readable, and yet no key came twice in a row: the terminal is gone.
+            const bool alive = fits ? ++ends < 3 : discard_input();
+            if (!alive || (input.revents & (POLLERR | POLLNVAL)) != 0 ||
+                ((input.revents & POLLHUP) != 0 && (input.revents & POLLIN) == 0)) {
+                scr_exit(1);
+            }
+        }
+    }
+}
+
+int key_get(WINDOW *win) {
+    for (;;) {
+        key_pending();
+        int key = queued > 0 ? queue[--queued] : key_read(win, -1);
+        if (const int signal_key = pending_signal_key(); signal_key != 0) {
+            key = signal_key;
+        }
+        if (!dropped(key)) {
+            return key;
+        }
+    }
+}
+
+bool key_pending() {
+    if (queued > 0) {
+        return true;
+    }
+    int key = key_read(win_current(), 0);
+    while (dropped(key)) {
+        key = key_read(win_current(), 0);
+    }
+    if (key == -1) {
+        return false;
+    }
+    key_unget(key);
+    return true;
+}
+
+int key_unget(int key) {
+    if (queued < queue_room) {
+        queue[queued++] = key;
+    }
+    return key;
+}
+
+bool key_wait(int row, int col, int seconds) {
+    scr_move(row, col);
+    if (queued == 0) {
+        const int key = key_read(win_current(), seconds * 1000);
+        if (key != -1 && !dropped(key)) {
+            key_unget(key);
+        }
+    }
+    return key_pending();
+}
+
+void key_allow(int key) {
+    if (!in_mask(key)) {
+        return;
+    }
+    scr->scr_keys->mask[mask_byte(key)] |= mask_bit(key);
+    if (key == K_CANCEL) {
+        key_allow(K_ESC);
+    } else if (key == K_HELP) {
+        key_allow(K_F1);
+    }
+}
+
+void key_deny(int key) {
+    if (in_mask(key)) {
+        scr->scr_keys->mask[mask_byte(key)] &= static_cast<std::uint8_t>(~mask_bit(key));
+    }
+}
+
+bool key_allowed(int key) {
+    return in_mask(key) && (scr->scr_keys->mask[mask_byte(key)] & mask_bit(key)) != 0;
+}
+
+bool key_is_exit(int key) {
+    return key_allowed(key) && slot_of(key) >= 0;
+}
+
+void key_soft_set(int key) {
+    if (const int slot = slot_of(key); slot >= 0) {
+        scr->scr_keys->soft |= 1U << static_cast<unsigned>(slot);
+    }
+}
+
+void key_soft_clear(int key) {
+    if (const int slot = slot_of(key); slot >= 0) {
+        scr->scr_keys->soft &= ~(1U << static_cast<unsigned>(slot));
+    }
+}
+
+bool key_is_soft(int key) {
+    const int slot = slot_of(key);
+    return key_allowed(key) && slot >= 0 && (scr->scr_keys->soft >> static_cast<unsigned>(slot) & 1U) != 0;
+}
+
+key_state *key_state_new() {
+    if (scr != nullptr && scr->scr_keys != nullptr) {
+        return new (std::nothrow) key_state(*scr->scr_keys);
+    }
+    return new (std::nothrow) key_state{};
+}
+
+void key_state_restore(const key_state *saved) {
+    *scr->scr_keys = *saved;
+}
+
+void key_state_free(key_state *saved) {
+    delete saved;
+}
+
+void key_name(int key, char *text) {
+    constexpr std::size_t room = 7;
+    struct named {
+        int key;
+        const char *name;
+    };
+    static constexpr named names[] = {
+        {10, "RTRN"},        {27, "ESC"},
+        {9, "TAB"},          {KEY_BTAB, "SH_TAB"},
+        {KEY_DC, "DEL"},     {KEY_IC, "INS"},
+        {KEY_HOME, "HOME"},  {KEY_END, "END"},
+        {KEY_DOWN, "DOWN"},  {KEY_UP, "UP"},
+        {KEY_LEFT, "LEFT"},  {KEY_RIGHT, "RGHT"},
+        {8, "BACK"},         {KEY_BACKSPACE, "BACK"},
+        {KEY_NPAGE, "PGDN"}, {KEY_PPAGE, "PGUP"},
+        {32, "SPACE"},
+    };
+    if (key == KEY_F(1) || (key >= KEY_F(3) && key <= KEY_F(12))) {
+        std::snprintf(text, room, "F%-2u", static_cast<unsigned>(key - KEY_F(0)) % 100U);
+        return;
+    }
+    for (const named &entry : names) {
+        if (entry.key == key) {
+            std::snprintf(text, room, "%s", entry.name);
+            return;
+        }
+    }
+    std::snprintf(text, room, "%c", key & 0xff);
+}

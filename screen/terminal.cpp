@@ -1,0 +1,142 @@
+// The real window behind the screen: its size, and the signals of the terminal.
+//
+// The program keeps to the size of its mode (25 by 80, 25 by 132, 43 by 80) in a larger window, and to the
+// real size in a window that is smaller when the mode is entered. A window that shrinks below that size
+// afterwards would be overwritten line on line; a notice stands in it until it is large enough again, and
+// then everything is painted anew.
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "screen/screen_internal.h"
+
+namespace {
+
+volatile std::sig_atomic_t window_changed = 0;
+bool fits = true;
+
+constexpr int step_milliseconds = 20;
+constexpr int await_milliseconds = 300;
+
+void on_interrupt(int) {
+    scr_pending = KEY_DC;
+}
+
+void on_quit(int) {
+    scr_pending = KEY_EXIT;
+}
+
+void on_window_change(int) {
+    window_changed = 1;
+}
+
+void handle(int signal, void (*handler)(int)) {
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    sigemptyset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+}
+
+screen_size mode_size(const char *mode) {
+    if (std::strcmp(mode, "-w") == 0) {
+        return {25, 132};
+    }
+    if (std::strcmp(mode, "-l") == 0) {
+        return {43, 80};
+    }
+    return {25, 80};
+}
+
+bool real_size(screen_size &size) {
+    winsize window = {};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0 || window.ws_row == 0 || window.ws_col == 0) {
+        return false;
+    }
+    size = {window.ws_row, window.ws_col};
+    return true;
+}
+
+void show_notice() {
+    char text[80];
+    std::snprintf(text, sizeof text, "Venster te klein, minimaal %d x %d", LINES, COLS);
+    terminal_put("clear");
+    std::fputs(text, stdout);
+    std::fflush(stdout);
+}
+
+}  // namespace
+
+bool terminal_put(const char *capability) {
+    const char *sequence = tigetstr(capability);
+    if (sequence == nullptr || sequence == reinterpret_cast<const char *>(-1)) {
+        return false;
+    }
+    // putp goes through stdio, ncurses does not: in order only when each is flushed.
+    putp(sequence);
+    std::fflush(stdout);
+    return true;
+}
+
+screen_size terminal_size(const char *mode) {
+    const screen_size wanted = mode_size(mode);
+    screen_size real;
+    if (!real_size(real)) {
+        return wanted;
+    }
+    return {std::min(wanted.lines, real.lines), std::min(wanted.columns, real.columns)};
+}
+
+void terminal_set_size(screen_size size) {
+    resize_term(size.lines, size.columns);
+    LINES = size.lines;
+    COLS = size.columns;
+    scr->scr_lines = LINES;
+    scr->scr_cols = COLS;
+    window_changed = 0;
+    fits = true;
+}
+
+void terminal_await_size(const char *mode) {
+    const screen_size wanted = mode_size(mode);
+    for (int waited = 0; waited < await_milliseconds; waited += step_milliseconds) {
+        const screen_size size = terminal_size(mode);
+        if (size.lines == wanted.lines && size.columns == wanted.columns) {
+            return;
+        }
+        napms(step_milliseconds);
+    }
+}
+
+void terminal_signals() {
+    handle(SIGINT, on_interrupt);
+    handle(SIGQUIT, on_quit);
+    handle(SIGWINCH, on_window_change);
+}
+
+bool terminal_fits() {
+    if (window_changed != 0) {
+        window_changed = 0;
+        screen_size real;
+        fits = !real_size(real) || (real.lines >= LINES && real.columns >= COLS);
+        if (fits) {
+            terminal_repaint();
+            win_stage_all(scr->scr_base, scr->scr_nwin - 1);
+        } else {
+            show_notice();
+        }
+    }
+    return fits;
+}
+
+void terminal_update() {
+    if (terminal_fits()) {
+        doupdate();
+    }
+}
+
+void terminal_repaint() {
+    clearok(curscr, TRUE);
+}

@@ -1,0 +1,50 @@
+#include "sub/batchvw.h"
+
+#include "screen/screen.h"
+#include "sub/errors.h"
+#include "sub/iotab.h"
+#include "sub/startup.h"
+
+namespace {
+
+constexpr char module_name[] = "batchvw";
+constexpr std::int32_t last_slot = 99;
+
+off_t lock_byte(int kind) {
+    if (kind < 0 || kind > batch_lock_kinds || iotab_descriptor() < 0) {
+        if (sys_user == last_slot) {
+            chain_program("");
+        }
+        err_internal(module_name, iotab_descriptor() < 0 ? 3 : 2);
+    }
+    return static_cast<off_t>(batch_lock_base) + kind * last_slot + sys_user;
+}
+
+bool try_lock(off_t byte) {
+    return file_lock(lock_action::sole, iotab_descriptor(), byte, 1);
+}
+
+}  // namespace
+
+bool batch_lock(int kind, bool ask) {
+    const off_t byte = lock_byte(kind);
+    if (try_lock(byte)) {
+        return true;
+    }
+    win_open1(10, 6, 4, 70);
+    win_title("%s", "");
+    scr_text(A_BLINK, 1, 2, "%s", detail_text(8, 672, "Verwerking is actief"));
+    if (ask) {
+        scr_text(A_DIM, 2, 2, "%s? %s", detail_text(9, 528, "Wilt u wachten"), detail_text(1, 866, "(J/N)"));
+    }
+    scr_flush(0);
+    while (!try_lock(byte)) {
+        scr_flush(1);
+    }
+    win_close();
+    return true;
+}
+
+void batch_unlock(int kind) {
+    file_lock(lock_action::unlock, iotab_descriptor(), lock_byte(kind), 1);
+}

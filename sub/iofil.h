@@ -1,0 +1,16 @@
+// The branch file RVFILGEG.TXT.
+#pragma once
+
+#include "sub/branchfile.h"
+#include "sub/sysfile.h"
+
+enum class fil_action : char { open = 'O', close = 'C', read = 'R', write = 'W' };
+
+/// Works on the record of `branch` (0 to the number of branches of row 1; that number itself is the head
+/// office). Names are in clear in `record`: of the head office the company name, in a branch its own.
+/// Returns 1, or 0 when the record is not in the file. A missing file and a branch above the number of
+/// branches are fatal.
+int iofil(fil_action action, int branch, BranchRecord &record);
+
+/// The settings of the shop, read at start-up: row 1.
+extern SysRow1 sys_settings;

@@ -1,1 +1,0 @@
-#include "sub/sub.h"
