@@ -24,28 +24,50 @@ constexpr wchar_t upper_half[129] =
 // The characters that A_ALTCHARSET makes of these letters.
 wchar_t line_drawing(unsigned char c) {
     switch (c) {
-        case 'a': return L'\u2592';
-        case 'j': return L'\u2518';
-        case 'k': return L'\u2510';
-        case 'l': return L'\u250c';
-        case 'm': return L'\u2514';
-        case 'n': return L'\u253c';
-        case 'q': return L'\u2500';
-        case 't': return L'\u251c';
-        case 'u': return L'\u2524';
-        case 'v': return L'\u2534';
-        case 'w': return L'\u252c';
-        case 'x': return L'\u2502';
-        case '`': return L'\u25c6';
-        case 'f': return L'\u00b0';
-        case 'g': return L'\u00b1';
-        case '~': return L'\u00b7';
-        case '+': return L'\u2192';
-        case ',': return L'\u2190';
-        case '-': return L'\u2191';
-        case '.': return L'\u2193';
-        case '0': return L'\u2588';
-        default: return charset_to_wide(c);
+        case 'a':
+            return L'\u2592';
+        case 'j':
+            return L'\u2518';
+        case 'k':
+            return L'\u2510';
+        case 'l':
+            return L'\u250c';
+        case 'm':
+            return L'\u2514';
+        case 'n':
+            return L'\u253c';
+        case 'q':
+            return L'\u2500';
+        case 't':
+            return L'\u251c';
+        case 'u':
+            return L'\u2524';
+        case 'v':
+            return L'\u2534';
+        case 'w':
+            return L'\u252c';
+        case 'x':
+            return L'\u2502';
+        case '`':
+            return L'\u25c6';
+        case 'f':
+            return L'\u00b0';
+        case 'g':
+            return L'\u00b1';
+        case '~':
+            return L'\u00b7';
+        case '+':
+            return L'\u2192';
+        case ',':
+            return L'\u2190';
+        case '-':
+            return L'\u2191';
+        case '.':
+            return L'\u2193';
+        case '0':
+            return L'\u2588';
+        default:
+            return charset_to_wide(c);
     }
 }
 
@@ -77,6 +99,10 @@ int charset_from_wide(wchar_t c) {
     }
     const wchar_t *found = c == 0 ? nullptr : std::wcschr(upper_half, c);
     return found == nullptr ? -1 : static_cast<int>(found - upper_half) + 128;
+}
+
+char charset_drawing(char name) {
+    return utf8 ? name : static_cast<char>(NCURSES_ACS(name) & A_CHARTEXT);
 }
 
 void charset_add(WINDOW *window, const char *text, int length) {
