@@ -215,6 +215,27 @@ void key_init() {
     queued = 0;
 }
 
+void key_define_forms() {
+    struct form {
+        const char *sequence;
+        int key;
+    };
+    static constexpr form forms[] = {
+        {"\033[1~", KEY_HOME},  {"\033[7~", KEY_HOME},  {"\033[H", KEY_HOME},   {"\033OH", KEY_HOME},
+        {"\033[4~", KEY_END},   {"\033[8~", KEY_END},   {"\033[F", KEY_END},    {"\033OF", KEY_END},
+        {"\033[A", KEY_UP},     {"\033OA", KEY_UP},     {"\033[B", KEY_DOWN},   {"\033OB", KEY_DOWN},
+        {"\033[C", KEY_RIGHT},  {"\033OC", KEY_RIGHT},  {"\033[D", KEY_LEFT},   {"\033OD", KEY_LEFT},
+        {"\033OM", KEY_ENTER},  {"\033[11~", KEY_F(1)}, {"\033[12~", KEY_F(2)}, {"\033[13~", KEY_F(3)},
+        {"\033[14~", KEY_F(4)}, {"\033[[A", KEY_F(1)},  {"\033[[B", KEY_F(2)},  {"\033[[C", KEY_F(3)},
+        {"\033[[D", KEY_F(4)},
+    };
+    for (const form &each : forms) {
+        if (key_defined(each.sequence) == 0) {
+            define_key(each.sequence, each.key);
+        }
+    }
+}
+
 int key_read(WINDOW *window, int milliseconds) {
     using clock = std::chrono::steady_clock;
     const auto deadline = clock::now() + std::chrono::milliseconds(milliseconds);

@@ -221,6 +221,10 @@ void scr_last_line(attr_t attr, int seconds, const char *format, ...) {
     va_start(args, format);
     std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
+    if (scr == nullptr) {
+        scr_flush(seconds);
+        return;
+    }
     win_open2(LINES, 1, 1, COLS);
     place(attr, 1, 1, text);
     scr_flush(seconds);

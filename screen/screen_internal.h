@@ -81,6 +81,8 @@ private:
 };
 /// Fills the key slots and empties the queue.
 void key_init();
+/// Adds the forms in which other terminals than the one named send the same keys.
+void key_define_forms();
 
 // leave.cpp
 

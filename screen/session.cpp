@@ -119,6 +119,7 @@ int scr_open_terminal(const char *mode) {
         if (!charset_is_utf8()) {
             use_legacy_coding(2);
         }
+        key_define_forms();
         if (scr->scr_term >= 0) {
             set_term(screen_of(scr->scr_term));
         }
@@ -147,7 +148,6 @@ void scr_switch_terminal(const char *mode) {
     typeahead(-1);
     bool initialised = terminal_put("is2");
     initialised = terminal_put("is3") || initialised;
-    std::fflush(stdout);
     if (initialised) {
         terminal_await_size(mode);
     }

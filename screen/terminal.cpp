@@ -78,7 +78,9 @@ bool terminal_put(const char *capability) {
     if (sequence == nullptr || sequence == reinterpret_cast<const char *>(-1)) {
         return false;
     }
+    // putp goes through stdio, ncurses does not: in order only when each is flushed.
     putp(sequence);
+    std::fflush(stdout);
     return true;
 }
 
