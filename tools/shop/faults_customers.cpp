@@ -39,19 +39,26 @@ bool spoil_customer(Shop &shop, Random &random, Change change) {
     return spoil(shop.customers, random, any<CustomerRecord>, change);
 }
 
+/// Adds a customer, who has bought nothing, under a number that can't be.
+bool add_with_number(Shop &shop, Random &random, std::uint32_t number) {
+    if (shop.customers.empty()) {
+        return false;
+    }
+    CustomerRecord customer{};
+    customer.number = number;
+    put_text(customer.name, "Onbekend");
+    put_text(customer.country, random.pick(shop.customers).country);
+    put_text(customer.marks, "", ' ');
+    customer.stamp = 1;
+    shop.customers.push_back(customer);
+    return true;
+}
+
 constexpr ShopFault customers[] = {
     {"customer-number-zero", "a customer has number 0",
-     [](Shop &shop, Random &random) {
-         return spoil(
-             shop.customers, random, [](const CustomerRecord &customer) { return customer.first_label == 0; },
-             [](CustomerRecord &customer) { customer.number = 0; });
-     }},
+     [](Shop &shop, Random &random) { return add_with_number(shop, random, 0); }},
     {"customer-number-high", "a customer has a number of seven digits",
-     [](Shop &shop, Random &random) {
-         return spoil(
-             shop.customers, random, [](const CustomerRecord &customer) { return customer.first_label == 0; },
-             [](CustomerRecord &customer) { customer.number = 1000000; });
-     }},
+     [](Shop &shop, Random &random) { return add_with_number(shop, random, 1000000); }},
     {"customer-no-name", "a customer has no name",
      [](Shop &shop, Random &random) {
          return spoil_customer(shop, random, [](CustomerRecord &customer) { put_text(customer.name, ""); });
