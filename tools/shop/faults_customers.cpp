@@ -47,7 +47,7 @@ bool add_with_number(Shop &shop, Random &random, std::uint32_t number) {
     CustomerRecord customer{};
     customer.number = number;
     put_text(customer.name, "Onbekend");
-    put_text(customer.country, random.pick(shop.customers).country);
+    put_text(customer.country, std::string_view(random.pick(shop.customers).country, 3));
     put_text(customer.marks, "", ' ');
     customer.stamp = 1;
     shop.customers.push_back(customer);

@@ -1,4 +1,4 @@
-// The indexed files: definitions, data halves, index halves, and damage to them.
+// The indexed files: their definitions and data halves.
 #include "print/printerfile.h"
 #include "screen/macrofile.h"
 #include "tools/shop/output.h"
@@ -23,7 +23,8 @@ constexpr const char *transit_definition[] = {"goederen onderweg,28", "etiket,NO
                                               "filiaal,I,1,1,I,2,2"};
 constexpr const char *receipt_definition[] = {"ontvangsten,20", "etiket,NODUPS,I,5,8"};
 constexpr const char *criteria_definition[] = {"bestelcriteria,32", "serie,NODUPS,I,1,4,I,5,6,I,7,8"};
-// A size has one code, yet the second key may hold it twice: the store looks for duplicates in key 1 only.
+// A size has one code, so its key is told to be without duplicates. The store keeps watch over key 1 only,
+// and a second code of a size can come in.
 constexpr const char *ean_definition[] = {"EAN-codes,28", "ean,NODUPS,C,1,13",
                                           "maat,NODUPS,C,14,14,I,17,20,I,15,16,I,21,22,I,23,23"};
 constexpr const char *barcode_definition[] = {"barcodes,32", "code,NODUPS,C,1,13",

@@ -16,3 +16,10 @@ struct IndexedFile {
 
 /// All indexed files of the shop, data halves and all. The records stay in the shop.
 std::list<IndexedFile> indexed_files(const Shop &shop);
+
+/// Makes the index half of a file whose data half stands in the directory.
+bool write_index(const std::string &directory, const IndexedFile &file, std::string &why);
+
+/// Does the damage that was asked for to a finished pair.
+bool damage_index(const std::string &directory, const IndexedFile &file, index_damage damage,
+                  std::string &why);

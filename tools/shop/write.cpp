@@ -227,12 +227,25 @@ bool write_shop(const Shop &shop, const std::string &directory, shop_target targ
     for (const PlainFile &file : output.files) {
         names += file.name + "\n";
     }
+    for (const IndexedFile &file : output.indexed) {
+        names += file.name + ".INX\n";
+    }
     if (!write_file(directory, {marker, {{0, names}}, names.size()}, why)) {
         return false;
     }
     for (const PlainFile &file : output.files) {
         if (!write_file(directory, file, why)) {
             return false;
+        }
+    }
+    for (const IndexedFile &file : output.indexed) {
+        if (!write_index(directory, file, why)) {
+            return false;
+        }
+        for (const auto &[name, damage] : shop.index_damages) {
+            if (name == file.name && !damage_index(directory, file, damage, why)) {
+                return false;
+            }
         }
     }
     return true;
