@@ -92,6 +92,9 @@ void scr_switch_terminal(const char *mode);
 int scr_open_terminal(const char *mode);
 /// Ends the session and leaves the terminal as it was.
 void scr_end();
+/// Gives the terminal to another program, and takes it back and repaints the screen.
+void scr_suspend();
+void scr_resume();
 /// Ends the session, if there is one, and the process.
 [[noreturn]] void scr_exit(int status);
 

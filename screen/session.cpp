@@ -192,6 +192,18 @@ void scr_end() {
     tty_close_others();
 }
 
+void scr_suspend() {
+    endwin();
+    tty_restore();
+}
+
+void scr_resume() {
+    tty_noecho();
+    terminal_repaint();
+    win_stage_all(scr->scr_base, scr->scr_nwin - 1);
+    terminal_update();
+}
+
 void scr_exit(int status) {
     if (scr != nullptr) {
         scr_end();
