@@ -94,6 +94,8 @@ extern volatile std::sig_atomic_t scr_leave_flag;
 bool leave_due();
 /// Leaves if that is due.
 void leave_if_due();
+/// From now on there is no orderly end: leaving ends with status 1.
+void leave_is_fatal();
 
 // progress.cpp
 
