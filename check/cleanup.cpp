@@ -38,7 +38,8 @@ void tell_space(std::int64_t bytes) {
 
 void chk_remove_temp() {
     const int last = scr->scr_lines;
-    const int length = scr_text(A_BOLD, last, 1, "%s", detail_text(7, 874, "Verwijderen tijdelijke bestanden"));
+    const int length =
+        scr_text(A_BOLD, last, 1, "%s", detail_text(7, 874, "Verwijderen tijdelijke bestanden"));
     scr_flush(0);
     const day_number today = date_today();
     std::int64_t total = 0;

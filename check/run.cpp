@@ -1,6 +1,5 @@
 // The course of the run, from start-up to hand-over.
 #include "check/check.h"
-
 #include "screen/screen.h"
 
 session_flags session;
@@ -64,9 +63,7 @@ void chk_run(int argc, char **argv) {
     }
     chk_reset_dates();
     session.ok_labels = sys_slot_status <= last_trusted_status;
-    {
-        const print_setup_guard setup;
-    }
+    { const print_setup_guard setup; }
     if (!session.ok_labels) {
         set_program_status(status_chains_suspect);
     }

@@ -21,31 +21,57 @@ constexpr wchar_t upper_half[129] =
     L"\u00d3\u00df\u00d4\u00d2\u00f5\u00d5\u00b5\u00fe\u00de\u00da\u00db\u00d9\u00fd\u00dd\u00af\u00b4"
     L"\u00ad\u00b1\u2017\u00be\u00b6\u00a7\u00f7\u00b8\u00b0\u00a8\u00b7\u00b9\u00b3\u00b2\u25a0\u00a0";
 
+bool is_control(unsigned char c) {
+    return c < 32 || c == 127;
+}
+
 // The characters that A_ALTCHARSET makes of these letters.
 wchar_t line_drawing(unsigned char c) {
     switch (c) {
-        case 'a': return L'\u2592';
-        case 'j': return L'\u2518';
-        case 'k': return L'\u2510';
-        case 'l': return L'\u250c';
-        case 'm': return L'\u2514';
-        case 'n': return L'\u253c';
-        case 'q': return L'\u2500';
-        case 't': return L'\u251c';
-        case 'u': return L'\u2524';
-        case 'v': return L'\u2534';
-        case 'w': return L'\u252c';
-        case 'x': return L'\u2502';
-        case '`': return L'\u25c6';
-        case 'f': return L'\u00b0';
-        case 'g': return L'\u00b1';
-        case '~': return L'\u00b7';
-        case '+': return L'\u2192';
-        case ',': return L'\u2190';
-        case '-': return L'\u2191';
-        case '.': return L'\u2193';
-        case '0': return L'\u2588';
-        default: return charset_to_wide(c);
+        case 'a':
+            return L'\u2592';
+        case 'j':
+            return L'\u2518';
+        case 'k':
+            return L'\u2510';
+        case 'l':
+            return L'\u250c';
+        case 'm':
+            return L'\u2514';
+        case 'n':
+            return L'\u253c';
+        case 'q':
+            return L'\u2500';
+        case 't':
+            return L'\u251c';
+        case 'u':
+            return L'\u2524';
+        case 'v':
+            return L'\u2534';
+        case 'w':
+            return L'\u252c';
+        case 'x':
+            return L'\u2502';
+        case '`':
+            return L'\u25c6';
+        case 'f':
+            return L'\u00b0';
+        case 'g':
+            return L'\u00b1';
+        case '~':
+            return L'\u00b7';
+        case '+':
+            return L'\u2192';
+        case ',':
+            return L'\u2190';
+        case '-':
+            return L'\u2191';
+        case '.':
+            return L'\u2193';
+        case '0':
+            return L'\u2588';
+        default:
+            return charset_to_wide(c);
     }
 }
 
@@ -65,7 +91,7 @@ bool charset_is_utf8() {
 }
 
 wchar_t charset_to_wide(unsigned char c) {
-    if (c < 32 || c == 127) {
+    if (is_control(c)) {
         return L'?';
     }
     return c < 128 ? static_cast<wchar_t>(c) : upper_half[c - 128];
@@ -79,29 +105,25 @@ int charset_from_wide(wchar_t c) {
     return found == nullptr ? -1 : static_cast<int>(found - upper_half) + 128;
 }
 
+char charset_drawing(char name) {
+    return utf8 ? name : static_cast<char>(NCURSES_ACS(name) & A_CHARTEXT);
+}
+
 void charset_add(WINDOW *window, const char *text, int length) {
     attr_t attr = 0;
     short pair = 0;
     wattr_get(window, &attr, &pair, nullptr);
-    if (utf8) {
-        const bool drawing = (attr & A_ALTCHARSET) != 0;
-        std::wstring wide(static_cast<std::size_t>(length), L' ');
-        for (int i = 0; i < length; i++) {
-            const auto c = static_cast<unsigned char>(text[i]);
-            wide[static_cast<std::size_t>(i)] = drawing ? line_drawing(c) : charset_to_wide(c);
-        }
-        if (drawing) {
-            wattr_off(window, A_ALTCHARSET, nullptr);
-        }
-        waddnwstr(window, wide.c_str(), length);
-        return;
+    // On a line of bytes a character is its byte; ncurses itself then draws the lines.
+    const bool drawing = utf8 && (attr & A_ALTCHARSET) != 0;
+    std::wstring wide(static_cast<std::size_t>(length), L' ');
+    for (int i = 0; i < length; i++) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        wide[static_cast<std::size_t>(i)] = drawing                 ? line_drawing(c)
+                                            : utf8 || is_control(c) ? charset_to_wide(c)
+                                                                    : static_cast<wchar_t>(c);
     }
-    std::string bytes(text, static_cast<std::size_t>(length));
-    for (char &c : bytes) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 32 || byte == 127) {
-            c = '?';
-        }
+    if (drawing) {
+        wattr_off(window, A_ALTCHARSET, nullptr);
     }
-    waddnstr(window, bytes.c_str(), length);
+    waddnwstr(window, wide.c_str(), length);
 }

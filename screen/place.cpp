@@ -73,6 +73,20 @@ void clear_line(int row, int col) {
 
 }  // namespace
 
+int win_rows() {
+    return usable().rows;
+}
+
+int win_columns() {
+    return usable().columns;
+}
+
+screen_place win_screen_place(int row, int col) {
+    WINDOW *window = win_current();
+    const int offset = usable().offset;
+    return {getbegy(window) + offset + row, getbegx(window) + offset + col};
+}
+
 void win_refresh() {
     wnoutrefresh(win_current());
     terminal_update();
@@ -207,6 +221,10 @@ void scr_last_line(attr_t attr, int seconds, const char *format, ...) {
     va_start(args, format);
     std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
+    if (scr == nullptr) {
+        scr_flush(seconds);
+        return;
+    }
     win_open2(LINES, 1, 1, COLS);
     place(attr, 1, 1, text);
     scr_flush(seconds);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+
 #include "screen/screen_internal.h"
 
 namespace {
@@ -30,6 +31,10 @@ void on_quit(int) {
 
 void on_window_change(int) {
     window_changed = 1;
+}
+
+void on_leave(int) {
+    scr_leave_flag = 1;
 }
 
 void handle(int signal, void (*handler)(int)) {
@@ -73,8 +78,18 @@ bool terminal_put(const char *capability) {
     if (sequence == nullptr || sequence == reinterpret_cast<const char *>(-1)) {
         return false;
     }
+    // putp goes through stdio, ncurses does not: in order only when each is flushed.
     putp(sequence);
+    std::fflush(stdout);
     return true;
+}
+
+int terminal_first_byte(const char *capability) {
+    const char *sequence = tigetstr(capability);
+    if (sequence == nullptr || sequence == reinterpret_cast<const char *>(-1)) {
+        return 0;
+    }
+    return static_cast<unsigned char>(*sequence);
 }
 
 screen_size terminal_size(const char *mode) {
@@ -111,6 +126,8 @@ void terminal_signals() {
     handle(SIGINT, on_interrupt);
     handle(SIGQUIT, on_quit);
     handle(SIGWINCH, on_window_change);
+    handle(SIGHUP, on_leave);
+    handle(SIGTERM, on_leave);
 }
 
 bool terminal_fits() {

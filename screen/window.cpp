@@ -1,7 +1,6 @@
 // The window stack. The last opened is the first closed; a window takes its colours from its place on the
 // stack, so the pairs are set anew at each opening.
 #include <algorithm>
-#include <cstdio>
 
 #include "screen/screen_internal.h"
 
@@ -48,7 +47,6 @@ void leave_terminal(window_entry &top, const window_entry &below) {
     scr->scr_term = below.terminal;
     set_term(scr->terminals[static_cast<std::size_t>(below.terminal)].screen);
     terminal_put("is2");
-    std::fflush(stdout);
 }
 
 }  // namespace

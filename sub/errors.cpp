@@ -18,13 +18,14 @@ std::string module_name(const std::string &module) {
 }  // namespace
 
 void err_nomem(const char *module, int number) {
-    scr_fatal("%s: %s (nr=%d)", module_name(module).c_str(), detail_text(6, 95, "Onvoldoende geheugen"), number);
+    scr_fatal("%s: %s (nr=%d)", module_name(module).c_str(), detail_text(6, 95, "Onvoldoende geheugen"),
+              number);
 }
 
 void err_open(const char *module, const char *file) {
     const int code = errno;
-    scr_fatal("%s: %s (file=%s, errno=%d)", module_name(module).c_str(), detail_text(6, 122, "Open niet gelukt"),
-              file, code);
+    scr_fatal("%s: %s (file=%s, errno=%d)", module_name(module).c_str(),
+              detail_text(6, 122, "Open niet gelukt"), file, code);
 }
 
 void err_internal(const char *module, int number) {

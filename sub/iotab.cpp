@@ -189,7 +189,7 @@ int iotab(tab_action action, std::int32_t &number, void *buffer, std::int32_t ba
             return unlock_record(place);
         case tab_action::test:
             return place.inside() && file_lock(lock_action::test, tab_fd, place.offset(), place.length()) ? 1
-                                                                                                           : 0;
+                                                                                                          : 0;
     }
     return 0;
 }

@@ -56,7 +56,8 @@ void bind_slot() {
 /// A home currency without cents makes all amounts whole.
 void find_home_currency() {
     CurrencyRecord currency{};
-    for (std::int32_t number = 1; iotab(tab_action::read, number, currency, region_currencies) != 0; number++) {
+    for (std::int32_t number = 1; iotab(tab_action::read, number, currency, region_currencies) != 0;
+         number++) {
         if (std::memcmp(currency.code, sys_country.home_currency, sizeof currency.code) == 0) {
             if (currency.decimals == 0) {
                 setenv("KPOS", "geset", 1);
@@ -77,7 +78,8 @@ void load_tills() {
         while (DIRECTORY(dir_action::next, name)) {
             unsigned branch = 0;
             unsigned number = 0;
-            if (name.size() == till_file_length && std::sscanf(name.c_str(), "KAS%2u%2u", &branch, &number) == 2) {
+            if (name.size() == till_file_length &&
+                std::sscanf(name.c_str(), "KAS%2u%2u", &branch, &number) == 2) {
                 sys_tills.push_back({static_cast<std::uint8_t>(branch), static_cast<std::uint8_t>(number)});
             }
         }

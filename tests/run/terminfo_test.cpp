@@ -1,0 +1,228 @@
+// The terminal descriptions: every terminal has its three, with all keys and attributes of the dialogue.
+#define NCURSES_NOMACROS
+#include <curses.h>
+#include <term.h>
+// Short words that term.h takes.
+#undef lines
+#undef columns
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cctype>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+
+#include "support/terminal.h"
+
+namespace {
+
+struct Delivered {
+    const char *term;
+    bool required;  // its base belongs to packages that the build needs
+    bool blink, dim, printer, colours;
+    const char *wide_init, *long_init, *reset;  // how it changes its size; null: it does not
+};
+
+constexpr const char *wide_window = "\033[8;25;132t", *long_window = "\033[8;43;80t",
+                     *normal_window = "\033[8;25;80t", *wide_vt = "\033[?40h\033[?3h",
+                     *normal_vt = "\033[?3l\033[?40l";
+
+constexpr Delivered delivered[] = {
+    {"xterm", true, true, true, true, true, wide_window, long_window, normal_window},
+    {"xterm-256color", true, true, true, true, true, wide_window, long_window, normal_window},
+    {"screen", true, true, true, false, true, nullptr, nullptr, nullptr},
+    {"screen-256color", true, true, true, false, true, nullptr, nullptr, nullptr},
+    {"tmux", true, true, true, false, true, nullptr, nullptr, nullptr},
+    {"tmux-256color", true, true, true, false, true, nullptr, nullptr, nullptr},
+    {"linux", true, true, true, false, true, nullptr, nullptr, nullptr},
+    {"vt100", true, true, false, true, false, wide_vt, nullptr, normal_vt},
+    {"vt220", true, true, false, true, false, wide_vt, nullptr, normal_vt},
+    {"ansi", true, true, false, true, true, nullptr, nullptr, nullptr},
+    {"rxvt-unicode-256color", true, true, false, true, true, wide_window, long_window, normal_window},
+    {"foot", false, true, true, false, true, nullptr, nullptr, nullptr},
+    {"alacritty", false, true, true, true, true, nullptr, nullptr, nullptr},
+    {"kitty", false, false, true, false, true, nullptr, nullptr, nullptr},
+};
+
+struct Variant {
+    const char *mode;
+    int rows, cols;
+};
+constexpr Variant variants[] = {{"", 25, 80}, {"-w", 25, 132}, {"-l", 43, 80}};
+
+constexpr const char *key_capabilities[] = {"kcan",  "khlp",  "kext",  "kbs",  "kcbt", "kcuu1", "kcud1",
+                                            "kcub1", "kcuf1", "khome", "kend", "kpp",  "knp",   "kich1",
+                                            "kdch1", "kf1",   "kf2",   "kf3",  "kf4",  "kf5",   "kf6",
+                                            "kf7",   "kf8",   "kf9",   "kf10", "kf11", "kf12"};
+
+std::string entry_of(const Delivered &terminal, const char *mode) {
+    std::string name = terminal.term;
+    name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
+    return name + mode;
+}
+
+bool present(const Delivered &terminal) {
+    const std::string name = entry_of(terminal, "");
+    return std::filesystem::exists(std::string(RVCHK_TERMINFO) + "/" + name[0] + "/" + name);
+}
+
+std::string text_of(const char *capability) {
+    const char *value = tigetstr(capability);
+    return value && value != reinterpret_cast<char *>(-1) ? value : "";
+}
+
+TEST(Terminfo, EveryVariantHasWhatTheDialogueNeeds) {
+    ASSERT_EQ(setenv("TERMINFO", RVCHK_TERMINFO, 1), 0);
+    for (const Delivered &terminal : delivered) {
+        if (!present(terminal)) {
+            EXPECT_FALSE(terminal.required) << terminal.term;
+            continue;
+        }
+        for (const Variant &variant : variants) {
+            const std::string name = entry_of(terminal, variant.mode);
+            SCOPED_TRACE(name);
+            int result = 0;
+            ASSERT_EQ(setupterm(name.c_str(), STDOUT_FILENO, &result), OK);
+            EXPECT_EQ(tigetnum("lines"), variant.rows);
+            EXPECT_EQ(tigetnum("cols"), variant.cols);
+            for (const char *needed : {"clear", "cup", "bold", "rev", "smul", "sgr0", "acsc", "bel"}) {
+                EXPECT_NE(text_of(needed), "") << needed;
+            }
+            EXPECT_EQ(text_of("blink") != "", terminal.blink);
+            EXPECT_EQ(text_of("dim") != "", terminal.dim);
+            EXPECT_EQ(tigetnum("colors") >= 8, terminal.colours);
+            EXPECT_EQ(text_of("mc5") != "" && text_of("mc4") != "", terminal.printer);
+
+            // Nothing that would switch the keyboard's modes off, and a size only where it can be changed.
+            const bool wide = variant.cols == 132, is_long = variant.rows == 43;
+            const char *init = wide ? terminal.wide_init : is_long ? terminal.long_init : nullptr;
+            EXPECT_EQ(text_of("is2"), "");
+            EXPECT_EQ(text_of("is3"), init ? init : "");
+            EXPECT_EQ(text_of("rs2"), init ? terminal.reset : "");
+            EXPECT_EQ(text_of("smkx").find("\033="), std::string::npos) << "the numeric pad types digits";
+
+            // A key that starts with another key would never come, or only after a delay.
+            std::map<std::string, std::string> keys;
+            for (const char *capability : key_capabilities) {
+                const std::string bytes = text_of(capability);
+                EXPECT_NE(bytes, "") << capability;
+                EXPECT_TRUE(keys.emplace(bytes, capability).second)
+                    << capability << " is also " << keys[bytes];
+            }
+            for (auto key = keys.begin(); key != keys.end() && std::next(key) != keys.end(); ++key) {
+                EXPECT_FALSE(std::next(key)->first.starts_with(key->first))
+                    << key->second << " starts " << std::next(key)->second;
+            }
+            EXPECT_EQ(text_of("kcan"), "/");
+            EXPECT_EQ(text_of("khlp"), "?");
+            EXPECT_EQ(text_of("kext"), "\030");
+            del_curterm(set_curterm(nullptr));
+        }
+    }
+    unsetenv("TERMINFO");
+}
+
+TEST(Terminfo, NcursesDeliversTheKeys) {
+    const std::map<std::string, int> codes = {
+        {"CANCEL", KEY_CANCEL}, {"HELP", KEY_HELP}, {"EXIT", KEY_EXIT}, {"BACKSPACE", KEY_BACKSPACE},
+        {"SHTAB", KEY_BTAB},    {"UP", KEY_UP},     {"DOWN", KEY_DOWN}, {"LEFT", KEY_LEFT},
+        {"RIGHT", KEY_RIGHT},   {"HOME", KEY_HOME}, {"END", KEY_END},   {"PGUP", KEY_PPAGE},
+        {"PGDN", KEY_NPAGE},    {"INS", KEY_IC},    {"DEL", KEY_DC},    {"F1", KEY_F(1)},
+        {"F2", KEY_F(2)},       {"F3", KEY_F(3)},   {"F4", KEY_F(4)},   {"F5", KEY_F(5)},
+        {"F6", KEY_F(6)},       {"F7", KEY_F(7)},   {"F8", KEY_F(8)},   {"F9", KEY_F(9)},
+        {"F10", KEY_F(10)},     {"F11", KEY_F(11)}, {"F12", KEY_F(12)}, {"TAB", 9},
+        {"ENTER", 10},          {"ESC", 27},        {"^H", 8},          {"SPACE", 32},
+    };
+    for (const Delivered &terminal : delivered) {
+        if (!present(terminal)) {
+            continue;
+        }
+        SCOPED_TRACE(terminal.term);
+        Terminal t({.program = TERMINAL_PROBE, .term = terminal.term});
+        ASSERT_TRUE(t.wait_for("ready 25x80"));
+        int count = 0;
+        for (const auto &[name, code] : codes) {
+            t.key(name);
+            ASSERT_TRUE(t.wait_for("key " + std::to_string(++count) + " is " + std::to_string(code) + "."))
+                << name;
+        }
+        t.type("q");
+        EXPECT_EQ(t.wait_exit(), 0);
+    }
+}
+
+TEST(Terminfo, AttributesAndLinesReachTheScreen) {
+    for (const Delivered &terminal : delivered) {
+        if (!present(terminal)) {
+            continue;
+        }
+        SCOPED_TRACE(terminal.term);
+        Terminal t({.program = TERMINAL_PROBE, .term = terminal.term});
+        ASSERT_TRUE(t.wait_for("ready 25x80"));
+        EXPECT_EQ(t.attr_of("bold"), (TerminalAttributes{.bold = true}));
+        EXPECT_EQ(t.attr_of("underline"), (TerminalAttributes{.underline = true}));
+        EXPECT_EQ(t.attr_of("reverse"), (TerminalAttributes{.reverse = true}));
+        EXPECT_EQ(t.attr_of("dim"), (TerminalAttributes{.dim = terminal.dim}));
+        EXPECT_EQ(t.attr_of("blink"), (TerminalAttributes{.blink = terminal.blink}));
+        EXPECT_EQ(t.row(3).substr(0, 12), "┌─┐│");
+    }
+}
+
+TEST(Terminfo, WindowsTakeTheSizeOfTheVariant) {
+    for (const Delivered &terminal : delivered) {
+        if (!present(terminal)) {
+            continue;
+        }
+        for (const Variant &variant : variants) {
+            SCOPED_TRACE(entry_of(terminal, variant.mode));
+            const bool wide = variant.cols == 132, is_long = variant.rows == 43;
+            const bool changes = (wide && terminal.wide_init) || (is_long && terminal.long_init);
+            // A larger window than the normal one must stay as it is.
+            Terminal t({.program = TERMINAL_PROBE,
+                        .arguments = {variant.mode},
+                        .lines = 30,
+                        .columns = 100,
+                        .term = terminal.term});
+            ASSERT_TRUE(t.wait_for("ready"));
+            const bool vt = terminal.reset == normal_vt;
+            EXPECT_EQ(t.columns(), changes ? variant.cols : 100);
+            EXPECT_EQ(t.lines(), changes && !vt ? variant.rows : 30);
+            t.type("q");
+            ASSERT_EQ(t.wait_exit(), 0);
+            EXPECT_EQ(t.columns(), changes ? 80 : 100);
+            EXPECT_EQ(t.lines(), changes && !vt ? 25 : 30);
+        }
+    }
+}
+
+TEST(Terminfo, ScriptCompilesAllWithoutWarning) {
+    char directory[] = "/tmp/entriesXXXXXX";
+    ASSERT_NE(mkdtemp(directory), nullptr);
+    const auto run = [&directory](const std::string &arguments) {
+        const std::string command =
+            std::string(MAKE_ENTRIES) + " -o " + directory + " " + arguments + " 2>&1";
+        std::FILE *pipe = popen(command.c_str(), "r");
+        std::string output;
+        for (int c = 0; (c = std::fgetc(pipe)) != EOF;) {
+            output += static_cast<char>(c);
+        }
+        return std::pair(pclose(pipe), output);
+    };
+    for (const Delivered &terminal : delivered) {
+        if (present(terminal)) {
+            EXPECT_EQ(run(terminal.term), std::pair(0, std::string())) << terminal.term;
+        }
+    }
+    EXPECT_EQ(run("-q no-such-terminal"), std::pair(0, std::string()));
+    EXPECT_NE(run("no-such-terminal").second.find("no-such-terminal"), std::string::npos);
+    EXPECT_NE(run("no-such-terminal").first, 0);
+    // One that is not in the list of the build.
+    EXPECT_EQ(run("pcansi"), std::pair(0, std::string()));
+    EXPECT_TRUE(std::filesystem::exists(std::string(directory) + "/P/Pcansi-w"));
+    std::filesystem::remove_all(directory);
+}
+
+}  // namespace

@@ -1,0 +1,261 @@
+// Records of the system file: regions, empty records, locks between programs.
+#include "sub/iotab.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "isam/isam.h"
+#include "sub/batchvw.h"
+#include "sub/iofil.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class SystemFile : public testing::Test {
+protected:
+    void SetUp() override {
+        directory = fs::path(testing::TempDir()) / ("iotab-" + std::to_string(getpid()));
+        // A fatal stop waits for Enter; here it meets the end of the input.
+        ASSERT_NE(std::freopen("/dev/null", "r", stdin), nullptr);
+        fs::create_directories(directory);
+        fs::current_path(directory);
+        std::ofstream(sys_file_name, std::ios::binary) << std::string(region_actions.end(), '\0');
+        iotab(tab_action::open, sys_row, nullptr, 0, 0, 0);
+    }
+    void TearDown() override {
+        iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
+        sys_user = 0;
+        fs::current_path("/");
+        fs::remove_all(directory);
+    }
+    static void put_title(std::int32_t number, const char *text) {
+        TitleRecord title{};
+        std::strncpy(title.text, text, sizeof title.text - 1);
+        iotab(tab_action::write, number, title, region_titles);
+    }
+    static std::string bytes() {
+        std::ifstream file(sys_file_name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    fs::path directory;
+};
+
+struct Walk {
+    const char *name;
+    tab_action action;
+    std::int32_t start;
+    int result;
+    std::int32_t end;
+};
+
+// Titles 3 and 7 of 20 are filled.
+TEST_F(SystemFile, WalksPassOverEmptyRecords) {
+    put_title(3, "Dhr.");
+    put_title(7, "Mevr.");
+    const Walk walks[] = {
+        {"read a filled record", tab_action::read, 3, 1, 3},
+        {"read an empty record", tab_action::read, 4, 0, 4},
+        {"read below the region", tab_action::read, 0, 0, 0},
+        {"read above the region", tab_action::read, 21, 0, 21},
+        {"first, filled", tab_action::first, 7, 1, 7},
+        {"first, empty", tab_action::first, 4, 1, 7},
+        {"first, nothing left", tab_action::first, 8, 0, 21},
+        {"next from before the region", tab_action::next, 0, 1, 3},
+        {"next over the last", tab_action::next, 7, 0, 21},
+        {"previous", tab_action::previous, 7, 1, 3},
+        {"previous from behind the region", tab_action::previous, 21, 1, 7},
+        {"previous from the first record", tab_action::previous, 1, 0, 0},
+        {"next from far below", tab_action::next, -2000000000, 1, 3},
+        {"previous from far above", tab_action::previous, 2000000000, 1, 7},
+    };
+    for (const Walk &walk : walks) {
+        TitleRecord title{};
+        std::int32_t number = walk.start;
+        EXPECT_EQ(iotab(walk.action, number, title, region_titles), walk.result) << walk.name;
+        EXPECT_EQ(number, walk.end) << walk.name;
+    }
+}
+
+TEST_F(SystemFile, WritesWithinTheRegionOnly) {
+    const std::string before = bytes();
+    for (const std::int32_t number : {-1, 0, 21, 1000}) {
+        put_title(number, "buiten");
+    }
+    EXPECT_EQ(bytes(), before);
+    put_title(20, "laatste");
+    std::string after = before;
+    after.replace(2000 + 19 * 32, 7, "laatste");
+    EXPECT_EQ(bytes(), after);
+    TitleRecord title{};
+    std::int32_t last = 20;
+    EXPECT_EQ(iotab(tab_action::clear, last, title, region_titles), 1);
+    EXPECT_EQ(bytes(), before);
+}
+
+TEST_F(SystemFile, ShortRecordIsNotRead) {
+    put_title(20, "laatste");
+    fs::resize_file(sys_file_name, 2000 + 19 * 32 + 20);
+    TitleRecord title{};
+    std::int32_t number = 20;
+    EXPECT_EQ(iotab(tab_action::read, number, title, region_titles), 0);
+    EXPECT_EQ(iotab(static_cast<tab_action>('?'), number, title, region_titles), 0);
+}
+
+TEST_F(SystemFile, BusyRowKeepsWhatStandsBesideTheText) {
+    SysRow10 row{};
+    std::memcpy(row.release, data_release, sizeof row.release);
+    std::memset(row.busy_text, 'x', sizeof row.busy_text);
+    iotab_row(tab_action::write, row_status, row);
+    set_system_busy(std::string(60, 'b').c_str());
+    iotab_row(tab_action::read, row_status, row);
+    EXPECT_EQ(std::string(row.busy_text, sizeof row.busy_text), std::string(49, 'b') + '\0');
+    EXPECT_EQ(std::string(row.release, sizeof row.release), data_release);
+    EXPECT_EQ(row.state, state_busy);
+}
+
+TEST_F(SystemFile, StatusIsWrittenForAUserOnly) {
+    set_program_status(status_in_chain_update);
+    EXPECT_EQ(bytes(), std::string(region_actions.end(), '\0'));
+    sys_user = 4;
+    set_program_status(status_in_chain_update);
+    EXPECT_EQ(bytes()[static_cast<std::size_t>(region_users.offset(4)) + 38], status_in_chain_update);
+}
+
+/// Runs `work` in another process, which tells when it is done and ends when told.
+template <class Work>
+class OtherProgram {
+public:
+    explicit OtherProgram(Work work) {
+        int ready[2];
+        int stop[2];
+        EXPECT_EQ(pipe(ready) | pipe(stop), 0);
+        process = fork();
+        if (process == 0) {
+            close(stop[1]);
+            iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
+            iotab(tab_action::open, sys_row, nullptr, 0, 0, 0);
+            work();
+            char byte = 0;
+            [[maybe_unused]] ssize_t done = write(ready[1], &byte, 1);
+            done = read(stop[0], &byte, 1);
+            _exit(0);
+        }
+        char byte = 0;
+        EXPECT_EQ(read(ready[0], &byte, 1), 1);
+        close(ready[0]);
+        close(ready[1]);
+        close(stop[0]);
+        stop_end = stop[1];
+    }
+    ~OtherProgram() {
+        close(stop_end);
+        waitpid(process, nullptr, 0);
+    }
+    OtherProgram(const OtherProgram &) = delete;
+    OtherProgram &operator=(const OtherProgram &) = delete;
+
+private:
+    pid_t process = 0;
+    int stop_end = -1;
+};
+
+TEST_F(SystemFile, RecordLocksKeepProgramsApart) {
+    put_title(3, "Dhr.");
+    TitleRecord title{};
+    std::int32_t third = 3;
+    std::int32_t fourth = 4;
+    {
+        const OtherProgram other([&] { iotab(tab_action::lock_read, third, title, region_titles); });
+        EXPECT_EQ(iotab(tab_action::test, third, title, region_titles), 0);
+        EXPECT_EQ(iotab(tab_action::test, fourth, title, region_titles), 1) << "the unit is the record";
+    }
+    EXPECT_EQ(iotab(tab_action::test, third, title, region_titles), 1);
+    {
+        // A write releases, unless it is told to keep.
+        const OtherProgram other([&] {
+            iotab(tab_action::lock_read, third, title, region_titles);
+            iotab(tab_action::write, third, title, region_titles);
+            iotab(tab_action::lock_read, fourth, title, region_titles);
+            iotab(tab_action::write_keep, fourth, title, region_titles);
+        });
+        EXPECT_EQ(iotab(tab_action::test, third, title, region_titles), 1);
+        EXPECT_EQ(iotab(tab_action::test, fourth, title, region_titles), 0);
+    }
+}
+
+TEST_F(SystemFile, HolderOfALockIsNamed) {
+    UserSlot slot{};
+    char name[sizeof slot.name + 2] = "Jansen";
+    SCRAMBLE(name);
+    std::memcpy(slot.name, name, sizeof slot.name);
+    std::memcpy(slot.terminal, "3", 1);
+    std::int32_t fifth = 5;
+    iotab(tab_action::write, fifth, slot, region_users);
+
+    const off_t row = region_rows.offset(row_dates);
+    SysRow19 dates{};
+    const auto holder = [&](const char *word) {
+        return lock_holder_text(word, iotab_descriptor(), row, region_rows.size);
+    };
+    {
+        const OtherProgram other([&] { iotab_row(tab_action::lock_read, row_dates, dates); });
+        EXPECT_EQ(holder(""), "Informatie in gebruik op ander scherm") << "a program without a slot";
+    }
+    const OtherProgram other([&] {
+        iotab(tab_action::lock_read, fifth, slot, region_users);
+        iotab_row(tab_action::lock_read, row_dates, dates);
+    });
+    EXPECT_EQ(holder(""), "Informatie in gebruik door Jansen (tty3)");
+    EXPECT_EQ(holder("PROG"), "Programma in gebruik door Jansen (tty3)");
+    EXPECT_EQ(holder("~RVSER"), "RVSER: in gebruik door Jansen (tty3)");
+}
+
+TEST_F(SystemFile, BatchLockIsAByteForKindAndUser) {
+    sys_user = 7;
+    const OtherProgram other([] { EXPECT_TRUE(batch_lock(2, false)); });
+    const auto free_byte = [](int kind, int user) {
+        return file_lock(lock_action::test, iotab_descriptor(), kind * 99 + user + 40084, 1);
+    };
+    EXPECT_FALSE(free_byte(2, 7));
+    EXPECT_TRUE(free_byte(2, 8) && free_byte(1, 7) && free_byte(3, 7));
+    EXPECT_TRUE(batch_lock(1, false));
+    batch_unlock(1);
+    EXPECT_EXIT(batch_lock(16, false), testing::ExitedWithCode(1), "");
+}
+
+// Names are scrambled on file, the head office has that of row 1.
+TEST_F(SystemFile, BranchFileKeepsNamesInItsOwnForm) {
+    std::ofstream("RVFILGEG.TXT", std::ios::binary) << std::string(3 * sizeof(BranchRecord), '\1');
+    std::strcpy(sys_settings.company, "Schoenhuis");
+    sys_settings.branches = 2;
+    BranchRecord branch{};
+    iofil(fil_action::open, 0, branch);
+    for (const int number : {0, 1, 2}) {
+        ASSERT_EQ(iofil(fil_action::read, number, branch), 1);
+        std::memset(branch.name, 0, sizeof branch.name);
+        std::strcpy(branch.name, ("Filiaal " + std::to_string(number)).c_str());
+        EXPECT_EQ(iofil(fil_action::write, number, branch), 1);
+    }
+    const char *expected[] = {"Filiaal 0", "Filiaal 1", "Schoenhuis"};
+    for (const int number : {0, 1, 2}) {
+        ASSERT_EQ(iofil(fil_action::read, number, branch), 1);
+        EXPECT_STREQ(branch.name, expected[number]);
+        EXPECT_EQ(branch.carried_600[11], 1);
+    }
+    std::ifstream file("RVFILGEG.TXT", std::ios::binary);
+    const std::string on_file{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(on_file.find("Filiaal"), std::string::npos);
+    EXPECT_EQ(on_file.substr(0, 32), std::string(32, '\0')) << "the head office has no name on file";
+    EXPECT_EXIT(iofil(fil_action::read, 3, branch), testing::ExitedWithCode(1), "");
+    iofil(fil_action::close, 0, branch);
+}
+
+}  // namespace

@@ -1,0 +1,39 @@
+// The numbers behind a made shop: the same for the same seed on every machine, so nothing of the standard
+// library's distributions, whose results are not fixed.
+#pragma once
+
+#include <cstdint>
+#include <iterator>
+#include <random>
+#include <utility>
+#include <vector>
+
+struct Random {
+    std::mt19937_64 engine;
+
+    /// `stream` keeps the parts of a shop apart, so that more customers leave the series as they are.
+    Random(std::uint64_t seed, std::uint64_t stream) : engine(seed * 0x9E3779B97F4A7C15ULL + stream) {}
+
+    /// 0 to n - 1; 0 when n is 0.
+    std::uint64_t below(std::uint64_t n) {
+        return n == 0 ? 0 : engine() % n;
+    }
+    /// low to high, both included.
+    int range(int low, int high) {
+        return high <= low ? low : low + static_cast<int>(below(static_cast<std::uint64_t>(high - low) + 1));
+    }
+    bool chance(int percent) {
+        return range(1, 100) <= percent;
+    }
+
+    template <typename Container>
+    auto &pick(Container &from) {
+        return from[below(std::size(from))];
+    }
+    template <typename T>
+    void shuffle(std::vector<T> &items) {
+        for (std::size_t i = items.size(); i > 1; i--) {
+            std::swap(items[i - 1], items[below(i)]);
+        }
+    }
+};

@@ -1,0 +1,189 @@
+// Made shops: a complete data directory for demonstrations, tests and benchmarks.
+//
+// `build_shop` makes a shop in memory, in the records of its files, all agreeing with one another;
+// `write_shop` puts the files in a directory. Between the two a test may change whatever it likes, or name
+// faults in the options. The same options give the same bytes.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "isam/dates.h"
+#include "sub/branchfile.h"
+#include "sub/criteriafile.h"
+#include "sub/customerfile.h"
+#include "sub/eanfile.h"
+#include "sub/journalfile.h"
+#include "sub/labelfile.h"
+#include "sub/masterfile.h"
+#include "sub/pricefile.h"
+#include "sub/seriesfile.h"
+#include "sub/sizefile.h"
+#include "sub/sysfile.h"
+#include "sub/transitfile.h"
+
+struct ShopOptions {
+    int series = 120;          ///< 0 to 200000
+    int labels = 10;           ///< labels of a series on average, 0 to 1000
+    int branches = 3;          ///< 1 to 60
+    int customers = -1;        ///< 0: no customers are kept; -1: two to three series; at most 300000
+    int tills = 2;             ///< tills of a branch, 0 to 9
+    int label_digits = 7;      ///< 6, 7 or 8
+    int checked = -1;          ///< days since the last error-free checks, -1: never checked
+    bool linked = true;        ///< sold labels are linked to customers
+    bool transit = true;       ///< branches send goods to one another (with two branches and more)
+    bool no_decimals = false;  ///< the home currency has no decimals
+    day_number today = 0;      ///< the day that the dates lead up to, 1990 to 2040; 0: by the clock
+    std::uint64_t seed = 1;
+    std::vector<std::string> faults;  ///< names of `shop_faults`
+};
+
+/// A file of coded records of a season.
+struct Journal {
+    int year;
+    char letter;
+    int number;
+    std::string bytes;
+};
+
+/// Damage to the halves of an indexed file, done once it is written.
+enum class index_damage {
+    cut,          ///< the index half ends early
+    in_update,    ///< an update was left half done
+    stale_locks,  ///< keys of a process that is gone stand in the lock block
+    swapped,      ///< two records have changed places without the index
+    missing,      ///< the index half is gone
+};
+
+/// A till, and the branch (counted from 0) that it stands in.
+struct Till {
+    int branch;
+    int number;
+};
+
+struct Random;
+
+/// The model: the records of the files as they go to disk. Only names that are stored scrambled stand here in
+/// plain text.
+struct Shop {
+    ShopOptions options;
+    day_number today;
+
+    // RVSYS.TXT
+    SysRow1 settings{};
+    SysRow4Chain label_chain{};
+    SysRow5 serial{};
+    SysRow8 limits{};
+    SysRow4Chain price_chain{};
+    SysRow10 status{};
+    SysRow4Chain criteria_chain{};
+    SysRow14 ean_generator{};
+    SysRow15 country{};
+    SysRow18 document{};
+    SysRow19 dates{};
+    SysRow20 transit{};
+    std::vector<TitleRecord> titles;
+    std::vector<UserSlot> users;  ///< names in plain text
+    std::vector<CurrencyRecord> currencies;
+    std::vector<NameRecord> colours;  ///< by number, colour 1 first
+    std::vector<NameRecord> size_systems;
+    std::vector<NameRecord> size_kind_names;
+    std::vector<CountryRecord> countries;
+    std::vector<ActionRecord> actions;
+
+    // RVFILGEG.TXT; names in plain text
+    std::vector<BranchRecord> branches;  ///< the head office first
+    std::vector<Till> tills;
+    TillSettings till_settings{};
+    std::vector<std::string> till_changes;  ///< lines of KASMUT.TXT
+
+    std::vector<SizeKindRecord> size_kinds;
+    std::vector<SizeNameRecord> size_names;
+    std::vector<ArticleGroupRecord> groups;
+    std::vector<SupplierRecord> suppliers;
+    std::vector<BrandRecord> brands;
+    std::vector<TurnoverGroupRecord> turnover_groups;
+    std::vector<StaffRecord> staff;
+    std::vector<SmallArticleRecord> small_articles;
+    std::vector<RateRecord> rates;
+
+    std::vector<SeriesRecord> series;
+    std::vector<LabelBlock> label_blocks;
+    std::vector<PriceSetRecord> price_sets;
+    std::vector<PriceBlock> price_blocks;
+    std::vector<CriteriaRecord> criteria;
+    std::vector<CriteriaBlock> criteria_blocks;
+
+    std::vector<CustomerRecord> customers;
+    std::vector<CustomerExtension> customer_extensions;
+    std::vector<TransitRecord> in_transit;
+    std::vector<ReceiptRecord> receipts;
+
+    std::vector<EanRecord> ean_codes;
+    std::vector<BarcodeRecord> barcodes;
+    std::map<int, std::vector<SupplierNumberRecord>> supplier_numbers;  ///< by supplier
+    std::map<int, std::vector<PluRecord>> plu;                          ///< by branch
+    std::vector<OrderNumberRecord> order_numbers;
+    std::vector<Journal> journals;
+
+    std::map<std::string, std::string> tails;  ///< bytes behind the last record, by name of a plain file
+    std::vector<std::pair<std::string, index_damage>> index_damages;  ///< by name of an indexed file
+};
+
+/// A label taken apart.
+struct ShopLabel {
+    int status = label_empty;
+    int size = 0;
+    int branch = 0;
+    int extra = 0;
+    int supplier = 0;
+    day_number date_in = 0;
+    day_number date_moved = 0;
+    day_number date_third = 0;
+    std::uint32_t price = 0;
+    std::uint32_t amount_b = 0;
+    std::uint32_t amount_c = 0;
+    int digit_a = 0;
+    int digit_b = 0;
+    int digit_s = 0;
+    int flag_e = 0;
+    int code_m = 0;
+    std::uint32_t customer = 0;
+    std::uint32_t next_customer = 0;
+    int group_value = 0;
+    std::uint32_t order = 0;
+};
+
+LabelEntry pack_label(const ShopLabel &label);
+ShopLabel unpack_label(const LabelEntry &entry);
+
+/// True when the options are within their ranges and every fault is known; else `why` says what is wrong.
+bool shop_options_valid(const ShopOptions &options, std::string &why);
+
+/// Makes the shop. The options must be valid. False when they can't be met (more labels than their numbers
+/// have digits for, a fault that finds nothing to spoil); `why` says so.
+bool build_shop(const ShopOptions &options, Shop &shop, std::string &why);
+
+/// What `write_shop` does with a directory that is not empty.
+enum class shop_target {
+    made,  ///< only one that it has made itself is taken; the files that it wrote there go first
+    any,   ///< any; files of the same name are replaced
+};
+
+/// Writes all files of the shop into `directory`, which is made when it does not exist. False on the first
+/// failure; `why` names the file and the reason.
+bool write_shop(const Shop &shop, const std::string &directory, shop_target target, std::string &why);
+
+/// Both at once, for tests: an empty text, or what went wrong.
+std::string make_shop(const ShopOptions &options, const std::string &directory);
+
+/// A way to spoil a shop.
+struct ShopFault {
+    const char *name;
+    const char *what;  ///< one line for the help text
+    /// Spoils the model; false when the shop has nothing that can be spoiled in this way.
+    bool (*apply)(Shop &shop, Random &random);
+};
+const std::vector<ShopFault> &shop_faults();
