@@ -212,6 +212,13 @@ void ix_write_record(ICB *icb, const void *record, std::int32_t number) {
     const off_t offset = seek_record(icb, number);
     const auto size = static_cast<std::size_t>(icb->reclen);
     if (!file_write_at(icb->datfd, record, size, offset)) {
+        // A part of a record at the end would keep the pair from being rebuilt.
+        const int error = errno;
+        const off_t end = ix_fd_size(icb->datfd);
+        if (end > offset && end < offset + static_cast<off_t>(size)) {
+            (void)!ftruncate(icb->datfd, offset);
+        }
+        errno = error;
         ix_write_failed(icb, false);
     }
     view_grown(icb->data_view, offset + static_cast<off_t>(size));

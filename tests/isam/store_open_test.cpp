@@ -259,6 +259,31 @@ TEST_F(store_open, HeaderReachesTheDiskAtTheRightMoment) {
     EXPECT_EQ(file_bytes("H.INX")[16], 1);  // shared: never at closing
 }
 
+TEST_F(store_open, WriterThatDiedInExclusiveMode) {
+    make_sample();
+    const bytes header = file_bytes("S.INX");
+    ICB *icb = IXOPEN("S", ix_exclusive);
+    for (int n = 200; n < 400; ++n) {
+        char record[16] = {};
+        std::memcpy(record, &n, 4);
+        IXWRITE(icb, record);
+    }
+    IXCLOSE(icb);
+    put_bytes("S.INX", 0, bytes(header.begin(), header.begin() + 512));
+    EXPECT_EQ(IXCHECK("S"), -1);
+    for (const int mode : {ix_exclusive, ix_shared}) {
+        icb = IXOPEN("S", mode);  // reading is possible
+        char record[16] = {1};
+        EXPECT_TRUE(IXREAD(icb, record));
+        EXPECT_EXIT(IXWRITE(icb, record), ExitedWithCode(1), "Niet consistent");
+        EXPECT_EXIT(IXDELETE(icb, record), ExitedWithCode(1), "Niet consistent");
+        icb->mode = ix_shared;  // closed without writing a header
+        IXCLOSE(icb);
+    }
+    EXPECT_TRUE(IXBLDIX("S"));
+    EXPECT_EQ(ix_verify("S"), std::vector<std::string>{});
+}
+
 TEST_F(store_open, InitEmptiesAndKeepsTheDefinition) {
     make_sample();
     for (const int mode : {ix_shared, ix_exclusive}) {

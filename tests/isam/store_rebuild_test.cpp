@@ -1,4 +1,5 @@
 // IXBLDIX, IXCHECK, the block cache, and ixreorgk.
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -215,6 +216,7 @@ TEST_F(store_rebuild, CacheKeepsRootsAndEvictsTheOld) {
         EXPECT_EQ(on_disk(block), block);
     }
     EXPECT_TRUE(std::equal(header.begin(), header.begin() + 512, file_bytes("C.INX").begin()));
+    IXCLOSE(icb);
 }
 
 // A rebuild that dies at any moment is noticed, and the next one makes the pair sound.
@@ -242,6 +244,43 @@ TEST_F(store_rebuild, KilledAndRunAgain) {
         ASSERT_EQ(IXCHECK("B"), free);
         ASSERT_EQ(ix_verify("B"), std::vector<std::string>{}) << "round " << round;
     }
+}
+
+// Files may not grow beyond a limit: a clear stop, and a rebuild sets it right when there is room again.
+TEST_F(store_rebuild, DiskFull) {
+    const auto limited = [](long bytes_left) {
+        const rlimit limit{static_cast<rlim_t>(bytes_left), RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    };
+    for (const int mode : {ix_exclusive, ix_shared}) {
+        for (const long size : {2600L, 5000L, 20011L, 30000L}) {
+            define("B");
+            write_data("B", 50, true, false);
+            ASSERT_TRUE(IXBLDIX("B"));
+            const auto insert = [&] {
+                limited(size);
+                ICB *icb = IXOPEN("B", mode);
+                for (int n = 100; n < 5000; ++n) {
+                    std::uint8_t record[24] = {};
+                    std::memcpy(record, &n, 4);
+                    IXWRITE(icb, record);
+                }
+            };
+            EXPECT_EXIT(insert(), testing::ExitedWithCode(1), "QBISAM\\(27\\): B.(INX|TXT) ") << size;
+            EXPECT_EQ(IXCHECK("B"), -1) << "mode " << mode << " size " << size;
+            ASSERT_TRUE(IXBLDIX("B"));
+            EXPECT_EQ(ix_verify("B"), std::vector<std::string>{});
+        }
+    }
+    write_data("B", 5000, true, false);
+    const auto rebuild = [&] {
+        limited(40000);
+        IXBLDIX("B");
+    };
+    EXPECT_EXIT(rebuild(), testing::ExitedWithCode(1), "QBISAM\\(27\\): B.INX ");
+    EXPECT_EQ(IXCHECK("B"), -1);
+    ASSERT_TRUE(IXBLDIX("B"));
+    EXPECT_EQ(ix_verify("B"), std::vector<std::string>{});
 }
 
 int run(const std::string &arguments, std::string &output) {
