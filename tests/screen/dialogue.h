@@ -68,7 +68,7 @@ private:
                 }
                 return found >= marks_;
             },
-            "mark " + std::to_string(marks_), std::chrono::milliseconds(5000));
+            "mark " + std::to_string(marks_));
     }
     static constexpr const char *mark = "\033]2;mark\007";
     int marks_ = 0;

@@ -125,7 +125,7 @@ TEST(Field, BytesOfAnotherCharacterSetPassUnchanged) {
     Dialogue d(options);
     ASSERT_TRUE(d.wait_row(5, "ébcdef"));
     ASSERT_TRUE(d.settle("<RIGHT>ü<END>"));
-    EXPECT_TRUE(d.wait_row(5, "defghi")) << d.dump();
+    EXPECT_EQ(d.row(5), "        <defghi") << "this terminal has no arrow of one byte";
     ASSERT_TRUE(d.settle("<ENTER>"));
     EXPECT_EQ(d.row(15), "[éücdefghi............] changed enter");
 }
@@ -390,6 +390,10 @@ TEST(Signals, LeaveAtOnceUnlessHeldOff) {
     ASSERT_TRUE(checking.wait_for("lange controle"));
     checking.send_signal(SIGTERM);
     EXPECT_EQ(checking.wait_exit(), 0);
+    Dialogue fatal = editing("5q", "");
+    ASSERT_TRUE(fatal.wait_for("ongeldige vartype"));
+    fatal.send_signal(SIGTERM);
+    EXPECT_EQ(fatal.wait_exit(), 1) << "a fatal stop stays one";
 }
 
 TEST(Signals, ClosedTerminalEndsTheProgram) {

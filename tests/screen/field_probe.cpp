@@ -227,15 +227,15 @@ void boxes() {
 int menu_runs = 0;
 
 void first() {
-    menu_runs = menu_runs * 10 + 1;
+    menu_runs = menu_runs % 1000 * 10 + 1;
 }
 
 void second() {
-    menu_runs = menu_runs * 10 + 2;
+    menu_runs = menu_runs % 1000 * 10 + 2;
 }
 
 void third() {
-    menu_runs = menu_runs * 10 + 3;
+    menu_runs = menu_runs % 1000 * 10 + 3;
 }
 
 void status_line() {
