@@ -32,6 +32,11 @@ bool shop_options_valid(const ShopOptions &options, std::string &why) {
         !in_range("the number of days since the checks", options.checked, -1, 10000, why)) {
         return false;
     }
+    if (options.series > highest_label_block(options.label_digits)) {
+        why = text_of("%d series are too many for label numbers of %d digits", options.series,
+                      options.label_digits);
+        return false;
+    }
     const day_number first = date_from_str("01011990");
     const day_number last = date_from_str("31122040");
     if (options.today != 0 && (options.today < first || options.today > last)) {

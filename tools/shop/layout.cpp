@@ -77,11 +77,11 @@ void link_free(std::vector<Block> &blocks, const Numbers &numbers, SysRow4Chain 
     row.end_mark = numbers.end;
 }
 
+}  // namespace
+
 std::int32_t highest_label_block(int digits) {
     return digits == 6 ? 99999 : digits == 8 ? 2999999 : 999999;
 }
-
-}  // namespace
 
 LabelEntry pack_label(const ShopLabel &label) {
     const auto number = [](int value) { return static_cast<std::uint32_t>(value); };
