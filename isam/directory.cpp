@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <clocale>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -53,21 +52,6 @@ struct kept_directory {
     bool go(const std::string &path) {
         left = fd >= 0 && chdir(path.c_str()) == 0;
         return left;
-    }
-};
-
-/// Directives read names byte by byte, whatever locale the program runs in.
-struct plain_locale {
-    static locale_t plain() {
-        static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
-        return locale;
-    }
-    locale_t before = uselocale(plain());
-    plain_locale() = default;
-    plain_locale(const plain_locale &) = delete;
-    plain_locale &operator=(const plain_locale &) = delete;
-    ~plain_locale() {
-        uselocale(before);
     }
 };
 
@@ -140,7 +124,6 @@ bool open_walk(walk &opened, std::string pattern, dir_kind kind) {
             return false;
         }
     }
-    const plain_locale locale;
     const bool readable = each_name(kind, [&](std::string name) {
         if (format_match(format, name)) {
             opened.names.push_back(std::move(name));
@@ -184,7 +167,6 @@ int count_files(std::string &pattern) {
     }
     const bool by_format = pattern.empty() || pattern.find("%*") != std::string::npos;
     const std::string format = by_format ? pattern_format(pattern) : "";
-    const plain_locale locale;
     int count = 0;
     each_name(dir_kind::files, [&](const std::string &name) {
         count += by_format ? format_match(format, name) : wildcard_match(pattern.c_str(), name.c_str());

@@ -10,5 +10,5 @@
 /// The scanf format of a pattern without its directory; empty when no name can match, which is so for a
 /// pattern with directives that would store something.
 std::string pattern_format(const std::string &pattern);
-/// True when `name` matches a format that `pattern_format` made. Reads numbers by the locale in force.
+/// True when `name` matches a format that `pattern_format` made. Fractions follow the locale.
 bool format_match(const std::string &format, const std::string &name);

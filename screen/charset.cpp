@@ -105,6 +105,10 @@ int charset_from_wide(wchar_t c) {
     return found == nullptr ? -1 : static_cast<int>(found - upper_half) + 128;
 }
 
+char charset_drawing(char name) {
+    return utf8 ? name : static_cast<char>(NCURSES_ACS(name) & A_CHARTEXT);
+}
+
 void charset_add(WINDOW *window, const char *text, int length) {
     attr_t attr = 0;
     short pair = 0;

@@ -1,14 +1,19 @@
 // The keyboard: the one routine through which all keys are read, the pushed-back keys, the signals that
 // come in as keys, and the mask that says what a field or a wait accepts.
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <new>
 
+#include "screen/macros.h"
 #include "screen/screen_internal.h"
+
+macro_table macros{};
 
 volatile std::sig_atomic_t scr_pending = 0;
 
@@ -18,6 +23,8 @@ namespace {
 
 constexpr int key_xon = 17;
 constexpr int key_xoff = 19;
+constexpr int key_escape = 27;
+constexpr int key_consumed = -2;
 constexpr std::size_t queue_room = 64;
 
 std::array<int, queue_room> queue{};
@@ -46,9 +53,64 @@ int read_now(WINDOW *window) {
 }
 
 /// Throws away what is typed while the window is too small to show what it would do.
-bool discard_input() {
+void discard_input() {
     char lost[64];
-    return read(STDIN_FILENO, lost, sizeof lost) != 0;
+    (void)!read(STDIN_FILENO, lost, sizeof lost);
+}
+
+/// Signals are let in only while the reader waits, so none slips in between a look at what it left behind
+/// and the wait.
+class signal_window {
+public:
+    signal_window() {
+        sigset_t set;
+        sigemptyset(&set);
+        for (const int signal : {SIGINT, SIGQUIT, SIGWINCH, SIGHUP, SIGTERM}) {
+            sigaddset(&set, signal);
+        }
+        sigprocmask(SIG_BLOCK, &set, &open_);
+    }
+    ~signal_window() {
+        sigprocmask(SIG_SETMASK, &open_, nullptr);
+    }
+    signal_window(const signal_window &) = delete;
+    signal_window &operator=(const signal_window &) = delete;
+
+    int wait(pollfd &input, int milliseconds) const {
+        const timespec time{milliseconds / 1000, milliseconds % 1000 * 1000000L};
+        return ppoll(&input, 1, milliseconds < 0 ? nullptr : &time, &open_);
+    }
+
+private:
+    sigset_t open_;
+};
+
+/// True when the input that can be read is its end: the terminal is gone, or a file was read to its end.
+bool input_ended(const pollfd &input, int reads_without_key) {
+    constexpr int most_reads = 3;
+    if ((input.revents & (POLLERR | POLLNVAL)) != 0 ||
+        ((input.revents & POLLHUP) != 0 && (input.revents & POLLIN) == 0)) {
+        return true;
+    }
+    int waiting = 0;
+    if (ioctl(STDIN_FILENO, FIONREAD, &waiting) == 0) {
+        return waiting == 0;
+    }
+    return reads_without_key >= most_reads;
+}
+
+bool replaying() {
+    return macros.replaying != nullptr && macros.replaying();
+}
+
+void stop_replay() {
+    if (macros.stop != nullptr) {
+        macros.stop();
+    }
+}
+
+bool breaks_off(int key) {
+    return key == KEY_CANCEL || key == key_escape;
 }
 
 std::uint8_t mask_bit(int key) {
@@ -82,6 +144,64 @@ int pending_signal_key() {
     if (key != 0) {
         scr_pending = 0;
     }
+    return key;
+}
+
+void queue_key(int key) {
+    if (queued < queue_room) {
+        queue[queued++] = key;
+    }
+}
+
+/// Waits for a key, which stays available.
+bool wait_for_key(int seconds) {
+    using clock = std::chrono::steady_clock;
+    const auto deadline = clock::now() + std::chrono::seconds(seconds);
+    while (!key_pending()) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - clock::now());
+        if (left.count() <= 0) {
+            return false;
+        }
+        const int key = key_read(win_current(), static_cast<int>(left.count()));
+        if (key != -1 && !dropped(key)) {
+            key_unget(key);
+        }
+    }
+    return true;
+}
+
+/// <F2>: records, deletes or starts a macro, by the next key or by the menu. The key that comes of it.
+int macro_command(WINDOW *window) {
+    constexpr int patience = 3;
+    int row = 0;
+    int col = 0;
+    getyx(window, row, col);
+    int key = 0;
+    if (wait_for_key(patience)) {
+        key = queued > 0 ? queue[--queued] : macros.next_key();
+    } else {
+        key = macros.choose();
+        if (key == 0) {
+            key = key_consumed;
+        }
+    }
+    if (key != key_consumed) {
+        stop_replay();
+        switch (key) {
+            case KEY_IC:
+                macros.record();
+                key = key_consumed;
+                break;
+            case KEY_DC:
+                macros.remove();
+                key = key_consumed;
+                break;
+            default:
+                key = macros.start(key);
+                break;
+        }
+    }
+    wmove(window, row, col);
     return key;
 }
 
@@ -119,8 +239,13 @@ void key_define_forms() {
 int key_read(WINDOW *window, int milliseconds) {
     using clock = std::chrono::steady_clock;
     const auto deadline = clock::now() + std::chrono::milliseconds(milliseconds);
-    int ends = 0;
+    int reads_without_key = 0;
     for (;;) {
+        leave_if_due();
+        const signal_window signals;
+        if (leave_due()) {
+            continue;
+        }
         const bool fits = terminal_fits();
         if (const int key = pending_signal_key(); key != 0) {
             return key;
@@ -135,23 +260,21 @@ int key_read(WINDOW *window, int milliseconds) {
         int wait = -1;
         if (milliseconds >= 0) {
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - clock::now());
-            if (left.count() <= 0) {
-                return -1;
-            }
-            wait = static_cast<int>(left.count());
+            wait = static_cast<int>(std::max<std::int64_t>(left.count(), 0));
         }
         pollfd input{STDIN_FILENO, POLLIN, 0};
-        const int ready = poll(&input, 1, wait);
-        if (ready < 0 && errno != EINTR) {
-            scr_exit(1);
-        }
+        const int ready = signals.wait(input, wait);
         if (ready > 0) {
-            // Readable, and yet no key came twice in a row: the terminal is gone.
-            const bool alive = fits ? ++ends < 3 : discard_input();
-            if (!alive || (input.revents & (POLLERR | POLLNVAL)) != 0 ||
-                ((input.revents & POLLHUP) != 0 && (input.revents & POLLIN) == 0)) {
+            if (input_ended(input, ++reads_without_key)) {
                 scr_exit(1);
             }
+            if (!fits) {
+                discard_input();
+            }
+        } else if (ready < 0 && errno != EINTR) {
+            scr_exit(1);
+        } else if (ready == 0 && milliseconds >= 0 && clock::now() >= deadline) {
+            return -1;
         }
     }
 }
@@ -159,9 +282,27 @@ int key_read(WINDOW *window, int milliseconds) {
 int key_get(WINDOW *win) {
     for (;;) {
         key_pending();
-        int key = queued > 0 ? queue[--queued] : key_read(win, -1);
+        int key = 0;
+        if (queued > 0) {
+            key = queue[--queued];
+            if (breaks_off(key) && replaying()) {
+                stop_replay();
+                return key;
+            }
+        } else if (replaying() && macros.keys_left()) {
+            key = macros.next_key();
+        } else {
+            key = key_read(win, -1);
+            if (replaying()) {
+                // The operator goes on where the replay ran out.
+                stop_replay();
+            }
+        }
         if (const int signal_key = pending_signal_key(); signal_key != 0) {
             key = signal_key;
+        }
+        if (key == KEY_F(2) && macros.enabled != nullptr && macros.enabled() && !key_allowed(K_F2)) {
+            key = macro_command(win);
         }
         if (!dropped(key)) {
             return key;
@@ -178,28 +319,29 @@ bool key_pending() {
         key = key_read(win_current(), 0);
     }
     if (key == -1) {
-        return false;
+        return replaying() && macros.keys_left();
     }
-    key_unget(key);
+    if (breaks_off(key)) {
+        // Not on the replay list: from the queue it breaks the replay off.
+        queue_key(key);
+    } else {
+        key_unget(key);
+    }
     return true;
 }
 
 int key_unget(int key) {
-    if (queued < queue_room) {
-        queue[queued++] = key;
+    if (replaying()) {
+        macros.push(key);
+    } else {
+        queue_key(key);
     }
     return key;
 }
 
 bool key_wait(int row, int col, int seconds) {
     scr_move(row, col);
-    if (queued == 0) {
-        const int key = key_read(win_current(), seconds * 1000);
-        if (key != -1 && !dropped(key)) {
-            key_unget(key);
-        }
-    }
-    return key_pending();
+    return wait_for_key(seconds);
 }
 
 void key_allow(int key) {

@@ -73,6 +73,20 @@ void clear_line(int row, int col) {
 
 }  // namespace
 
+int win_rows() {
+    return usable().rows;
+}
+
+int win_columns() {
+    return usable().columns;
+}
+
+screen_place win_screen_place(int row, int col) {
+    WINDOW *window = win_current();
+    const int offset = usable().offset;
+    return {getbegy(window) + offset + row, getbegx(window) + offset + col};
+}
+
 void win_refresh() {
     wnoutrefresh(win_current());
     terminal_update();

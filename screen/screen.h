@@ -1,4 +1,5 @@
-// Chief header of the terminal dialogue: session, windows, text, keys and prompts.
+// Chief header of the terminal dialogue: session, windows, text and keys; and with it fields, menus and
+// prompts, which have headers of their own.
 //
 // Rows and columns count from 1, row before column. Attributes are the ncurses attribute words: A_DIM for
 // labels, A_BOLD for values, A_REVERSE for the selection. Texts are bytes of code page 850.
@@ -16,6 +17,9 @@
 #include <initializer_list>
 
 #include "isam/isam.h"
+#include "screen/fields.h"
+#include "screen/menu.h"
+#include "screen/prompts.h"
 
 // ---------------------------------------------------------------------------------------------------------
 // Session
@@ -71,6 +75,7 @@ struct screen_state {
     key_state *scr_keys = nullptr;
     int ing_status = 0;  ///< status and exit key of the last field
     int ing_exit = 0;
+    field_description field;
     int ing_bprec = 2;       ///< decimals of an amount: 2, or 0 in a currency without cents
     char scr_msg[136] = "";  ///< the message now on the last line
 };
@@ -184,21 +189,8 @@ void key_state_free(key_state *saved);
 /// Name of a key, up to 6 characters and the terminator.
 void key_name(int key, char *text);
 
-// ---------------------------------------------------------------------------------------------------------
-// Prompts
-
 /// Bits of `ing_status`.
 inline constexpr int ING_FRESH = 1;    ///< nothing has moved yet; the first character replaces the text
 inline constexpr int ING_CHANGED = 4;  ///< the content differs from what it was at the start
 inline constexpr int ING_EMPTY = 8;    ///< the text was empty when the field ended
 inline constexpr int ING_REDO = 128;   ///< validation refused the input
-
-/// Waits for one of the slots' keys or of the characters of `text`. Returns the key.
-int ing_key(std::initializer_list<const int *> slots, const char *text);
-/// Shows "<ENTER> voor vervolg" and waits for Enter.
-void ing_enter(int row, int col);
-/// The busy text "Even geduld aub": show, erase, keep away, allow again.
-void busy_on();
-void busy_off();
-void busy_hold();
-void busy_release();

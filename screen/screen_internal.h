@@ -16,18 +16,22 @@ wchar_t charset_to_wide(unsigned char c);
 int charset_from_wide(wchar_t c);
 /// Adds `length` bytes of text at the cursor of `window`, in its present attribute.
 void charset_add(WINDOW *window, const char *text, int length);
+/// The byte that A_ALTCHARSET makes a line, an arrow or a checkerboard of; `name` is that of the VT100 set.
+char charset_drawing(char name);
 
 // terminal.cpp: the size of the real window.
 
 /// Sends a capability of the current description by its terminfo name; false if the description lacks it.
 bool terminal_put(const char *capability);
+/// First byte of what a key of the current description sends, 0 if the description lacks it.
+int terminal_first_byte(const char *capability);
 /// The size that `mode` asks for, cut to the real window where that is smaller.
 screen_size terminal_size(const char *mode);
 /// Makes `size` the size of the current terminal, in LINES, COLS and the session.
 void terminal_set_size(screen_size size);
 /// Waits a moment for a real window that has been asked to become as large as `mode` wants.
 void terminal_await_size(const char *mode);
-/// Installs the handlers of SIGINT, SIGQUIT and SIGWINCH.
+/// Installs the handlers of SIGINT, SIGQUIT, SIGWINCH, SIGHUP and SIGTERM.
 void terminal_signals();
 /// Brings the terminal up to date with all windows, unless the real window is now too small for them.
 void terminal_update();
@@ -40,6 +44,15 @@ void terminal_repaint();
 
 /// Sets up the entry on top of the stack for a window just made (kind in `scr_kind`).
 void win_set_up(WINDOW *window);
+/// Last row and last column of the current window that take text.
+int win_rows();
+int win_columns();
+/// Where a text position of the current window lies on the screen.
+struct screen_place {
+    int row = 0;
+    int col = 0;
+};
+screen_place win_screen_place(int row, int col);
 /// Stages all lines of the windows `first` to `last`.
 void win_stage_all(int first, int last);
 /// Stages and shows the current window.
@@ -52,7 +65,35 @@ extern volatile std::sig_atomic_t scr_pending;
 /// One key from the terminal, past queue and macros: waits up to `milliseconds` (below 0: for ever). -1 when
 /// none came in time. The end of the input ends the program with status 1.
 int key_read(WINDOW *window, int milliseconds);
+/// Sets the caller's key state aside for a nested question, and brings it back.
+struct kept_key_state {
+    kept_key_state() : kept_(*scr->scr_keys) {
+        *scr->scr_keys = key_state{};
+    }
+    ~kept_key_state() {
+        *scr->scr_keys = kept_;
+    }
+    kept_key_state(const kept_key_state &) = delete;
+    kept_key_state &operator=(const kept_key_state &) = delete;
+
+private:
+    key_state kept_;
+};
 /// Fills the key slots and empties the queue.
 void key_init();
 /// Adds the forms in which other terminals than the one named send the same keys.
 void key_define_forms();
+
+// leave.cpp
+
+/// Set by the handlers of SIGHUP and SIGTERM.
+extern volatile std::sig_atomic_t scr_leave_flag;
+/// True if a signal asked to leave and nothing holds it off.
+bool leave_due();
+/// Leaves if that is due.
+void leave_if_due();
+
+// progress.cpp
+
+/// The bars of `ix_progress`: actions 0 to 2 in a window above the last line, 3 to 5 on the last line.
+void progress_draw(int action, std::uint32_t value, std::uint32_t total, const char *title);

@@ -6,6 +6,7 @@
 #include <new>
 #include <string>
 
+#include "screen/macros.h"
 #include "screen/screen_internal.h"
 
 screen_state *scr = nullptr;
@@ -15,10 +16,23 @@ namespace {
 // The wait that tells the Esc key from an escape sequence.
 constexpr int escape_milliseconds = 40;
 
+/// The store asks with the colours of an ordinary dialogue, and shows its texts plainly.
+int operator_flash(int wait, const char *title, const char *text) {
+    return FFLASH(wait, 0, A_DIM, title, "%s", text);
+}
+
 void operator_connect() {
     isam_operator.fatal = [](const char *text) { scr_fatal("%s", text); };
     isam_operator.last_line = [](bool blink, const char *text, int seconds) {
         scr_last_line(blink ? A_BLINK : A_REVERSE, seconds, "%s", text);
+    };
+    isam_operator.flash = operator_flash;
+    isam_operator.progress = progress_draw;
+    isam_operator.interrupted = ing_interrupted;
+    isam_operator.interrupt_reset = [] {
+        if (ing_break_is_on()) {
+            ing_break_reset();
+        }
     };
 }
 
@@ -84,6 +98,9 @@ void SCRINIT() {
     scr_switch_terminal("");
     scr->ing_bprec = getenv("KPOS") != nullptr ? 0 : 2;
     key_init();
+    if (macros.session_restore != nullptr) {
+        macros.session_restore();
+    }
     operator_connect();
     busy_hold();
 }
@@ -149,6 +166,9 @@ void scr_switch_terminal(const char *mode) {
 
 void scr_end() {
     typeahead(-1);
+    if (macros.session_save != nullptr && macros.keys_left()) {
+        macros.session_save();
+    }
     if (scr->scr_nwin > 0) {
         // The way back from a wide or long description gives the window its size again.
         while (scr->scr_nwin > 1) {

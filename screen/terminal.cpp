@@ -33,6 +33,10 @@ void on_window_change(int) {
     window_changed = 1;
 }
 
+void on_leave(int) {
+    scr_leave_flag = 1;
+}
+
 void handle(int signal, void (*handler)(int)) {
     struct sigaction action = {};
     action.sa_handler = handler;
@@ -80,6 +84,14 @@ bool terminal_put(const char *capability) {
     return true;
 }
 
+int terminal_first_byte(const char *capability) {
+    const char *sequence = tigetstr(capability);
+    if (sequence == nullptr || sequence == reinterpret_cast<const char *>(-1)) {
+        return 0;
+    }
+    return static_cast<unsigned char>(*sequence);
+}
+
 screen_size terminal_size(const char *mode) {
     const screen_size wanted = mode_size(mode);
     screen_size real;
@@ -114,6 +126,8 @@ void terminal_signals() {
     handle(SIGINT, on_interrupt);
     handle(SIGQUIT, on_quit);
     handle(SIGWINCH, on_window_change);
+    handle(SIGHUP, on_leave);
+    handle(SIGTERM, on_leave);
 }
 
 bool terminal_fits() {

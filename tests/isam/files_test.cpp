@@ -396,6 +396,7 @@ TEST_F(Files, RangeLocksWaitAndStartAtThePosition) {
             EXPECT_FALSE(in_child([&] { return file_lock(T, fd, c.first + c.length - 1, 1); }));
             EXPECT_TRUE(in_child([&] { return file_lock(T, fd, c.first + c.length, 0); }));
         }
+        lseek(fd, c.position, SEEK_SET);
         EXPECT_EQ(lock_range(fd, c.unlock, c.length), 0);
         EXPECT_TRUE(in_child([&] { return file_lock(T, fd, 0, 0); }));
     }

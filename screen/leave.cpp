@@ -1,0 +1,51 @@
+// Leaving on a signal.
+//
+// SIGHUP and SIGTERM only set a flag. The key reader and the interrupt test look at it, since a program that
+// waits for the operator, or that asks whether to go on, has no update half done; a hold says that it has.
+#include <cstdlib>
+
+#include "screen/screen_internal.h"
+
+volatile std::sig_atomic_t scr_leave_flag = 0;
+
+void (*scr_leave_handler)() = nullptr;
+
+namespace {
+
+int holds = 0;
+bool leaving = false;
+
+}  // namespace
+
+bool scr_leave_requested() {
+    return scr_leave_flag != 0;
+}
+
+bool leave_due() {
+    return scr_leave_flag != 0 && holds == 0;
+}
+
+void leave_if_due() {
+    if (!leave_due()) {
+        return;
+    }
+    if (leaving) {
+        // The orderly end itself waits for a key that nobody will press.
+        scr_exit(1);
+    }
+    leaving = true;
+    if (scr_leave_handler != nullptr) {
+        scr_leave_handler();
+    }
+    scr_exit(0);
+}
+
+void scr_leave_hold() {
+    holds++;
+}
+
+void scr_leave_release() {
+    if (holds > 0 && --holds == 0) {
+        leave_if_due();
+    }
+}

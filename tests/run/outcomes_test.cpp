@@ -1,0 +1,305 @@
+// The outcomes of a whole run: refused, already complete, with or without the marker, stopped.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+#include <utime.h>
+
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+
+#include "isam/isam.h"
+#include "support/terminal.h"
+#include "tools/shop/shop.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A small shop in a directory of its own, and what a run leaves in it.
+class Run : public testing::Test {
+protected:
+    void SetUp() override {
+        const auto *info = testing::UnitTest::GetInstance()->current_test_info();
+        directory = fs::path(testing::TempDir()) / (std::string("run-") + info->name());
+        fs::remove_all(directory);
+        options.series = 6;
+        options.customers = 4;
+    }
+    void TearDown() override {
+        fs::remove_all(directory);
+    }
+    /// Writes the shop, after `change` has worked on it.
+    void make(const std::function<void(Shop &)> &change = [](Shop &) {}) {
+        Shop shop;
+        std::string why;
+        ASSERT_TRUE(build_shop(options, shop, why)) << why;
+        change(shop);
+        ASSERT_TRUE(write_shop(shop, directory, shop_target::any, why)) << why;
+    }
+    void put(const std::string &name, std::size_t size = 0, int days_old = 0) const {
+        std::ofstream(directory / name, std::ios::binary) << std::string(size, 'x');
+        const std::time_t time = std::time(nullptr) - days_old * 86400;
+        const utimbuf times{time, time};
+        utime((directory / name).c_str(), &times);
+    }
+    [[nodiscard]] bool there(const std::string &name) const {
+        return fs::exists(directory / name);
+    }
+    [[nodiscard]] std::string bytes(const std::string &name) const {
+        std::ifstream file(directory / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    [[nodiscard]] Terminal start(TerminalOptions terminal = {}) const {
+        terminal.directory = directory;
+        return Terminal(terminal);
+    }
+    /// Starts the program, leaves it at once and gives its exit status.
+    int run() const {
+        Terminal t = start();
+        return t.wait_exit();
+    }
+    ShopOptions options;
+    fs::path directory;
+};
+
+TEST_F(Run, WaitingMasterDataRefuseTheRun) {
+    options.checked = 1;
+    make();
+    put("STAT07.TXT");
+    put("RVCHK860.OK");
+    put("TP01.TXT", 10, 1);
+    const std::string before = bytes("RVSYS.TXT");
+    Terminal t = start();
+    ASSERT_TRUE(t.wait_for("Eerst stamgegevens verwerken a.u.b"));
+    ASSERT_TRUE(t.wait_row(1, " BESTANDSCONTROLES"));
+    EXPECT_TRUE(t.attr(1, 2).reverse && t.attr(1, 80).reverse);
+    EXPECT_EQ(t.cell(11, 24) + t.cell(14, 60), "┌┘");
+    t.key("ENTER");
+    EXPECT_EQ(t.wait_exit(), 0);
+    EXPECT_FALSE(there("RVCHK860.OK"));
+    EXPECT_FALSE(there("TP01.TXT"));
+    EXPECT_EQ(bytes("RVSYS.TXT"), before);
+}
+
+TEST_F(Run, NamesThatOnlyResembleWaitingDataDoNotRefuse) {
+    options.checked = 1;
+    make();
+    for (const char *name :
+         {"STATS.TXT", "STAT1.TXTX", "stat01.txt", "STAT01.TXT.BAK", "STAT\xff\x01%s.TXT"}) {
+        put(name);
+    }
+    EXPECT_EQ(run(), 0);
+    EXPECT_TRUE(there("RVCHK860.OK"));
+}
+
+struct Recency {
+    const char *name;
+    int days;            ///< age of all dates
+    int customers_days;  ///< age of the dates of customers, titles and countries
+    std::uint8_t mode;
+    bool marker;
+};
+
+TEST_F(Run, MarkerStandsWhenEveryRequiredDateIsRecent) {
+    const Recency cases[] = {
+        {"today", 0, 0, mode_customers, true},
+        {"six days ago", 6, 6, mode_customers, true},
+        {"seven days ago", 7, 7, mode_customers, false},
+        {"customers too old", 6, 7, mode_customers, false},
+        {"no customers are kept", 6, 400, 0, true},
+        {"linked labels alone ask for no customers", 6, 400, mode_customer_labels, true},
+    };
+    for (const Recency &each : cases) {
+        options.checked = each.days;
+        make([&](Shop &shop) {
+            const auto other = static_cast<day_number>(date_today() - each.customers_days);
+            shop.settings.mode = each.mode;
+            shop.dates.customers = shop.dates.titles = shop.dates.countries = other;
+            // These three are not asked for.
+            shop.dates.transit = shop.dates.order_numbers = shop.dates.journals = 0;
+        });
+        put("RVCHK860.OK", 3);
+        EXPECT_EQ(run(), 0) << each.name;
+        EXPECT_EQ(there("RVCHK860.OK"), each.marker) << each.name;
+        fs::remove_all(directory);
+    }
+}
+
+TEST_F(Run, EachRequiredDateCounts) {
+    using Field = little_uint16_t SysRow19::*;
+    for (const Field field :
+         {&SysRow19::labels, &SysRow19::series, &SysRow19::prices, &SysRow19::sizes, &SysRow19::customers,
+          &SysRow19::ean, &SysRow19::barcodes, &SysRow19::master, &SysRow19::titles, &SysRow19::countries}) {
+        options.checked = 1;
+        make([field](Shop &shop) { shop.dates.*field = 0; });
+        EXPECT_EQ(run(), 0);
+        EXPECT_FALSE(there("RVCHK860.OK"));
+        fs::remove_all(directory);
+    }
+}
+
+TEST_F(Run, DoneFileWritesTheMarkerAndOldDatesLeaveIt) {
+    options.checked = 100;
+    make();
+    put("CVCHKOK");
+    EXPECT_EQ(run(), 0);
+    EXPECT_TRUE(there("RVCHK860.OK"));
+    EXPECT_EQ(fs::file_size(directory / "RVCHK860.OK"), 0U);
+}
+
+TEST_F(Run, RowOfDatesIsWipedWhereItMustBe) {
+    for (const bool customers : {false, true}) {
+        options.checked = 1;
+        make([&](Shop &shop) {
+            shop.settings.mode = customers ? mode_customer_labels : 0;
+            std::fill(std::begin(shop.dates.zeroed), std::end(shop.dates.zeroed), 0xAA);
+        });
+        const std::string before = bytes("RVSYS.TXT");
+        EXPECT_EQ(run(), 0);
+        std::string expected = before;
+        const auto row = static_cast<std::size_t>(region_rows.offset(row_dates));
+        expected.replace(row + 40, 24, std::string(24, '\0'));
+        if (!customers) {
+            expected.replace(row + 8, 2, std::string(2, '\0'));
+        }
+        EXPECT_EQ(bytes("RVSYS.TXT"), expected);
+        fs::remove_all(directory);
+    }
+}
+
+TEST_F(Run, TemporaryFilesOfEarlierDaysGo) {
+    options.checked = 1;
+    make();
+    for (const char *name : {"PR1.TMP", "TP0199AA.INX", "TEMPO", "TP\x02odd\xff"}) {
+        put(name, 100, 1);
+    }
+    for (const char *name : {"PRTODAY", "TPTODAY.TXT"}) {
+        put(name, 100, 0);
+    }
+    for (const char *name : {"pr1.tmp", "XTP1", "TEM", "TEMP"}) {
+        put(name, 100, 1);
+    }
+    fs::create_directory(directory / "TPDIR");
+    EXPECT_EQ(run(), 0);
+    for (const char *name : {"PR1.TMP", "TP0199AA.INX", "TEMPO", "TP\x02odd\xff"}) {
+        EXPECT_FALSE(there(name)) << name;
+    }
+    for (const char *name : {"PRTODAY", "TPTODAY.TXT", "pr1.tmp", "XTP1", "TEM", "TEMP", "TPDIR"}) {
+        EXPECT_TRUE(there(name)) << name;
+    }
+}
+
+TEST_F(Run, SpaceThatCameFreeIsToldFrom512001BytesOn) {
+    options.checked = 1;
+    make();
+    put("TP1", 512000, 1);
+    EXPECT_EQ(run(), 0);
+    put("TP1", 300000, 1);
+    put("PR1", 212001, 2);
+    Terminal t = start();
+    ASSERT_TRUE(t.wait_for("Extra ruimte op de harddisk 0.5 Mb"));
+    ASSERT_TRUE(t.wait_row(23, "<ENTER> voor vervolg"));
+    EXPECT_TRUE(t.wait_row(21, "Tijdelijke bestanden zijn verwijderd..."));
+    t.key("ENTER");
+    EXPECT_EQ(t.wait_exit(), 0);
+}
+
+struct Stop {
+    const char *name;
+    std::function<void(const fs::path &)> spoil;
+    const char *text;
+    std::vector<std::string> arguments = {};
+};
+
+TEST_F(Run, UnusableDataStopTheProgramWithAMessage) {
+    const Stop stops[] = {
+        {"no system file", [](const fs::path &d) { fs::remove(d / "RVSYS.TXT"); },
+         "RVSYS.TXT niet aanwezig in "},
+        {"empty system file", [](const fs::path &d) { fs::resize_file(d / "RVSYS.TXT", 0); },
+         "Foutieve release: bestanden van ?????"},
+        {"system file cut within its rows", [](const fs::path &d) { fs::resize_file(d / "RVSYS.TXT", 1200); },
+         "Foutieve release: bestanden van ?????"},
+        {"a directory for a system file",
+         [](const fs::path &d) {
+             fs::remove(d / "RVSYS.TXT");
+             fs::create_directory(d / "RVSYS.TXT");
+         },
+         "IOTAB: Open niet gelukt (file=RVSYS.TXT, errno=21)"},
+        {"other release",
+         [](const fs::path &d) {
+             std::fstream file(d / "RVSYS.TXT", std::ios::binary | std::ios::in | std::ios::out);
+             file.seekp(region_rows.offset(row_status) + 58);
+             file << "8.59 ";
+         },
+         "Foutieve release: bestanden van 8.59"},
+        {"no branch file", [](const fs::path &d) { fs::remove(d / "RVFILGEG.TXT"); },
+         "IOFIL: Open niet gelukt (file=RVFILGEG.TXT, errno=2)"},
+        {"a marker that can't be removed",
+         [](const fs::path &d) { fs::create_directories(d / "RVCHK860.OK" / "in"); },
+         "RVCHK860: Open niet gelukt (file=RVCHK860.OK, errno="},
+        {"an argument", [](const fs::path &) {}, "rvchk860 foutief gestart, code 99", {"-h"}},
+    };
+    for (const Stop &each : stops) {
+        make();
+        each.spoil(directory);
+        TerminalOptions terminal;
+        terminal.arguments = each.arguments;
+        Terminal t = start(terminal);
+        EXPECT_TRUE(t.wait_for(each.text)) << each.name;
+        EXPECT_TRUE(t.wait_for("PROGRAMMA AFGEBROKEN")) << each.name;
+        EXPECT_TRUE(t.wait_for("<ENTER> voor vervolg")) << each.name;
+        t.key("ENTER");
+        EXPECT_EQ(t.wait_exit(), 1) << each.name;
+        fs::remove_all(directory);
+    }
+}
+
+TEST_F(Run, WrongStartShowsTheInformationPage) {
+    make();
+    TerminalOptions terminal;
+    terminal.arguments = {"x"};
+    Terminal t = start(terminal);
+    ASSERT_TRUE(t.wait_for("<ENTER> voor vervolg"));
+    EXPECT_TRUE(t.wait_for("Compiled    : LINUX Jan 26 2015 11:45:07"));
+    EXPECT_TRUE(t.wait_for("Version     : 860 19-11-2013"));
+    EXPECT_TRUE(t.wait_for("Tty         : xterm-256color /dev/pts/"));
+}
+
+TEST_F(Run, HeldRowOfDatesIsWaitedFor) {
+    options.checked = 1;
+    make();
+    const int fd = open((directory / "RVSYS.TXT").c_str(), O_RDWR);
+    ASSERT_TRUE(file_lock(lock_action::sole, fd, region_rows.offset(row_dates), region_rows.size));
+    Terminal t = start();
+    ASSERT_TRUE(t.wait_row(25, "SYSTEEM-Informatie in gebruik op ander scherm"));
+    EXPECT_TRUE(t.attr(25, 1).blink);
+    ASSERT_TRUE(file_lock(lock_action::exclusive, fd, region_users.offset(1), region_users.size));
+    ASSERT_TRUE(t.wait_row(25, "SYSTEEM-Informatie in gebruik door "));
+    close(fd);
+    EXPECT_EQ(t.wait_exit(), 0);
+    EXPECT_TRUE(there("RVCHK860.OK"));
+}
+
+// A slot at rest is not written back, a status that was raised stays as a warning.
+TEST_F(Run, SlotOfTheUserKeepsItsStatus) {
+    for (const int status : {0, 1, 9, 10, 11}) {
+        options.checked = 1;
+        make([&](Shop &shop) { shop.users.at(0).status = static_cast<std::uint8_t>(status); });
+        const auto slot = static_cast<std::size_t>(region_users.offset(1));
+        const std::string before = bytes("RVSYS.TXT").substr(slot, 64);
+        EXPECT_EQ(run(), 0);
+        const std::string after = bytes("RVSYS.TXT").substr(slot, 64);
+        if (status <= 9) {
+            EXPECT_EQ(after, before) << status;
+        } else {
+            EXPECT_EQ(after[38], 11) << "the labels were not proved sound";
+            EXPECT_EQ(after.substr(0, 18), before.substr(0, 18));
+        }
+        fs::remove_all(directory);
+    }
+}
+
+}  // namespace
