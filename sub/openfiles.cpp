@@ -1,0 +1,3 @@
+#include "sub/openfiles.h"
+
+open_files session_files;
