@@ -1,0 +1,184 @@
+// The job file: opening it, its lines and pages, and the end of a report.
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+
+#include "print/print_internal.h"
+
+print_job prt_job;
+
+print_modules prt_modules{};
+
+namespace {
+
+constexpr int line_before_first_page = 10000;
+constexpr char form_feed = '\f';
+
+std::FILE *job = nullptr;
+
+void write_bytes(std::string_view bytes) {
+    if (job != nullptr) {
+        std::fwrite(bytes.data(), 1, bytes.size(), job);
+    }
+}
+
+void begin_page(bool feed) {
+    if (job == nullptr) {
+        return;
+    }
+    if (feed) {
+        std::fputc(form_feed, job);
+    }
+    std::fflush(job);
+    prt_job.rpt_page++;
+    prt_job.rpt_pages++;
+    prt_job.rpt_line = 1;
+}
+
+void close_job() {
+    std::fclose(job);
+    job = nullptr;
+}
+
+void write_broken_off() {
+    const std::string text = str_format("** %s **", term_text(1, 58, "Printen onderbroken"));
+    const std::string stars(text.size(), '*');
+    job_write_line("");
+    job_write_line("");
+    job_write_line(stars);
+    job_write_line(text);
+    job_write_line(stars);
+}
+
+std::string blanks(long count) {
+    return std::string(count > 0 ? static_cast<std::size_t>(count) : 0, ' ');
+}
+
+/// The dialogues around a report are to find the keyboard as if the operator had left the last field.
+void exit_key_pressed() {
+    if (scr != nullptr) {
+        scr->ing_exit = K_CANCEL;
+        scr->ing_status = 0;
+    }
+}
+
+void key_state_reset() {
+    if (scr != nullptr) {
+        scr->ing_exit = 0;
+        scr->ing_status = 0;
+    }
+}
+
+}  // namespace
+
+bool prt_job_start() {
+    prt_job.job_file = file_tempname("", "PR");
+    // A name that starts with a hyphen would be an option of the command.
+    prt_job.spooler = !prt_job.aux && !prt_job.device.empty() && prt_job.device.front() != '-' &&
+                      shell_run("lpstat -v " + shell_word(prt_job.device) + " 1> /dev/null 2> /dev/null");
+    prt_job.rpt_page = 0;
+    prt_job.rpt_line = line_before_first_page;
+    job = prt_job.job_file.empty() ? nullptr : std::fopen(prt_job.job_file.c_str(), "ae");
+    if (job == nullptr) {
+        job_cannot_open(prt_job.job_file);
+        return false;
+    }
+    write_bytes(prt_job.setup_text);
+    std::fflush(job);
+    prt_job.start_offset = std::ftell(job);
+    if (prt_job.aux && !prt_job.preview) {
+        ing_break_off();
+    } else {
+        ing_break_reset();
+    }
+    return true;
+}
+
+void job_cannot_open(const std::string &path) {
+    if (scr != nullptr) {
+        FFLASH(flash_enter, 0, A_DIM, term_text(1, 56, "Printen"), "%s <%s>\n%s",
+               term_text(1, 90, "Uitvoermedium"), path.c_str(), term_text(1, 91, "kan niet geopend worden"));
+    }
+}
+
+bool job_interrupted() {
+    return scr != nullptr && ing_interrupted();
+}
+
+void job_write_line(std::string_view text) {
+    if (job == nullptr) {
+        return;
+    }
+    write_bytes(text);
+    std::fputc('\n', job);
+    std::fflush(job);
+    prt_job.rpt_line++;
+}
+
+void prt_newpage() {
+    if (report_line_started()) {
+        prt_newline();
+    }
+    begin_page(prt_job.rpt_page > 0);
+}
+
+void prt_head(const char *left, const char *format, ...) {
+    std::va_list args;
+    va_start(args, format);
+    const std::string title = str_vformat(format, args);
+    va_end(args);
+    prt_newpage();
+    const std::string head = left;
+    const std::string right = str_format(" %s %5.5s ", date_show_long(date_today()), time_show(time_now())) +
+                              str_format("%s:%4d", term_text(1, 29, "blad"), prt_job.rpt_page);
+    const auto title_length = static_cast<long>(title.size());
+    const auto right_length = static_cast<long>(right.size());
+    const long room = prt_job.rpt_width - static_cast<long>(head.size()) - right_length;
+    if (title_length + 2 <= room) {
+        const std::string margin = blanks((room - title_length) / 2);
+        job_write_line(head + margin + title + margin + right);
+    } else {
+        job_write_line(head + blanks(room) + right);
+        write_bytes(blanks((prt_job.rpt_width - title_length) / 2));
+        job_write_line(title);
+    }
+    job_write_line("");
+}
+
+void prt_close(const char *lp_options) {
+    exit_key_pressed();
+    if (report_line_started()) {
+        prt_newline();
+    }
+    report_stop();
+    if (job == nullptr) {
+        key_state_reset();
+        return;
+    }
+    if (std::ftell(job) == prt_job.start_offset) {
+        close_job();
+        file_delete(prt_job.job_file.c_str());
+        key_state_reset();
+        return;
+    }
+    if (job_interrupted()) {
+        write_broken_off();
+    }
+    if (prt_job.rpt_line > 1) {
+        begin_page(true);
+    }
+    write_bytes(prt_job.end_text);
+    close_job();
+    if (prt_job.preview && prt_modules.preview != nullptr && !prt_modules.preview()) {
+        file_delete(prt_job.job_file.c_str());
+        key_state_reset();
+        return;
+    }
+    key_state_reset();
+    ing_break_reset();
+    job_hand_off(lp_options);
+    if (scr != nullptr) {
+        scr_flush(0);
+    }
+    ing_break_reset();
+}

@@ -1,1 +1,0 @@
-#include "print/print.h"

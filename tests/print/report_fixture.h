@@ -1,0 +1,91 @@
+// Reports for tests: a job of any destination, in a directory of its own, with what became of it.
+#pragma once
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "../isam/scratch_dir.h"
+#include "print/print_internal.h"
+
+struct Report : ScratchDir {
+    /// What the next job is to be.
+    static inline print_job wanted;
+
+    void SetUp() override {
+        ScratchDir::SetUp();
+        wanted = {};
+        wanted.rpt_width = 132;
+        wanted.rpt_lines = 64;
+        for (const char *name : {"MAXFMT", "SYSBUF", "MAXSYSBUF"}) {
+            unsetenv(name);
+        }
+        prt_modules = {};
+        prt_modules.job_open = [](const print_setup &, std::uint16_t, const char *) {
+            prt_job = wanted;
+            return prt_job_start();
+        };
+    }
+    void TearDown() override {
+        prt_modules = {};
+        ScratchDir::TearDown();
+    }
+
+    static bool open() {
+        return XPRT_OPEN({}, prt_fits_132, nullptr);
+    }
+    /// A job for its text only: its destination is a terminal that nobody looks at, and it is dropped.
+    static void open_text(int width = 132) {
+        wanted.aux = wanted.preview = true;
+        wanted.rpt_width = width;
+        prt_modules.preview = [] { return false; };
+        ASSERT_TRUE(open());
+    }
+    static std::string close_text() {
+        const std::string text = get(prt_job.job_file);
+        prt_close("");
+        return text;
+    }
+
+    /// True as soon as the condition holds; for what the shell does in the background.
+    static bool eventually(const std::function<bool()> &condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                return false;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return true;
+    }
+    static int job_files() {
+        std::string pattern = "PR*";
+        return FILES_PRESENT(pattern);
+    }
+
+    /// The text of the fatal stop that `action` ends in, run in a process of its own.
+    static std::string fatal_text(const std::function<void()> &action) {
+        put("empty");
+        const pid_t child = fork();
+        if (child == 0) {
+            if (freopen("fatal", "w", stdout) != nullptr && freopen("empty", "r", stdin) != nullptr) {
+                action();
+            }
+            _exit(99);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        const std::string shown = get("fatal");
+        if (!WIFEXITED(status) || WEXITSTATUS(status) != 1 ||
+            shown.rfind("PROGRAMMA AFGEBROKEN\r\n", 0) != 0) {
+            return "not fatal: " + shown;
+        }
+        const std::size_t start = shown.find('\n') + 1;
+        return shown.substr(start, shown.find('\r', start) - start);
+    }
+};
