@@ -28,6 +28,10 @@ extern session_flags session;
 /// The whole run: start-up to hand-over. Ends the process.
 [[noreturn]] void chk_run(int argc, char **argv);
 
+enum class session_action : char { open = 'O', close = 'C' };
+/// Opens or closes the indexed files of `session_files`, which stay open for the whole run.
+void chk_session_files(session_action action);
+
 /// True when every required date of row 19, read fresh from the file, is later than today minus 7 days.
 bool chk_all_recent();
 /// Zeroes what row 19 must not carry from one session into the next.

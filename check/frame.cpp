@@ -18,10 +18,11 @@
 namespace {
 
 /// The check that is running, and the date of its last error-free run as it stood at the start.
-struct {
+struct running_check {
     const chk_course *course = nullptr;
     day_number last_date = 0;
-} running;
+};
+running_check running;
 
 void call(void (*step)()) {
     if (step != nullptr) {
@@ -148,7 +149,8 @@ bool chk_room(int margin) {
 }
 
 void chk_perform(const chk_course &course) {
+    const running_check outer = running;
     while (run_once(course) && course.runs_again) {
     }
-    running = {};
+    running = outer;
 }
