@@ -48,7 +48,7 @@ bool wants_report(const chk_course &course, const outcome &run) {
         case chk_report_time::after_walk:
             return true;
         case chk_report_time::as_needed:
-            return run.errors || !session.chk_full_run;
+            return run.errors || !chk_full_run;
         default:
             return false;
     }
@@ -63,11 +63,11 @@ void print_success(const chk_course &course) {
 }
 
 void finish_clean(const chk_course &course, const outcome &run) {
-    if (run.report && !session.chk_full_run) {
+    if (run.report && !chk_full_run) {
         print_success(course);
     }
     if (!run.refused || course.refusal.keeps_flag) {
-        session.*course.flag = true;
+        *course.flag = true;
     }
     if (course.date != nullptr && (!run.refused || course.refusal.keeps_date)) {
         chk_write_date(course.date);
@@ -76,7 +76,7 @@ void finish_clean(const chk_course &course, const outcome &run) {
 
 void finish_with_errors(const chk_course &course, const outcome &run) {
     if (course.withdraws) {
-        session.*course.flag = false;
+        *course.flag = false;
     }
     if (run.report || course.report_time == chk_report_time::by_check) {
         call(course.report);

@@ -110,13 +110,13 @@ struct chk_refusal {
 
 /// What a check supplies of its own. Entries that are null are left out.
 struct chk_course {
-    const char *(*status)();    ///< title for the status line
-    const char *(*title)();     ///< title of the report
-    bool session_flags::*flag;  ///< set when the check has passed
-    chk_date date = nullptr;    ///< its field in row 19
-    bool shows_date = true;     ///< the report tells that date
-    bool withdraws = false;     ///< errors take back an earlier pass
-    bool runs_again = true;     ///< after a repair, from the start
+    const char *(*status)();  ///< title for the status line
+    const char *(*title)();   ///< title of the report
+    bool *flag;               ///< session flag, set when the check has passed
+    chk_date date = nullptr;  ///< its field in row 19
+    bool shows_date = true;   ///< the report tells that date
+    bool withdraws = false;   ///< errors take back an earlier pass
+    bool runs_again = true;   ///< after a repair, from the start
     chk_report_time report_time = chk_report_time::after_walk;
     chk_refusal refusal{};
 

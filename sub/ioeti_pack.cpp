@@ -8,7 +8,7 @@
 #include "sub/ioeti_internal.h"
 #include "sub/iofil.h"
 #include "sub/masterfile.h"
-#include "sub/openfiles.h"
+#include "sub/sessionfiles.h"
 
 namespace {
 
@@ -40,9 +40,9 @@ bool pair_exists(const char *index, const char *data) {
 int read_value_code(std::uint32_t group) {
     ArticleGroupRecord record{};
     record.number = group;
-    if (session_files.art != nullptr) {
-        const key_switch key(session_files.art, 1);
-        return IXREAD(session_files.art, &record) ? record.vat : lowest_code;
+    if (chk_files.rvart != nullptr) {
+        const key_switch key(chk_files.rvart, 1);
+        return IXREAD(chk_files.rvart, &record) ? record.vat : lowest_code;
     }
     if (!pair_exists("RVART.INX", "RVART.TXT")) {
         return lowest_code;

@@ -3,7 +3,7 @@
 #include <iterator>
 
 #include "sub/ioeti.h"
-#include "sub/openfiles.h"
+#include "sub/sessionfiles.h"
 
 namespace {
 
@@ -30,6 +30,6 @@ bool chk_key_empty(const LabelBlock &block) {
 bool chk_ser_exists(const LabelBlock &block) {
     SeriesRecord series{};
     series.key = block.key;
-    const key_switch key(session_files.ser, 1);
-    return IXFIND(session_files.ser, &series);
+    const key_switch key(chk_files.rvser, 1);
+    return IXFIND(chk_files.rvser, &series);
 }

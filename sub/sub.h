@@ -8,6 +8,7 @@
 #include "sub/ioeti.h"
 #include "sub/iofil.h"
 #include "sub/iotab.h"
-#include "sub/openfiles.h"
+#include "sub/runprogram.h"
 #include "sub/serieskey.h"
+#include "sub/sessionfiles.h"
 #include "sub/startup.h"

@@ -89,7 +89,7 @@ void repair() {
 chk_course course() {
     chk_course probe{.status = [] { return "proef controleren"; },
                      .title = [] { return has("full") ? "proef: vol" : "proef controleren"; },
-                     .flag = &session_flags::ok_series,
+                     .flag = &ok_series,
                      .date = &SysRow19::series};
     probe.withdraws = has("withdraws");
     probe.report_time = has("before")   ? chk_report_time::before_walk
@@ -144,9 +144,9 @@ int main(int argc, char **argv) {
     prt_modules = {open_job, keep_report};
     start_program("", {"", ""}, 1, argv);
     set_program_title("bestandscontroles");
-    session.chk_full_run = has("full");
-    session.ok_series = has("passed");
+    chk_full_run = has("full");
+    ok_series = has("passed");
     chk_perform(course());
-    note(session.ok_series ? "goed" : "niet goed");
+    note(ok_series ? "goed" : "niet goed");
     chain_program("");
 }

@@ -210,22 +210,21 @@ TEST_F(Frame, BreakingOffLeavesFlagAndDate) {
 
 TEST_F(Frame, SessionFilesAreOpenBetweenTheTwoCalls) {
     write("");
-    chk_session_files(session_action::open);
-    const open_files open = session_files;
-    const std::pair<ICB *, int> modes[] = {{open.art, 2},  {open.go, 2},   {open.lev, 2},
-                                           {open.merk, 2}, {open.ontv, 0}, {open.ser, 2},
-                                           {open.maat, 2}, {open.mtom, 0}, {open.koers, 0}};
+    chk_session_files_open();
+    const session_files open = chk_files;
+    const std::pair<ICB *, int> modes[] = {{open.rvart, 2},  {open.rvgo, 2},   {open.rvlev, 2},
+                                           {open.rvmerk, 2}, {open.rvontv, 0}, {open.rvser, 2},
+                                           {open.rvmaat, 2}, {open.rvmtom, 0}, {open.rvkoers, 0}};
     for (const auto &[file, mode] : modes) {
         ASSERT_NE(file, nullptr);
         EXPECT_EQ(file->mode, mode) << file->fname;
     }
     SeriesRecord series{};
     series.key = shop.series[1].key;
-    EXPECT_TRUE(IXREAD(session_files.ser, &series));
+    EXPECT_TRUE(IXREAD(chk_files.rvser, &series));
     EXPECT_EQ(series.first_block, shop.series[1].first_block);
-    chk_session_files(session_action::close);
-    EXPECT_EQ(session_files.ser, nullptr);
-    chk_session_files(session_action::close);
+    chk_session_files_close();
+    EXPECT_EQ(chk_files.rvser, nullptr);
 }
 
 struct Finding {

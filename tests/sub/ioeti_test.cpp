@@ -698,7 +698,7 @@ TEST(SeriesKeys, RangesTextsAndStamps) {
 
 TEST_F(LabelFile, SeriesOfABlockIsLookedUp) {
     make_plain_shop(20);
-    session_files.ser = IXOPEN("RVSER", ix_shared);
+    chk_files.rvser = IXOPEN("RVSER", ix_shared);
     LabelBlock block{};
     EXPECT_TRUE(chk_key_empty(block));
     EXPECT_FALSE(chk_ser_exists(block));
@@ -707,8 +707,8 @@ TEST_F(LabelFile, SeriesOfABlockIsLookedUp) {
     EXPECT_TRUE(chk_ser_exists(block));
     block.key.colour = 998;
     EXPECT_FALSE(chk_ser_exists(block));
-    IXCLOSE(session_files.ser);
-    session_files.ser = nullptr;
+    IXCLOSE(chk_files.rvser);
+    chk_files.rvser = nullptr;
 }
 
 }  // namespace
