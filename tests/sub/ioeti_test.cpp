@@ -1,6 +1,8 @@
 // The label file: labels packed and unpacked, walks along chains, chains that grow and break.
 #include "sub/ioeti.h"
 
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -493,6 +495,59 @@ TEST_F(LabelFile, ChainsTakeFreeBlocksThenNewOnes) {
     }
     EXPECT_GT(written, 30U);
     EXPECT_EQ(status_on_file(), status_working);
+}
+
+/// Labels that another process has written to the first series until it was killed, as it told of them.
+std::vector<std::uint32_t> write_until_killed(const SeriesRecord &series, unsigned microseconds) {
+    int told[2];
+    EXPECT_EQ(pipe(told), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        for (;;) {
+            std::int32_t number = series.first_block;
+            eti_rec rec;
+            eti_file(eti_action::first, number, rec);
+            number = 0;
+            rec.customer = 0;
+            eti_file(eti_action::write, number, rec);
+            if (write(told[1], &number, sizeof number) != sizeof number) {
+                _exit(1);
+            }
+        }
+    }
+    close(told[1]);
+    std::vector<std::uint32_t> numbers;
+    std::uint32_t number = 0;
+    EXPECT_EQ(read(told[0], &number, sizeof number), static_cast<ssize_t>(sizeof number));
+    numbers.push_back(number);
+    usleep(microseconds);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    while (read(told[0], &number, sizeof number) == static_cast<ssize_t>(sizeof number)) {
+        numbers.push_back(number);
+    }
+    close(told[0]);
+    return numbers;
+}
+
+// A chain that is not whole is announced by the mark in the user slot, and no label that was written is lost.
+TEST_F(LabelFile, DeathInAChainUpdateLeavesItsMark) {
+    std::mt19937 random(9);
+    for (int round = 0; round < rounds(20); round++) {
+        make_plain_shop(4);
+        const std::vector<std::uint32_t> written = write_until_killed(shop.series[0], random() % 3000);
+        const ChainCount count;
+        const std::vector<std::uint32_t> &found = count.labels.at(key_bytes(shop.series[0].key));
+        for (const std::uint32_t number : written) {
+            ASSERT_EQ(std::count(found.begin(), found.end(), number), 1) << "label " << number;
+        }
+        if (status_on_file() != status_in_chain_update) {
+            ASSERT_EQ(count.fault, "") << "round " << round;
+        }
+        eti_file(eti_action::close);
+        iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
+        is_open = false;
+    }
 }
 
 TEST_F(LabelFile, WriteByNumberChangesThatLabelOnly) {
