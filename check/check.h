@@ -24,19 +24,7 @@ extern bool ok_journals;
 /// One of the three entries of the menu is running its sequence.
 extern bool chk_full_run;
 
-/// The files that stay open for the whole run.
-struct session_files {
-    ICB *rvart;
-    ICB *rvgo;
-    ICB *rvlev;
-    ICB *rvmerk;
-    ICB *rvontv;
-    ICB *rvser;
-    ICB *rvmaat;
-    ICB *rvmtom;
-    ICB *rvkoers;
-};
-extern session_files chk_files;
+/// Open and close the files of `chk_files`, which stay open for the whole run.
 void chk_session_files_open();
 void chk_session_files_close();
 

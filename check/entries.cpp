@@ -106,7 +106,8 @@ void chk_entry_other() {
 
 void chk_menu() {
     msg_info("Om verder te kunnen gaan met de conversie is het noodzakelijk",
-             "om achtereenvolgens de keuzes 11 t/m 13 uit te voeren. ", "Eventuele fouten kunnen worden hersteld.");
+             "om achtereenvolgens de keuzes 11 t/m 13 uit te voeren. ",
+             "Eventuele fouten kunnen worden hersteld.");
     do {
         const bool customers = (sys_settings.mode & mode_customers) != 0;
         const bool linked = (sys_settings.mode & mode_customer_labels) != 0;

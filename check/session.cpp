@@ -17,8 +17,6 @@ bool ok_barcodes = false;
 bool ok_journals = false;
 bool chk_full_run = false;
 
-session_files chk_files{};
-
 namespace {
 
 struct session_file {
@@ -28,10 +26,10 @@ struct session_file {
 };
 
 constexpr session_file files[] = {
-    {&session_files::rvart, "RVART", ix_shared},     {&session_files::rvgo, "RVGO", ix_shared},
-    {&session_files::rvlev, "RVLEV", ix_shared},     {&session_files::rvmerk, "RVMERK", ix_shared},
-    {&session_files::rvontv, "RVONTV", ix_readonly}, {&session_files::rvser, "RVSER", ix_shared},
-    {&session_files::rvmaat, "RVMAAT", ix_shared},   {&session_files::rvmtom, "RVMTOM", ix_readonly},
+    {&session_files::rvart, "RVART", ix_shared},       {&session_files::rvgo, "RVGO", ix_shared},
+    {&session_files::rvlev, "RVLEV", ix_shared},       {&session_files::rvmerk, "RVMERK", ix_shared},
+    {&session_files::rvontv, "RVONTV", ix_readonly},   {&session_files::rvser, "RVSER", ix_shared},
+    {&session_files::rvmaat, "RVMAAT", ix_shared},     {&session_files::rvmtom, "RVMTOM", ix_readonly},
     {&session_files::rvkoers, "RVKOERS", ix_readonly},
 };
 

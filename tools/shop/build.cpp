@@ -32,7 +32,7 @@ bool shop_options_valid(const ShopOptions &options, std::string &why) {
         !in_range("the number of days since the checks", options.checked, -1, 10000, why)) {
         return false;
     }
-    if (options.series > highest_label_block(options.label_digits)) {
+    if (options.series > label_highest_block(options.label_digits)) {
         why = text_of("%d series are too many for label numbers of %d digits", options.series,
                       options.label_digits);
         return false;

@@ -113,7 +113,7 @@ void link_customers(ShopPlan &plan) {
     for (CustomerRecord &customer : shop.customers) {
         std::uint32_t previous = 0;
         for (; at < sales.size() && sales[at].customer == customer.number; at++) {
-            const ShopLabel label = unpack_label(entry_of(sales[at].label));
+            const ShopLabel label = label_split(entry_of(sales[at].label));
             if (previous == 0) {
                 customer.first_label = sales[at].label;
             } else {

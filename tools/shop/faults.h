@@ -81,7 +81,7 @@ struct LabelPlace {
         return block != nullptr;
     }
     void put() const {
-        block->slots[slot] = pack_label(label);
+        block->slots[slot] = label_join(label);
     }
 };
 
@@ -93,7 +93,7 @@ LabelPlace pick_label(Shop &shop, Random &random, Fits fits) {
     for (std::size_t i = 0; i < all; i++) {
         LabelBlock &block = shop.label_blocks[(start + i) % all / labels_per_block];
         const std::size_t slot = (start + i) % all % labels_per_block;
-        const ShopLabel label = unpack_label(block.slots[slot]);
+        const ShopLabel label = label_split(block.slots[slot]);
         if (label.status != label_empty && fits(label)) {
             return {&block, slot, label};
         }

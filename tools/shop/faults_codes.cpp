@@ -163,10 +163,10 @@ bool number_below(Shop &shop, Random &random, std::uint32_t number) {
     put_order(place, order);
     for (LabelBlock &block : shop.label_blocks) {
         for (LabelEntry &entry : block.slots) {
-            ShopLabel label = unpack_label(entry);
+            ShopLabel label = label_split(entry);
             if (label.status != label_empty && label.order == old) {
                 label.order = number;
-                entry = pack_label(label);
+                entry = label_join(label);
             }
         }
     }

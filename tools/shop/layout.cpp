@@ -6,10 +6,6 @@
 
 namespace {
 
-constexpr std::uint32_t three_digits = 1000000;
-constexpr std::uint32_t flag_unit = 1000000000;
-constexpr std::uint32_t group_value_unit = 10000000;
-
 /// A block to be laid down: of which owner, and which of its blocks.
 struct Place {
     std::size_t owner;
@@ -79,54 +75,6 @@ void link_free(std::vector<Block> &blocks, const Numbers &numbers, SysRow4Chain 
 
 }  // namespace
 
-std::int32_t highest_label_block(int digits) {
-    return digits == 6 ? 99999 : digits == 8 ? 2999999 : 999999;
-}
-
-LabelEntry pack_label(const ShopLabel &label) {
-    const auto number = [](int value) { return static_cast<std::uint32_t>(value); };
-    LabelEntry entry{};
-    entry.price = label.price * 10 + number(label.digit_a);
-    entry.amount_b = label.amount_b * 10 + number(label.digit_b);
-    entry.amount_status = label.amount_c * 10 + number(label.status);
-    entry.customer = number(label.flag_e) * flag_unit + number(label.code_m) * three_digits + label.customer;
-    entry.next_customer = label.next_customer;
-    entry.size = static_cast<std::uint16_t>(label.size * 100 + label.digit_s);
-    entry.branch = static_cast<std::uint8_t>(label.branch);
-    entry.extra = static_cast<std::uint8_t>(label.extra);
-    entry.supplier = static_cast<std::uint16_t>(label.supplier);
-    entry.date_in = label.date_in;
-    entry.date_moved = label.date_moved;
-    entry.date_third = label.date_third;
-    entry.order = number(label.group_value) * group_value_unit + label.order;
-    return entry;
-}
-
-ShopLabel unpack_label(const LabelEntry &entry) {
-    ShopLabel label;
-    label.price = entry.price / 10;
-    label.digit_a = static_cast<int>(entry.price % 10);
-    label.amount_b = entry.amount_b / 10;
-    label.digit_b = static_cast<int>(entry.amount_b % 10);
-    label.amount_c = entry.amount_status / 10;
-    label.status = static_cast<int>(entry.amount_status % 10);
-    label.flag_e = static_cast<int>(entry.customer / flag_unit);
-    label.code_m = static_cast<int>(entry.customer % flag_unit / three_digits);
-    label.customer = entry.customer % three_digits;
-    label.next_customer = entry.next_customer;
-    label.size = entry.size / 100;
-    label.digit_s = entry.size % 100;
-    label.branch = entry.branch;
-    label.extra = entry.extra;
-    label.supplier = entry.supplier;
-    label.date_in = entry.date_in;
-    label.date_moved = entry.date_moved;
-    label.date_third = entry.date_third;
-    label.group_value = static_cast<int>(entry.order / group_value_unit);
-    label.order = entry.order % group_value_unit;
-    return label;
-}
-
 std::string lay_out_labels(ShopPlan &plan) {
     Random random = plan.random(stream_layout);
     Shop &shop = plan.shop;
@@ -146,7 +94,7 @@ std::string lay_out_labels(ShopPlan &plan) {
     }
     const std::vector<Place> places = take_turns(chunks, random);
     const Numbers numbers = hand_out(places.size(), random);
-    if (numbers.end > highest_label_block(shop.options.label_digits) + 1) {
+    if (numbers.end > label_highest_block(shop.options.label_digits) + 1) {
         return text_of("%d label blocks are too many for label numbers of %d digits", numbers.end,
                        shop.options.label_digits);
     }
@@ -167,7 +115,7 @@ std::string lay_out_labels(ShopPlan &plan) {
             series.label_numbers.push_back(static_cast<std::uint32_t>(
                 block * labels_per_block + static_cast<int>(slot % labels_per_block) + 1));
             shop.label_blocks[static_cast<std::size_t>(block)].slots[slot % labels_per_block] =
-                pack_label(series.labels[n]);
+                label_join(series.labels[n]);
         }
     }
     link_free(shop.label_blocks, numbers, shop.label_chain);

@@ -123,8 +123,6 @@ void plan_system(ShopPlan &plan);
 /// Rate of a currency on a day: home currency for one unit of it, in major units.
 double rate_on(const Shop &shop, const std::string &currency, day_number date);
 int currency_decimals(const Shop &shop, std::string_view code);
-/// The highest block that label numbers of so many digits reach.
-std::int32_t highest_label_block(int digits);
 /// Retail amount of a size: that of its price group.
 std::uint32_t retail_price(const SeriesPlan &series, std::uint8_t size);
 /// Amount of the home currency, in its smallest unit, for an amount of euro cents.

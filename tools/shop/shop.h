@@ -16,7 +16,7 @@
 #include "sub/customerfile.h"
 #include "sub/eanfile.h"
 #include "sub/journalfile.h"
-#include "sub/labelfile.h"
+#include "sub/labelparts.h"
 #include "sub/masterfile.h"
 #include "sub/pricefile.h"
 #include "sub/seriesfile.h"
@@ -133,31 +133,7 @@ struct Shop {
 };
 
 /// A label taken apart.
-struct ShopLabel {
-    int status = label_empty;
-    int size = 0;
-    int branch = 0;
-    int extra = 0;
-    int supplier = 0;
-    day_number date_in = 0;
-    day_number date_moved = 0;
-    day_number date_third = 0;
-    std::uint32_t price = 0;
-    std::uint32_t amount_b = 0;
-    std::uint32_t amount_c = 0;
-    int digit_a = 0;
-    int digit_b = 0;
-    int digit_s = 0;
-    int flag_e = 0;
-    int code_m = 0;
-    std::uint32_t customer = 0;
-    std::uint32_t next_customer = 0;
-    int group_value = 0;
-    std::uint32_t order = 0;
-};
-
-LabelEntry pack_label(const ShopLabel &label);
-ShopLabel unpack_label(const LabelEntry &entry);
+using ShopLabel = LabelParts;
 
 /// True when the options are within their ranges and every fault is known; else `why` says what is wrong.
 bool shop_options_valid(const ShopOptions &options, std::string &why);

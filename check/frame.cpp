@@ -1,0 +1,156 @@
+// The course of a check, from the status line to the run after a repair.
+//
+//   1  status line, files, rows, error list
+//   2  the walk. A check that the operator breaks off closes its files and leaves flag and date alone
+//   3  repairs that need no question
+//   4  the report: the errors; or, outside a full run, that there are none
+//   5  without errors: flag, and today as the date of the last error-free run
+//   6  the report goes to its destination
+//   7  with errors: the question, and on yes the repair
+//   8  files and error list are closed; after a repair all this once more, which shows what is left
+//
+// A repair never leads to the date directly, but by way of the run that follows it.
+#include "check/frame.h"
+
+#include "print/print.h"
+#include "screen/screen.h"
+
+namespace {
+
+/// The check that is running, and the date of its last error-free run as it stood at the start.
+struct running_check {
+    const chk_course *course = nullptr;
+    day_number last_date = 0;
+};
+running_check running;
+
+void call(void (*step)()) {
+    if (step != nullptr) {
+        step();
+    }
+}
+
+/// What is known of a run behind its walk.
+struct outcome {
+    bool broken_off = false;
+    bool errors = false;
+    bool report = false;   ///< the job is open
+    bool refused = false;  ///< no destination was chosen
+};
+
+void open_report(outcome &run) {
+    run.report = chk_open_report();
+    run.refused = !run.report;
+}
+
+bool wants_report(const chk_course &course, const outcome &run) {
+    switch (course.report_time) {
+        case chk_report_time::after_walk:
+            return true;
+        case chk_report_time::as_needed:
+            return run.errors || !chk_full_run;
+        default:
+            return false;
+    }
+}
+
+void print_success(const chk_course &course) {
+    chk_report_header(course.title(), course.shows_date, running.last_date);
+    prt_printf("%s", chk_name(phrase_no_errors));
+    prt_newline();
+    prt_newline();
+    call(course.figures);
+}
+
+void finish_clean(const chk_course &course, const outcome &run) {
+    if (run.report && !chk_full_run) {
+        print_success(course);
+    }
+    if (!run.refused || course.refusal.keeps_flag) {
+        *course.flag = true;
+    }
+    if (course.date != nullptr && (!run.refused || course.refusal.keeps_date)) {
+        chk_write_date(course.date);
+    }
+}
+
+void finish_with_errors(const chk_course &course, const outcome &run) {
+    if (course.withdraws) {
+        *course.flag = false;
+    }
+    if (run.report || course.report_time == chk_report_time::by_check) {
+        call(course.report);
+    }
+}
+
+/// Asks and repairs; true when the repair has run.
+bool ask_and_repair(const chk_course &course, const outcome &run) {
+    if (course.repair == nullptr || run.broken_off || !run.errors || (run.refused && course.refusal.ends)) {
+        return false;
+    }
+    if (course.ask != nullptr && !course.ask()) {
+        return false;
+    }
+    const leave_guard undisturbed;
+    course.repair();
+    return true;
+}
+
+/// One run; true when it ended with a repair.
+bool run_once(const chk_course &course) {
+    running = {&course, course.date == nullptr ? day_number{0} : chk_last_date(course.date)};
+    ing_break_reset();
+    chk_status('C', "%s", course.status());
+    call(course.open);
+    outcome run;
+    if (course.report_time == chk_report_time::before_walk) {
+        open_report(run);
+        if (run.refused) {
+            call(course.close);
+            return false;
+        }
+    }
+    run.broken_off = course.walk != nullptr && !course.walk();
+    if (!run.broken_off) {
+        run.errors = course.has_errors != nullptr && course.has_errors();
+        if (run.errors) {
+            call(course.mend);
+        }
+        if (wants_report(course, run)) {
+            open_report(run);
+        }
+        if (run.errors) {
+            finish_with_errors(course, run);
+        } else {
+            finish_clean(course, run);
+        }
+    }
+    if (run.report) {
+        prt_close("");
+    }
+    const bool repaired = ask_and_repair(course, run);
+    call(course.close);
+    return repaired;
+}
+
+}  // namespace
+
+bool chk_room(int margin) {
+    const chk_course *course = running.course;
+    if (course == nullptr || !chk_page_full(margin)) {
+        return false;
+    }
+    const bool first_page = prt_job.rpt_page == 0;
+    chk_report_header(course->title(), course->shows_date, running.last_date);
+    if (course->heads != nullptr) {
+        course->heads(first_page);
+    }
+    return true;
+}
+
+void chk_perform(const chk_course &course) {
+    const running_check outer = running;
+    while (run_once(course) && course.runs_again) {
+    }
+    running = outer;
+}

@@ -1,0 +1,3 @@
+#include "sub/sessionfiles.h"
+
+session_files chk_files;

@@ -1,0 +1,36 @@
+// Indexed files that stay open for the whole run, shared by all modules.
+#pragma once
+
+#include "isam/store.h"
+
+/// Handles of the session's files; null while a file is closed. The current key of each is key 1 between two
+/// operations of different modules.
+struct session_files {
+    ICB *rvart = nullptr;    ///< article groups
+    ICB *rvgo = nullptr;     ///< goods in transit
+    ICB *rvlev = nullptr;    ///< suppliers
+    ICB *rvmerk = nullptr;   ///< brands
+    ICB *rvontv = nullptr;   ///< receipts
+    ICB *rvser = nullptr;    ///< series
+    ICB *rvmaat = nullptr;   ///< size kinds
+    ICB *rvmtom = nullptr;   ///< size descriptions
+    ICB *rvkoers = nullptr;  ///< rates
+};
+extern session_files chk_files;
+
+/// Makes a key of a file current, and the one before at its end.
+class key_switch {
+public:
+    key_switch(ICB *icb, int key) : file(icb), before(icb->blk.bkey) {
+        IXSWITCH(file, key);
+    }
+    ~key_switch() {
+        IXSWITCH(file, before);
+    }
+    key_switch(const key_switch &) = delete;
+    key_switch &operator=(const key_switch &) = delete;
+
+private:
+    ICB *file;
+    int before;
+};
