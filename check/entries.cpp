@@ -18,7 +18,7 @@ void run_step(const check_step &step) {
     if (step.run != nullptr) {
         step.run();
     } else {
-        error("%s: nog niet beschikbaar", step.name);
+        scr_last_line(A_BOLD, 2, "%s: nog niet beschikbaar", step.name);
     }
 }
 

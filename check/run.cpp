@@ -1,4 +1,6 @@
 // The course of the run, from start-up to hand-over.
+#include <dirent.h>
+
 #include "check/check.h"
 #include "screen/screen.h"
 
@@ -9,8 +11,14 @@ namespace {
 constexpr build_stamp build{"Jan 26 2015", "11:45:07"};
 constexpr std::uint8_t last_trusted_status = 9;
 
-/// Master data that still wait to be processed stop the run before it has changed anything.
+/// Master data that still wait to be processed stop the run before it has changed anything. A directory that
+/// can't be read would look like one without them.
 void refuse_waiting_master_data() {
+    DIR *directory = opendir(".");
+    if (directory == nullptr) {
+        err_open(program_name, ".");
+    }
+    closedir(directory);
     std::string pattern = "STAT%*02hd.TXT";
     if (FILES_PRESENT(pattern) == 0) {
         return;
@@ -66,6 +74,7 @@ void chk_run(int argc, char **argv) {
     chk_reset_dates();
     chk_session_files_open();
     iotab_row(tab_action::read, row_transit, chk_transit_settings);
+    // The status on file tells how the slot's last program ended; the one in memory starts at rest.
     ok_labels = sys_slot_status <= last_trusted_status;
     {
         const print_setup_guard setup;

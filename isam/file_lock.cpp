@@ -50,6 +50,7 @@ bool file_lock(lock_action action, int fd, off_t start, off_t length) {
             }
             if (!is_free(fd, start, length)) {
                 set_lock(F_UNLCK, fd, start, length);
+                errno = EAGAIN;
                 return false;
             }
             return true;

@@ -20,7 +20,8 @@ enum class lock_action : char {
     unlock = 'U',     ///< release
 };
 /// Advisory lock on `length` bytes from `start` (length 0: to the end of the file and beyond). Never waits.
-/// Returns true when granted, free or released.
+/// Returns true when granted, free or released; a range that another process holds leaves errno at EACCES or
+/// EAGAIN.
 bool file_lock(lock_action action, int fd, off_t start, off_t length);
 /// The process that keeps `fd`'s range from being locked for writing; 0 when the range is free.
 pid_t file_lock_holder(int fd, off_t start, off_t length);

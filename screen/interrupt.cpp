@@ -47,7 +47,7 @@ bool ask_to_stop() {
 }  // namespace
 
 bool ing_interrupted() {
-    leave_if_due();
+    scr_leave_if_due();
     const std::time_t now = std::time(nullptr);
     if (scr->scr_off || !ing_break_armed || ing_stopped || now == ing_break_time) {
         return ing_stopped;

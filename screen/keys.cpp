@@ -241,7 +241,7 @@ int key_read(WINDOW *window, int milliseconds) {
     const auto deadline = clock::now() + std::chrono::milliseconds(milliseconds);
     int reads_without_key = 0;
     for (;;) {
-        leave_if_due();
+        scr_leave_if_due();
         const signal_window signals;
         if (leave_due()) {
             continue;

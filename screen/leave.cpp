@@ -25,7 +25,7 @@ bool leave_due() {
     return scr_leave_flag != 0 && holds == 0;
 }
 
-void leave_if_due() {
+void scr_leave_if_due() {
     if (!leave_due()) {
         return;
     }
@@ -50,6 +50,6 @@ void scr_leave_hold() {
 
 void scr_leave_release() {
     if (holds > 0 && --holds == 0) {
-        leave_if_due();
+        scr_leave_if_due();
     }
 }

@@ -53,6 +53,8 @@ bool ing_break_is_on();
 /// True when a signal (a terminal that is closed, or SIGTERM) asks the program to leave. It leaves by itself
 /// as soon as it reads a key, tests for an interrupt or releases the last hold, unless held.
 bool scr_leave_requested();
+/// Leaves now, if that has been asked for and nothing holds it off; for loops that wait without reading keys.
+void scr_leave_if_due();
 /// Hold off leaving while files are between two states; holds nest. The release of the last one leaves.
 void scr_leave_hold();
 void scr_leave_release();

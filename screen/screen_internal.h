@@ -94,8 +94,6 @@ void key_define_forms();
 extern volatile std::sig_atomic_t scr_leave_flag;
 /// True if a signal asked to leave and nothing holds it off.
 bool leave_due();
-/// Leaves if that is due.
-void leave_if_due();
 /// From now on there is no orderly end: leaving ends with status 1.
 void leave_is_fatal();
 

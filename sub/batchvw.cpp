@@ -8,16 +8,23 @@
 namespace {
 
 constexpr char module_name[] = "batchvw";
-constexpr std::int32_t last_slot = 99;
-
 off_t lock_byte(int kind) {
-    if (kind < 0 || kind > batch_lock_kinds || iotab_descriptor() < 0) {
-        if (sys_user == last_slot) {
-            chain_program("");
-        }
-        err_internal(module_name, iotab_descriptor() < 0 ? 3 : 2);
+    return static_cast<off_t>(batch_lock_base) + kind * region_users.highest + sys_user;
+}
+
+bool kind_valid(int kind) {
+    return kind >= 0 && kind <= batch_lock_highest_kind;
+}
+
+void require_usable(int kind) {
+    const bool closed = iotab_descriptor() < 0;
+    if (kind_valid(kind) && !closed) {
+        return;
     }
-    return static_cast<off_t>(batch_lock_base) + kind * last_slot + sys_user;
+    if (sys_user == region_users.highest) {
+        chain_program("");
+    }
+    err_internal(module_name, closed ? 3 : 2);
 }
 
 bool try_lock(off_t byte) {
@@ -42,6 +49,7 @@ bool keep_waiting(bool ask) {
 }  // namespace
 
 bool batch_lock(int kind, bool ask) {
+    require_usable(kind);
     const off_t byte = lock_byte(kind);
     if (try_lock(byte)) {
         return true;
@@ -56,6 +64,7 @@ bool batch_lock(int kind, bool ask) {
     scr_flush(0);
     bool locked = false;
     while (!locked && keep_waiting(ask)) {
+        scr_leave_if_due();
         locked = try_lock(byte);
     }
     win_close();
@@ -63,5 +72,8 @@ bool batch_lock(int kind, bool ask) {
 }
 
 void batch_unlock(int kind) {
-    file_lock(lock_action::unlock, iotab_descriptor(), lock_byte(kind), 1);
+    // Closing the file has released its locks.
+    if (kind_valid(kind) && iotab_descriptor() >= 0) {
+        file_lock(lock_action::unlock, iotab_descriptor(), lock_byte(kind), 1);
+    }
 }

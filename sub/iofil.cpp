@@ -9,8 +9,7 @@
 #include "isam/isam.h"
 #include "screen/screen.h"
 #include "sub/errors.h"
-
-SysRow1 sys_settings{};
+#include "sub/iotab.h"
 
 namespace {
 
@@ -27,7 +26,11 @@ off_t offset_of(int branch) {
 }
 
 int read_branch(int branch, BranchRecord &record) {
-    if (file_read_at(branch_fd, &record, sizeof record, offset_of(branch)) != sizeof record) {
+    const ssize_t got = file_read_at(branch_fd, &record, sizeof record, offset_of(branch));
+    if (got < 0) {
+        scr_fatal("%s: errno=%d", branch_file_name, errno);
+    }
+    if (got < static_cast<ssize_t>(sizeof record)) {
         record = {};
         return 0;
     }

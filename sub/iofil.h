@@ -2,7 +2,6 @@
 #pragma once
 
 #include "sub/branchfile.h"
-#include "sub/sysfile.h"
 
 enum class fil_action : char { open = 'O', close = 'C', read = 'R', write = 'W' };
 
@@ -11,6 +10,3 @@ enum class fil_action : char { open = 'O', close = 'C', read = 'R', write = 'W' 
 /// Returns 1, or 0 when the record is not in the file. A missing file and a branch above the number of
 /// branches are fatal.
 int iofil(fil_action action, int branch, BranchRecord &record);
-
-/// The settings of the shop, read at start-up: row 1.
-extern SysRow1 sys_settings;

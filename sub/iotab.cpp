@@ -1,11 +1,12 @@
 #include "sub/iotab.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "screen/screen.h"
@@ -14,6 +15,9 @@
 std::int32_t sys_row = 1;
 std::int32_t sys_user = 0;
 UserSlot sys_slot{};
+std::uint8_t sys_slot_status = 0;
+SysRow1 sys_settings{};
+SysRow15 sys_country{};
 
 namespace {
 
@@ -43,18 +47,33 @@ struct record_place {
               static_cast<long>(offset));
 }
 
+std::string current_directory() {
+    constexpr std::size_t shown = 254;
+    char *path = getcwd(nullptr, 0);
+    std::string text = path == nullptr ? "" : path;
+    std::free(path);
+    return text.substr(0, shown);
+}
+
+off_t present_size() {
+    struct stat info {};
+    return fstat(tab_fd, &info) == 0 ? info.st_size : 0;
+}
+
 void open_file(std::int32_t &number) {
     if (tab_fd < 0) {
         tab_fd = open(sys_file_name, O_RDWR | O_CLOEXEC);
         if (tab_fd < 0 && errno == ENOENT) {
-            char directory[255] = "";
-            if (getcwd(directory, sizeof directory) == nullptr) {
-                directory[0] = '\0';
-            }
-            scr_fatal(detail_text(9, 751, "%s niet aanwezig in %-39.39s"), sys_file_name, directory);
+            scr_fatal(detail_text(9, 751, "%s niet aanwezig in %-39.39s"), sys_file_name,
+                      current_directory().c_str());
         }
         if (tab_fd < 0) {
             err_open("iotab", sys_file_name);
+        }
+        // A file that lacks rows is damaged: to work on would be to make up settings and dates.
+        if (present_size() < region_rows.end()) {
+            errno = EIO;
+            fail(tab_action::open, present_size());
         }
     }
     number = 1;
@@ -81,10 +100,19 @@ bool read_record(tab_action action, const record_place &place) {
     if (got < 0) {
         fail(action, place.offset());
     }
-    return got == static_cast<ssize_t>(place.size) && !is_empty(place);
+    if (got < static_cast<ssize_t>(place.size)) {
+        std::memset(place.buffer, 0, place.size);
+        return false;
+    }
+    return !is_empty(place);
 }
 
+/// Never makes the file longer: a record behind its end was not read from it either.
 void write_record(tab_action action, const record_place &place) {
+    if (place.inside() && place.offset() + place.length() > present_size()) {
+        errno = EFBIG;
+        fail(action, place.offset());
+    }
     if (place.inside() && !file_write_at(tab_fd, place.buffer, place.size, place.offset())) {
         fail(action, place.offset());
     }
@@ -96,6 +124,10 @@ int unlock_record(const record_place &place) {
 
 void lock_record(const record_place &place) {
     while (!file_lock(lock_action::sole, tab_fd, place.offset(), place.length())) {
+        if (errno != EACCES && errno != EAGAIN) {
+            fail(tab_action::lock_read, place.offset());
+        }
+        scr_leave_if_due();
         const std::string holder = lock_holder_text("", tab_fd, place.offset(), place.length());
         scr_last_line(A_BLINK, 2, "%s%s", detail_text(4, 572, "SYSTEEM-"), holder.c_str());
     }

@@ -1,6 +1,7 @@
 // The one way to the system file RVSYS.TXT.
 #pragma once
 
+#include <cassert>
 #include <string>
 
 #include "sub/sysfile.h"
@@ -28,17 +29,17 @@ extern std::int32_t sys_row;
 
 /// Works on the record `number` (1 to `highest`) of `size` bytes of the region at `base`. Result: 1 or 0 as
 /// told at the action; a read gives 1 for a whole record that is not all zero; next leaves the number at
-/// highest + 1 when there is none, previous at 0. A number outside the region reads and writes nothing.
-/// A missing file, a failing seek and a failing write are fatal.
+/// highest + 1 when there is none, previous at 0. A number outside the region reads, writes and locks
+/// nothing; only the writes give 1 for it. Fatal are a missing file and one that lacks rows, a failing read,
+/// write or lock call, and a write behind the end of the file.
 int iotab(tab_action action, std::int32_t &number, void *buffer, std::int32_t base, std::int32_t highest,
           std::size_t size);
 
 /// The same for a record of one of the tables.
 template <class Record>
 int iotab(tab_action action, std::int32_t &number, Record &record, const sys_region &region) {
-    return sizeof record != static_cast<std::size_t>(region.size)
-               ? 0
-               : iotab(action, number, &record, region.base, region.highest, sizeof record);
+    assert(sizeof record == static_cast<std::size_t>(region.size));
+    return iotab(action, number, &record, region.base, region.highest, sizeof record);
 }
 
 /// The same for one of the 25 rows, by way of `sys_row`.
@@ -55,6 +56,11 @@ int iotab_descriptor();
 /// User slot in use, 0 for none, and the copy of its record.
 extern std::int32_t sys_user;
 extern UserSlot sys_slot;
+/// Status byte of the user slot as it stood on file when the slot was bound.
+extern std::uint8_t sys_slot_status;
+/// Rows 1 and 15, read at start-up.
+extern SysRow1 sys_settings;
+extern SysRow15 sys_country;
 
 /// Marks the system as busy with `text` (cut at 49 characters; "@n" stands for text n) in row 10.
 void set_system_busy(const char *text);

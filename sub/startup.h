@@ -25,10 +25,6 @@ struct till {
 
 /// The build stamp handed in by `main`.
 extern build_stamp sys_version_date;
-/// Row 15, read at start-up.
-extern SysRow15 sys_country;
-/// Status byte of the user slot as it stood on file when the slot was bound.
-extern std::uint8_t sys_slot_status;
 /// The tills, when the system keeps a list of them.
 extern std::vector<till> sys_tills;
 

@@ -45,14 +45,14 @@ inline constexpr sys_region region_actions{111468, 99, 64};
 
 /// The lock byte of a batch process of a kind (up to 15) and a user slot.
 inline constexpr std::int32_t batch_lock_base = 40084;
-inline constexpr int batch_lock_kinds = 15;
+inline constexpr int batch_lock_highest_kind = 15;
 
 static_assert(region_rows.end() <= region_titles.base);
 static_assert(region_titles.end() <= region_users.base);
 static_assert(region_users.end() <= region_currencies.base);
 static_assert(region_currencies.end() <= region_colours.base);
 static_assert(region_colours.end() <= batch_lock_base);
-static_assert(batch_lock_base + batch_lock_kinds * 99 + 99 < region_size_systems.base);
+static_assert(batch_lock_base + batch_lock_highest_kind * 99 + 99 < region_size_systems.base);
 static_assert(region_size_systems.end() <= region_size_kinds.base);
 static_assert(region_size_kinds.end() <= region_countries.base);
 static_assert(region_countries.end() <= region_actions.base);

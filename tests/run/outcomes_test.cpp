@@ -23,7 +23,8 @@ class Run : public testing::Test {
 protected:
     void SetUp() override {
         const auto *info = testing::UnitTest::GetInstance()->current_test_info();
-        directory = fs::path(testing::TempDir()) / (std::string("run-") + info->name() + std::to_string(getpid()));
+        directory =
+            fs::path(testing::TempDir()) / (std::string("run-") + info->name() + std::to_string(getpid()));
         fs::remove_all(directory);
         options.series = 6;
         options.customers = 4;
@@ -228,9 +229,9 @@ TEST_F(Run, UnusableDataStopTheProgramWithAMessage) {
         {"no system file", [](const fs::path &d) { fs::remove(d / "RVSYS.TXT"); },
          "RVSYS.TXT niet aanwezig in "},
         {"empty system file", [](const fs::path &d) { fs::resize_file(d / "RVSYS.TXT", 0); },
-         "Foutieve release: bestanden van ?????"},
+         "RVSYS.TXT: errno=5 a=O fd="},
         {"system file cut within its rows", [](const fs::path &d) { fs::resize_file(d / "RVSYS.TXT", 1200); },
-         "Foutieve release: bestanden van ?????"},
+         "RVSYS.TXT: errno=5 a=O fd="},
         {"a directory for a system file",
          [](const fs::path &d) {
              fs::remove(d / "RVSYS.TXT");
@@ -244,6 +245,14 @@ TEST_F(Run, UnusableDataStopTheProgramWithAMessage) {
              file << "8.59 ";
          },
          "Foutieve release: bestanden van 8.59"},
+        {"no index half", [](const fs::path &d) { fs::remove(d / "RVSER.INX"); }, "QBISAM(2): RVSER.INX"},
+        {"damaged index half",
+         [](const fs::path &d) {
+             std::fstream file(d / "RVSER.INX", std::ios::binary | std::ios::in | std::ios::out);
+             file.seekp(11);
+             file.put(99);
+         },
+         "Niet consistent"},
         {"no branch file", [](const fs::path &d) { fs::remove(d / "RVFILGEG.TXT"); },
          "IOFIL: Open niet gelukt (file=RVFILGEG.TXT, errno=2)"},
         {"a marker that can't be removed",
@@ -285,7 +294,8 @@ TEST_F(Run, HeldRowOfDatesIsWaitedFor) {
     Terminal t = start();
     ASSERT_TRUE(t.wait_until(
         [&t] {
-            return t.row(25).starts_with("SYSTEEM-Informatie in gebruik op ander scherm") && t.attr(25, 1).blink;
+            return t.row(25).starts_with("SYSTEEM-Informatie in gebruik op ander scherm") &&
+                   t.attr(25, 1).blink;
         },
         "blinking notice"));
     ASSERT_TRUE(file_lock(lock_action::exclusive, fd, region_users.offset(1), region_users.size));
