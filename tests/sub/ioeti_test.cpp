@@ -416,6 +416,9 @@ TEST_F(LabelFile, ReadByNumberTellsFilledFromEmpty) {
 TEST_F(LabelFile, NewFileGrowsFromBlock0) {
     make_empty();
     open_labels();
+    SysRow4Chain counted_wrong{};
+    counted_wrong.free_count = 5;
+    iotab_row(tab_action::write, row_label_chain, counted_wrong);
     eti_rec rec;
     rec.group = 12;
     rec.colour = 3;
@@ -430,6 +433,7 @@ TEST_F(LabelFile, NewFileGrowsFromBlock0) {
     }
     EXPECT_EQ(label_row().free_head, 3);
     EXPECT_EQ(label_row().end_mark, 3);
+    EXPECT_EQ(label_row().free_count, 0);
     SeriesKey key{};
     key.group = 12;
     key.colour = 3;
