@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <set>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "isam/text.h"
 #include "support/shop_audit.h"
 #include "support/shop_bytes.h"
+#include "tools/shop/random.h"
 
 namespace {
 
@@ -170,7 +172,15 @@ std::vector<ShopOptions> modes() {
 }
 
 TEST_F(ShopTest, FilesAgree) {
-    for (const ShopOptions &options : modes()) {
+    // SHOP_SEEDS=N tries so many more.
+    const char *more = std::getenv("SHOP_SEEDS");
+    std::vector<ShopOptions> all = modes();
+    for (std::size_t i = 0; more != nullptr && i < std::strtoul(more, nullptr, 10); i++) {
+        all.push_back(all[i % 6]);
+        all.back().seed = 1000 + i;
+        all.back().today = static_cast<day_number>(date_from_str("01011990") + i * 60);
+    }
+    for (const ShopOptions &options : all) {
         const std::string directory = std::to_string(options.seed);
         ASSERT_EQ(make_shop(options, directory), "");
         EXPECT_TRUE(sound(directory, options.today)) << directory;
@@ -225,6 +235,22 @@ TEST_F(ShopTest, EveryFaultSpoilsTheShop) {
         ASSERT_EQ(make_shop(options, "a"), "");
         EXPECT_NE(clean, snapshot("a"));
         EXPECT_EQ(static_cast<bool>(sound("a", options.today)), unseen.contains(fault.name)) << fault.name;
+    }
+}
+
+TEST_F(ShopTest, FaultsCombine) {
+    for (std::uint64_t seed = 1; seed <= 20; seed++) {
+        Random random(seed, 1);
+        Shop shop;
+        std::string why;
+        ASSERT_TRUE(build_shop(small(seed), shop, why)) << why;
+        int spoiled = 0;
+        for (std::uint64_t i = 0; i < 30; i++) {
+            spoiled += spoil_shop(shop, random.pick(shop_faults()).name, seed * 100 + i);
+        }
+        EXPECT_GT(spoiled, 20);
+        EXPECT_TRUE(write_shop(shop, "a", shop_target::made, why)) << why;
+        EXPECT_FALSE(sound("a", shop.today));
     }
 }
 

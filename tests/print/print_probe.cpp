@@ -1,0 +1,130 @@
+// A program that prints one report in a terminal session, for the tests that look at screen and printer.
+//   print_probe SCENARIO
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "print/print_internal.h"
+
+namespace {
+
+print_job wanted;
+
+bool open_wanted(const print_setup &, std::uint16_t, const char *) {
+    prt_job = wanted;
+    return prt_job_start();
+}
+
+void wait_end(const char *text) {
+    scr_base_text(A_DIM, 24, 1, "%s", text);
+    scr_flush(0);
+    key_get(win_current());
+}
+
+bool open_report() {
+    wanted.rpt_width = 80;
+    wanted.rpt_lines = 64;
+    return XPRT_OPEN({}, prt_fits_80, nullptr);
+}
+
+void print_lines(int lines) {
+    prt_head("winkel", "%s", "LIJST");
+    for (int i = 1; i <= lines; i++) {
+        prt_printf("regel %d van de lijst\n", i);
+    }
+}
+
+/// The printer on the operator's own terminal.
+void own_terminal() {
+    scr_text(A_BOLD, 3, 1, "onderlaag");
+    wanted.aux = true;
+    wanted.device = terminal_path();
+    wanted.copies = 2;
+    open_report();
+    scr_text(A_BOLD, 4, 1, ing_break_is_on() ? "afbreken kan" : "afbreken kan niet");
+    print_lines(2);
+    prt_close("");
+    scr_text(A_BOLD, 5, 1, "%s %d", ing_break_is_on() ? "afbreken kan weer" : "afbreken kan niet",
+             scr->ing_exit);
+    wait_end("klaar");
+}
+
+/// The operator breaks off while the lines are printed.
+void break_lines() {
+    wanted.device = "device";
+    open_report();
+    print_lines(1);
+    scr_text(A_BOLD, 3, 1, "bezig");
+    scr_flush(0);
+    while (!ing_interrupted()) {
+        usleep(1000);
+    }
+    prt_close("");
+    wait_end(ing_interrupted() ? "nog afgebroken" : "klaar");
+}
+
+/// The operator breaks off while the copies are sent: the key arrives during a preview that takes longer
+/// than the interval at which the keyboard is looked at.
+void break_copies(bool aux) {
+    wanted.aux = aux;
+    wanted.device = aux ? terminal_path() : "device";
+    wanted.copies = 3;
+    wanted.preview = true;
+    prt_modules.preview = [] {
+        scr_text(A_BOLD, 3, 1, "voorbeeld");
+        scr_flush(0);
+        while (!key_pending()) {
+            usleep(1000);
+        }
+        const std::time_t pressed = std::time(nullptr);
+        while (std::time(nullptr) < pressed + 2) {
+            usleep(1000);
+        }
+        return true;
+    };
+    open_report();
+    print_lines(1);
+    prt_close("");
+    wait_end("klaar");
+}
+
+/// A directory in which no file can be made.
+void no_job_file() {
+    char gone[] = "goneXXXXXX";
+    if (mkdtemp(gone) != nullptr && chdir(gone) == 0 && rmdir(("../" + std::string(gone)).c_str()) == 0) {
+        wait_end(open_report() ? "geopend" : "geen bestand");
+    }
+}
+
+/// A directory for reports that is not there.
+void no_directory() {
+    wanted.to_directory = true;
+    wanted.device = "nergens/PRAA01";
+    open_report();
+    print_lines(1);
+    prt_close("");
+    wait_end("klaar");
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    const std::map<std::string, std::function<void()>> scenarios{
+        {"own-terminal", own_terminal},
+        {"break-lines", break_lines},
+        {"break-copies", [] { break_copies(false); }},
+        {"break-own-terminal", [] { break_copies(true); }},
+        {"no-job-file", no_job_file},
+        {"no-directory", no_directory},
+    };
+    prt_modules = {};
+    prt_modules.job_open = open_wanted;
+    SCRINIT();
+    busy_release();
+    scenarios.at(argc == 2 ? argv[1] : "")();
+    scr_exit(0);
+}
