@@ -2,6 +2,7 @@
 #include <span>
 
 #include "check/check.h"
+#include "check/frame.h"
 #include "screen/screen.h"
 
 namespace {
@@ -65,7 +66,7 @@ void chk_startup_run() {
 
 void chk_entry_series() {
     chk_full_run = true;
-    run_sequence(std::array{
+    const bool passed = run_sequence(std::array{
         label_step,
         check_step{"series", nullptr, &ok_series},
         price_step,
@@ -73,6 +74,9 @@ void chk_entry_series() {
         check_step{"goederen onderweg", run_transit_check, &ok_transit},
         check_step{"bestelcriteria", nullptr, &ok_order_criteria},
     });
+    if (passed) {
+        chk_print_summary(phrase_all_series);
+    }
     chk_full_run = false;
 }
 
@@ -89,18 +93,24 @@ void chk_entry_customers() {
             check_step{"landcodes", nullptr, &ok_countries},
         });
     }
+    if (ok_customers && ok_titles && ok_countries) {
+        chk_print_summary(phrase_all_customers);
+    }
     chk_full_run = false;
 }
 
 void chk_entry_other() {
     chk_full_run = true;
-    run_sequence(std::array{
+    const bool passed = run_sequence(std::array{
         check_step{"stamgegevens", nullptr, &ok_master},
         check_step{"EAN-codes", nullptr, &ok_ean},
         check_step{"bestelnummers leveranciers", nullptr, &ok_order_numbers},
         check_step{"barcodebestand", nullptr, &ok_barcodes},
         check_step{"orderjournalen", nullptr, &ok_journals},
     });
+    if (passed) {
+        chk_print_summary(phrase_all_other);
+    }
     chk_full_run = false;
 }
 

@@ -13,7 +13,6 @@
 namespace {
 
 constexpr char module_name[] = "ioeti";
-constexpr std::uint8_t nobody = 255;
 constexpr int lowest_code = 1;
 constexpr int highest_code = 10;
 

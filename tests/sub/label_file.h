@@ -1,0 +1,85 @@
+// A label file for tests: an empty one, or that of a made shop.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "isam/scratch_dir.h"
+#include "sub/sub.h"
+#include "support/shop_bytes.h"
+#include "tools/shop/shop.h"
+
+/// Rounds of a random test.
+inline int rounds(int usual) {
+    const char *wanted = std::getenv("RVCHK_ROUNDS");
+    return wanted == nullptr ? usual : std::atoi(wanted);
+}
+
+/// A directory with a system file, and the label file open when a test opens it.
+class LabelFile : public ScratchDir {
+protected:
+    void SetUp() override {
+        ScratchDir::SetUp();
+        ASSERT_NE(std::freopen("/dev/null", "r", stdin), nullptr);  // a fatal stop waits for Enter
+        unsetenv("ZUV_INTERN");
+    }
+    void TearDown() override {
+        if (is_open) {
+            eti_file(eti_action::close);
+        }
+        chk_eti_raw(raw_action::close);
+        iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
+        sys_user = 0;
+        sys_slot = {};
+        sys_settings = {};
+        sys_country = {};
+        ScratchDir::TearDown();
+    }
+    void open_system() {
+        iotab(tab_action::open, sys_row, nullptr, 0, 0, 0);
+        iotab_row(tab_action::read, row_settings, sys_settings);
+        iotab_row(tab_action::read, row_country, sys_country);
+        sys_user = 1;
+        iotab(tab_action::read, sys_user, sys_slot, region_users);
+    }
+    void open_labels() {
+        eti_file(eti_action::open);
+        is_open = true;
+    }
+    /// An empty label file, with an end mark of 0.
+    void make_empty() {
+        put(sys_file_name, std::string(region_actions.end(), '\0'));
+        put(eti_file_name);
+        open_system();
+        sys_settings.group_value[1] = 21;
+    }
+    /// A shop, with what `change` makes of it.
+    template <class Change>
+    void make_shop_with(int series, Change change) {
+        ShopOptions options;
+        options.series = series;
+        options.labels = 12;
+        options.today = date_from_str("20112013");
+        std::string why;
+        ASSERT_TRUE(build_shop(options, shop, why)) << why;
+        change(shop);
+        ASSERT_TRUE(write_shop(shop, ".", shop_target::made, why)) << why;
+        open_system();
+        open_labels();
+    }
+    void make_plain_shop(int series) {
+        make_shop_with(series, [](Shop &) {});
+    }
+    static SysRow4Chain label_row() {
+        SysRow4Chain row{};
+        iotab_row(tab_action::read, row_label_chain, row);
+        return row;
+    }
+    static int status_on_file() {
+        return static_cast<int>(Bytes(sys_file_name).u8(2640 + 38));
+    }
+
+    Shop shop;
+    bool is_open = false;
+};
