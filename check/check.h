@@ -2,28 +2,46 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "sub/sub.h"
 
 /// Session flags: true when the check has passed in this session.
-struct session_flags {
-    bool ok_labels = false;
-    bool ok_series = false;
-    bool ok_prices = false;
-    bool ok_sizes = false;
-    bool ok_transit = false;
-    bool ok_order_criteria = false;
-    bool ok_customers = false;
-    bool ok_titles = false;
-    bool ok_countries = false;
-    bool ok_master = false;
-    bool ok_ean = false;
-    bool ok_order_numbers = false;
-    bool ok_barcodes = false;
-    bool ok_journals = false;
-    bool chk_full_run = false;  ///< one of the three entries of the menu is running its sequence
+extern bool ok_labels;
+extern bool ok_series;
+extern bool ok_prices;
+extern bool ok_sizes;
+extern bool ok_transit;
+extern bool ok_order_criteria;
+extern bool ok_customers;
+extern bool ok_titles;
+extern bool ok_countries;
+extern bool ok_master;
+extern bool ok_ean;
+extern bool ok_order_numbers;
+extern bool ok_barcodes;
+extern bool ok_journals;
+/// One of the three entries of the menu is running its sequence.
+extern bool chk_full_run;
+
+/// The files that stay open for the whole run.
+struct session_files {
+    ICB *rvart;
+    ICB *rvgo;
+    ICB *rvlev;
+    ICB *rvmerk;
+    ICB *rvontv;
+    ICB *rvser;
+    ICB *rvmaat;
+    ICB *rvmtom;
+    ICB *rvkoers;
 };
-extern session_flags session;
+extern session_files chk_files;
+void chk_session_files_open();
+void chk_session_files_close();
+
+/// Row 20, read at the start of the session.
+extern SysRow20 chk_transit_settings;
 
 /// The whole run: start-up to hand-over. Ends the process.
 [[noreturn]] void chk_run(int argc, char **argv);
@@ -40,3 +58,17 @@ void chk_remove_temp();
 void chk_marker_remove();
 void chk_marker_write();
 bool chk_marker_exists();
+
+/// Releases the stale key locks of all indexed files, with a notice on the last line.
+void chk_release_indexes();
+/// Releases those of one pair.
+void ixclear(const std::string &name);
+
+/// The checks that a damaged system asks for before the menu.
+void chk_startup_run();
+/// The menu of the three check sequences, until the operator leaves it.
+void chk_menu();
+/// The menu entries.
+void chk_entry_series();
+void chk_entry_customers();
+void chk_entry_other();

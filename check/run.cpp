@@ -2,7 +2,7 @@
 #include "check/check.h"
 #include "screen/screen.h"
 
-session_flags session;
+SysRow20 chk_transit_settings{};
 
 namespace {
 
@@ -60,11 +60,22 @@ void chk_run(int argc, char **argv) {
 
     if (file_exists("CVCHKOK") || chk_all_recent()) {
         chk_marker_write();
+    } else {
+        chk_release_indexes();
     }
     chk_reset_dates();
-    session.ok_labels = sys_slot_status <= last_trusted_status;
-    { const print_setup_guard setup; }
-    if (!session.ok_labels) {
+    chk_session_files_open();
+    iotab_row(tab_action::read, row_transit, chk_transit_settings);
+    ok_labels = sys_slot_status <= last_trusted_status;
+    {
+        const print_setup_guard setup;
+        chk_startup_run();
+        if (!chk_marker_exists()) {
+            chk_menu();
+        }
+    }
+    chk_session_files_close();
+    if (!ok_labels) {
         set_program_status(status_chains_suspect);
     }
     if (chk_all_recent()) {

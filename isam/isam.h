@@ -6,5 +6,6 @@
 #include "isam/dates.h"
 #include "isam/files.h"
 #include "isam/operator.h"
+#include "isam/store.h"
 #include "isam/strformat.h"
 #include "isam/text.h"

@@ -33,6 +33,7 @@ void show_and_wait(const char *text) {
 
 void scr_fatal(const char *format, ...) {
     static bool in_progress = false;
+    leave_is_fatal();
     char text[1024];
     std::va_list args;
     va_start(args, format);

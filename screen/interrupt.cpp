@@ -15,11 +15,19 @@ bool breaks_off(int key) {
     return key == KEY_CANCEL || key == 27;
 }
 
-/// Reads what was typed ahead, up to a key that breaks off. The last key read, 0 if there was none.
+/// Reads what was typed ahead, up to a key that breaks off. The last key read, 0 if there was none. The same
+/// key pressed again must not answer the question that follows.
 int drain_keys() {
     int key = 0;
     while (!breaks_off(key) && key_pending()) {
         key = key_get(win_current());
+    }
+    while (breaks_off(key) && key_pending()) {
+        const int next = key_get(win_current());
+        if (!breaks_off(next)) {
+            key_unget(next);
+            break;
+        }
     }
     return key;
 }

@@ -294,7 +294,6 @@ int key_get(WINDOW *win) {
         } else {
             key = key_read(win, -1);
             if (replaying()) {
-                // The operator goes on where the replay ran out.
                 stop_replay();
             }
         }
@@ -320,6 +319,10 @@ bool key_pending() {
     }
     if (key == -1) {
         return replaying() && macros.keys_left();
+    }
+    if (replaying() && !macros.keys_left()) {
+        // The operator goes on where the replay ran out.
+        stop_replay();
     }
     if (breaks_off(key)) {
         // Not on the replay list: from the queue it breaks the replay off.

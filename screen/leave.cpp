@@ -30,7 +30,7 @@ void leave_if_due() {
         return;
     }
     if (leaving) {
-        // The orderly end itself waits for a key that nobody will press.
+        // The orderly end, or the fatal screen, waits for a key that nobody will press.
         scr_exit(1);
     }
     leaving = true;
@@ -38,6 +38,10 @@ void leave_if_due() {
         scr_leave_handler();
     }
     scr_exit(0);
+}
+
+void leave_is_fatal() {
+    leaving = true;
 }
 
 void scr_leave_hold() {

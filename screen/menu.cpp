@@ -232,11 +232,12 @@ int menu_run() {
     scr_clear_eol(row, 1);
     const int length = scr_text(A_DIM, row, 2, "%s", detail_text(7, 556, "Uw keuze"));
     const std::size_t chosen = choose(row, 2 + length + 1);
-    if (chosen == menu.count) {
+    void (*function)() = chosen < menu.count ? entry_at(chosen).function : nullptr;
+    // The function may build a menu of its own in this place.
+    menu.count = 0;
+    if (function == nullptr) {
         return 0;
     }
-    // The function may build a menu of its own in this place.
-    void (*function)() = entry_at(chosen).function;
     menu_last[menu.level] = function;
     function();
     return 1;

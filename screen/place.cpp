@@ -202,7 +202,7 @@ int scr_base_text(attr_t attr, int row, int col, const char *format, ...) {
     scr->scr_cur = scr->scr_base;
     const int length = place(attr, row, col, text);
     scr->scr_cur = top;
-    win_stage_all(scr->scr_base, top);
+    win_stage(scr->scr_base, top);
     return length;
 }
 

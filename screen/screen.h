@@ -39,12 +39,14 @@ inline constexpr int scr_max_terminals = 5;
 struct screen_size {
     int lines = 0;
     int columns = 0;
+    bool operator==(const screen_size &) const = default;
 };
 
 /// A terminal description in use: normal "", wide "-w", long "-l".
 struct terminal_entry {
     char mode[4] = "";
     SCREEN *screen = nullptr;
+    screen_size size;  ///< for the life of the screen
 };
 
 /// A window on the stack.
@@ -54,7 +56,6 @@ struct window_entry {
     int base = 0;         ///< index of the bottom window of that terminal's group
     int kind = 0;         ///< 0 to 7, gives the colours
     bool border = false;  ///< true once the window has been titled
-    screen_size size;     ///< LINES and COLS of the group
 };
 
 /// The dialogue state, one record a process.
@@ -92,6 +93,9 @@ void scr_switch_terminal(const char *mode);
 int scr_open_terminal(const char *mode);
 /// Ends the session and leaves the terminal as it was.
 void scr_end();
+/// Gives the terminal to another program, and takes it back and repaints the screen.
+void scr_suspend();
+void scr_resume();
 /// Ends the session, if there is one, and the process.
 [[noreturn]] void scr_exit(int status);
 

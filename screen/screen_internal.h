@@ -27,8 +27,8 @@ bool terminal_put(const char *capability);
 int terminal_first_byte(const char *capability);
 /// The size that `mode` asks for, cut to the real window where that is smaller.
 screen_size terminal_size(const char *mode);
-/// Makes `size` the size of the current terminal, in LINES, COLS and the session.
-void terminal_set_size(screen_size size);
+/// Takes over the size of the current terminal, in LINES, COLS and the session.
+void terminal_use_size(screen_size size);
 /// Waits a moment for a real window that has been asked to become as large as `mode` wants.
 void terminal_await_size(const char *mode);
 /// Installs the handlers of SIGINT, SIGQUIT, SIGWINCH, SIGHUP and SIGTERM.
@@ -37,13 +37,15 @@ void terminal_signals();
 void terminal_update();
 /// False while the real window is too small for the screen; looks again after a change of its size.
 bool terminal_fits();
-/// Paints everything anew at the next update.
-void terminal_repaint();
+/// Has everything painted anew at the next update.
+void terminal_mark_stale();
 
 // window.cpp
 
 /// Sets up the entry on top of the stack for a window just made (kind in `scr_kind`).
 void win_set_up(WINDOW *window);
+/// Ends the program when the stack is full.
+void win_require_room();
 /// Last row and last column of the current window that take text.
 int win_rows();
 int win_columns();
@@ -53,9 +55,9 @@ struct screen_place {
     int col = 0;
 };
 screen_place win_screen_place(int row, int col);
-/// Stages all lines of the windows `first` to `last`.
-void win_stage_all(int first, int last);
-/// Stages and shows the current window.
+/// Stages all lines of the windows `first` to `last`, bottom first.
+void win_stage(int first, int last);
+/// Stages the current window, and shows all that is staged while the real window is large enough.
 void win_refresh();
 
 // keys.cpp
@@ -92,6 +94,8 @@ extern volatile std::sig_atomic_t scr_leave_flag;
 bool leave_due();
 /// Leaves if that is due.
 void leave_if_due();
+/// From now on there is no orderly end: leaving ends with status 1.
+void leave_is_fatal();
 
 // progress.cpp
 

@@ -1,5 +1,6 @@
 // The screen session: starts the terminal, drives several descriptions of it, takes everything down.
-#include <cerrno>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -40,11 +41,11 @@ void operator_disconnect() {
     isam_operator = {};
 }
 
-/// Entries installed with the program are found even where the system looks in other places only.
+/// Entries installed with the program are found too, behind those that the environment names.
 void terminfo_search_path() {
-    if (getenv("TERMINFO_DIRS") == nullptr) {
-        setenv("TERMINFO_DIRS", RVCHK_TERMINFO_DIR ":", 0);
-    }
+    const char *paths = getenv("TERMINFO_DIRS");
+    const std::string all = (paths == nullptr ? "" : std::string(paths) + ":") + RVCHK_TERMINFO_DIR ":";
+    setenv("TERMINFO_DIRS", all.c_str(), 1);
 }
 
 std::string description_name(const char *mode) {
@@ -61,14 +62,69 @@ int table_entry(const char *mode) {
             return i;
         }
     }
+    if (scr->scr_nterm == scr_max_terminals) {
+        scr_fatal("scr_open_terminal : %d", scr->scr_nterm);
+    }
     const int added = scr->scr_nterm++;
-    auto &entry = scr->terminals.at(static_cast<std::size_t>(added));
+    auto &entry = scr->terminals[static_cast<std::size_t>(added)];
     std::snprintf(entry.mode, sizeof entry.mode, "%s", mode);
     return added;
 }
 
 SCREEN *screen_of(int terminal) {
     return scr->terminals[static_cast<std::size_t>(terminal)].screen;
+}
+
+/// A variable of the environment that is put back at the end.
+class environment_guard {
+public:
+    environment_guard(const char *variable, int value) : name(variable) {
+        const char *present = getenv(variable);
+        had_value = present != nullptr;
+        before = had_value ? present : "";
+        setenv(variable, std::to_string(value).c_str(), 1);
+    }
+    environment_guard(const environment_guard &) = delete;
+    environment_guard &operator=(const environment_guard &) = delete;
+    ~environment_guard() {
+        if (had_value) {
+            setenv(name, before.c_str(), 1);
+        } else {
+            unsetenv(name);
+        }
+    }
+
+private:
+    const char *name;
+    bool had_value;
+    std::string before;
+};
+
+/// newterm for a screen of that size, whatever the description and the window say. A screen keeps its size
+/// for life: ncurses resizes the windows of all screens together, which it then draws in the wrong size.
+SCREEN *new_screen(const char *mode, screen_size size) {
+    const environment_guard lines("LINES", size.lines);
+    const environment_guard columns("COLUMNS", size.columns);
+    SCREEN *screen = newterm(description_name(mode).c_str(), stdout, stdin);
+    if (screen == nullptr && *mode != '\0') {
+        screen = newterm(description_name("").c_str(), stdout, stdin);
+    }
+    if (screen != nullptr) {
+        if (!charset_is_utf8()) {
+            use_legacy_coding(2);
+        }
+        key_define_forms();
+    }
+    return screen;
+}
+
+/// Sends the current terminal what makes its window the size of `mode`.
+void initialise_terminal(const char *mode) {
+    bool sent = terminal_put("is2");
+    sent = terminal_put("is3") || sent;
+    if (sent) {
+        terminal_await_size(mode);
+    }
 }
 
 bool on_stack(const WINDOW *window) {
@@ -93,6 +149,7 @@ void SCRINIT() {
     set_escdelay(escape_milliseconds);
     scr->scr_keys = key_state_new();
     if (scr->scr_keys == nullptr) {
+        tty_restore();
         isam_fatal("SCRINIT : %s", term_text(1, 17, "Onvoldoende geheugen"));
     }
     scr_switch_terminal("");
@@ -113,45 +170,44 @@ int scr_open_terminal(const char *mode) {
     }
     // Our handler must stand before ncurses looks for one: ours keeps the size that the mode asks for.
     terminal_signals();
-    const std::string name = description_name(mode);
-    entry.screen = newterm(name.c_str(), stdout, stdin);
-    if (entry.screen != nullptr) {
-        if (!charset_is_utf8()) {
-            use_legacy_coding(2);
-        }
-        key_define_forms();
-        if (scr->scr_term >= 0) {
-            set_term(screen_of(scr->scr_term));
-        }
-        return index;
-    }
-    if (screen_of(0) == nullptr) {
-        if (index > 0) {
-            endwin();
-        }
-        std::printf("\n%s (%s)\n", term_text(1, 92, "Onbekende terminfo"), name.c_str());
+    entry.size = terminal_size(mode);
+    entry.screen = new_screen(mode, entry.size);
+    if (entry.screen == nullptr) {
+        std::printf("\n%s (%s)\n", term_text(1, 92, "Onbekende terminfo"), description_name(mode).c_str());
         scr_exit(10);
     }
-    return scr_open_terminal("");
+    if (scr->scr_term >= 0) {
+        set_term(screen_of(scr->scr_term));
+    }
+    return index;
 }
 
 void scr_switch_terminal(const char *mode) {
+    win_require_room();
     if (scr->scr_term >= 0) {
+        error("%s", "");
         terminal_put("clear");
         terminal_put("rs2");
     }
     scr->scr_term = scr_open_terminal(mode);
-    set_term(screen_of(scr->scr_term));
+    auto &entry = scr->terminals[static_cast<std::size_t>(scr->scr_term)];
+    set_term(entry.screen);
+    initialise_terminal(mode);
+    // Only now is known whether the window has become as large as the mode asks for.
+    const screen_size size = terminal_size(mode);
+    if (!on_stack(stdscr) && size != entry.size) {
+        delscreen(entry.screen);
+        entry.size = size;
+        entry.screen = new_screen(mode, size);
+        if (entry.screen == nullptr) {
+            isam_fatal("%s", term_text(1, 17, "Onvoldoende geheugen"));
+        }
+        set_term(entry.screen);
+    }
     cbreak();
     noecho();
-    terminal_signals();
     typeahead(-1);
-    bool initialised = terminal_put("is2");
-    initialised = terminal_put("is3") || initialised;
-    if (initialised) {
-        terminal_await_size(mode);
-    }
-    terminal_set_size(terminal_size(mode));
+    terminal_use_size(entry.size);
     scr->scr_base = scr->scr_nwin;
     if (on_stack(stdscr)) {
         win_open(1, 1, LINES, COLS, 0);
@@ -165,6 +221,14 @@ void scr_switch_terminal(const char *mode) {
 }
 
 void scr_end() {
+    static bool ending = false;
+    if (ending) {
+        // A fault on the way out: only the terminal is put right.
+        endwin();
+        tty_restore();
+        _exit(1);
+    }
+    ending = true;
     typeahead(-1);
     if (macros.session_save != nullptr && macros.keys_left()) {
         macros.session_save();
@@ -190,6 +254,19 @@ void scr_end() {
     delete scr;
     scr = nullptr;
     tty_close_others();
+    ending = false;
+}
+
+void scr_suspend() {
+    endwin();
+    tty_restore();
+}
+
+void scr_resume() {
+    tty_noecho();
+    terminal_mark_stale();
+    win_stage(scr->scr_base, scr->scr_nwin - 1);
+    terminal_update();
 }
 
 void scr_exit(int status) {

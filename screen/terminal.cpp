@@ -65,7 +65,7 @@ bool real_size(screen_size &size) {
 
 void show_notice() {
     char text[80];
-    std::snprintf(text, sizeof text, "Venster te klein, minimaal %d x %d", LINES, COLS);
+    std::snprintf(text, sizeof text, term_text(1, 600, "Venster te klein, minimaal %d x %d"), LINES, COLS);
     terminal_put("clear");
     std::fputs(text, stdout);
     std::fflush(stdout);
@@ -101,14 +101,13 @@ screen_size terminal_size(const char *mode) {
     return {std::min(wanted.lines, real.lines), std::min(wanted.columns, real.columns)};
 }
 
-void terminal_set_size(screen_size size) {
-    resize_term(size.lines, size.columns);
+void terminal_use_size(screen_size size) {
     LINES = size.lines;
     COLS = size.columns;
     scr->scr_lines = LINES;
     scr->scr_cols = COLS;
-    window_changed = 0;
-    fits = true;
+    // The window may have changed since it was measured.
+    window_changed = 1;
 }
 
 void terminal_await_size(const char *mode) {
@@ -131,13 +130,13 @@ void terminal_signals() {
 }
 
 bool terminal_fits() {
-    if (window_changed != 0) {
+    if (window_changed != 0 && !scr->scr_off) {
         window_changed = 0;
         screen_size real;
         fits = !real_size(real) || (real.lines >= LINES && real.columns >= COLS);
         if (fits) {
-            terminal_repaint();
-            win_stage_all(scr->scr_base, scr->scr_nwin - 1);
+            terminal_mark_stale();
+            win_stage(scr->scr_base, scr->scr_nwin - 1);
         } else {
             show_notice();
         }
@@ -146,11 +145,11 @@ bool terminal_fits() {
 }
 
 void terminal_update() {
-    if (terminal_fits()) {
+    if (!scr->scr_off && terminal_fits()) {
         doupdate();
     }
 }
 
-void terminal_repaint() {
+void terminal_mark_stale() {
     clearok(curscr, TRUE);
 }

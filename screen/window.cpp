@@ -44,9 +44,12 @@ void leave_terminal(window_entry &top, const window_entry &below) {
     } else {
         werase(curscr);
     }
+    const terminal_entry &terminal = scr->terminals[static_cast<std::size_t>(below.terminal)];
     scr->scr_term = below.terminal;
-    set_term(scr->terminals[static_cast<std::size_t>(below.terminal)].screen);
+    set_term(terminal.screen);
     terminal_put("is2");
+    terminal_use_size(terminal.size);
+    scr->scr_msg[0] = '\0';
 }
 
 }  // namespace
@@ -55,10 +58,16 @@ WINDOW *win_current() {
     return entry_at(scr->scr_cur).window;
 }
 
+void win_require_room() {
+    if (scr->scr_nwin >= scr_max_windows) {
+        scr_fatal("win_open : %d", scr->scr_nwin);
+    }
+}
+
 void win_set_up(WINDOW *window) {
     scr->scr_cur = scr->scr_nwin++;
     auto &entry = entry_at(scr->scr_cur);
-    entry = {window, scr->scr_term, scr->scr_base, scr->scr_kind, false, {LINES, COLS}};
+    entry = {window, scr->scr_term, scr->scr_base, scr->scr_kind, false};
     keypad(window, TRUE);
     if (has_colors()) {
         set_pairs(scr->scr_cur + 1, colours[static_cast<std::size_t>(scr->scr_kind)]);
@@ -74,7 +83,8 @@ void win_open(int row, int col, int height, int width, int kind) {
     width = std::clamp(width, 1, COLS);
     row = std::clamp(row, 1, LINES - height + 1);
     col = std::clamp(col, 1, COLS - width + 1);
-    WINDOW *window = scr->scr_nwin < scr_max_windows ? newwin(height, width, row - 1, col - 1) : nullptr;
+    win_require_room();
+    WINDOW *window = newwin(height, width, row - 1, col - 1);
     if (window == nullptr) {
         scr_fatal("win_open : %d", scr->scr_nwin);
     }
@@ -98,7 +108,7 @@ void win_open7(int row, int col, int height, int width) {
     win_open(row, col, height, width, 7);
 }
 
-void win_stage_all(int first, int last) {
+void win_stage(int first, int last) {
     for (int i = first; i <= last; i++) {
         touchwin(entry_at(i).window);
         wnoutrefresh(entry_at(i).window);
@@ -106,6 +116,9 @@ void win_stage_all(int first, int last) {
 }
 
 void win_close() {
+    if (scr->scr_nwin == 0) {
+        return;
+    }
     const int top_index = scr->scr_nwin - 1;
     auto &top = entry_at(top_index);
     const window_entry below = top_index > 0 ? entry_at(top_index - 1) : window_entry{};
@@ -113,7 +126,7 @@ void win_close() {
         leave_terminal(top, below);
     } else {
         if (top_index != top.base) {
-            win_stage_all(top.base, top_index - 1);
+            win_stage(top.base, top_index - 1);
         }
         if (top.window != stdscr) {
             delwin(top.window);
@@ -127,10 +140,9 @@ void win_close() {
     }
     scr->scr_kind = below.kind;
     if (below.base != scr->scr_base) {
-        terminal_set_size(below.size);
-        terminal_repaint();
+        terminal_mark_stale();
         scr->scr_base = below.base;
-        win_stage_all(scr->scr_base, scr->scr_nwin - 2);
+        win_stage(scr->scr_base, scr->scr_nwin - 2);
         touchwin(below.window);
     }
 }

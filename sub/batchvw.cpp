@@ -24,6 +24,21 @@ bool try_lock(off_t byte) {
     return file_lock(lock_action::sole, iotab_descriptor(), byte, 1);
 }
 
+/// Waits a second; false when the operator has been asked, and does not want to wait any longer.
+bool keep_waiting(bool ask) {
+    constexpr int row = 2;
+    constexpr int col = 2;
+    if (!ask) {
+        scr_flush(1);
+        return true;
+    }
+    if (!key_wait(row, col, 1)) {
+        return true;
+    }
+    key_get(win_current());
+    return ing_akkoord(row, col, "%s", detail_text(9, 528, "Wilt u wachten")) != 0;
+}
+
 }  // namespace
 
 bool batch_lock(int kind, bool ask) {
@@ -38,11 +53,13 @@ bool batch_lock(int kind, bool ask) {
         scr_text(A_DIM, 2, 2, "%s? %s", detail_text(9, 528, "Wilt u wachten"), detail_text(1, 866, "(J/N)"));
     }
     scr_flush(0);
-    while (!try_lock(byte)) {
-        scr_flush(1);
+    scr_flush(0);
+    bool locked = false;
+    while (!locked && keep_waiting(ask)) {
+        locked = try_lock(byte);
     }
     win_close();
-    return true;
+    return locked;
 }
 
 void batch_unlock(int kind) {

@@ -14,6 +14,8 @@
 #include "sub/infopage.h"
 #include "sub/iofil.h"
 #include "sub/iotab.h"
+#include "sub/locknotice.h"
+#include "sub/openfiles.h"
 
 build_stamp sys_version_date{"", ""};
 SysRow15 sys_country{};
@@ -110,6 +112,9 @@ void release_slot() {
 void start_program(const char *required_caller, build_stamp version_date, int argc, char **) {
     sys_version_date = version_date;
     SCRINIT();
+    scr_leave_handler = [] { chain_program(""); };
+    menu_application = {[] { chk_status('C', "%s", ""); }, info_page, err_internal};
+    open_file_check();
     show_program_line();
     if (*required_caller == '\0' && argc != 1) {
         wrong_start(99);
@@ -126,6 +131,7 @@ void start_program(const char *required_caller, build_stamp version_date, int ar
     if ((sys_settings.mode & mode_till_list) != 0) {
         load_tills();
     }
+    ix_lock_wait = lock_wait_notice;
     busy_release();
 }
 
@@ -136,6 +142,7 @@ void chain_program(const char *) {
     iofil(fil_action::close, 0, branch);
     sys_tills.clear();
     catalog_close();
+    open_file_check();
     scr_exit(0);
 }
 

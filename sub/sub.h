@@ -6,4 +6,5 @@
 #include "sub/errors.h"
 #include "sub/iofil.h"
 #include "sub/iotab.h"
+#include "sub/runprogram.h"
 #include "sub/startup.h"

@@ -136,7 +136,11 @@ TEST_P(ScreenSize, FollowsASmallerWindowAndKeepsToItsOwnInALargerOne) {
 INSTANTIATE_TEST_SUITE_P(Windows, ScreenSize,
                          testing::Values(RealWindow{24, 80, "24 x 80 24 x 80", "24 x 80 24 x 80"},
                                          RealWindow{43, 132, "25 x 80 25 x 80", "25 x 132 25 x 132"},
-                                         RealWindow{20, 70, "20 x 70 20 x 70", "20 x 70 20 x 70"}));
+                                         RealWindow{20, 70, "20 x 70 20 x 70", "20 x 70 20 x 70"}),
+                         [](const auto &window) {
+                             return std::to_string(window.param.lines) + "x" +
+                                    std::to_string(window.param.columns);
+                         });
 
 TEST(Screen, MissingWideDescriptionFallsBackOnTheNormalOne) {
     namespace fs = std::filesystem;

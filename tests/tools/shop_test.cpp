@@ -253,6 +253,7 @@ TEST_F(ShopTest, EveryFaultChangesTheShop) {
     Shop clean;
     std::string why;
     ASSERT_TRUE(build_shop(small(), clean, why) && write_shop(clean, "clean", shop_target::made, why)) << why;
+    const auto clean_files = snapshot("clean");
     std::set<std::string> names;
     for (const ShopFault &fault : shop_faults()) {
         EXPECT_TRUE(names.insert(fault.name).second) << fault.name;
@@ -261,14 +262,7 @@ TEST_F(ShopTest, EveryFaultChangesTheShop) {
         options.faults = {fault.name};
         ASSERT_TRUE(build_shop(options, spoiled, why)) << fault.name << ": " << why;
         ASSERT_TRUE(write_shop(spoiled, "spoiled", shop_target::made, why)) << why;
-        const auto bytes = [](const auto &records) {
-            return std::string(reinterpret_cast<const char *>(records.data()),
-                               records.size() * sizeof records[0]);
-        };
-        EXPECT_TRUE(snapshot("clean") != snapshot("spoiled") ||
-                    bytes(clean.series) != bytes(spoiled.series) ||
-                    bytes(clean.price_sets) != bytes(spoiled.price_sets))
-            << fault.name;
+        EXPECT_NE(clean_files, snapshot("spoiled")) << fault.name;
     }
 }
 

@@ -10,6 +10,13 @@
 extern const std::span<const ShopFault> label_faults;
 extern const std::span<const ShopFault> series_faults;
 extern const std::span<const ShopFault> price_faults;
+extern const std::span<const ShopFault> size_faults;
+extern const std::span<const ShopFault> criteria_faults;
+extern const std::span<const ShopFault> customer_faults;
+extern const std::span<const ShopFault> master_faults;
+extern const std::span<const ShopFault> code_faults;
+extern const std::span<const ShopFault> journal_faults;
+extern const std::span<const ShopFault> index_faults;
 
 /// Blocks of a chain, first to last.
 template <typename Block>
@@ -50,6 +57,20 @@ Item *pick_fitting(std::vector<Item> &items, Random &random, Fits fits) {
     return nullptr;
 }
 
+inline bool any(const auto &) {
+    return true;
+}
+
+/// Changes one item that `fits` says yes to; false when there is none.
+template <typename Item, typename Fits, typename Change>
+bool spoil(std::vector<Item> &items, Random &random, Fits fits, Change change) {
+    Item *item = pick_fitting(items, random, fits);
+    if (item != nullptr) {
+        change(*item);
+    }
+    return item != nullptr;
+}
+
 /// A label of the model: its block, slot and content.
 struct LabelPlace {
     LabelBlock *block = nullptr;
@@ -77,4 +98,15 @@ LabelPlace pick_label(Shop &shop, Random &random, Fits fits) {
         }
     }
     return {};
+}
+
+/// Changes one label that `fits` says yes to; false when there is none.
+template <typename Fits, typename Change>
+bool spoil_label(Shop &shop, Random &random, Fits fits, Change change) {
+    LabelPlace place = pick_label(shop, random, fits);
+    if (place) {
+        change(place.label);
+        place.put();
+    }
+    return static_cast<bool>(place);
 }

@@ -36,34 +36,6 @@ bool orphan_block(Shop &shop, Random &random, std::uint32_t group, std::uint16_t
     return true;
 }
 
-/// Changes a series that `fits` says yes to.
-template <typename Fits, typename Change>
-bool spoil_series(Shop &shop, Random &random, Fits fits, Change change) {
-    SeriesRecord *series = pick_fitting(shop.series, random, fits);
-    if (series != nullptr) {
-        change(*series);
-    }
-    return series != nullptr;
-}
-
-template <typename Fits, typename Change>
-bool spoil_label(Shop &shop, Random &random, Fits fits, Change change) {
-    LabelPlace place = pick_label(shop, random, fits);
-    if (place) {
-        change(place.label);
-        place.put();
-    }
-    return static_cast<bool>(place);
-}
-
-bool any_series(const SeriesRecord &) {
-    return true;
-}
-
-bool any_label(const ShopLabel &) {
-    return true;
-}
-
 constexpr ShopFault labels[] = {
     {"label-chain-outside", "a chain of labels leads out of the file",
      [](Shop &shop, Random &random) {
@@ -75,13 +47,13 @@ constexpr ShopFault labels[] = {
      }},
     {"label-first-outside", "the first block of a series lies behind the file",
      [](Shop &shop, Random &random) {
-         return spoil_series(shop, random, any_series, [&](SeriesRecord &series) {
-             series.first_block = shop.label_chain.end_mark + 3;
-         });
+         return spoil(shop.series, random, any<SeriesRecord>,
+                      [&](SeriesRecord &series) { series.first_block = shop.label_chain.end_mark + 3; });
      }},
     {"label-no-block", "a series has no label block",
      [](Shop &shop, Random &random) {
-         return spoil_series(shop, random, any_series, [](SeriesRecord &series) { series.first_block = -1; });
+         return spoil(shop.series, random, any<SeriesRecord>,
+                      [](SeriesRecord &series) { series.first_block = -1; });
      }},
     {"label-chain-other", "a chain of labels leads into that of another series",
      [](Shop &shop, Random &random) {
@@ -144,7 +116,7 @@ constexpr ShopFault labels[] = {
      [](Shop &shop, Random &random) { return orphan_block(shop, random, 101, 10, 10000); }},
     {"label-series-invalid", "a series, with its labels, has an impossible number",
      [](Shop &shop, Random &random) {
-         return spoil_series(shop, random, any_series, [&](SeriesRecord &series) {
+         return spoil(shop.series, random, any<SeriesRecord>, [&](SeriesRecord &series) {
              for (const std::int32_t block : labels_chain(shop, series)) {
                  block_at(shop, block).key.number = 0;
              }
@@ -188,29 +160,29 @@ constexpr ShopFault labels[] = {
 constexpr ShopFault series[] = {
     {"series-count", "a series counts its labels wrong",
      [](Shop &shop, Random &random) {
-         return spoil_series(shop, random, any_series, [](SeriesRecord &record) { record.stock += 2; });
+         return spoil(shop.series, random, any<SeriesRecord>,
+                      [](SeriesRecord &record) { record.stock += 2; });
      }},
     {"series-delivery-date", "a label was delivered later than its series says",
      [](Shop &shop, Random &random) {
-         return spoil_series(
-             shop, random, [](const SeriesRecord &record) { return record.last_delivery != 0; },
+         return spoil(
+             shop.series, random, [](const SeriesRecord &record) { return record.last_delivery != 0; },
              [](SeriesRecord &record) { record.last_delivery -= 1; });
      }},
     {"series-sale-date", "a label was sold later than its series says",
      [](Shop &shop, Random &random) {
-         return spoil_series(
-             shop, random, [](const SeriesRecord &record) { return record.last_sale != 0; },
+         return spoil(
+             shop.series, random, [](const SeriesRecord &record) { return record.last_sale != 0; },
              [](SeriesRecord &record) { record.last_sale -= 1; });
      }},
     {"series-stamp", "a series was made after its labels",
      [](Shop &shop, Random &random) {
-         return spoil_series(shop, random, any_series, [&](SeriesRecord &record) {
-             record.stamp = (shop.today + 5 - day_1980) * 86400;
-         });
+         return spoil(shop.series, random, any<SeriesRecord>,
+                      [&](SeriesRecord &record) { record.stamp = (shop.today + 5 - day_1980) * 86400; });
      }},
     {"series-stamp-none", "a series has no stamp",
      [](Shop &shop, Random &random) {
-         return spoil_series(shop, random, any_series, [](SeriesRecord &record) { record.stamp = 0; });
+         return spoil(shop.series, random, any<SeriesRecord>, [](SeriesRecord &record) { record.stamp = 0; });
      }},
     {"series-branch", "a label lies in a branch that does not exist",
      [](Shop &shop, Random &random) {
@@ -227,24 +199,24 @@ constexpr ShopFault series[] = {
      }},
     {"series-label-date", "a label has no date of its making",
      [](Shop &shop, Random &random) {
-         return spoil_label(shop, random, any_label, [](ShopLabel &label) { label.date_in = 0; });
+         return spoil_label(shop, random, any<ShopLabel>, [](ShopLabel &label) { label.date_in = 0; });
      }},
     {"series-model-case", "a model code has small letters",
      [](Shop &shop, Random &random) {
-         return spoil_series(
-             shop, random,
+         return spoil(
+             shop.series, random,
              [](const SeriesRecord &record) { return record.model[0] >= 'A' && record.model[0] <= 'Z'; },
              [](SeriesRecord &record) { record.model[0] = static_cast<char>(record.model[0] + 32); });
      }},
     {"series-option", "a series has an option value without the option",
      [](Shop &shop, Random &random) {
-         return spoil_series(
-             shop, random, [](const SeriesRecord &record) { return record.target_group != 6; },
+         return spoil(
+             shop.series, random, [](const SeriesRecord &record) { return record.target_group != 6; },
              [](SeriesRecord &record) { record.option_value = 5; });
      }},
     {"series-no-brand", "a series has no brand",
      [](Shop &shop, Random &random) {
-         return spoil_series(shop, random, any_series, [](SeriesRecord &record) { record.brand = 0; });
+         return spoil(shop.series, random, any<SeriesRecord>, [](SeriesRecord &record) { record.brand = 0; });
      }},
 };
 

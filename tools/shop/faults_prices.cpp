@@ -176,12 +176,7 @@ constexpr ShopFault prices[] = {
      }},
     {"price-label-none", "a label has no price of its own",
      [](Shop &shop, Random &random) {
-         LabelPlace place = pick_label(shop, random, [](const ShopLabel &) { return true; });
-         if (place) {
-             place.label.price = 0;
-             place.put();
-         }
-         return static_cast<bool>(place);
+         return spoil_label(shop, random, any<ShopLabel>, [](ShopLabel &label) { label.price = 0; });
      }},
 };
 

@@ -22,7 +22,8 @@ enum shop_stream : std::uint64_t {
     stream_codes,
     stream_journals,
     stream_system,
-    stream_faults,
+    stream_deleted,
+    stream_faults,  ///< and one more for each further fault
 };
 
 /// Sizes of a size kind, as indexes in the order of their sequence numbers.

@@ -48,6 +48,15 @@ struct Journal {
     std::string bytes;
 };
 
+/// Damage to the halves of an indexed file, done once it is written.
+enum class index_damage {
+    cut,          ///< the index half ends early
+    in_update,    ///< an update was left half done
+    stale_locks,  ///< keys of a process that is gone stand in the lock block
+    swapped,      ///< two records have changed places without the index
+    missing,      ///< the index half is gone
+};
+
 /// A till, and the branch (counted from 0) that it stands in.
 struct Till {
     int branch;
@@ -119,7 +128,8 @@ struct Shop {
     std::vector<OrderNumberRecord> order_numbers;
     std::vector<Journal> journals;
 
-    std::map<std::string, std::string> tails;  ///< bytes behind the last record, by file name
+    std::map<std::string, std::string> tails;  ///< bytes behind the last record, by name of a plain file
+    std::vector<std::pair<std::string, index_damage>> index_damages;  ///< by name of an indexed file
 };
 
 /// A label taken apart.

@@ -10,7 +10,7 @@
 
 #include "isam/files.h"
 #include "isam/text.h"
-#include "tools/shop/plan.h"
+#include "tools/shop/output.h"
 
 namespace {
 
@@ -51,6 +51,7 @@ struct Output {
     std::vector<UserSlot> users;
     std::vector<BranchRecord> branches;
     std::string till_changes;
+    std::list<IndexedFile> indexed;
     std::vector<PlainFile> files;
 };
 
@@ -121,6 +122,10 @@ void gather(Output &output, const Shop &shop) {
     }
     for (const Till &till : shop.tills) {
         add_whole(output, shop, text_of("KAS%02d%02d.SYS", till.branch + 1, till.number), "kassa\n");
+    }
+    output.indexed = indexed_files(shop);
+    for (const IndexedFile &file : output.indexed) {
+        add_whole(output, shop, file.name + ".TXT", file.data);
     }
     for (const Journal &journal : shop.journals) {
         add_whole(output, shop, text_of("%04d%c/ORD%04d.JRN", journal.year, journal.letter, journal.number),
@@ -222,12 +227,25 @@ bool write_shop(const Shop &shop, const std::string &directory, shop_target targ
     for (const PlainFile &file : output.files) {
         names += file.name + "\n";
     }
+    for (const IndexedFile &file : output.indexed) {
+        names += file.name + ".INX\n";
+    }
     if (!write_file(directory, {marker, {{0, names}}, names.size()}, why)) {
         return false;
     }
     for (const PlainFile &file : output.files) {
         if (!write_file(directory, file, why)) {
             return false;
+        }
+    }
+    for (const IndexedFile &file : output.indexed) {
+        if (!write_index(directory, file, why)) {
+            return false;
+        }
+        for (const auto &[name, damage] : shop.index_damages) {
+            if (name == file.name && !damage_index(directory, file, damage, why)) {
+                return false;
+            }
         }
     }
     return true;

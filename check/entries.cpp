@@ -1,0 +1,119 @@
+// The menu and its three sequences of checks.
+#include <span>
+
+#include "check/check.h"
+#include "screen/screen.h"
+
+namespace {
+
+/// One check of a sequence; the next is run only when this one has passed.
+struct check_step {
+    const char *name;
+    void (*run)();
+    bool *passed;
+};
+
+/// A step whose check is not part of the program yet says so; the menu comes back.
+void run_step(const check_step &step) {
+    if (step.run != nullptr) {
+        step.run();
+    } else {
+        error("%s: nog niet beschikbaar", step.name);
+    }
+}
+
+/// Runs the steps in order; true when all have passed in this session.
+bool run_sequence(std::span<const check_step> steps) {
+    for (const check_step &step : steps) {
+        run_step(step);
+        if (!*step.passed) {
+            return false;
+        }
+    }
+    return true;
+}
+
+constexpr check_step label_step{"etiketten", nullptr, &ok_labels};
+constexpr check_step price_step{"prijzen", nullptr, &ok_prices};
+constexpr check_step size_step{"maten", nullptr, &ok_sizes};
+
+bool transit_in_use() {
+    const auto first_byte = chk_transit_settings.in_use & 0xff;
+    return sys_settings.branches > 1 && first_byte != 0;
+}
+
+/// A shop without goods in transit passes that check unseen.
+void run_transit_check() {
+    if (!transit_in_use()) {
+        ok_transit = true;
+        return;
+    }
+    run_step({"goederen onderweg", nullptr, &ok_transit});
+}
+
+}  // namespace
+
+void chk_startup_run() {
+    SysRow10 status{};
+    iotab_row(tab_action::read, row_status, status);
+    if (status.state != state_missing_files && status.state != state_critical_stop) {
+        return;
+    }
+    set_system_busy("@2");
+    run_sequence(std::array{label_step, price_step, size_step});
+}
+
+void chk_entry_series() {
+    chk_full_run = true;
+    run_sequence(std::array{
+        label_step,
+        check_step{"series", nullptr, &ok_series},
+        price_step,
+        size_step,
+        check_step{"goederen onderweg", run_transit_check, &ok_transit},
+        check_step{"bestelcriteria", nullptr, &ok_order_criteria},
+    });
+    chk_full_run = false;
+}
+
+void chk_entry_customers() {
+    const bool customers = (sys_settings.mode & mode_customers) != 0;
+    const bool linked = (sys_settings.mode & mode_customer_labels) != 0;
+    chk_full_run = true;
+    if (linked ? ok_labels : customers) {
+        run_step({"klanten", nullptr, &ok_customers});
+    }
+    if (customers && ok_customers) {
+        run_sequence(std::array{
+            check_step{"titulatuurcodes", nullptr, &ok_titles},
+            check_step{"landcodes", nullptr, &ok_countries},
+        });
+    }
+    chk_full_run = false;
+}
+
+void chk_entry_other() {
+    chk_full_run = true;
+    run_sequence(std::array{
+        check_step{"stamgegevens", nullptr, &ok_master},
+        check_step{"EAN-codes", nullptr, &ok_ean},
+        check_step{"bestelnummers leveranciers", nullptr, &ok_order_numbers},
+        check_step{"barcodebestand", nullptr, &ok_barcodes},
+        check_step{"orderjournalen", nullptr, &ok_journals},
+    });
+    chk_full_run = false;
+}
+
+void chk_menu() {
+    msg_info("Om verder te kunnen gaan met de conversie is het noodzakelijk",
+             "om achtereenvolgens de keuzes 11 t/m 13 uit te voeren. ", "Eventuele fouten kunnen worden hersteld.");
+    do {
+        const bool customers = (sys_settings.mode & mode_customers) != 0;
+        const bool linked = (sys_settings.mode & mode_customer_labels) != 0;
+        menu_reset(0);
+        menu_title(true, detail_text(6, 728, "VOLLEDIGE CONTROLE"));
+        menu_add(true, true, detail_text(6, 729, "series/etiketten"), chk_entry_series);
+        menu_add(customers, !linked || ok_labels, detail_text(4, 647, "klantgegevens"), chk_entry_customers);
+        menu_add(true, true, detail_text(1, 906, "overige"), chk_entry_other);
+    } while (menu_run() != 0);
+}

@@ -1,0 +1,122 @@
+// IXCHECK: the lengths of the halves, the mark of an unfinished update, and the free chain. The trees are
+// not looked at.
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+#include "isam/store_internal.h"
+
+namespace {
+
+/// Blocks short of the limit at which the operator is warned.
+constexpr int near_limit = 648;
+
+/// Follows the free chain. Returns its length; -1 when it doesn't end, or leads to what isn't a free record.
+std::int32_t walk_free_chain(ICB *icb, const char *data_path) {
+    const int reclen = icb->reclen;
+    const std::time_t start = std::time(nullptr);
+    const auto total = static_cast<std::uint32_t>(std::int32_t{icb->nrecs});
+    std::uint8_t record[ix_max_reclen + 1];
+    bool shown = false;
+    std::int32_t count = 0;
+    std::int32_t left = icb->nrecs;
+    std::int32_t position = icb->freehead;
+    while (position >= 0 && left > 0) {
+        --left;
+        if (position >= icb->nrecs || reclen < 5 || !ix_read_record(icb, record, position) ||
+            ix_live(record, reclen - 1)) {
+            break;
+        }
+        std::memcpy(&position, record + 1, sizeof position);
+        position = boost::endian::little_to_native(position);
+        ++count;
+        if (shown) {
+            ix_progress(1, static_cast<std::uint32_t>(count), total, nullptr);
+        } else if ((count & 0xFF) == 0 && std::time(nullptr) > start + 2) {
+            shown = true;
+            char title[600];
+            std::snprintf(title, sizeof title, term_text(1, 229, "Voortgang %s"), data_path);
+            ix_progress(0, 0, total, "%s", title);
+        }
+    }
+    if (shown) {
+        ix_progress(2, 0, 0, nullptr);
+    }
+    return position >= 0 ? -1 : count;
+}
+
+/// Warns of an index half that is nearly full; ends the program when the operator will not go on.
+void warn_of_limit(const ICB *icb) {
+    if (icb->nblocks <= ix_block_limit - near_limit) {
+        return;
+    }
+    const std::string name(icb->fname, strnlen(icb->fname, sizeof icb->fname));
+    char text[200];
+    std::snprintf(text, sizeof text,
+                  term_text(1, 231, "Het bestand %s is bijna aan zijn limiet !\nWilt U toch doorgaan "),
+                  name.c_str());
+    if (ix_flash(-2, term_text(1, 230, "Waarschuwing"), text) == 0) {
+        isam_fatal(term_text(1, 232, "Het bestand %s is bijna aan zijn limiet !"), name.c_str());
+    }
+}
+
+/// The check proper, under the header lock.
+std::int32_t check_pair(ICB *icb, const ix_names &names) {
+    const off_t index_size = ix_fd_size(icb->ixfd);
+    if (icb->inupdate != 0 || index_size != off_t{icb->nblocks} * ix_block_size) {
+        return -1;
+    }
+    const off_t data_size = file_size(names.data);
+    if (!ix_header_sound(*icb, index_size, data_size, names.temporary) ||
+        (!names.temporary && data_size != off_t{icb->reclen} * icb->nrecs)) {
+        return -1;
+    }
+    icb->datfd = ix_fd_open(names.data, O_RDWR);
+    if (icb->datfd < 0) {
+        isam_fatal("QBISAM(%d): %s ", errno, names.data);
+    }
+    const std::int32_t result = walk_free_chain(icb, names.data);
+    warn_of_limit(icb);
+    return result;
+}
+
+}  // namespace
+
+std::int32_t IXCHECK(const char *name) {
+    ix_names names;
+    if (!ix_resolve(name, names)) {
+        return -1;
+    }
+    const off_t size = file_size(names.index);
+    if (size < ix_block_size || size % ix_block_size != 0 || !file_exists(names.data)) {
+        return -1;
+    }
+    const int ixfd = ix_fd_open(names.index, O_RDWR);
+    if (ixfd < 0) {
+        return -1;
+    }
+    ICB *icb = ix_new_icb(name, names, ixfd, -1, ix_shared);
+    ix_header header;
+    if (file_read_at(ixfd, &header, ix_header_size, 0) == ix_header_size) {
+        if (header.version == ix_old_version) {
+            ix_tell_version(header, names.temporary, 17);
+            ix_free_icb(icb);
+            if (names.temporary) {
+                return -1;
+            }
+            isam_fatal("%s", term_text(1, 228, "U kunt het bestand converteren met IXREMAKE.EXE"));
+        }
+        ix_stamp_version(header, ixfd);
+    }
+    // `inupdate` stays zero here, so that the read of block 0 isn't refused for it.
+    file_read_at(ixfd, static_cast<ix_header *>(icb), offsetof(ix_header, inupdate), 0);
+    IXLOCK(icb, ix_lock_header);
+    IXRDIX(icb, 0);
+    const std::int32_t result = check_pair(icb, names);
+    IXLOCK(icb, ix_unlock_header);
+    ix_free_icb(icb);
+    return result;
+}

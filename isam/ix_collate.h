@@ -1,0 +1,15 @@
+// Order of text in keys: each byte has a primary weight (the letter without case and accent) and a secondary
+// weight (the accent). Three bytes count as two letters; control characters weigh nothing at first.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+struct ix_weights {
+    std::array<std::uint8_t, 256> primary;
+    std::array<std::uint8_t, 256> secondary;
+    /// 0: gives one primary weight. 1: gives none. 2: gives two, the two table values, and no secondary.
+    std::array<std::uint8_t, 256> kind;
+};
+
+extern const ix_weights ix_weight;

@@ -1,0 +1,296 @@
+// The field editor by table: what stands on the screen while keys are typed, and what comes of it.
+#include <gtest/gtest.h>
+
+#include "dialogue.h"
+
+namespace {
+
+struct Row {
+    const char *format;
+    const char *value;  // of the variable before
+    const char *allow;  // exit keys, and where the field stands
+    const char *typed;  // then:
+    const char *shown;  //   the field on the screen, with its scroll marks
+    int cursor;         //   index in the field
+    const char *message;
+    const char *end;     // typed after that; then:
+    const char *stays;   //   the field on the screen
+    const char *result;  //   variable, change, exit key
+    const char *lower = nullptr;
+    const char *upper = nullptr;
+};
+
+const char *const full = "Tik <ENTER> toets";
+const char *const unknown = "Ongeldige toets";
+
+const Row text_rows[] = {
+    {"20c,E", "abc", "", "", "abc_________________", 0, "", "<ENTER>", "abc",
+     "[abc.................] same enter"},
+    {"5c", "abcde", "", "x", "x____", 1, "", "<ENTER>", "x", "[x....] changed enter"},
+    {"5c", "abcde", "", "<RIGHT>x", "axcde", 2, "", "<ENTER>", "axcde", "[axcde] changed enter"},
+    {"5c", "ab   ", "", "<END>", "ab___", 2, "", "<ENTER>", "ab", "[ab...] same enter"},
+    {"1c", " ", "", "", "", 0, "", "<ENTER>", "", "[ ] same enter"},
+    {"3s", "ab", "", "<RIGHT><RIGHT><RIGHT>", "ab_", 2, "", "c<ENTER>", "abc", "[abc.] changed enter"},
+    {"3s", "abc", "", "<END>d", "abc", 3, full, "<ENTER>", "abc", "[abc.] same enter"},
+    {"6s", "abcdef", "", "<RIGHT><INS>xy", "axybcd", 3, "", "<ENTER>", "axybcd", "[axybcd.] changed enter"},
+    {"6s", "abcd", "", "<INS>x", "x_____", 1, "", "<INS>y<ENTER>", "xy", "[xy.....] changed enter"},
+    {"6s", "abcdef", "", "<RIGHT><DEL>", "acdef_", 1, "", "<DEL><ENTER>", "adef", "[adef...] changed enter"},
+    {"6s", "abcdef", "", "<DEL>x", "xcdef_", 1, "", "<ENTER>", "xcdef", "[xcdef..] changed enter"},
+    {"6s", "abcdef", "", "<END><BACKSPACE>", "abcde_", 5, "", "<ENTER>", "abcde", "[abcde..] changed enter"},
+    {"6s", "abcdef", "", "<BACKSPACE>", "______", 0, "", "<ENTER>", "", "[.......] changed enter empty"},
+    {"6s", "abcdef", "", "xyz<HOME>", "xyz___", 0, "", "<HOME><ENTER>", "abcdef", "[abcdef.] same enter"},
+    {"6s", "abcdef", "", "<BACKSPACE><HOME>", "abcdef", 0, "", "<ENTER>", "abcdef", "[abcdef.] same enter"},
+    {"6s", "abcdef", "", "<LEFT><^W>", "abcdef", 0, "", "<ENTER>", "abcdef", "[abcdef.] same enter"},
+    {"6s", "ab", "", "<^A>", "ab____", 0, unknown, "<ENTER>", "ab", "[ab.....] same enter"},
+    {"6s", "ab", "", "<UP>", "ab____", 0, unknown, "<ENTER>", "ab", "[ab.....] same enter"},
+    {"6s,E", "", "", "<ENTER>", "______", 0, "<> Ingave verplicht", "x<ENTER>", "x",
+     "[x......] changed enter"},
+    {"6s,F", "", "", "abc<ENTER>", "abc___", 0, "<abc> Volledig vullen", "defghi<ENTER>", "defghi",
+     "[defghi.] changed enter"},
+    {"6s,F", "abcdef", "", "<ENTER>", "abcdef", -1, "", "", "abcdef", "[abcdef.] same enter"},
+    {"6s,U", "", "", "aé1", "AÉ1___", 3, "", "<ENTER>", "AÉ1", "[AÉ1....] changed enter"},
+    {"6s,J", "", "", "ab<ENTER>", "    ab", -1, "", "", "    ab", "[ab.....] changed enter"},
+    {"6s,I", "abcdefghij", "", "", "______", 0, "", "<ENTER>", "", "[.......hij.] same enter empty"},
+    {"6s,S", "abc", "", "xy", "______", 2, "", "<ENTER>", "", "[xy.....] changed enter"},
+    {"6s,SE", "", "", "xy<HOME><RIGHT><DEL>", "______", 1, "", "<ENTER>", "", "[x......] changed enter"},
+    {"3s,A", "", "", "abc", "abc", -1, "", "", "abc", "[abc.] changed enter"},
+    {"13c[1234567890]", "", "", "1a2", "12___________", 2, "", "<ENTER>", "12",
+     "[12...........] changed enter"},
+    {"13c[1234567890]", "", "", "1a", "1____________", 1, "<a> Ongeldige ingave!!  (HELP voor toelichting)",
+     "<ENTER>", "1", "[1............] changed enter"},
+    {"3c[^.,]", "", "", ".", "___", 0, "<.> Ongeldige ingave!!  (HELP voor toelichting)", "x;<ENTER>", "x;",
+     "[x;.] changed enter"},
+    {"1c[+*C],EIAU", "*", "", "x", "_", 0, "<X> Ongeldige ingave!!  (HELP voor toelichting)", "c", "C",
+     "[C] changed enter"},
+    {"1s[],AUE", "", "cancel", "x", "_", 0, "<X> Ongeldige ingave!!  (HELP voor toelichting)", "<ESC>", "",
+     "[..] same esc empty"},
+    {"4s", "ab", "edge", "<END>cd", "abcd", 2, "", "<ENTER>", "abcd", "[abcd.] changed enter"},
+};
+
+const Row exit_rows[] = {
+    {"6s", "abc", "cancel", "xy<HOME>", "xy____", 0, "", "<CANCEL>", "abc", "[abc....] same cancel"},
+    {"6s", "abc", "cancel", "xy<CANCEL>", "xy/___", 3, "", "<ENTER>", "xy/", "[xy/....] changed enter"},
+    {"6s", "abc", "cancel", "xy", "xy____", 2, "", "<ESC>", "abc", "[abc....] same esc"},
+    {"6s", "abc", "", "<ESC>", "abc___", 0, unknown, "<CANCEL><ENTER>", "/", "[/......] changed enter"},
+    {"6s,I", "abc", "cancel", "", "______", 0, "", "<CANCEL>", "", "[.......] same cancel empty"},
+    {"5d,I", "77", "cancel", "", "_____", 0, "", "<CANCEL>", "", "[0] same cancel empty"},
+    {"6s", "abc", "up", "", "abc___", 0, "", "<UP>", "abc", "[abc....] same up"},
+    {"6s", "abc", "up", "xy", "xy____", 2, "", "<UP>", "xy", "[xy.....] changed up"},
+    {"6s,E", "", "up", "<UP>", "______", 0, "<> Ingave verplicht", "x<UP>", "x", "[x......] changed up"},
+    {"6s,E", "abc", "down", "", "abc___", 0, "", "<DOWN>", "abc", "[abc....] same down"},
+    {"6s,E", "", "tab", "", "______", 0, "", "<TAB>", "", "[.......] same tab empty"},
+    {"6s,E", "", "up", "<DOWN>", "______", 0, unknown, "x<ENTER>", "x", "[x......] changed enter"},
+    {"6s", "abc", "help", "x", "x_____", 1, "", "<HOME><HELP>", "abc", "[abc....] same help"},
+    {"6s", "abc", "help", "", "abc___", 0, "", "<F1>", "abc", "[abc....] same f1"},
+    {"6s", "abc", "", "x<HELP>", "x?____", 2, "", "<ENTER>", "x?", "[x?.....] changed enter"},
+    {"6s", "abc", "", "x<EXIT>", "x_____", 1, unknown, "<ENTER>", "x", "[x......] changed enter"},
+    {"6s", "abcdef", "", "<INTR>", "bcdef_", 0, "", "<ENTER>", "bcdef", "[bcdef..] changed enter"},
+    {"8D", "28022026", "cancel", "01", "01-02-26", 3, "", "<ESC>", "28-02-26", "[28-02-2026] same esc"},
+    {"10D", "", "cancel", "0103", "01-03-____", 6, "", "<ESC>", "  -  -", "[0] same esc empty"},
+};
+
+const Row number_rows[] = {
+    {"7l,IEZP", "55", "", "<ENTER>", "_______", 0, "<> Ingave verplicht", "0<ENTER>", "0", "[0] same enter"},
+    {"7l,EZP", "0", "", "", "0______", 0, "", "<ENTER>", "0", "[0] same enter"},
+    {"7l,ZP", "0", "", "", "_______", 0, "", "<ENTER>", "", "[0] same enter empty"},
+    {"7l,P", "12", "", "0<ENTER>", "0______", 0, "<0> Moet ongelijk zijn aan 0", "8<ENTER>", "8",
+     "[8] changed enter"},
+    {"7l,N", "-3", "", "3<ENTER>", "3______", 0, "<3> Alleen -999999 t/m -1 mogelijk", "4-<ENTER>", "-4",
+     "[-4] changed enter"},
+    {"7l", "0", "", "-12<ENTER>", "-12", -1, "", "", "-12", "[-12] changed enter"},
+    {"3d,P", "5", "", "-", "5__", 0, "<-> Ongeldige ingave!!  (HELP voor toelichting)", "<ENTER>", "5",
+     "[5] same enter"},
+    {"3d", "5", "", "12-<ENTER>", "-12", -1, "", "", "-12", "[-12] changed enter"},
+    {"3d", "12345", "", "<ENTER>", "123", 0, "<12345> Alleen -99 t/m 999 mogelijk", "7<ENTER>", "7",
+     "[7] changed enter"},
+    {"4d,P", "5", "", "75<ENTER>", "75__", 0, "<75> Alleen 1 t/m 20 mogelijk", "20<ENTER>", "20",
+     "[20] changed enter", "1", "20"},
+    {"4d,P", "5", "", "0<ENTER>", "0___", 0, "<0> Moet ongelijk zijn aan 0", "9999<ENTER>", "9999",
+     "[9999] changed enter", "1", "20000"},
+    {"4d", "5", "", "4<ENTER>", "4___", 0, "<4> Alleen 5 t/m 9999 mogelijk", "5<ENTER>", "5",
+     "[5] same enter", "5"},
+    {"3U", "0", "", "256<ENTER>", "256", 0, "<256> Alleen 0 t/m 255 mogelijk", "255<ENTER>", "255",
+     "[255] changed enter"},
+    {"4n", "-128", "", "<ENTER>", "-128", -1, "", "", "-128", "[-128] same enter"},
+    {"5u", "65535", "", "65536<ENTER>", "65536", 0, "<65536> Alleen 0 t/m 65535 mogelijk", "1<ENTER>", "1",
+     "[1] changed enter"},
+    {"11l", "0", "", "2147483648<ENTER>", "2147483648_", 0,
+     "<2147483648> Alleen -2147483647 t/m 2147483647 mogelijk", "2147483647<ENTER>", "2147483647",
+     "[2147483647] changed enter"},
+    {"1d", "3", "", "-", "3", 0, "<-> Ongeldige ingave!!  (HELP voor toelichting)", "4<ENTER>", "4",
+     "[4] changed enter"},
+    {"6.2f,ZPN", "0", "", "1,5<ENTER>", "1.50", -1, "", "", "1.50", "[1.500] changed enter"},
+    {"6.2f,ZPN", "2.5", "", "<ENTER>", "2.50", -1, "", "", "2.50", "[2.500] same enter"},
+    {"6.2f,ZPN", "0", "", "1.234<ENTER>", "1.234_", 0, "<1.234> Teveel cijfers na de komma", "9<ENTER>",
+     "9.00", "[9.000] changed enter"},
+    {"6.2f,ZPN", "0", "", "100-<ENTER>", "100-__", 0, "<100-> Alleen -99.99 t/m 99.99 mogelijk", "5-<ENTER>",
+     "-5.00", "[-5.000] changed enter", "-99.99", "99.99"},
+    {"6.2f,P", "1", "", "0.001<ENTER>", "0.001_", 0, "<0.001> Teveel cijfers na de komma", ".01<ENTER>",
+     "0.01", "[0.010] changed enter"},
+    {"6.2f,EIJNPZ", "7", "", ".5<ENTER>", "  0.50", -1, "", "", "  0.50", "[0.500] changed enter"},
+    {"6.2f,ZPN", "5", "", "0-<ENTER>", "0.00", -1, "", "", "0.00", "[0.000] changed enter"},
+    {"8B,JEP", "123456", "", "", "1234.56_", 0, "", "12,3<ENTER>", "   12.30", "[1230] changed enter"},
+    {"8B,JEP", "1", "", "99999.99<ENTER>", "99999.99", -1, "", "", "99999.99", "[9999999] changed enter"},
+    {"8B,JEP", "1", "", "100000<ENTER>", "100000__", 0, "<100000> Alleen 0.01 t/m 99999.99 mogelijk",
+     "1<ENTER>", "    1.00", "[100] changed enter"},
+    {"9B", "-250", "", "<ENTER>", "-2.50", -1, "", "", "-2.50", "[-250] same enter"},
+    {"2d,PA", "11", "", "12", "12", -1, "", "", "12", "[12] changed enter"},
+    {"5d", "9", "", "<BACKSPACE><ENTER>", "", -1, "", "", "", "[0] changed enter empty", "5", "10"},
+    {"5d", "9", "cancel", "77<CANCEL>", "77___", 2, "</> Ongeldige ingave!!  (HELP voor toelichting)",
+     "<ENTER>", "77", "[77] changed enter"},
+};
+
+const Row date_rows[] = {
+    {"8D", "", "", "1-3-26", "01-03-26", 8, "", "<ENTER>", "01-03-26", "[01-03-2026] changed enter"},
+    {"8D", "", "", "12", "12-__-__", 3, "", "0326<ENTER>", "12-03-26", "[12-03-2026] changed enter"},
+    {"6D", "", "", "010326", "010326", 6, "", "<ENTER>", "010326", "[01-03-2026] changed enter"},
+    {"D", "01032026", "", "<ENTER>", "010326", -1, "", "", "010326", "[01-03-2026] same enter"},
+    {"7D", "01032026", "", "02", "020326", 2, "", "<ENTER>", "020326", "[02-03-2026] changed enter"},
+    {"10D", "01032026", "", "", "01-03-2026", 0, "", "<ENTER>", "01-03-2026", "[01-03-2026] changed enter"},
+    {"8D,E", "", "", "<ENTER>", "__-__-__", 0, "<> Ingave verplicht", "010326<ENTER>", "01-03-26",
+     "[01-03-2026] changed enter"},
+    {"8D", "", "", "<ENTER>", "  -  -", -1, "", "", "  -  -", "[0] same enter empty"},
+    {"8D", "01032026", "", "310226<ENTER>", "01-03-26", 0, "<31-02-26> Datum voldoet niet aan DD-MM-JJ",
+     "<ENTER>", "01-03-26", "[01-03-2026] changed enter"},
+    {"6D", "", "", "310226<ENTER>", "______", 0, "<31-02-26> Datum voldoet niet aan DDMMJJ", "<ENTER>", "",
+     "[0] same enter empty"},
+    {"10D", "", "", "12<ENTER>", "__-__-____", 0, "<12-> Datum voldoet niet aan DD-MM-JJJJ",
+     "12032026<ENTER>", "12-03-2026", "[12-03-2026] changed enter"},
+    {"10D", "01032026", "", "01012079<ENTER>", "01-03-2026", 0,
+     "<01-01-2079> Alleen datum tussen 01-01-1900 en 31-12-2078", "01011900<ENTER>", "01-01-1900",
+     "[01-01-1900] changed enter"},
+    {"8D", "", "", "010175<ENTER>", "__-__-__", 0, "<01-01-75> Alleen datum tussen 01-01-1980 en 31-12-2050",
+     "311250<ENTER>", "31-12-50", "[31-12-2050] changed enter"},
+    {"8D", "", "", "010100<ENTER>", "__-__-__", 0, "<01-01-00> Alleen datum tussen 02-01-2000 en 31-12-2050",
+     "020100<ENTER>", "02-01-00", "[02-01-2000] changed enter", "36527"},
+    // One digit of a group, and deletions.
+    {"8D", "", "", "12<LEFT><LEFT><DEL>", "2_-__-__", 0, "", "", nullptr, nullptr},
+    {"8D", "28022026", "", "<DEL>", "8_-02-26", 0, "", "<ENTER>", nullptr, nullptr},
+    {"8D", "28022026", "", "<RIGHT><RIGHT><BACKSPACE>", "2 -02-26", 1, "", "<ENTER>", "02-02-26",
+     "[02-02-2026] changed enter"},
+    {"8D", "28022026", "", "<END><BACKSPACE><BACKSPACE>", "28-02-__", 6, "", "27<ENTER>", "28-02-27",
+     "[28-02-2027] changed enter"},
+    {"8D", "28022026", "", "<END><BACKSPACE><BACKSPACE><BACKSPACE>", "28-0_-__", 4, "", "<BACKSPACE>",
+     nullptr, nullptr},
+    {"8D", "28022026", "", "<END><BACKSPACE><BACKSPACE><BACKSPACE><BACKSPACE><BACKSPACE>", "2_-__-__", 1, "",
+     "90326<ENTER>", "29-03-26", "[29-03-2026] changed enter"},
+    {"8D", "28022026", "", "<RIGHT><RIGHT>", "28-02-26", 3, "", "<LEFT>7<ENTER>", "27-02-26",
+     "[27-02-2026] changed enter"},
+    {"8D", "28022026", "", "<BACKSPACE>", "__-__-__", 0, "", "<ENTER>", "  -  -", "[0] changed enter empty"},
+    // Days from the date that stood there.
+    {"8D", "28022026", "", "+3", "+3______", 2, "", "<ENTER>", "03-03-26", "[03-03-2026] changed enter"},
+    {"10D", "01032026", "", "-1<ENTER>", "28-02-2026", -1, "", "", "28-02-2026",
+     "[28-02-2026] changed enter"},
+    {"6D", "010326", "", "+0<ENTER>", "010326", -1, "", "", "010326", "[01-03-2026] same enter"},
+    {"8D,E", "", "", "+3<ENTER>", "+3______", 0, "<+3> Foutieve ingave", "010326<ENTER>", nullptr, nullptr},
+    {"8D", "", "", "+3<ENTER>", "__-__-__", 0, "<  -  -  > Alleen datum tussen 01-01-1980 en 31-12-2050",
+     "<ENTER>", "  -  -", "[0] same enter empty"},
+    {"8D", "01012050", "", "+400<ENTER>", "05-02-51", 0,
+     "<05-02-51> Alleen datum tussen 01-01-1980 en 31-12-2050", "010326<ENTER>", "01-03-26",
+     "[01-03-2026] changed enter"},
+};
+
+const Row other_rows[] = {
+    {"b", "1", "", "", "J", 0, "", "<ENTER>", "J", "[1] same enter"},
+    {"b", "1", "", "n<ENTER>", "N", -1, "", "", "N", "[0] changed enter"},
+    {"b", "0", "", "+<ENTER>", "J", -1, "", "", "J", "[1] changed enter"},
+    {"b,/E", "1", "", "-", "N", 1, "", "<ENTER>", "N", "[0] changed enter"},
+    {"b,I", "1", "cancel", "<ENTER>", "_", 0, "<> Ingave verplicht", "<HOME><ESC>", "N", "[0] same esc"},
+    {"9b", "1", "", "x", "J", 0, "<X> Ongeldige ingave!!  (HELP voor toelichting)", "<ENTER>", "J",
+     "[1] same enter"},
+    {"4x", "0A1B", "", "f", "FA1B", 1, "", "<ENTER>", "FA1B", "[FA1B] changed enter"},
+    {"4x", "0A1B", "", "\\z", "7A1B", 2, "", "<ENTER>", "7A1B", "[7A1B] changed enter"},
+    {"4x", "", "", "1\\", "1___", 1, "<\\> Ongeldige ingave!!  (HELP voor toelichting)", "2\\é<ENTER>",
+     "1282", "[1282] changed enter"},
+    {"4x", "", "", "\\<UP>", "____", 0, unknown, "g0<ENTER>", "0", "[0...] changed enter"},
+    {"20.5S", "", "", "abcde", "←bcde_", 4, "", "fgh<ENTER>", "abcde",
+     "[abcdefgh.............] changed enter"},
+    {"20.5S", "abcdefghij", "", "", "abcde→", 0, "", "<END>", nullptr, nullptr},
+    {"20.5S", "abcdefghij", "", "<END>", "←fghij", 5, "", "<BACKSPACE><LEFT><LEFT><LEFT><LEFT>", nullptr,
+     nullptr},
+    {"20.6S", "abcdefghij", "", "<END><LEFT><LEFT><LEFT><LEFT><LEFT><LEFT>", "←cdefgh→", 2, "",
+     "<HOME><ENTER>", "abcdef", "[abcdefghij...........] same enter"},
+    {"8.6C", "abcdefgh", "", "<END>", "←cdefgh", 6, "", "<ENTER>", "abcdef", "[abcdefgh] same enter"},
+    {"12.6X", "0123456789AB", "", "<RIGHT><RIGHT><RIGHT><RIGHT><RIGHT><RIGHT>", "←234567→", 4, "", "<ENTER>",
+     "012345", "[0123456789AB] same enter"},
+    {"4S", "abcd", "", "<END>", "abcd", 4, "", "<ENTER>", "abcd", "[abcd.] same enter"},
+    {"6s", "", "", "a<F11>e\"<ENTER>", "aë____", 2, "", "<ENTER>", "aë", "[aë.....] changed enter"},
+    {"6s", "", "", "<F11>1/4<ENTER>", "¼_____", 1, "", "<F11>65<ENTER><ENTER>", "¼A",
+     "[¼A.....] changed enter"},
+    {"6s", "ab", "", "<F11>e#<ENTER>", "ab____", 0, unknown, "<F11><ESC><ENTER>", "ab",
+     "[ab.....] same enter"},
+    {"6s", "ab", "", "<F11>265<ENTER>", "ab____", 0, unknown, "<F11>x<BACKSPACE>ss<ENTER><ENTER>", "ß",
+     "[ß......] changed enter"},
+    {"6s", "", "", "<F11>0097", "a_____", 1, "", "<ENTER>", "a", "[a......] changed enter"},
+    {"6l", "5", "", "<F11>", "5_____", 0, unknown, "<ENTER>", "5", "[5] same enter"},
+    // Letters outside the character set are refused, others arrive.
+    {"6s", "", "", "€é€", "é_____", 1, "", "<ENTER>", "é", "[é......] changed enter"},
+};
+
+/// The field as it stands in its row, from the place of the left scroll mark; a blank there is left out.
+std::string field_of(const Terminal &t) {
+    std::string row = t.row(5);
+    row.erase(0, std::min<std::size_t>(row.size(), 8));
+    if (row.starts_with(' ')) {
+        row.erase(0, 1);
+    }
+    return row;
+}
+
+std::string expected_end(const char *text) {
+    std::string trimmed = text;
+    return trimmed.substr(0, trimmed.find_last_not_of(' ') + 1);
+}
+
+void run(const Row &row) {
+    SCOPED_TRACE(std::string(row.format) + " holding '" + row.value + "', typed " + row.typed);
+    std::vector<std::string> arguments{"edit", row.format, row.value, row.allow};
+    for (const char *limit : {row.lower, row.upper}) {
+        if (limit != nullptr) {
+            arguments.emplace_back(limit);
+        }
+    }
+    Dialogue d(arguments);
+    ASSERT_TRUE(d.settle(row.typed));
+    EXPECT_EQ(field_of(d), expected_end(row.shown));
+    EXPECT_EQ(d.row(25), row.message) << "message";
+    if (row.cursor >= 0) {
+        EXPECT_EQ(d.cursor().col - 10, row.cursor) << "cursor";
+    }
+    if (row.result == nullptr) {
+        return;
+    }
+    ASSERT_TRUE(d.settle(row.end));
+    EXPECT_EQ(field_of(d), expected_end(row.stays)) << "after the end";
+    EXPECT_EQ(d.row(15), row.result) << d.dump();
+    EXPECT_EQ(d.row(16), "");
+}
+
+template <std::size_t n>
+void run_all(const Row (&rows)[n]) {
+    for (const Row &row : rows) {
+        run(row);
+    }
+}
+
+TEST(Field, Text) {
+    run_all(text_rows);
+}
+
+TEST(Field, Exits) {
+    run_all(exit_rows);
+}
+
+TEST(Field, Numbers) {
+    run_all(number_rows);
+}
+
+TEST(Field, Dates) {
+    run_all(date_rows);
+}
+
+TEST(Field, AnswersHexadecimalScrollingComposed) {
+    run_all(other_rows);
+}
+
+}  // namespace
