@@ -4,6 +4,8 @@
 
 #include <clocale>
 #include <cstdint>
+#include <cstring>
+#include <string>
 
 namespace {
 
@@ -11,8 +13,42 @@ const nl_catd catalog_closed = reinterpret_cast<nl_catd>(std::intptr_t{-1});
 nl_catd term_catalog = catalog_closed;
 nl_catd detail_catalog = catalog_closed;
 
+/// The conversions of a format, one behind the other: "%-19.19s: %d%%" gives "%-19.19s%d".
+std::string conversions(const char *format) {
+    std::string found;
+    while ((format = std::strchr(format, '%')) != nullptr) {
+        if (format[1] == '%') {
+            format += 2;
+            continue;
+        }
+        const std::size_t modifiers = std::strspn(format + 1, "-+ #0123456789.*'hlqjztL");
+        const std::size_t length = 1 + modifiers + (format[1 + modifiers] == '\0' ? 0 : 1);
+        found.append(format, length);
+        format += length;
+    }
+    return found;
+}
+
+/// What follows the flags, width and precision decides what the caller has to pass; a width or precision of
+/// its own is free, one that is passed is not.
+std::string argument_types(const char *format) {
+    std::string types;
+    for (const char c : conversions(format)) {
+        if (std::strchr("-+ #0123456789.'", c) == nullptr) {
+            types += c;
+        }
+    }
+    return types;
+}
+
 const char *lookup(nl_catd catalog, int set, int number, const char *fallback) {
-    return catalog == catalog_closed ? fallback : catgets(catalog, set, number, fallback);
+    if (catalog == catalog_closed) {
+        return fallback;
+    }
+    const char *text = catgets(catalog, set, number, fallback);
+    // A text that is not a format may hold any percent sign; nothing takes its conversions then.
+    const bool is_format = !argument_types(fallback).empty();
+    return is_format && argument_types(text) != argument_types(fallback) ? fallback : text;
 }
 
 void close_one(nl_catd &catalog) {
@@ -25,6 +61,11 @@ void close_one(nl_catd &catalog) {
 }  // namespace
 
 void catalog_open() {
+    // Numbers, order and case are the system's own. The character set belongs to the terminal and stays as
+    // the screen session has set it.
+    for (const int category : {LC_NUMERIC, LC_TIME, LC_MONETARY, LC_COLLATE, LC_MESSAGES}) {
+        std::setlocale(category, "C");
+    }
     term_catalog = catopen("TERM351", 0);
     detail_catalog = catopen("DETAIL", 0);
 }

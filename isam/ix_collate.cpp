@@ -51,47 +51,38 @@ constexpr ix_weights make_weights() {
     return w;
 }
 
-constexpr int longest = 256;
+constexpr std::size_t longest = 256;
 
-/// Primary string of a field, zero-padded to twice its length.
-void primaries(const std::uint8_t *field, int n, std::uint8_t *out) {
-    std::uint8_t *p = out;
-    for (int i = 0; i < n; ++i) {
-        const std::uint8_t c = field[i];
-        if (ix_weight.kind[c] != 1) {
-            *p++ = ix_weight.primary[c];
-            if (ix_weight.kind[c] == 2) {
-                *p++ = ix_weight.secondary[c];
+/// The weights of a field, both strings zero-padded.
+struct weighed {
+    std::uint8_t primary[2 * longest] = {};
+    std::uint8_t secondary[longest] = {};
+
+    weighed(const std::uint8_t *field, std::size_t n) {
+        std::size_t letters_out = 0;
+        std::size_t accents_out = 0;
+        for (std::size_t i = 0; i < n; ++i) {
+            const std::uint8_t c = field[i];
+            const std::uint8_t kind = ix_weight.kind[c];
+            if (kind != 1) {
+                primary[letters_out++] = ix_weight.primary[c];
+            }
+            if (kind == 2) {
+                primary[letters_out++] = ix_weight.secondary[c];
+            } else {
+                secondary[accents_out++] = ix_weight.secondary[c];
             }
         }
     }
-    std::fill(p, out + 2 * n, std::uint8_t{0});
-}
+};
 
-void secondaries(const std::uint8_t *field, int n, std::uint8_t *out) {
-    std::uint8_t *p = out;
-    for (int i = 0; i < n; ++i) {
-        if (ix_weight.kind[field[i]] != 2) {
-            *p++ = ix_weight.secondary[field[i]];
-        }
-    }
-    std::fill(p, out + n, std::uint8_t{0});
-}
-
-/// Both strings in full, for fields where bytes no longer stand below each other.
-int compare_shifted(const std::uint8_t *a, const std::uint8_t *b, int n) {
-    std::uint8_t left[2 * longest];
-    std::uint8_t right[2 * longest];
-    primaries(a, n, left);
-    primaries(b, n, right);
-    // Behind the longer of the two strings both are zero, so comparing the whole areas gives the same.
-    int result = std::memcmp(left, right, static_cast<std::size_t>(2 * n));
-    if (result == 0) {
-        secondaries(a, n, left);
-        secondaries(b, n, right);
-        result = std::memcmp(left, right, static_cast<std::size_t>(n));
-    }
-    return result;
+/// Both strings in full, for fields where bytes no longer stand below each other. Behind the longer of the
+/// two primary strings both are zero, so comparing the whole areas is comparing up to there.
+int compare_shifted(const std::uint8_t *a, const std::uint8_t *b, std::size_t n) {
+    const weighed left(a, n);
+    const weighed right(b, n);
+    const int result = std::memcmp(left.primary, right.primary, 2 * n);
+    return result != 0 ? result : std::memcmp(left.secondary, right.secondary, n);
 }
 
 }  // namespace
@@ -101,18 +92,18 @@ constinit const ix_weights ix_weight = make_weights();
 int coll_cmp(const void *a, const void *b, int n) {
     const auto *x = static_cast<const std::uint8_t *>(a);
     const auto *y = static_cast<const std::uint8_t *>(b);
-    n = std::min(n, longest);
+    const std::size_t length = n <= 0 ? 0 : std::min(static_cast<std::size_t>(n), longest);
     // Equal bytes give equal weights on both sides, whatever their kind, so up to the first unequal bytes of
     // an unusual kind the weights of both fields stand in step.
     int accent = 0;
-    for (int i = 0; i < n; ++i) {
+    for (std::size_t i = 0; i < length; ++i) {
         const std::uint8_t p = x[i];
         const std::uint8_t q = y[i];
         if (p == q) {
             continue;
         }
         if ((ix_weight.kind[p] | ix_weight.kind[q]) != 0) {
-            return compare_shifted(x, y, n);
+            return compare_shifted(x, y, length);
         }
         if (ix_weight.primary[p] != ix_weight.primary[q]) {
             return ix_weight.primary[p] - ix_weight.primary[q];

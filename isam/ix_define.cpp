@@ -96,8 +96,10 @@ void define_key(ICB *icb, int keynr, std::string_view text) {
     }
 }
 
-ix_plan make_plan(const ix_keydef &def) {
-    ix_plan plan{};
+// Fills in and doesn't return the plan: g++ 12 drops calls of a function that does nothing but store such a
+// result in place.
+void make_plan(const ix_keydef &def, ix_plan &plan) {
+    plan = {};
     plan.integers = true;
     plan.dups = def.kdups == 'J';
     int at = 0;
@@ -116,7 +118,6 @@ ix_plan make_plan(const ix_keydef &def) {
     plan.klen = at + (plan.dups ? 4 : 0);
     plan.esize = plan.klen + 4;
     plan.korder = order_of(plan.klen);
-    return plan;
 }
 
 char *definition_area(int number, const char *fallback) {
@@ -162,7 +163,7 @@ bool ix_header_sound(const ix_header &header, off_t index_size, off_t data_size,
 
 void ix_make_plans(ICB *icb) {
     for (int k = 0; k < ix_max_keys; ++k) {
-        icb->plan[k] = make_plan(icb->keydef[k]);
+        make_plan(icb->keydef[k], icb->plan[k]);
     }
 }
 

@@ -68,7 +68,7 @@ void catch_bus_errors() {
 }
 
 /// Maps the file with room for growth. False when that fails.
-bool view_map(ix_view &view, int fd) {
+bool view_map(ix_view &view, int fd, off_t size) {
     ix_view_close(view);
     catch_bus_errors();
     const auto free_slot =
@@ -77,7 +77,7 @@ bool view_map(ix_view &view, int fd) {
         view.refused = true;
         return false;
     }
-    std::size_t length = static_cast<std::size_t>(view.known + view.known / 2) + (std::size_t{1} << 20);
+    std::size_t length = static_cast<std::size_t>(size + size / 2) + (std::size_t{1} << 20);
     length = (length + static_cast<std::size_t>(page_size) - 1) & ~static_cast<std::size_t>(page_size - 1);
     void *base = mmap(nullptr, length, PROT_READ, MAP_SHARED, fd, 0);
     if (base == MAP_FAILED) {
@@ -86,6 +86,7 @@ bool view_map(ix_view &view, int fd) {
     }
     view.base = static_cast<std::uint8_t *>(base);
     view.length = length;
+    view.known = size;
     view.slot = static_cast<int>(free_slot - slots.begin()) + 1;
     free_slot->lost = 0;
     free_slot->length = length;
@@ -99,12 +100,12 @@ bool view_reach(ix_view &view, int fd, off_t end) {
     if (view.refused) {
         return false;
     }
-    view.known = std::max(ix_fd_size(fd), off_t{0});
-    if (end > view.known) {
-        return false;
+    const off_t size = std::max(ix_fd_size(fd), off_t{0});
+    if (view.base != nullptr && static_cast<std::size_t>(size) <= view.length) {
+        view.known = size;
+        return end <= size;
     }
-    return (view.base != nullptr && static_cast<std::size_t>(view.known) <= view.length) ||
-           view_map(view, fd);
+    return end <= size && view_map(view, fd, size);
 }
 
 /// True when what was just copied from the view is to be believed.
@@ -211,6 +212,13 @@ void ix_write_record(ICB *icb, const void *record, std::int32_t number) {
     const off_t offset = seek_record(icb, number);
     const auto size = static_cast<std::size_t>(icb->reclen);
     if (!file_write_at(icb->datfd, record, size, offset)) {
+        // A part of a record at the end would keep the pair from being rebuilt.
+        const int error = errno;
+        const off_t end = ix_fd_size(icb->datfd);
+        if (end > offset && end < offset + static_cast<off_t>(size)) {
+            (void)!ftruncate(icb->datfd, offset);
+        }
+        errno = error;
         ix_write_failed(icb, false);
     }
     view_grown(icb->data_view, offset + static_cast<off_t>(size));

@@ -20,14 +20,15 @@
 
 #include "isam/store_internal.h"
 
+// Keeps a rebuild below 64 megabytes in all.
+std::size_t ix_rebuild_area = 56 << 20;
+
 namespace {
 
 constexpr char title[] = " ZUV - QB-ISAM  >>> IXBLDIX <<< %.11s ";
 constexpr std::size_t chunk_least = 1024;
 constexpr std::size_t chunk_most = 16384;
-/// Bounds of the area for entries. The upper one keeps a rebuild below 64 megabytes in all.
 constexpr std::size_t area_least = 1 << 16;
-constexpr std::size_t area_most = 56 << 20;
 
 /// An entry in the order to come: the 8 bytes of its sorting form in which entries differ first, and its
 /// place among those gathered.
@@ -50,7 +51,7 @@ struct stretch {
             each += static_cast<std::size_t>(icb->plan[k].esize);
         }
         // No more than the data half can fill.
-        const std::size_t most = std::clamp((records + 1) * each, area_least, area_most);
+        const std::size_t most = std::clamp((records + 1) * each, area_least, ix_rebuild_area);
         const std::size_t size = mem_largest(&area, area_least, most);
         room = size / each;
         if (size == 0) {
@@ -89,8 +90,7 @@ int common_length(const ix_plan &plan, const std::uint8_t *entries, std::size_t 
     return common;
 }
 
-/// Fills in `ranks` in key order. Of equal keys the higher record goes first, as it would when one record
-/// after the other is inserted before its equals.
+/// Fills in `ranks` in key order, equal keys in the order of their records.
 void rank_entries(const ix_plan &plan, const std::uint8_t *entries, std::span<ranked> ranks) {
     const auto esize = static_cast<std::size_t>(plan.esize);
     bool ascending = true;
@@ -115,7 +115,7 @@ void rank_entries(const ix_plan &plan, const std::uint8_t *entries, std::span<ra
             return a.rank < b.rank;
         }
         const int order = ix_compare(plan, entries + a.at * esize, entries + b.at * esize, plan.klen);
-        return order != 0 ? order < 0 : a.at > b.at;
+        return order != 0 ? order < 0 : a.at < b.at;
     });
 }
 
@@ -163,9 +163,14 @@ struct inserter {
     }
 
     /// Steps to the place of an entry in the leaf in hand, which is not before `at`. False when it lies
-    /// behind the leaf.
+    /// behind the leaf, and for an equal of the entry inserted last: it goes before all its equals, and some
+    /// may stand in other leaves.
     bool place_in_leaf(const std::uint8_t *entry) {
         const int count = icb->blk.bcount;
+        const std::uint8_t *last = icb->blk.bentries + (at - 1) * plan.esize;
+        if (!plan.dups && ix_compare(plan, entry, last, plan.klen) == 0) {
+            return false;
+        }
         for (int step = 1;; step *= 2) {
             const int next = std::min(at + step, count) - 1;
             if (ix_compare(plan, entry, icb->blk.bentries + next * plan.esize, plan.klen) <= 0) {

@@ -16,10 +16,24 @@ void mark_update(ICB *icb) {
     --icb->inupdate;
 }
 
+/// A writer that died in exclusive mode leaves blocks behind the header's count. A new block would be
+/// written over one of them, so such a file can be read but not written.
+void demand_length(ICB *icb) {
+    if (icb->measured == 0) {
+        if (ix_fd_size(icb->ixfd) != off_t{icb->nblocks} * ix_block_size || icb->nblocks < icb->nkeys + 2) {
+            ix_inconsistent(icb);
+        }
+        icb->measured = icb->mode == ix_exclusive ? 1 : 0;
+    }
+}
+
 void begin_update(ICB *icb) {
     if (icb->mode != ix_exclusive) {
         IXLOCK(icb, ix_lock_header);
         ix_refresh_header(icb);
+    }
+    demand_length(icb);
+    if (icb->mode != ix_exclusive) {
         mark_update(icb);
     }
 }
@@ -207,6 +221,7 @@ bool IXDELETE(ICB *icb, const void *record) {
     if (icb->mode != ix_exclusive) {
         ix_refresh_header(icb);  // the exclusive owner's counts are ahead of the disk
     }
+    demand_length(icb);
     mark_update(icb);
     const int reclen = icb->reclen;
     std::uint8_t old[ix_max_reclen];

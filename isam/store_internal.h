@@ -10,6 +10,8 @@
 
 /// Blocks that fit in the 32-bit file offsets of the format. A variable, so that the tests reach the limit.
 extern int ix_block_limit;
+/// Most bytes that a rebuild gathers before it inserts them; from 65536.
+extern std::size_t ix_rebuild_area;
 
 // ---- Ends of the program
 

@@ -101,7 +101,7 @@ int charset_from_wide(wchar_t c) {
     if (c >= 0 && c < 128) {
         return static_cast<int>(c);
     }
-    const wchar_t *found = c == 0 ? nullptr : std::wcschr(upper_half, c);
+    const wchar_t *found = std::wcschr(upper_half, c);
     return found == nullptr ? -1 : static_cast<int>(found - upper_half) + 128;
 }
 
@@ -126,4 +126,7 @@ void charset_add(WINDOW *window, const char *text, int length) {
         wattr_off(window, A_ALTCHARSET, nullptr);
     }
     waddnwstr(window, wide.c_str(), length);
+    if (drawing) {
+        wattr_on(window, A_ALTCHARSET, nullptr);
+    }
 }

@@ -1,28 +1,31 @@
 // Text placement: one call with an attribute, a row, a column and a format. The message line.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
+#include <string>
+#include <string_view>
 
 #include "screen/screen_internal.h"
 
 namespace {
 
-constexpr std::size_t text_size = 1024;
-
-/// The usable part of the current window, in curses positions.
+/// The usable part of the current window.
 struct usable_area {
+    bool framed;
     int offset;  ///< curses position of row 1 and column 1
-    int rows;    ///< number of usable rows
+    int rows;
     int columns;
 };
+
+/// False while nothing can be shown: no session, or the terminal is passing output to its printer.
+bool showing() {
+    return scr != nullptr && scr->scr_nwin > 0 && !scr->scr_off;
+}
 
 usable_area usable() {
     const auto &entry = scr->windows[static_cast<std::size_t>(scr->scr_cur)];
     const int frame = entry.border ? 2 : 0;
-    return {entry.border ? 1 : 0, getmaxy(entry.window) - frame, getmaxx(entry.window) - frame};
+    return {entry.border, entry.border ? 1 : 0, getmaxy(entry.window) - frame, getmaxx(entry.window) - frame};
 }
 
 bool inside(int row, int col) {
@@ -33,23 +36,32 @@ bool inside(int row, int col) {
 /// Placed text reaches the terminal at most once a second.
 void refresh_rule() {
     const std::time_t now = std::time(nullptr);
-    if (now - scr->scr_last_refresh >= 1) {
+    // Unequal rather than later: a clock that is set back must not freeze the screen.
+    if (now != scr->scr_last_refresh) {
         scr->scr_last_refresh = now;
         win_refresh();
     }
 }
 
-int place(attr_t attr, int row, int col, const char *text) {
-    if (scr == nullptr || scr->scr_off || !inside(row, col)) {
+/// Places text without showing it.
+int put(attr_t attr, int row, int col, std::string_view text) {
+    if (!showing() || !inside(row, col)) {
         return 0;
     }
-    const int room = usable().columns - col + 1;
-    const int length = std::min(static_cast<int>(std::strlen(text)), room);
+    const auto room = static_cast<std::size_t>(usable().columns - col + 1);
+    text = text.substr(0, room);
     win_attr(attr);
     scr_move(row, col);
-    charset_add(win_current(), text, length);
-    refresh_rule();
+    charset_add(win_current(), text.data(), static_cast<int>(text.size()));
     win_attr(A_BOLD);
+    return static_cast<int>(text.size());
+}
+
+int place(attr_t attr, int row, int col, std::string_view text) {
+    const int length = put(attr, row, col, text);
+    if (length > 0) {
+        refresh_rule();
+    }
     return length;
 }
 
@@ -57,9 +69,8 @@ void clear_line(int row, int col) {
     scr_move(row, col);
     win_attr(A_DIM);
     wclrtoeol(win_current());
-    const auto &entry = scr->windows[static_cast<std::size_t>(scr->scr_cur)];
-    if (entry.border) {
-        WINDOW *window = entry.window;
+    if (usable().framed) {
+        WINDOW *window = win_current();
         win_attr(A_BOLD);
         wmove(window, row, getmaxx(window) - 1);
         if (charset_is_utf8()) {
@@ -93,7 +104,7 @@ void win_refresh() {
 }
 
 void win_attr(attr_t attr) {
-    if (scr->scr_off) {
+    if (!showing()) {
         return;
     }
     WINDOW *window = win_current();
@@ -106,14 +117,14 @@ void win_attr(attr_t attr) {
 }
 
 void win_title(const char *format, ...) {
-    if (scr->scr_off) {
+    if (!showing()) {
         return;
     }
-    char title[256] = "";
+    std::string title;
     if (format != nullptr) {
         std::va_list args;
         va_start(args, format);
-        std::vsnprintf(title, sizeof title, format, args);
+        title = str_vformat(format, args);
         va_end(args);
     }
     auto &entry = scr->windows[static_cast<std::size_t>(scr->scr_cur)];
@@ -124,39 +135,38 @@ void win_title(const char *format, ...) {
     } else {
         wborder(entry.window, 0, 0, 0, 0, 0, 0, 0, 0);
     }
+    // A title too long for the frame leaves its corners.
     const int width = getmaxx(entry.window);
-    const int length = static_cast<int>(std::strlen(title));
-    if (length > 0) {
-        place(A_BOLD, 1, std::max((width - length) / 2 + 1, 1), title);
-    }
+    title = title.substr(0, static_cast<std::size_t>(std::max(width - 2, 0)));
+    place(A_BOLD, 1, (width - static_cast<int>(title.size())) / 2 + 1, title);
     entry.border = true;
 }
 
 int scr_text(attr_t attr, int row, int col, const char *format, ...) {
-    char text[text_size];
     std::va_list args;
     va_start(args, format);
-    std::vsnprintf(text, sizeof text, format, args);
+    const std::string text = str_vformat(format, args);
     va_end(args);
     return place(attr, row, col, text);
 }
 
 int scr_add(const char *format, ...) {
-    if (scr == nullptr || scr->scr_off) {
+    if (!showing()) {
         return 0;
     }
-    char text[text_size];
     std::va_list args;
     va_start(args, format);
-    std::vsnprintf(text, sizeof text, format, args);
+    const std::string text = str_vformat(format, args);
     va_end(args);
-    const int length = static_cast<int>(std::strlen(text));
-    charset_add(win_current(), text, length);
-    return length;
+    WINDOW *window = win_current();
+    const usable_area area = usable();
+    const int room = std::max(area.offset + area.columns - getcurx(window), 0);
+    charset_add(window, text.data(), std::min(static_cast<int>(text.size()), room));
+    return static_cast<int>(text.size());
 }
 
 void scr_move(int row, int col) {
-    if (scr->scr_off || !inside(row, col)) {
+    if (!showing() || !inside(row, col)) {
         return;
     }
     const int offset = usable().offset;
@@ -164,14 +174,14 @@ void scr_move(int row, int col) {
 }
 
 void scr_clear_eol(int row, int col) {
-    if (scr->scr_off || !inside(row, col)) {
+    if (!showing() || !inside(row, col)) {
         return;
     }
     clear_line(row, col);
 }
 
 void scr_clear_eos(int row, int col) {
-    if (scr->scr_off || !inside(row, col)) {
+    if (!showing() || !inside(row, col)) {
         return;
     }
     const usable_area area = usable();
@@ -190,19 +200,19 @@ void scr_clear_eos(int row, int col) {
 }
 
 int scr_base_text(attr_t attr, int row, int col, const char *format, ...) {
-    if (scr == nullptr || scr->scr_off) {
+    if (!showing()) {
         return 0;
     }
-    char text[text_size];
     std::va_list args;
     va_start(args, format);
-    std::vsnprintf(text, sizeof text, format, args);
+    const std::string text = str_vformat(format, args);
     va_end(args);
     const int top = scr->scr_cur;
     scr->scr_cur = scr->scr_base;
-    const int length = place(attr, row, col, text);
+    const int length = put(attr, row, col, text);
     scr->scr_cur = top;
     win_stage(scr->scr_base, top);
+    refresh_rule();
     return length;
 }
 
@@ -216,42 +226,42 @@ void scr_flush(int seconds) {
 }
 
 void scr_last_line(attr_t attr, int seconds, const char *format, ...) {
-    char text[text_size];
     std::va_list args;
     va_start(args, format);
-    std::vsnprintf(text, sizeof text, format, args);
+    const std::string text = str_vformat(format, args);
     va_end(args);
-    if (scr == nullptr) {
-        scr_flush(seconds);
+    if (!showing()) {
+        napms(seconds * 1000);
         return;
     }
     win_open2(LINES, 1, 1, COLS);
-    place(attr, 1, 1, text);
+    put(attr, 1, 1, text);
     scr_flush(seconds);
     win_close();
+    win_refresh();
 }
 
 void error(const char *format, ...) {
-    if (scr == nullptr || scr->scr_off) {
+    if (!showing()) {
         return;
-    }
-    const int top = scr->scr_cur;
-    scr->scr_cur = scr->scr_base;
-    const int old_length = static_cast<int>(std::strlen(scr->scr_msg));
-    if (old_length > 0) {
-        char blanks[sizeof scr->scr_msg];
-        std::snprintf(blanks, sizeof blanks, "%*s", old_length, "");
-        place(A_BOLD, LINES, 1, blanks);
     }
     std::va_list args;
     va_start(args, format);
-    const auto room = std::min<std::size_t>(sizeof scr->scr_msg, static_cast<std::size_t>(scr->scr_cols) + 1);
-    std::vsnprintf(scr->scr_msg, room, format, args);
+    std::string text = str_vformat(format, args);
     va_end(args);
+    text = text.substr(0, std::min(sizeof scr->scr_msg - 1, static_cast<std::size_t>(scr->scr_cols)));
+
+    const int top = scr->scr_cur;
+    scr->scr_cur = scr->scr_base;
     if (scr->scr_msg[0] != '\0') {
-        place(A_BOLD, LINES, 1, scr->scr_msg);
+        put(A_BOLD, LINES, 1, std::string(std::strlen(scr->scr_msg), ' '));
+    }
+    std::strcpy(scr->scr_msg, text.c_str());
+    if (!text.empty()) {
+        put(A_BOLD, LINES, 1, text);
         beep();
     }
     wnoutrefresh(win_current());
     scr->scr_cur = top;
+    refresh_rule();
 }

@@ -20,6 +20,7 @@ int bar_length(std::uint32_t value, std::uint32_t total, int width) {
     if (total == 0) {
         total = std::max(value, 1U);
     }
+    width = std::max(width, 0);
     const std::uint64_t length = std::uint64_t{value} * static_cast<std::uint64_t>(width) / total;
     return static_cast<int>(std::min<std::uint64_t>(length, static_cast<std::uint64_t>(width)));
 }

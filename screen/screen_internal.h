@@ -25,6 +25,8 @@ char charset_drawing(char name);
 bool terminal_put(const char *capability);
 /// First byte of what a key of the current description sends, 0 if the description lacks it.
 int terminal_first_byte(const char *capability);
+/// The size that `mode` asks for.
+screen_size terminal_mode_size(const char *mode);
 /// The size that `mode` asks for, cut to the real window where that is smaller.
 screen_size terminal_size(const char *mode);
 /// Takes over the size of the current terminal, in LINES, COLS and the session.

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "screen/macros.h"
 #include "screen/screen_internal.h"
@@ -118,6 +119,9 @@ SCREEN *new_screen(const char *mode, screen_size size) {
     return screen;
 }
 
+/// Screens that were made for a size that the window did not take.
+std::vector<SCREEN *> retired;
+
 /// Sends the current terminal what makes its window the size of `mode`.
 void initialise_terminal(const char *mode) {
     bool sent = terminal_put("is2");
@@ -170,7 +174,8 @@ int scr_open_terminal(const char *mode) {
     }
     // Our handler must stand before ncurses looks for one: ours keeps the size that the mode asks for.
     terminal_signals();
-    entry.size = terminal_size(mode);
+    // A variant asks the window to grow, so its size is known only when it has been entered.
+    entry.size = *mode == '\0' ? terminal_size(mode) : terminal_mode_size(mode);
     entry.screen = new_screen(mode, entry.size);
     if (entry.screen == nullptr) {
         std::printf("\n%s (%s)\n", term_text(1, 92, "Onbekende terminfo"), description_name(mode).c_str());
@@ -196,7 +201,8 @@ void scr_switch_terminal(const char *mode) {
     // Only now is known whether the window has become as large as the mode asks for.
     const screen_size size = terminal_size(mode);
     if (!on_stack(stdscr) && size != entry.size) {
-        delscreen(entry.screen);
+        // Deleting a screen in mid-session upsets the others; it goes at the end of the session.
+        retired.push_back(entry.screen);
         entry.size = size;
         entry.screen = new_screen(mode, size);
         if (entry.screen == nullptr) {
@@ -244,10 +250,14 @@ void scr_end() {
     }
     for (int i = scr->scr_nterm - 1; i >= 0; i--) {
         if (SCREEN *screen = screen_of(i)) {
-            set_term(screen);
-            delscreen(screen);
+            retired.push_back(screen);
         }
     }
+    for (SCREEN *screen : retired) {
+        set_term(screen);
+        delscreen(screen);
+    }
+    retired.clear();
     tty_restore();
     operator_disconnect();
     key_state_free(scr->scr_keys);

@@ -44,16 +44,6 @@ void handle(int signal, void (*handler)(int)) {
     sigaction(signal, &action, nullptr);
 }
 
-screen_size mode_size(const char *mode) {
-    if (std::strcmp(mode, "-w") == 0) {
-        return {25, 132};
-    }
-    if (std::strcmp(mode, "-l") == 0) {
-        return {43, 80};
-    }
-    return {25, 80};
-}
-
 bool real_size(screen_size &size) {
     winsize window = {};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) != 0 || window.ws_row == 0 || window.ws_col == 0) {
@@ -72,6 +62,16 @@ void show_notice() {
 }
 
 }  // namespace
+
+screen_size terminal_mode_size(const char *mode) {
+    if (std::strcmp(mode, "-w") == 0) {
+        return {25, 132};
+    }
+    if (std::strcmp(mode, "-l") == 0) {
+        return {43, 80};
+    }
+    return {25, 80};
+}
 
 bool terminal_put(const char *capability) {
     const char *sequence = tigetstr(capability);
@@ -93,7 +93,7 @@ int terminal_first_byte(const char *capability) {
 }
 
 screen_size terminal_size(const char *mode) {
-    const screen_size wanted = mode_size(mode);
+    const screen_size wanted = terminal_mode_size(mode);
     screen_size real;
     if (!real_size(real)) {
         return wanted;
@@ -111,7 +111,7 @@ void terminal_use_size(screen_size size) {
 }
 
 void terminal_await_size(const char *mode) {
-    const screen_size wanted = mode_size(mode);
+    const screen_size wanted = terminal_mode_size(mode);
     for (int waited = 0; waited < await_milliseconds; waited += step_milliseconds) {
         const screen_size size = terminal_size(mode);
         if (size.lines == wanted.lines && size.columns == wanted.columns) {

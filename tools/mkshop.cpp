@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "isam/operator.h"
 #include "tools/shop/shop.h"
 
 namespace {
@@ -119,6 +120,8 @@ void help() {
 }  // namespace
 
 int main(int argc, char **argv) {
+    // The store ends the program over what it cannot go on from; no operator waits here.
+    isam_operator.fatal = [](const char *text) { complain(text); };
     ShopOptions shop_options;
     shop_target target = shop_target::made;
     int code = 0;

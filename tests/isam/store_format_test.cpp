@@ -1,4 +1,4 @@
-// The worked examples, byte for byte.
+// The layout on disk and the shape of small trees, byte for byte.
 #include <cstring>
 
 #include "support/isam/store_fixture.h"

@@ -23,7 +23,7 @@ class Run : public testing::Test {
 protected:
     void SetUp() override {
         const auto *info = testing::UnitTest::GetInstance()->current_test_info();
-        directory = fs::path(testing::TempDir()) / (std::string("run-") + info->name());
+        directory = fs::path(testing::TempDir()) / (std::string("run-") + info->name() + std::to_string(getpid()));
         fs::remove_all(directory);
         options.series = 6;
         options.customers = 4;
@@ -56,10 +56,19 @@ protected:
         terminal.directory = directory;
         return Terminal(terminal);
     }
-    /// Starts the program, leaves it at once and gives its exit status.
+    /// Starts the program, leaves its menu at once if there is one, and gives its exit status.
     int run() const {
         Terminal t = start();
+        leave_menu(t);
         return t.wait_exit();
+    }
+    static void leave_menu(Terminal &t) {
+        // Ends at once without it when the program has ended.
+        if (t.wait_for("<ENTER> voor vervolg")) {
+            t.key("ENTER");
+            EXPECT_TRUE(t.wait_for("Uw keuze"));
+            t.key("CANCEL");
+        }
     }
     ShopOptions options;
     fs::path directory;
@@ -274,8 +283,11 @@ TEST_F(Run, HeldRowOfDatesIsWaitedFor) {
     const int fd = open((directory / "RVSYS.TXT").c_str(), O_RDWR);
     ASSERT_TRUE(file_lock(lock_action::sole, fd, region_rows.offset(row_dates), region_rows.size));
     Terminal t = start();
-    ASSERT_TRUE(t.wait_row(25, "SYSTEEM-Informatie in gebruik op ander scherm"));
-    EXPECT_TRUE(t.attr(25, 1).blink);
+    ASSERT_TRUE(t.wait_until(
+        [&t] {
+            return t.row(25).starts_with("SYSTEEM-Informatie in gebruik op ander scherm") && t.attr(25, 1).blink;
+        },
+        "blinking notice"));
     ASSERT_TRUE(file_lock(lock_action::exclusive, fd, region_users.offset(1), region_users.size));
     ASSERT_TRUE(t.wait_row(25, "SYSTEEM-Informatie in gebruik door "));
     close(fd);

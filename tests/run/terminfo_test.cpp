@@ -99,8 +99,8 @@ TEST(Terminfo, EveryVariantHasWhatTheDialogueNeeds) {
             // Nothing that would switch the keyboard's modes off, and a size only where it can be changed.
             const bool wide = variant.cols == 132, is_long = variant.rows == 43;
             const char *init = wide ? terminal.wide_init : is_long ? terminal.long_init : nullptr;
-            EXPECT_EQ(text_of("is2"), "");
-            EXPECT_EQ(text_of("is3"), init ? init : "");
+            EXPECT_EQ(text_of("is3"), "");
+            EXPECT_EQ(text_of("is2"), init ? init : "");
             EXPECT_EQ(text_of("rs2"), init ? terminal.reset : "");
             EXPECT_EQ(text_of("smkx").find("\033="), std::string::npos) << "the numeric pad types digits";
 

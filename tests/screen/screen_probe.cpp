@@ -103,7 +103,17 @@ void sizes() {
         show_size();
         wait_key();
     }
+    // Three descriptions on top of each other, each with its size.
     scr_switch_terminal("-l");
+    show_size();
+    wait_key();
+    scr_switch_terminal("-w");
+    show_size();
+    wait_key();
+    win_close();
+    show_size();
+    wait_key();
+    win_close();
     show_size();
     wait_key();
 }
@@ -115,9 +125,21 @@ void fatal_in_windows() {
     scr_fatal("%s: %s", "PROEF", "kan niet verder");
 }
 
+/// A fault with the stack full is shown all the same, and one within the fatal stop does not hide it.
+void full_stack() {
+    while (scr->scr_nwin < scr_max_windows) {
+        win_open1(2, 2, 5, 20);
+    }
+    scr_switch_terminal("-w");
+}
+
 void characters() {
     scr_text(A_BOLD, 2, 1, "caf\x82 \x81 %c%c", 0xDB, 0xF9);
     scr_text(A_BOLD | A_ALTCHARSET, 3, 1, "aaa");
+    scr_move(3, 10);
+    win_attr(A_BOLD | A_ALTCHARSET);
+    scr_add("qq");
+    scr_add("q%s", std::string(100, 'x').c_str());
     scr_text(A_BOLD, 4, 1, "stuur\x07\x1b[2Jtekens\n");
     for (;;) {
         const int key = wait_key();
@@ -138,7 +160,7 @@ extern "C" const char *__lsan_default_suppressions() {
 int main(int argc, char **argv) {
     const std::map<std::string, void (*)()> scenarios{
         {"placing", placing}, {"clearing", clearing},      {"messages", messages},     {"stack", stack},
-        {"sizes", sizes},     {"fatal", fatal_in_windows}, {"characters", characters},
+        {"sizes", sizes},     {"fatal", fatal_in_windows}, {"characters", characters}, {"full-stack", full_stack},
     };
     const std::string name = argc == 2 ? argv[1] : "";
     if (name == "early-fatal") {

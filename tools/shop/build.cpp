@@ -78,14 +78,18 @@ bool build_shop(const ShopOptions &options, Shop &shop, std::string &why) {
     }
     std::uint64_t n = 0;
     for (const std::string &name : options.faults) {
-        const ShopFault *fault = find_fault(name);
-        Random random(options.seed, stream_faults + n++);
-        if (fault == nullptr || !fault->apply(shop, random)) {
+        if (!spoil_shop(shop, name, options.seed + n++)) {
             why = text_of("nothing in this shop can be spoiled by \"%.60s\"", name.c_str());
             return false;
         }
     }
     return true;
+}
+
+bool spoil_shop(Shop &shop, const std::string &name, std::uint64_t seed) {
+    const ShopFault *fault = find_fault(name);
+    Random random(seed, stream_faults);
+    return fault != nullptr && fault->apply(shop, random);
 }
 
 std::string make_shop(const ShopOptions &options, const std::string &directory) {

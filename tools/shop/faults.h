@@ -33,7 +33,8 @@ std::vector<std::int32_t> chain_of(const std::vector<Block> &blocks, std::int32_
 template <typename Block>
 std::int32_t take_free(std::vector<Block> &blocks, SysRow4Chain &row) {
     const std::int32_t head = row.free_head;
-    if (head < 0 || head >= static_cast<std::int32_t>(blocks.size())) {
+    if (head < 0 || head >= static_cast<std::int32_t>(blocks.size()) ||
+        blocks[static_cast<std::size_t>(head)].key.group != 0) {
         return -1;
     }
     row.free_head = blocks[static_cast<std::size_t>(head)].next;

@@ -7,16 +7,21 @@ bool buys(const CustomerRecord &customer) {
     return customer.first_label != 0;
 }
 
-LabelEntry &entry_of(Shop &shop, std::uint32_t label) {
-    return shop.label_blocks[(label - 1) / labels_per_block].slots[(label - 1) % labels_per_block];
+/// The place of a label; null for a number outside the file.
+LabelEntry *entry_of(Shop &shop, std::uint32_t label) {
+    const std::size_t block = (label - 1) / labels_per_block;
+    return label == 0 || block >= shop.label_blocks.size()
+               ? nullptr
+               : &shop.label_blocks[block].slots[(label - 1) % labels_per_block];
 }
 
-/// Labels of a customer, the newest first.
-std::vector<std::uint32_t> purchases(Shop &shop, const CustomerRecord &customer) {
-    std::vector<std::uint32_t> labels;
-    for (std::uint32_t label = customer.first_label; label != 0;
-         label = entry_of(shop, label).next_customer) {
+/// Labels of a customer, the newest first, as far as the chain is sound.
+std::vector<LabelEntry *> purchases(Shop &shop, const CustomerRecord &customer) {
+    std::vector<LabelEntry *> labels;
+    LabelEntry *label = entry_of(shop, customer.first_label);
+    while (label != nullptr && std::find(labels.begin(), labels.end(), label) == labels.end()) {
         labels.push_back(label);
+        label = entry_of(shop, label->next_customer);
     }
     return labels;
 }
@@ -24,9 +29,12 @@ std::vector<std::uint32_t> purchases(Shop &shop, const CustomerRecord &customer)
 /// Lets the last label of a customer lead on to what `next` gives.
 template <typename Next>
 bool lead_on(Shop &shop, Random &random, Next next) {
-    return spoil(shop.customers, random, buys, [&](const CustomerRecord &customer) {
-        entry_of(shop, purchases(shop, customer).back()).next_customer = next(customer);
-    });
+    return spoil(
+        shop.customers, random,
+        [&](const CustomerRecord &customer) { return !purchases(shop, customer).empty(); },
+        [&](const CustomerRecord &customer) {
+            purchases(shop, customer).back()->next_customer = next(customer);
+        });
 }
 
 std::uint32_t number_of(const Shop &shop, const LabelPlace &place) {
@@ -138,7 +146,7 @@ constexpr ShopFault customers[] = {
          return spoil(
              shop.customers, random,
              [&](const CustomerRecord &customer) { return purchases(shop, customer).size() > 1; },
-             [&](const CustomerRecord &customer) { entry_of(shop, customer.first_label).next_customer = 0; });
+             [&](const CustomerRecord &customer) { purchases(shop, customer).front()->next_customer = 0; });
      }},
     {"customer-missing", "labels were sold to a customer that does not exist",
      [](Shop &shop, Random &random) {

@@ -120,9 +120,11 @@ std::vector<std::int32_t> blocks_of(const Shop &shop, const CriteriaRecord &reco
 /// Lets the last block of a chain lead on to what `next` gives.
 template <typename Next>
 bool lead_on(Shop &shop, Random &random, Next next) {
-    return spoil(shop.criteria, random, any<CriteriaRecord>, [&](CriteriaRecord &record) {
-        block_at(shop, blocks_of(shop, record).back()).next = next(record);
-    });
+    return spoil(
+        shop.criteria, random, [&](const CriteriaRecord &record) { return !blocks_of(shop, record).empty(); },
+        [&](const CriteriaRecord &record) {
+            block_at(shop, blocks_of(shop, record).back()).next = next(record);
+        });
 }
 
 constexpr ShopFault criteria[] = {

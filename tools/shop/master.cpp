@@ -95,7 +95,7 @@ void make_groups(ShopPlan &plan, Random &random) {
         record.session = static_cast<std::uint16_t>(random.range(0, session_highest));
         record.changed = static_cast<std::uint16_t>(random.range(0, session_highest));
         record.label_kind = static_cast<std::uint8_t>(name.target);
-        record.option = name.turnover == 30 ? 1 : 0;
+        record.option = name.target == 6 ? 1 : 0;
         plan.shop.groups.push_back(record);
         plan.groups.push_back({name.number, name.size_kind, name.price_low, name.price_high, name.target,
                                name.vat, name.models});

@@ -23,7 +23,7 @@ enum shop_stream : std::uint64_t {
     stream_journals,
     stream_system,
     stream_deleted,
-    stream_faults,  ///< and one more for each further fault
+    stream_faults,
 };
 
 /// Sizes of a size kind, as indexes in the order of their sequence numbers.

@@ -187,3 +187,6 @@ struct ShopFault {
     bool (*apply)(Shop &shop, Random &random);
 };
 const std::vector<ShopFault> &shop_faults();
+
+/// Spoils a shop in the way of a name, once or again. False when there is nothing to spoil, or no such name.
+bool spoil_shop(Shop &shop, const std::string &name, std::uint64_t seed);

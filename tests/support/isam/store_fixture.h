@@ -24,7 +24,7 @@ protected:
         char name[] = "/tmp/store.XXXXXX";
         ASSERT_NE(mkdtemp(name), nullptr);
         directory = name;
-        before = std::filesystem::current_path();
+        started_in = std::filesystem::current_path();
         std::filesystem::current_path(directory);
         operator_notes.clear();
         operator_answer = 0;
@@ -44,13 +44,13 @@ protected:
     }
 
     void TearDown() override {
-        std::filesystem::current_path(before);
+        std::filesystem::current_path(started_in);
         std::filesystem::remove_all(directory);
         isam_operator = {};
     }
 
     std::filesystem::path directory;
-    std::filesystem::path before;
+    std::filesystem::path started_in;
 };
 
 inline bytes file_bytes(const std::string &path) {

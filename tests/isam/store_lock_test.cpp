@@ -1,0 +1,390 @@
+// Locks between processes, and between two handles of one process.
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <functional>
+#include <random>
+
+#include "isam/store_internal.h"
+#include "support/isam/store_fixture.h"
+
+namespace {
+
+int waits = 0;
+
+struct item {
+    boost::endian::little_int32_t number;
+    boost::endian::little_int32_t count;
+    char name[8];
+};
+
+item of(int number) {
+    item i{};
+    i.number = number;
+    std::snprintf(i.name, sizeof i.name, "n%d", number % 17);
+    return i;
+}
+
+/// What another process finds: true when `question` says so there.
+bool elsewhere(const std::function<bool()> &question) {
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        std::_Exit(question() ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// True when another process can lock bytes of a half for writing.
+bool free_elsewhere(const char *path, off_t start, off_t length) {
+    return elsewhere([=] {
+        const int fd = ix_fd_open(path, O_RDWR);
+        return file_lock(lock_action::test, fd, start, length);
+    });
+}
+
+bool record_free(int record) {
+    return free_elsewhere("L.TXT", record * off_t{sizeof(item)}, sizeof(item));
+}
+
+bool header_free() {
+    return free_elsewhere("L.INX", 0, 512);
+}
+
+class store_lock : public store_test {
+protected:
+    void SetUp() override {
+        store_test::SetUp();
+        waits = 0;
+        ix_lock_wait = [](ICB *) { ++waits; };
+        icb = make_pair_of("L", {"lock,16", "k,I,1,4", "naam,C,9,16"}, ix_shared);
+        for (int n = 0; n < 10; ++n) {
+            const item i = of(n);
+            IXWRITE(icb, &i);
+        }
+    }
+
+    void TearDown() override {
+        ix_lock_wait = plain;
+        store_test::TearDown();
+    }
+
+    int queue_count() const {
+        return file_bytes("L.INX")[static_cast<std::size_t>(icb->nkeys + 1) * 512 + 4];
+    }
+
+    ICB *icb = nullptr;
+    void (*plain)(ICB *) = ix_lock_wait;
+};
+
+TEST_F(store_lock, RecordsByOperation) {
+    struct {
+        const char *what;
+        std::function<void(item *)> operation;
+        bool held;
+    } const cases[] = {
+        {"IXREAD", [this](item *i) { IXREAD(icb, i); }, false},
+        {"IXREADLOCK", [this](item *i) { IXREADLOCK(icb, i); }, true},
+        {"IXFREE", [this](item *i) { IXREADLOCK(icb, i), IXFREE(icb, i); }, false},
+        {"IXWRITE", [this](item *i) { IXREADLOCK(icb, i), IXWRITE(icb, i); }, false},
+        {"IXWRITEK", [this](item *i) { IXREADLOCK(icb, i), IXWRITEK(icb, i); }, true},
+        {"IXREWRITE", [this](item *i) { IXREADLOCK(icb, i), IXREWRITE(icb, i); }, false},
+        {"IXDELETE", [this](item *i) { IXREADLOCK(icb, i), IXDELETE(icb, i); }, false},
+    };
+    int n = 0;
+    for (const auto &c : cases) {
+        item i = of(n);
+        c.operation(&i);
+        EXPECT_EQ(record_free(n), !c.held) << c.what;
+        EXPECT_TRUE(header_free()) << c.what;
+        ++n;
+    }
+    const item fresh = of(100);
+    IXWRITEK(icb, &fresh);
+    EXPECT_FALSE(record_free(icb->recno));  // the deleted record's place, held since the insertion
+    IXFREE(icb, &fresh);
+    EXPECT_TRUE(record_free(icb->recno));
+    EXPECT_EQ(waits, 0);
+    IXCLOSE(icb);
+}
+
+TEST_F(store_lock, HeldRecordIsRefusedElsewhere) {
+    item i = of(3);
+    ASSERT_TRUE(IXREADLOCK(icb, &i));
+    EXPECT_TRUE(elsewhere([] {
+        ICB *other = IXOPEN("L", ix_shared);
+        other->recno = 3;
+        return !IXLOCK(other, ix_lock_record) && waits == 1 &&
+               // nothing stays behind of the refused attempt
+               (IXLOCK(other, ix_unlock_record), other->recno = 4, IXLOCK(other, ix_lock_record));
+    }));
+    EXPECT_FALSE(record_free(3));
+    IXCLOSE(icb);
+    EXPECT_TRUE(record_free(3));
+}
+
+TEST_F(store_lock, ReservationOfAKey) {
+    item i = of(50);
+    const bytes before = file_bytes("L.INX");
+    EXPECT_FALSE(IXREADLOCK(icb, &i));
+    EXPECT_EQ(queue_count(), 1);
+    EXPECT_TRUE(elsewhere([] {
+        ICB *other = IXOPEN("L", ix_shared);
+        item same = of(50);
+        IXBLDKEY(other, &same, 4);
+        const bool refused = !IXLOCK(other, ix_lock_key) && waits == 1;
+        item another = of(51);
+        return refused && !IXREADLOCK(other, &another);
+    }));
+    EXPECT_EQ(queue_count(), 2);  // that of the process that ended stays
+    IXFREE(icb, &i);
+    EXPECT_EQ(queue_count(), 1);
+    i = of(51);
+    IXFREE(icb, &i);
+    EXPECT_EQ(file_bytes("L.INX"), before);
+    // A key that isn't reserved: no block is written.
+    i = of(52);
+    IXFREE(icb, &i);
+    EXPECT_EQ(file_bytes("L.INX"), before);
+    // A reservation ends with the insertion.
+    EXPECT_FALSE(IXREADLOCK(icb, &i));
+    IXWRITE(icb, &i);
+    EXPECT_EQ(queue_count(), 0);
+    IXCLOSE(icb);
+}
+
+TEST_F(store_lock, QueueIsFullAt126) {
+    for (int n = 0; n < 126; ++n) {
+        item i = of(1000 + n);
+        ASSERT_FALSE(IXREADLOCK(icb, &i));
+    }
+    EXPECT_EQ(queue_count(), 126);
+    item last = of(2000);
+    EXPECT_EXIT(IXREADLOCK(icb, &last), testing::ExitedWithCode(1), "L *: lock *--> Lock queue vol\\.");
+    for (int n = 125; n >= 0; n -= 2) {
+        item i = of(1000 + n);
+        IXFREE(icb, &i);
+    }
+    EXPECT_EQ(queue_count(), 63);
+    IXCLOSE(icb);
+}
+
+TEST_F(store_lock, ExclusiveTouchesNothingMore) {
+    IXCLOSE(icb);
+    const bytes before = file_bytes("L.INX");
+    icb = IXOPEN("L", ix_exclusive);
+    for (const int number : {3, 4, 13, 14, 2, 12}) {
+        EXPECT_TRUE(IXLOCK(icb, number)) << number;
+        EXPECT_FALSE(header_free()) << number;
+        EXPECT_FALSE(record_free(5)) << number;
+    }
+    EXPECT_FALSE(IXLOCK(icb, 5));
+    item i = of(3);
+    ASSERT_TRUE(IXREAD(icb, &i));
+    // Read in another process: the tests read past the store, and that costs a process its locks.
+    EXPECT_TRUE(elsewhere([&before] { return file_bytes("L.INX") == before; }));
+    IXDELETE(icb, &i);
+    EXPECT_FALSE(header_free());  // an update doesn't give away a part of the whole-file lock
+    IXCLOSE(icb);
+    EXPECT_TRUE(header_free());
+    EXPECT_TRUE(record_free(5));
+}
+
+TEST_F(store_lock, ExclusiveWaitsForTheOthers) {
+    item i = of(3);
+    ASSERT_TRUE(IXREADLOCK(icb, &i));
+    int go[2];
+    ASSERT_EQ(pipe(go), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        // Opens at once when the record is given back, and then sees what was written meanwhile.
+        static int end;
+        end = go[1];
+        ix_lock_wait = [](ICB *) {
+            if (++waits == 1) {
+                const char c = 0;
+                (void)!write(end, &c, 1);
+            }
+            usleep(1000);
+        };
+        ICB *other = IXOPEN("L", ix_exclusive);
+        std::_Exit(waits > 0 && other->nrecs == 11 ? 0 : 1);
+    }
+    char c;
+    ASSERT_EQ(read(go[0], &c, 1), 1);
+    const item extra = of(60);
+    IXWRITE(icb, &extra);
+    IXFREE(icb, &i);
+    int status = 1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    IXCLOSE(icb);
+}
+
+// The system drops all locks of a process on a file when any descriptor of it is closed.
+TEST_F(store_lock, TwoHandlesKeepTheirLocks) {
+    ICB *second = IXOPEN("L", ix_shared);
+    item i = of(3);
+    item j = of(4);
+    ASSERT_TRUE(IXREADLOCK(icb, &i));
+    ASSERT_TRUE(IXREADLOCK(second, &j));
+    IXCLOSE(second);
+    EXPECT_FALSE(record_free(3));
+    EXPECT_TRUE(record_free(4));  // what the closed handle held is free
+    IXCHECK("L");
+    EXPECT_FALSE(record_free(3));
+
+    // The same record by both: free when both have given it up.
+    second = IXOPEN("L", ix_shared);
+    j = of(3);
+    ASSERT_TRUE(IXREADLOCK(second, &j));
+    IXFREE(second, &j);
+    EXPECT_FALSE(record_free(3));
+    IXFREE(icb, &i);
+    EXPECT_TRUE(record_free(3));
+
+    // A refused whole-file lock takes nothing away.
+    ASSERT_TRUE(IXREADLOCK(icb, &i));
+    int hold[2];
+    int ready[2];
+    ASSERT_EQ(pipe(hold), 0);
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t child = fork();
+    char c = 0;
+    if (child == 0) {
+        close(hold[1]);
+        const int fd = ix_fd_open("L.TXT", O_RDWR);
+        file_lock(lock_action::exclusive, fd, 7 * off_t{sizeof(item)}, sizeof(item));
+        (void)!write(ready[1], &c, 1);
+        (void)!read(hold[0], &c, 1);
+        std::_Exit(0);
+    }
+    ASSERT_EQ(read(ready[0], &c, 1), 1);
+    EXPECT_FALSE(ix_trylock(lock_action::sole, second, second->datfd, 0, 0));
+    EXPECT_FALSE(record_free(3));
+    EXPECT_TRUE(record_free(5));
+    close(hold[1]);
+    waitpid(child, nullptr, 0);
+
+    // A whole-file lock beside a record: each is given up by itself.
+    EXPECT_TRUE(IXLOCK(second, ix_lock_file));
+    IXFREE(icb, &i);
+    EXPECT_FALSE(record_free(3));
+    ASSERT_TRUE(IXREADLOCK(icb, &i));
+    IXLOCK(second, ix_unlock_file);
+    EXPECT_FALSE(record_free(3));
+    EXPECT_TRUE(record_free(5));
+    IXCLOSE(icb);
+    EXPECT_TRUE(record_free(3));
+    IXCLOSE(second);
+}
+
+TEST_F(store_lock, TwoHandlesSeeEachOther) {
+    ICB *second = IXOPEN("L", ix_shared);
+    for (int n = 10; n < 5000; ++n) {
+        const item i = of(n);
+        ASSERT_TRUE(IXWRITE(n % 2 == 0 ? icb : second, &i));
+        item read = of(n);
+        ASSERT_TRUE(IXREAD(n % 2 == 0 ? second : icb, &read)) << n;
+    }
+    IXCLOSE(icb);
+    IXCLOSE(second);
+    EXPECT_EQ(ix_verify("L"), std::vector<std::string>{});
+}
+
+TEST_F(store_lock, WaitIsTold) {
+    ix_lock_wait = plain;
+    item i = of(3);
+    ASSERT_TRUE(IXREADLOCK(icb, &i));
+    EXPECT_TRUE(elsewhere([] {
+        ICB *other = IXOPEN("L", ix_shared);
+        other->recno = 3;
+        operator_notes.clear();
+        return !IXLOCK(other, ix_lock_record) &&
+               operator_notes ==
+                   std::vector<std::string>{
+                       "blink|L          : lock                --> Informatie in gebruik op ander scherm"};
+    }));
+    IXCLOSE(icb);
+}
+
+// Counting in shared records: each round reads with the lock, adds one and writes; sometimes a record is
+// deleted, and its count noted. No increment may be lost.
+TEST_F(store_lock, NoUpdateIsLost) {
+    IXCLOSE(icb);
+    constexpr int writers = 4;
+    constexpr int readers = 2;
+    const char *text = std::getenv("STORE_SHARE_ROUNDS");
+    const int rounds = text == nullptr ? 3000 : std::atoi(text);
+    std::vector<pid_t> children;
+    for (int w = 0; w < writers + readers; ++w) {
+        const pid_t child = fork();
+        if (child != 0) {
+            children.push_back(child);
+            continue;
+        }
+        alarm(100);
+        std::mt19937 random(static_cast<unsigned>(w));
+        ix_lock_wait = [](ICB *) { usleep(200); };
+        ICB *mine = IXOPEN("L", w < writers ? ix_shared : ix_readonly);
+        long net = 0;
+        for (int round = 0; round < rounds; ++round) {
+            if (w >= writers) {
+                IXSWITCH(mine, 1 + static_cast<int>(random() % 2));
+                // A record may be another one by the time it is read; what counts is that the walk goes on.
+                item i{};
+                int steps = 0;
+                for (bool more = IXFIRST(mine, &i); more && steps < 10000; more = IXNEXT(mine, &i)) {
+                    ++steps;
+                }
+                continue;
+            }
+            item i = of(1000 + static_cast<int>(random() % 300));
+            if (!IXREADLOCK(mine, &i)) {
+                i.count = 0;
+                if (random() % 8 == 0) {
+                    IXFREE(mine, &i);
+                    continue;
+                }
+            } else if (random() % 4 == 0) {
+                net -= i.count;
+                IXDELETE(mine, &i);
+                continue;
+            }
+            i.count += 1;
+            net += 1;
+            IXWRITE(mine, &i);
+        }
+        IXCLOSE(mine);
+        std::ofstream("net" + std::to_string(w)) << net;
+        std::_Exit(0);
+    }
+    for (const pid_t child : children) {
+        int status = 1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(ix_verify("L"), std::vector<std::string>{});
+    long expected = 0;
+    for (int w = 0; w < writers; ++w) {
+        long net = 0;
+        std::ifstream("net" + std::to_string(w)) >> net;
+        expected += net;
+    }
+    icb = IXOPEN("L", ix_shared);
+    item i{};
+    long sum = 0;
+    while (IXSEQ(icb, &i)) {
+        sum += i.count;
+    }
+    EXPECT_EQ(sum, expected);
+    IXCLOSE(icb);
+}
+
+}  // namespace
