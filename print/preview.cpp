@@ -377,6 +377,8 @@ bool PRT_SCR() {
         return false;
     }
     s.menu = make_menu();
+    // It would stand on the page number.
+    busy_hold();
     reserve_line(s.line);
     scr_switch_terminal(prt_job.rpt_width > 80 ? "-w" : "");
     tr_menu_place(s.menu, scr->scr_lines - tr_menu_choices(s.menu) - 6,
@@ -387,5 +389,6 @@ bool PRT_SCR() {
     s.job.close();
     tr_menu_free(s.menu);
     win_close();
+    busy_release();
     return print;
 }
