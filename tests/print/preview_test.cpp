@@ -12,6 +12,15 @@ struct Preview : Report {
                              device};
         return options;
     }
+    /// The page is on the screen, down to its last line of text.
+    static testing::AssertionResult on_page(Terminal &t, const std::string &page) {
+        return t.wait_until(
+            [&] {
+                return t.row(1) == "p" + page + " r1." &&
+                       t.row(25).find("(blad " + page + " van ") != std::string::npos;
+            },
+            "page " + page);
+    }
     /// Leaves the preview, and the program.
     static void leave(Terminal &t, const std::string &key = "ESC") {
         t.key(key);
@@ -40,8 +49,7 @@ TEST_F(Preview, ShowsAPageUnderItsHead) {
     EXPECT_EQ(t.row(2), "p1 r24.");
     EXPECT_EQ(t.row(19), "") << "nothing behind the end of the page";
     t.key("ENTER");
-    ASSERT_TRUE(t.wait_row(25, "(blad 2 van 2)"));
-    EXPECT_EQ(t.row(1), "p2 r1.");
+    ASSERT_TRUE(on_page(t, "2"));
     t.key("ENTER");
     ASSERT_TRUE(t.wait_row(25, "Einde overzicht"));
     EXPECT_EQ(t.row(18), "p2 r40.");
@@ -61,17 +69,15 @@ TEST_F(Preview, GoesByPages) {
     };
     for (const auto &[key, page] : steps) {
         t.key(key);
-        ASSERT_TRUE(t.wait_row(25, "(blad " + std::string(page) + " van 300)")) << key;
-        EXPECT_EQ(t.row(1), "p" + std::string(page) + " r1.");
+        ASSERT_TRUE(on_page(t, page)) << key;
     }
     for (const char *page : {"250", "17", "300", "1"}) {
         t.key("F6");
         ASSERT_TRUE(t.wait_for("GA NAAR BLAD"));
-        EXPECT_NE(t.row(19).find("blad: "), std::string::npos);
+        ASSERT_TRUE(t.wait_row(19, "blad: "));
         t.type(page);
         t.key("ENTER");
-        ASSERT_TRUE(t.wait_row(25, "(blad " + std::string(page) + " van 300)"));
-        EXPECT_EQ(t.row(1), "p" + std::string(page) + " r1.");
+        ASSERT_TRUE(on_page(t, page));
     }
     // Given up, it stays where it is.
     t.type("S");
@@ -79,7 +85,7 @@ TEST_F(Preview, GoesByPages) {
     t.type("9");
     t.key("ESC");
     ASSERT_TRUE(t.wait_gone("GA NAAR BLAD"));
-    EXPECT_EQ(t.row(1), "p1 r1.");
+    ASSERT_TRUE(on_page(t, "1"));
     leave(t);
 }
 
@@ -167,10 +173,10 @@ TEST_F(Preview, MenuShowsWhatCanBeDone) {
     EXPECT_EQ(t.row(25).substr(66), "(blad 1 van 2)");
     // What can't be done is dim, the current item reversed, the hot letter underlined.
     EXPECT_TRUE(t.attr(7, 57).dim && !t.attr(7, 57).reverse);
-    EXPECT_TRUE(t.attr(8, 57).reverse);
+    EXPECT_TRUE(t.wait_until([&] { return t.attr(8, 57).reverse; }, "the first item that is enabled"));
     EXPECT_TRUE(t.attr(9, 57).bold);
     EXPECT_TRUE(t.attr(9, 73).underline && !t.attr(9, 72).underline) << "of <Enter>";
-    t.keys({"LEFT", "SPACE", "DOWN", "DOWN", "DOWN"});
+    t.keys({"LEFT", "SPACE", "DOWN", "DOWN", "DOWN", "DOWN"});
     ASSERT_TRUE(t.wait_until([&] { return t.attr(13, 57).reverse; }, "past the heading"));
     t.key("ENTER");
     ASSERT_TRUE(t.wait_row(25, "(blad 2 van 2)"));
@@ -197,8 +203,8 @@ TEST_F(Preview, CopiesAndHeadLines) {
     t.key("ENTER");
     ASSERT_TRUE(
         t.wait_until([&] { return t.attr(4, 1).reverse && !t.attr(5, 1).reverse; }, "four head lines"));
+    ASSERT_TRUE(t.wait_row(5, "p1 r4."));
     EXPECT_EQ(t.row(4), "p1 r3.");
-    EXPECT_EQ(t.row(5), "p1 r4.");
     t.key("ENTER");
     ASSERT_TRUE(t.wait_row(5, "p1 r24."));
     EXPECT_EQ(t.row(4), "p1 r3.");
