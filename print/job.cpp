@@ -7,7 +7,7 @@
 
 print_job prt_job;
 
-print_modules prt_modules{};
+print_modules prt_modules{nullptr, PRT_SCR};
 
 namespace {
 

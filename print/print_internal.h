@@ -36,6 +36,11 @@ void job_write_line(std::string_view text);
 /// Whether the operator broke off; never without a screen.
 bool job_interrupted();
 
+// preview.cpp
+
+/// Shows the closed job file page by page; the operator may set the number of copies. True to print it.
+bool PRT_SCR();
+
 // handoff.cpp: the way out of the house.
 
 /// Gives the closed job file to its destination, which deletes it there.

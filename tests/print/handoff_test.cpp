@@ -134,6 +134,7 @@ TEST_F(HandOff, PreviewDecides) {
     static bool answer = false;
     static std::string seen;
     static int pages = 0;
+    answer = false;
     prt_modules.preview = [] {
         seen = get(prt_job.job_file);
         pages = prt_job.rpt_pages - 1;

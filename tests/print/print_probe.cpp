@@ -1,7 +1,9 @@
 // A program that prints one report in a terminal session, for the tests that look at screen and printer.
 //   print_probe SCENARIO
+//   print_probe preview PAGES LINES WIDTH DEVICE     a report of that size, in the preview
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <functional>
@@ -110,6 +112,36 @@ void no_directory() {
     wait_end("klaar");
 }
 
+/// Each line tells its page, its number, and every tenth column.
+void preview(int pages, int lines, int width, const char *device) {
+    wanted.preview = true;
+    wanted.device = device;
+    wanted.setup_text = "SET-UP";
+    wanted.rpt_width = width;
+    wanted.rpt_lines = lines;
+    prt_modules.preview = PRT_SCR;
+    XPRT_OPEN({}, prt_fits_132, nullptr);
+    std::string ruler;
+    for (int column = 20; column <= width; column += 10) {
+        ruler += str_format("%10d", column);
+    }
+    for (int page = 1; page <= std::max(pages, 1); page++) {
+        if (pages > 0) {
+            prt_newpage();
+        }
+        for (int line = 1; line <= lines; line++) {
+            prt_printf("%s\n", str_format("p%d r%d\x01", page, line).c_str());
+            if (line == 2) {
+                prt_printf("%-10.10s%s\n", "kolom", ruler.c_str());
+            }
+        }
+    }
+    prt_close("");
+    scr_text(A_BOLD, 2, 1, "%d x %d, afdrukken %d, toets %d", scr->scr_lines, scr->scr_cols, prt_job.copies,
+             scr->ing_exit);
+    wait_end("klaar");
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -125,6 +157,10 @@ int main(int argc, char **argv) {
     prt_modules.job_open = open_wanted;
     SCRINIT();
     busy_release();
-    scenarios.at(argc == 2 ? argv[1] : "")();
+    if (argc == 6) {
+        preview(std::atoi(argv[2]), std::atoi(argv[3]), std::atoi(argv[4]), argv[5]);
+    } else {
+        scenarios.at(argc == 2 ? argv[1] : "")();
+    }
     scr_exit(0);
 }
