@@ -120,10 +120,10 @@ void make_plan(const ix_keydef &def, ix_plan &plan) {
     plan.korder = order_of(plan.klen);
 }
 
-char *definition_area(int number, const char *fallback) {
+char *definition_area(const char *no_memory) {
     auto *area = static_cast<char *>(std::calloc(1, definition_size));
     if (area == nullptr) {
-        isam_fatal("%s", term_text(1, number, fallback));
+        isam_fatal("%s", no_memory);
     }
     return area;
 }
@@ -193,7 +193,7 @@ void ix_limit_keys(ICB *icb) {
 
 void UPDFCB_INX(const char *description, const void *base, int reclen) {
     std::free(pending_text);
-    pending_text = definition_area(562, "Onvoldoende geheugen voor UPDFCB_INX");
+    pending_text = definition_area(term_text(1, 562, "Onvoldoende geheugen voor UPDFCB_INX"));
     pending_base = static_cast<const char *>(base);
     pending_key = 0;
     std::snprintf(pending_text, definition_size, "%s,%d", description, reclen);
@@ -201,7 +201,7 @@ void UPDFCB_INX(const char *description, const void *base, int reclen) {
 
 void UPDFCB_KEY(int keynr, const char *name, bool dups) {
     std::free(pending_text);
-    pending_text = definition_area(563, "Onvoldoende geheugen voor UPDFCB_KEY");
+    pending_text = definition_area(term_text(1, 563, "Onvoldoende geheugen voor UPDFCB_KEY"));
     pending_key = keynr;
     std::snprintf(pending_text, definition_size, "%.8s%s", name, dups ? "" : ",NODUPS");
 }

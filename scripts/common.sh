@@ -4,8 +4,8 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 
-build_packages=(g++ cmake make libncurses-dev ncurses-bin ncurses-term libboost-dev)
-test_packages=(libgtest-dev libvterm-dev faketime cups cups-client)
+build_packages=(g++ cmake make libc-dev-bin libncurses-dev ncurses-bin ncurses-term libboost-dev)
+test_packages=(python3 libgtest-dev libvterm-dev faketime cups cups-client)
 
 # step "What it does" command...: silent when it works, tells what failed and how when it does not.
 step() {
