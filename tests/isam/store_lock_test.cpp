@@ -7,7 +7,6 @@
 #include <csignal>
 #include <cstring>
 #include <functional>
-#include <random>
 
 #include "isam/store_internal.h"
 #include "support/isam/store_fixture.h"
@@ -318,79 +317,6 @@ TEST_F(store_lock, WaitIsTold) {
                    std::vector<std::string>{
                        "blink|L          : lock                --> Informatie in gebruik op ander scherm"};
     }));
-    IXCLOSE(icb);
-}
-
-// Counting in shared records: each round reads with the lock, adds one and writes; sometimes a record is
-// deleted, and its count noted. No increment may be lost.
-TEST_F(store_lock, NoUpdateIsLost) {
-    IXCLOSE(icb);
-    constexpr int writers = 4;
-    constexpr int readers = 2;
-    const char *text = std::getenv("STORE_SHARE_ROUNDS");
-    const int rounds = text == nullptr ? 3000 : std::atoi(text);
-    std::vector<pid_t> children;
-    for (int w = 0; w < writers + readers; ++w) {
-        const pid_t child = fork();
-        if (child != 0) {
-            children.push_back(child);
-            continue;
-        }
-        alarm(100);
-        std::mt19937 random(static_cast<unsigned>(w));
-        ix_lock_wait = [](ICB *) { usleep(200); };
-        ICB *mine = IXOPEN("L", w < writers ? ix_shared : ix_readonly);
-        long net = 0;
-        for (int round = 0; round < rounds; ++round) {
-            if (w >= writers) {
-                IXSWITCH(mine, 1 + static_cast<int>(random() % 2));
-                // A record may be another one by the time it is read; what counts is that the walk goes on.
-                item i{};
-                int steps = 0;
-                for (bool more = IXFIRST(mine, &i); more && steps < 10000; more = IXNEXT(mine, &i)) {
-                    ++steps;
-                }
-                continue;
-            }
-            item i = of(1000 + static_cast<int>(random() % 300));
-            if (!IXREADLOCK(mine, &i)) {
-                i.count = 0;
-                if (random() % 8 == 0) {
-                    IXFREE(mine, &i);
-                    continue;
-                }
-            } else if (random() % 4 == 0) {
-                net -= i.count;
-                IXDELETE(mine, &i);
-                continue;
-            }
-            i.count += 1;
-            net += 1;
-            IXWRITE(mine, &i);
-        }
-        IXCLOSE(mine);
-        std::ofstream("net" + std::to_string(w)) << net;
-        std::_Exit(0);
-    }
-    for (const pid_t child : children) {
-        int status = 1;
-        waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0);
-    }
-    EXPECT_EQ(ix_verify("L"), std::vector<std::string>{});
-    long expected = 0;
-    for (int w = 0; w < writers; ++w) {
-        long net = 0;
-        std::ifstream("net" + std::to_string(w)) >> net;
-        expected += net;
-    }
-    icb = IXOPEN("L", ix_shared);
-    item i{};
-    long sum = 0;
-    while (IXSEQ(icb, &i)) {
-        sum += i.count;
-    }
-    EXPECT_EQ(sum, expected);
     IXCLOSE(icb);
 }
 

@@ -3,7 +3,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstring>
 #include <random>
 
@@ -217,33 +216,6 @@ TEST_F(store_rebuild, CacheKeepsRootsAndEvictsTheOld) {
     }
     EXPECT_TRUE(std::equal(header.begin(), header.begin() + 512, file_bytes("C.INX").begin()));
     IXCLOSE(icb);
-}
-
-// A rebuild that dies at any moment is noticed, and the next one makes the pair sound.
-TEST_F(store_rebuild, KilledAndRunAgain) {
-    define("B");
-    write_data("B", 6000, true, true);
-    ASSERT_TRUE(IXBLDIX("B"));
-    const std::int32_t free = IXCHECK("B");
-    for (int round = 0; round < 20; ++round) {
-        const pid_t child = fork();
-        if (child == 0) {
-            for (;;) {
-                IXBLDIX("B");
-            }
-        }
-        usleep(static_cast<useconds_t>(500 + round * 700));
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
-        const std::int32_t result = IXCHECK("B");
-        ASSERT_TRUE(result == -1 || result == free) << "round " << round;
-        if (result >= 0) {
-            ASSERT_EQ(ix_verify("B"), std::vector<std::string>{});
-        }
-        ASSERT_TRUE(IXBLDIX("B"));
-        ASSERT_EQ(IXCHECK("B"), free);
-        ASSERT_EQ(ix_verify("B"), std::vector<std::string>{}) << "round " << round;
-    }
 }
 
 // Files may not grow beyond a limit: a clear stop, and a rebuild sets it right when there is room again.
