@@ -6,7 +6,7 @@
 #include "sub/errors.h"
 #include "sub/ioeti.h"
 #include "sub/ioeti_internal.h"
-#include "sub/iofil.h"
+#include "sub/iotab.h"
 #include "sub/masterfile.h"
 #include "sub/sessionfiles.h"
 
