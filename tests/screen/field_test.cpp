@@ -208,6 +208,8 @@ const Row other_rows[] = {
     {"20.5S", "abcdefghij", "", "", "abcde→", 0, "", "<END>", nullptr, nullptr},
     {"20.5S", "abcdefghij", "", "<END>", "←fghij", 5, "", "<BACKSPACE><LEFT><LEFT><LEFT><LEFT>", nullptr,
      nullptr},
+    {"20.5S", "abcdefghij", "", "<END><RIGHT><RIGHT>", "←fghij", 5, "", "<ENTER>", "abcde",
+     "[abcdefghij...........] same enter"},
     {"20.6S", "abcdefghij", "", "<END><LEFT><LEFT><LEFT><LEFT><LEFT><LEFT>", "←cdefgh→", 2, "",
      "<HOME><ENTER>", "abcdef", "[abcdefghij...........] same enter"},
     {"8.6C", "abcdefgh", "", "<END>", "←cdefgh", 6, "", "<ENTER>", "abcdef", "[abcdefgh] same enter"},
