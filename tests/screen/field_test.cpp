@@ -234,7 +234,9 @@ const Row other_rows[] = {
     {"6s", "", "", "<F11>0097", "a_____", 1, "", "<ENTER>", "a", "[a......] changed enter"},
     {"6l", "5", "", "<F11>", "5_____", 0, unknown, "<ENTER>", "5", "[5] same enter"},
     // Letters outside the character set are refused, others arrive.
-    {"6s", "", "", "€é€", "é_____", 1, "", "<ENTER>", "é", "[é......] changed enter"},
+    {"6s", "", "", "€é", "é_____", 1, "", "<ENTER>", "é", "[é......] changed enter"},
+    {"6s", "", "", "é€", "é_____", 1, unknown, "x<ENTER>", "éx", "[éx.....] changed enter"},
+    {"4x", "", "", "\\€", "____", 0, unknown, "7F<ENTER>", "7F", "[7F..] changed enter"},
 };
 
 /// The field as it stands in its row, from the place of the left scroll mark; a blank there is left out.
