@@ -73,11 +73,12 @@ void cursor_left(field_edit &edit) {
 }
 
 void cursor_right(field_edit &edit) {
-    if (edit.cursor < std::min(text_length(), scr->field.ing_len)) {
+    if (edit.cursor >= std::min(text_length(), scr->field.ing_len)) {
+        return;
+    }
+    edit.cursor++;
+    if (on_separator(edit)) {
         edit.cursor++;
-        if (on_separator(edit)) {
-            edit.cursor++;
-        }
     }
     scroll_right(edit);
 }

@@ -25,12 +25,14 @@ constexpr int key_xon = 17;
 constexpr int key_xoff = 19;
 constexpr int key_escape = 27;
 constexpr int key_consumed = -2;
+// Beyond all codes of keys and of the mask; fits the 16 bits of a recorded key.
+constexpr int key_without_meaning = 0x7fff;
 constexpr std::size_t queue_room = 64;
 
 std::array<int, queue_room> queue{};
 std::size_t queued = 0;
 
-/// One key that has arrived, -1 when none has. A letter that code page 850 lacks is refused with a beep.
+/// One key that has arrived, -1 when none has. A letter that code page 850 lacks is a key without meaning.
 int read_now(WINDOW *window) {
     nodelay(window, TRUE);
     int key = ERR;
@@ -42,7 +44,7 @@ int read_now(WINDOW *window) {
         } else if (kind == OK) {
             key = charset_from_wide(static_cast<wchar_t>(wide));
             if (key < 0) {
-                beep();
+                key = key_without_meaning;
             }
         }
     } else {

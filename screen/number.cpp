@@ -1,4 +1,5 @@
 // Numbers as the operator types them.
+#include <algorithm>
 #include <charconv>
 #include <string>
 
@@ -13,6 +14,14 @@ std::string limit_text(double limit) {
 }  // namespace
 
 double number_from(std::string_view text) {
+    // A character set of the field's own may let the operator type these in front.
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    if (text.starts_with('+')) {
+        text.remove_prefix(1);
+        if (text.starts_with('-')) {
+            return 0.0;
+        }
+    }
     double value = 0.0;
     std::from_chars(text.data(), text.data() + text.size(), value);
     return value;

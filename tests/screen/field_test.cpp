@@ -40,6 +40,8 @@ const Row text_rows[] = {
     {"6s", "abcdef", "", "<BACKSPACE>", "______", 0, "", "<ENTER>", "", "[.......] changed enter empty"},
     {"6s", "abcdef", "", "xyz<HOME>", "xyz___", 0, "", "<HOME><ENTER>", "abcdef", "[abcdef.] same enter"},
     {"6s", "abcdef", "", "<BACKSPACE><HOME>", "abcdef", 0, "", "<ENTER>", "abcdef", "[abcdef.] same enter"},
+    {"6s", "abcdef", "", "xyz<HOME><HOME>q", "qbcdef", 1, "", "<END><^H><ENTER>", "qbcde",
+     "[qbcde..] changed enter"},
     {"6s", "abcdef", "", "<LEFT><^W>", "abcdef", 0, "", "<ENTER>", "abcdef", "[abcdef.] same enter"},
     {"6s", "ab", "", "<^A>", "ab____", 0, unknown, "<ENTER>", "ab", "[ab.....] same enter"},
     {"6s", "ab", "", "<UP>", "ab____", 0, unknown, "<ENTER>", "ab", "[ab.....] same enter"},
@@ -53,6 +55,7 @@ const Row text_rows[] = {
     {"6s,I", "abcdefghij", "", "", "______", 0, "", "<ENTER>", "", "[.......hij.] same enter empty"},
     {"6s,S", "abc", "", "xy", "______", 2, "", "<ENTER>", "", "[xy.....] changed enter"},
     {"6s,SE", "", "", "xy<HOME><RIGHT><DEL>", "______", 1, "", "<ENTER>", "", "[x......] changed enter"},
+    {"3s,A", "abc", "", "<END>", "abc", -1, "", "", "abc", "[abc.] same enter"},
     {"3s,A", "", "", "abc", "abc", -1, "", "", "abc", "[abc.] changed enter"},
     {"13c[1234567890]", "", "", "1a2", "12___________", 2, "", "<ENTER>", "12",
      "[12...........] changed enter"},
@@ -79,6 +82,7 @@ const Row exit_rows[] = {
     {"6s,E", "", "up", "<UP>", "______", 0, "<> Ingave verplicht", "x<UP>", "x", "[x......] changed up"},
     {"6s,E", "abc", "down", "", "abc___", 0, "", "<DOWN>", "abc", "[abc....] same down"},
     {"6s,E", "", "tab", "", "______", 0, "", "<TAB>", "", "[.......] same tab empty"},
+    {"6s,E", "", "tab", "x", "x_____", 1, "", "<TAB>", "x", "[x......] changed tab"},
     {"6s,E", "", "up", "<DOWN>", "______", 0, unknown, "x<ENTER>", "x", "[x......] changed enter"},
     {"6s", "abc", "help", "x", "x_____", 1, "", "<HOME><HELP>", "abc", "[abc....] same help"},
     {"6s", "abc", "help", "", "abc___", 0, "", "<F1>", "abc", "[abc....] same f1"},
@@ -136,12 +140,16 @@ const Row number_rows[] = {
     {"9B", "-250", "", "<ENTER>", "-2.50", -1, "", "", "-2.50", "[-250] same enter"},
     {"2d,PA", "11", "", "12", "12", -1, "", "", "12", "[12] changed enter"},
     {"5d", "9", "", "<BACKSPACE><ENTER>", "", -1, "", "", "", "[0] changed enter empty", "5", "10"},
+    {"6d[ +0123456789]", "9", "", "+12<ENTER>", "12", -1, "", "", "12", "[12] changed enter"},
+    {"6d[ +0123456789]", "9", "", "  34<ENTER>", "34", -1, "", "", "34", "[34] changed enter"},
     {"5d", "9", "cancel", "77<CANCEL>", "77___", 2, "</> Ongeldige ingave!!  (HELP voor toelichting)",
      "<ENTER>", "77", "[77] changed enter"},
 };
 
 const Row date_rows[] = {
     {"8D", "", "", "1-3-26", "01-03-26", 8, "", "<ENTER>", "01-03-26", "[01-03-2026] changed enter"},
+    {"8D", "28022026", "", "<RIGHT>-", "28-02-26", 3, "", "1-<ENTER>", "28-12-26",
+     "[28-12-2026] changed enter"},
     {"8D", "", "", "12", "12-__-__", 3, "", "0326<ENTER>", "12-03-26", "[12-03-2026] changed enter"},
     {"6D", "", "", "010326", "010326", 6, "", "<ENTER>", "010326", "[01-03-2026] changed enter"},
     {"D", "01032026", "", "<ENTER>", "010326", -1, "", "", "010326", "[01-03-2026] same enter"},
@@ -208,6 +216,8 @@ const Row other_rows[] = {
     {"20.5S", "abcdefghij", "", "", "abcde→", 0, "", "<END>", nullptr, nullptr},
     {"20.5S", "abcdefghij", "", "<END>", "←fghij", 5, "", "<BACKSPACE><LEFT><LEFT><LEFT><LEFT>", nullptr,
      nullptr},
+    {"20.5S", "abcdefghij", "", "<END><RIGHT><RIGHT>", "←fghij", 5, "", "<ENTER>", "abcde",
+     "[abcdefghij...........] same enter"},
     {"20.6S", "abcdefghij", "", "<END><LEFT><LEFT><LEFT><LEFT><LEFT><LEFT>", "←cdefgh→", 2, "",
      "<HOME><ENTER>", "abcdef", "[abcdefghij...........] same enter"},
     {"8.6C", "abcdefgh", "", "<END>", "←cdefgh", 6, "", "<ENTER>", "abcdef", "[abcdefgh] same enter"},
@@ -224,7 +234,9 @@ const Row other_rows[] = {
     {"6s", "", "", "<F11>0097", "a_____", 1, "", "<ENTER>", "a", "[a......] changed enter"},
     {"6l", "5", "", "<F11>", "5_____", 0, unknown, "<ENTER>", "5", "[5] same enter"},
     // Letters outside the character set are refused, others arrive.
-    {"6s", "", "", "€é€", "é_____", 1, "", "<ENTER>", "é", "[é......] changed enter"},
+    {"6s", "", "", "€é", "é_____", 1, "", "<ENTER>", "é", "[é......] changed enter"},
+    {"6s", "", "", "é€", "é_____", 1, unknown, "x<ENTER>", "éx", "[éx.....] changed enter"},
+    {"4x", "", "", "\\€", "____", 0, unknown, "7F<ENTER>", "7F", "[7F..] changed enter"},
 };
 
 /// The field as it stands in its row, from the place of the left scroll mark; a blank there is left out.
