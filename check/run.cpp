@@ -31,30 +31,42 @@ void refuse_waiting_master_data() {
     scr_exit(0);
 }
 
-/// Reports go to the screen until a printer has been chosen. Puts the set-up back at its end.
-class print_setup_guard {
-public:
-    print_setup_guard()
-        : printer(sys_slot.printer), flags(sys_slot.print_flags), connection(sys_slot.print_connection) {
-        if (printer == 0 || connection == 0) {
-            sys_slot.printer = 1;
-            sys_slot.print_flags = 1;
-            sys_slot.print_connection = 1;
-        }
-    }
-    print_setup_guard(const print_setup_guard &) = delete;
-    print_setup_guard &operator=(const print_setup_guard &) = delete;
-    ~print_setup_guard() {
-        sys_slot.printer = printer;
-        sys_slot.print_flags = flags;
-        sys_slot.print_connection = connection;
-    }
-
-private:
+/// The operator's print set-up, while reports go where this run sends them.
+struct {
     std::uint16_t printer;
     std::uint8_t flags;
     std::uint8_t connection;
-};
+} kept_print_setup;
+
+/// Reports go to the screen until a printer has been chosen.
+void keep_print_setup() {
+    kept_print_setup = {sys_slot.printer, sys_slot.print_flags, sys_slot.print_connection};
+    if (sys_slot.printer == 0 || sys_slot.print_connection == 0) {
+        sys_slot.printer = 1;
+        sys_slot.print_flags = 1;
+        sys_slot.print_connection = 1;
+    }
+}
+
+void restore_print_setup() {
+    sys_slot.printer = kept_print_setup.printer;
+    sys_slot.print_flags = kept_print_setup.flags;
+    sys_slot.print_connection = kept_print_setup.connection;
+}
+
+/// Labels that were not proved sound warn the programs that come after this one.
+void warn_of_labels() {
+    if (!ok_labels) {
+        set_program_status(status_chains_suspect);
+    }
+}
+
+/// The end of a run whose terminal is closed: the slot tells what is known, the marker is not for such a run.
+void leave_run() {
+    restore_print_setup();
+    warn_of_labels();
+    chain_program("");
+}
 
 }  // namespace
 
@@ -76,17 +88,15 @@ void chk_run(int argc, char **argv) {
     iotab_row(tab_action::read, row_transit, chk_transit_settings);
     // The status on file tells how the slot's last program ended; the one in memory starts at rest.
     ok_labels = sys_slot_status <= last_trusted_status;
-    {
-        const print_setup_guard setup;
-        chk_startup_run();
-        if (!chk_marker_exists()) {
-            chk_menu();
-        }
+    keep_print_setup();
+    scr_leave_handler = leave_run;
+    chk_startup_run();
+    if (!chk_marker_exists()) {
+        chk_menu();
     }
+    restore_print_setup();
     chk_session_files_close();
-    if (!ok_labels) {
-        set_program_status(status_chains_suspect);
-    }
+    warn_of_labels();
     if (chk_all_recent()) {
         chk_marker_write();
     }

@@ -12,7 +12,8 @@ bool settings_saved = false;
 }  // namespace
 
 void tty_noecho() {
-    if (tcgetattr(STDIN_FILENO, &saved_settings) != 0) {
+    // The settings of the start count for the whole session, whatever a program run in between leaves behind.
+    if (!settings_saved && tcgetattr(STDIN_FILENO, &saved_settings) != 0) {
         return;
     }
     settings_saved = true;
@@ -24,7 +25,6 @@ void tty_noecho() {
 void tty_restore() {
     if (settings_saved) {
         tcsetattr(STDIN_FILENO, TCSANOW, &saved_settings);
-        settings_saved = false;
     }
 }
 

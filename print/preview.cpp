@@ -55,39 +55,39 @@ struct preview_state {
 // ---------------------------------------------------------------------------------------------------------
 // The menu
 
-std::string counted(int number, const char *text, int value) {
-    return str_format("%-.20s (%d)", term_text(1, number, text), value);
+std::string counted(const char *text, int value) {
+    return str_format("%-.20s (%d)", text, value);
 }
 
 std::string step_text() {
-    return counted(44, "&Instellen", scroll_step);
+    return counted(term_text(1, 44, "&Instellen"), scroll_step);
 }
 
 std::string head_text() {
-    return counted(46, "&Kopregels", head_lines);
+    return counted(term_text(1, 46, "&Kopregels"), head_lines);
 }
 
 tr_menu *make_menu() {
     tr_menu *menu = tr_menu_new(tr_fit_width, 0, 0, 0, term_text(1, 33, "PrintMenu"));
-    const auto add = [menu](int number, const char *text, int result, int key) {
-        tr_menu_add(menu, term_text(1, number, text), result, tr_item::enabled, key);
+    const auto add = [menu](const char *text, int result, int key) {
+        tr_menu_add(menu, text, result, tr_item::enabled, key);
     };
-    add(35, "Vorig blad      <Pg&Up>", previous_page, KEY_PPAGE);
-    add(36, "Volgend blad    <Pg&Dn>", next_page, KEY_NPAGE);
-    add(37, "Volgend scherm <&Enter>", next_screen, key_enter);
-    add(38, "&Spring naar blad  <F6>", jump, KEY_F(6));
+    add(term_text(1, 35, "Vorig blad      <Pg&Up>"), previous_page, KEY_PPAGE);
+    add(term_text(1, 36, "Volgend blad    <Pg&Dn>"), next_page, KEY_NPAGE);
+    add(term_text(1, 37, "Volgend scherm <&Enter>"), next_screen, key_enter);
+    add(term_text(1, 38, "&Spring naar blad  <F6>"), jump, KEY_F(6));
     tr_menu_add(menu, term_text(1, 39, "Scrollen"), scrolling, tr_item::heading, 0);
-    add(40, "Eerste blad     <&Home>", first_page, KEY_HOME);
-    add(41, "Laa&tste blad     <End>", last_page, KEY_END);
-    add(42, "&Links              <--", shift_left, KEY_LEFT);
-    add(43, "&Rechts             -->", shift_right, KEY_RIGHT);
+    add(term_text(1, 40, "Eerste blad     <&Home>"), first_page, KEY_HOME);
+    add(term_text(1, 41, "Laa&tste blad     <End>"), last_page, KEY_END);
+    add(term_text(1, 42, "&Links              <--"), shift_left, KEY_LEFT);
+    add(term_text(1, 43, "&Rechts             -->"), shift_right, KEY_RIGHT);
     tr_menu_add(menu, step_text().c_str(), set_step, tr_item::enabled, 0);
     tr_menu_add(menu, nullptr, scrolling, tr_item::heading, 0);
-    add(45, "&Aantal afdrukken  <F4>", copies, KEY_F(4));
+    add(term_text(1, 45, "&Aantal afdrukken  <F4>"), copies, KEY_F(4));
     tr_menu_add(menu, head_text().c_str(), head, tr_item::enabled, 0);
     tr_menu_add(menu, term_text(1, 47, "Einde"), ending, tr_item::heading, 0);
-    add(48, "&Printen", print_job_now, 0);
-    add(49, "&Niet printen", do_not_print, K_ESC);
+    add(term_text(1, 48, "&Printen"), print_job_now, 0);
+    add(term_text(1, 49, "&Niet printen"), do_not_print, K_ESC);
     return menu;
 }
 

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 #include "isam/isam.h"
@@ -114,3 +115,6 @@ template <typename T>
 void prt_printf(column_format<T> format, std::type_identity_t<T> value) {
     prt_column(format.text, value);
 }
+
+/// `text` as one word of a shell command: quoted unless it holds only letters, digits and . _ - / : @ %.
+std::string shell_word(std::string_view text);

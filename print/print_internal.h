@@ -45,8 +45,6 @@ bool PRT_SCR();
 
 /// Gives the closed job file to its destination, which deletes it there.
 void job_hand_off(const char *lp_options);
-/// `text` as one word of a shell command: quoted unless it holds only letters, digits and . _ - / : @ %.
-std::string shell_word(std::string_view text);
 /// Runs a shell command with nothing said on the terminal; true when it ends with status 0.
 bool shell_run(const std::string &command);
 /// Path of the terminal that the operator sits at; empty when there is none.

@@ -52,7 +52,9 @@ std::string name_of(const struct stat &wanted) {
     }
     while (found.empty() && DIRECTORY(dir_action::next, season, dir_kind::directories)) {
         if (is_season(season)) {
+            // The walk gives whole paths, which would not fit on the line.
             found = name_in(season + "/*", wanted);
+            found = found.empty() ? found : season + found.substr(found.rfind('/'));
         }
     }
     DIRECTORY(dir_action::close, season);

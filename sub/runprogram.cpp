@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "print/print.h"
 #include "screen/screen.h"
 
 int run_program(const char *directory, const char *command, bool wait) {
@@ -19,7 +20,8 @@ int run_program(const char *directory, const char *command, bool wait) {
         }
     }
     scr_suspend();
-    const int result = std::system((path + command).c_str());
+    const int result = std::system(((path.empty() ? path : shell_word(path)) + command).c_str());
+    tty_noecho();
     if (wait) {
         std::printf("\n%s ", term_text(1, 96, "<ENTER> voor vervolg"));
         std::fflush(stdout);

@@ -137,7 +137,10 @@ void chain_program(const char *) {
     iofil(fil_action::close, 0, branch);
     sys_tills.clear();
     catalog_close();
-    open_file_check();
+    // A terminal that is closed has nobody to read the report.
+    if (!scr_leave_requested()) {
+        open_file_check();
+    }
     scr_exit(0);
 }
 
