@@ -7,6 +7,7 @@
 namespace {
 
 struct row {
+    std::int64_t place;  // in the list of all, which the runs may not keep to
     std::string what;
     const char *unit;
     std::map<std::string, double> best;
@@ -23,7 +24,8 @@ void note(const benchmark::BenchmarkReporter::Run &run) {
     const std::string what = name.substr(0, slash);
     auto at = std::find_if(rows.begin(), rows.end(), [&](const row &r) { return r.what == what; });
     if (at == rows.end()) {
-        at = rows.insert(rows.end(), {what, benchmark::GetTimeUnitString(run.time_unit), {}});
+        at = rows.insert(rows.end(),
+                         {run.family_index, what, benchmark::GetTimeUnitString(run.time_unit), {}});
     }
     const double time = run.GetAdjustedCPUTime();
     const auto [best, fresh] = at->best.emplace(name.substr(slash + 1), time);
@@ -64,6 +66,7 @@ void bench_print_ratios() {
     std::printf("\nBest processor time of each, and how many times as fast as the peers the store is\n");
     std::printf("%-22s %4s %10s %10s %10s %10s %9s %9s %9s %9s\n", "", "", "exclusive", "shared", "SQLite",
                 "LMDB", "SQL/excl", "SQL/shar", "LMDB/excl", "LMDB/shar");
+    std::sort(rows.begin(), rows.end(), [](const row &a, const row &b) { return a.place < b.place; });
     for (const row &r : rows) {
         std::printf("%-22s %4s", r.what.c_str(), r.unit);
         const char *const sides[] = {"exclusive", "shared", "sqlite", "lmdb"};

@@ -12,3 +12,8 @@ if ! ctest --preset "$preset" -j "$(nproc)" >"$log" 2>&1; then
   exit 1
 fi
 grep -E 'tests passed' "$log"
+
+# The fuzzers, each for a moment; RVCHK_FUZZ_SECONDS and RVCHK_FUZZ_RUNS make it longer.
+build_preset fuzz
+step "Fuzzing" ctest --preset fuzz -j "$(nproc)"
+grep -E 'tests passed' "$log"
