@@ -340,4 +340,22 @@ TEST_F(store_open, CountsDescriptors) {
     EXPECT_LE(before, 200);
 }
 
+// A handle that stays open all along makes no descriptor of the same file pile up.
+TEST_F(store_open, DescriptorsDoNotPileUp) {
+    make_sample();
+    const auto in_use = [] {
+        const std::filesystem::directory_iterator fds("/proc/self/fd");
+        return std::distance(begin(fds), end(fds));
+    };
+    ICB *icb = IXOPEN("S", ix_shared);
+    IXCHECK("S");
+    const auto before = in_use();
+    for (int round = 0; round < 5; ++round) {
+        IXCLOSE(IXOPEN("S", ix_shared));
+        IXCHECK("S");
+        EXPECT_LE(in_use(), before + 1);
+    }
+    IXCLOSE(icb);
+}
+
 }  // namespace
