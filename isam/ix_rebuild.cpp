@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <span>
@@ -317,7 +318,7 @@ bool IXBLDIX(const char *name) {
     }
     const off_t reclen = header.reclen;
     const off_t present = file_size(names.data);
-    if (present > 0 && present % reclen != 0) {
+    if (present > INT_MAX || (present > 0 && present % reclen != 0)) {
         return false;
     }
     void *buffer = nullptr;
@@ -331,7 +332,8 @@ bool IXBLDIX(const char *name) {
 
     ICB *icb = open_for_rebuild(name, names);
     const off_t data_size = ix_fd_size(icb->datfd);
-    bool done = data_size % reclen == 0;  // others may have written until the lock was granted
+    bool done = data_size % reclen == 0 &&
+                data_size <= INT_MAX;  // others may have written until the lock was granted
     if (done) {
         static_cast<ix_header &>(*icb) = static_cast<const ix_header &>(trial);
         if (IOCACHE(cache_action::init, icb, 0) == 0) {

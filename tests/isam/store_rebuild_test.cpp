@@ -129,6 +129,22 @@ TEST_F(store_rebuild, RefusedWithNothingChanged) {
     EXPECT_EQ(file_bytes("B.TXT"), data);
 }
 
+// A data half behind the reach of 32-bit offsets: refused by all, in spite of fitting counts.
+TEST_F(store_rebuild, DataHalfTooLong) {
+    define("B");
+    ASSERT_TRUE(IXBLDIX("B"));
+    constexpr std::int32_t nrecs = 0x7FFFFFFF / 24 + 2;
+    ASSERT_EQ(truncate("B.TXT", off_t{nrecs} * 24), 0);
+    const boost::endian::little_int32_t counts[] = {nrecs - 1, nrecs};  // freehead and nrecs
+    const auto *raw = reinterpret_cast<const std::uint8_t *>(counts);
+    put_bytes("B.INX", 12, bytes(raw, raw + sizeof counts));
+    const bytes index = file_bytes("B.INX");
+    EXPECT_EQ(IXCHECK("B"), -1);
+    EXPECT_EXIT(IXOPEN("B", ix_shared), testing::ExitedWithCode(1), "Niet consistent");
+    EXPECT_FALSE(IXBLDIX("B"));
+    EXPECT_EQ(file_bytes("B.INX"), index);
+}
+
 TEST_F(store_rebuild, Progress) {
     define("B");
     write_data("B", 2000, false, false);
