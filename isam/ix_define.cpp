@@ -154,6 +154,11 @@ bool ix_definition_sound(const ix_header &header) {
     return true;
 }
 
+bool ix_same_definition(const ix_header &a, const ix_header &b) {
+    return a.nkeys == b.nkeys && a.reclen == b.reclen &&
+           std::memcmp(a.keydef, b.keydef, sizeof a.keydef) == 0;
+}
+
 bool ix_header_sound(const ix_header &header, off_t index_size, off_t data_size, bool temporary) {
     // The data half of the temporary flavour may be that of another pair, and then follows other counts.
     return ix_definition_sound(header) && header.nblocks >= header.nkeys + 2 &&
