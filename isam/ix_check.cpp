@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <string>
 
@@ -70,8 +71,10 @@ std::int32_t check_pair(ICB *icb, const ix_names &names) {
         return -1;
     }
     const off_t data_size = file_size(names.data);
-    if (!ix_header_sound(*icb, index_size, data_size, names.temporary) ||
-        (!names.temporary && data_size != off_t{icb->reclen} * icb->nrecs)) {
+    // A name that spells out its ".INX" means the pair as well.
+    const bool named_plainly = std::strstr(names.index, ".INX") != nullptr;
+    if (!ix_header_sound(*icb, index_size, data_size, !named_plainly) ||
+        (named_plainly && data_size != off_t{icb->reclen} * icb->nrecs)) {
         return -1;
     }
     icb->datfd = ix_fd_open(names.data, O_RDWR);

@@ -1,5 +1,6 @@
 // The definition of a file, by texts, and what is derived from it.
 #include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -153,12 +154,18 @@ bool ix_definition_sound(const ix_header &header) {
     return true;
 }
 
+bool ix_same_definition(const ix_header &a, const ix_header &b) {
+    return a.nkeys == b.nkeys && a.reclen == b.reclen &&
+           std::memcmp(a.keydef, b.keydef, sizeof a.keydef) == 0;
+}
+
 bool ix_header_sound(const ix_header &header, off_t index_size, off_t data_size, bool temporary) {
     // The data half of the temporary flavour may be that of another pair, and then follows other counts.
     return ix_definition_sound(header) && header.nblocks >= header.nkeys + 2 &&
            header.nblocks <= ix_block_limit && off_t{header.nblocks} * ix_block_size <= index_size &&
-           header.nrecs >= 0 && (temporary || off_t{header.nrecs} * header.reclen <= data_size) &&
-           header.freehead >= -1 && header.freehead < header.nrecs;
+           header.nrecs >= 0 && off_t{header.nrecs} * header.reclen <= INT_MAX &&
+           (temporary || off_t{header.nrecs} * header.reclen <= data_size) && header.freehead >= -1 &&
+           header.freehead < header.nrecs;
 }
 
 void ix_make_plans(ICB *icb) {

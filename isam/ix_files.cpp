@@ -5,8 +5,9 @@
 // with it. Two ICBs on one pair must not do that to each other. So there is a table of the files that are
 // open, by device and inode:
 //
-// 1. A descriptor whose file has another user in this process isn't closed but parked; the last user closes
-//    them all. (A descriptor that is opened past this table still drops the locks when it is closed.)
+// 1. A descriptor whose file has another user in this process isn't closed but parked, and serves the next
+//    opening; the last user closes them all. (A descriptor that is opened past this table still drops the
+//    locks when it is closed.)
 // 2. Each range that an ICB holds is noted. A release gives up the parts of the range that no other ICB
 //    covers.
 // 3. A refused attempt at a sole lock, which must take back the read lock it has just set, does the same.
@@ -92,10 +93,37 @@ bool sole_beside(const open_file &file, int fd, off_t start, off_t end) {
     return false;
 }
 
+/// A parked descriptor of the file at `path` that can do what is asked, so that a file that stays open in
+/// one place and is opened over and over in another doesn't use up the descriptors; -1 when there is none.
+int take_parked(const char *path, int flags) {
+    struct stat info {};
+    if ((flags & O_TRUNC) != 0 || stat(path, &info) != 0) {
+        return -1;
+    }
+    for (open_file &file : files) {
+        if (file.device != info.st_dev || file.inode != info.st_ino) {
+            continue;
+        }
+        for (const int fd : file.parked) {
+            const int wanted = flags & O_ACCMODE;
+            const int granted = fcntl(fd, F_GETFL) & O_ACCMODE;
+            if (granted == wanted || granted == O_RDWR) {
+                std::erase(file.parked, fd);
+                file.users.push_back(fd);
+                return fd;
+            }
+        }
+    }
+    return -1;
+}
+
 }  // namespace
 
 int ix_fd_open(const char *path, int flags) {
-    int fd = -1;
+    int fd = take_parked(path, flags);
+    if (fd >= 0) {
+        return fd;
+    }
     do {
         fd = open(path, flags | O_CLOEXEC, 0660);
     } while (fd < 0 && errno == EINTR);

@@ -24,19 +24,47 @@ void lock_until_granted(lock_action action, ICB *icb, int fd, off_t start, off_t
     }
 }
 
+/// Both halves. Whoever updates the file holds the header while he tries for a free record, so waiting for
+/// the header with all records held would never end: they are given up for the time of the wait.
+void lock_whole_file(ICB *icb) {
+    for (;;) {
+        if (icb->tempfile == 0) {
+            lock_until_granted(lock_action::sole, icb, icb->datfd, 0, 0);
+        }
+        if (icb->flocked != 0 ||
+            ix_range_lock(lock_action::exclusive, icb, icb->ixfd, 0, ix_block_size)) {
+            icb->flocked = 1;
+            return;
+        }
+        if (icb->tempfile == 0) {
+            ix_range_lock(lock_action::unlock, icb, icb->datfd, 0, 0);
+        }
+        ix_lock_wait(icb);
+    }
+}
+
 /// The lock block, held for one look at it. The block that was in hand comes back at the end.
 struct lock_queue {
     ICB *icb;
     std::int32_t noted;
+    int key;
     int number;
     int klen;
     int count;
     int found = -1;
 
     explicit lock_queue(ICB *of)
-        : icb(of), noted(of->curblk), number(of->nkeys + 1), klen(of->plan[0].klen), count(0) {
+        : icb(of),
+          noted(of->curblk),
+          key(of->blk.bkey),
+          number(of->nkeys + 1),
+          klen(of->plan[0].klen),
+          count(0) {
         lock_until_granted(lock_action::exclusive, icb, icb->ixfd, range(), ix_block_size);
         IXRDIX(icb, number);
+        if (icb->curblk != number) {
+            ix_inconsistent(icb);  // the half ends before its lock block, and a root came instead
+        }
         count = std::min<int>(icb->blk.bcount, ix_entry_bytes / klen);
         for (int n = 0; n < count && found < 0; ++n) {
             if (ix_compare(icb->plan[0], icb->skey, image(n), klen) == 0) {
@@ -48,6 +76,9 @@ struct lock_queue {
     void leave() const {
         ix_range_lock(lock_action::unlock, icb, icb->ixfd, range(), ix_block_size);
         IXRDIX(icb, noted);
+        if (icb->blk.bkey != key && key >= 1) {
+            ix_root(icb, key);  // a rebuild meanwhile gave the block to another key, or took it away
+        }
     }
 
     off_t range() const {
@@ -118,11 +149,7 @@ bool IXLOCK(ICB *icb, int number) {
     const off_t record = off_t{icb->recno} * icb->reclen;
     switch (number) {
         case ix_lock_file:
-            if (icb->tempfile == 0) {
-                lock_until_granted(lock_action::sole, icb, icb->datfd, 0, 0);
-            }
-            lock_until_granted(lock_action::exclusive, icb, icb->ixfd, 0, ix_block_size);
-            icb->flocked = 1;
+            lock_whole_file(icb);
             return true;
         case ix_lock_header:
             lock_until_granted(lock_action::exclusive, icb, icb->ixfd, 0, ix_block_size);

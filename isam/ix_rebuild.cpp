@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <span>
@@ -317,7 +318,7 @@ bool IXBLDIX(const char *name) {
     }
     const off_t reclen = header.reclen;
     const off_t present = file_size(names.data);
-    if (present > 0 && present % reclen != 0) {
+    if (present > INT_MAX || (present > 0 && present % reclen != 0)) {
         return false;
     }
     void *buffer = nullptr;
@@ -330,8 +331,12 @@ bool IXBLDIX(const char *name) {
     }
 
     ICB *icb = open_for_rebuild(name, names);
+    // Others may have worked in the pair until the lock was granted, and even have made it anew.
     const off_t data_size = ix_fd_size(icb->datfd);
-    bool done = data_size % reclen == 0;  // others may have written until the lock was granted
+    ICB now{};
+    file_read_at(icb->ixfd, static_cast<ix_header *>(&now), ix_header_size, 0);
+    ix_limit_keys(&now);
+    bool done = ix_same_definition(now, trial) && data_size % reclen == 0 && data_size <= INT_MAX;
     if (done) {
         static_cast<ix_header &>(*icb) = static_cast<const ix_header &>(trial);
         if (IOCACHE(cache_action::init, icb, 0) == 0) {

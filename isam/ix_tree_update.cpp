@@ -209,9 +209,15 @@ bool ix_find_entry(ICB *icb, std::int32_t number) {
     std::uint8_t wanted[ix_max_klen];
     std::memcpy(wanted, icb->skey, sizeof wanted);
     bool equal = true;
+    std::int32_t leaves = 0;
     while (equal && found != number) {
         icb->cur += plan.esize;
-        equal = icb->cur != ix_entry(icb, plan, icb->blk.bcount) || next_leaf(icb, plan, key);
+        if (icb->cur == ix_entry(icb, plan, icb->blk.bcount)) {
+            if (++leaves > icb->nblocks) {
+                ix_inconsistent(icb);  // a child that two entries point to leads in a circle
+            }
+            equal = next_leaf(icb, plan, key);
+        }
         if (equal) {
             found = ix_pointer(plan, icb->cur);
             equal = found >= 0 && ix_compare(plan, wanted, icb->cur, plan.klen) == 0;

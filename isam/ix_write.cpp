@@ -184,8 +184,7 @@ void ix_refresh_header(ICB *icb) {
         IXRDIX(icb, 0);
         header = *icb;
     }
-    const bool defined_alike = header.nkeys == icb->nkeys && header.reclen == icb->reclen &&
-                               std::memcmp(header.keydef, icb->keydef, sizeof header.keydef) == 0;
+    const bool defined_alike = ix_same_definition(header, *icb);
     *static_cast<ix_header *>(icb) = header;
     // A pair made anew with other keys is not the one that was opened.
     if (header.inupdate != 0 || !defined_alike || header.nblocks < header.nkeys + 2 ||

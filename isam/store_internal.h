@@ -40,6 +40,7 @@ bool ix_resolve(const char *name, ix_names &names);
 
 /// True when keys and record length are such as the store can work with.
 bool ix_definition_sound(const ix_header &header);
+bool ix_same_definition(const ix_header &a, const ix_header &b);
 /// True when the counts lie within the files too.
 bool ix_header_sound(const ix_header &header, off_t index_size, off_t data_size, bool temporary);
 /// Works out the plans from the descriptors. The definition must be sound, or be in the making.

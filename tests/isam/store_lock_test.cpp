@@ -226,6 +226,87 @@ TEST_F(store_lock, ExclusiveWaitsForTheOthers) {
     IXCLOSE(icb);
 }
 
+// One holds the header and tries for a free record, the other is on his way to lock the whole file. Neither
+// may keep the other waiting for good.
+TEST_F(store_lock, WholeFileGivesWayToAnUpdate) {
+    item i = of(3);
+    ASSERT_TRUE(IXREAD(icb, &i));
+    IXDELETE(icb, &i);
+    int ready[2];
+    int go[2];
+    ASSERT_EQ(pipe(ready), 0);
+    ASSERT_EQ(pipe(go), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(20);
+        static int end;
+        end = ready[1];
+        ICB *whole = IXOPEN("L", ix_shared);
+        char signal = 0;
+        (void)!write(end, &signal, 1);
+        (void)!read(go[0], &signal, 1);
+        ix_lock_wait = [](ICB *) {
+            if (++waits == 1) {
+                const char c = 0;
+                (void)!write(end, &c, 1);
+            }
+            usleep(20000);
+        };
+        IXLOCK(whole, ix_lock_file);
+        std::_Exit(whole->flocked != 0 ? 0 : 1);
+    }
+    char c;
+    ASSERT_EQ(read(ready[0], &c, 1), 1);
+    IXLOCK(icb, ix_lock_header);
+    c = 1;
+    ASSERT_EQ(write(go[1], &c, 1), 1);
+    ASSERT_EQ(read(ready[0], &c, 1), 1);
+    ix_lock_wait = [](ICB *) {
+        ++waits;
+        usleep(1000);
+    };
+    icb->recno = 3;
+    int attempts = 0;
+    while (!IXLOCK(icb, ix_lock_record) && attempts < 2000) {
+        ++attempts;
+    }
+    EXPECT_LT(attempts, 2000);
+    IXLOCK(icb, ix_unlock_record);
+    IXLOCK(icb, ix_unlock_header);
+    int status = 1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    IXCLOSE(icb);
+}
+
+// The key in hand stays current while the lock block is looked at, though a rebuild takes the block away.
+TEST_F(store_lock, KeyStaysCurrentOverARebuild) {
+    for (int n = 100; n < 400; ++n) {
+        const item i = of(n);
+        IXWRITE(icb, &i);
+    }
+    IXSWITCH(icb, 2);
+    item i{};
+    for (int n = 0; IXNEXT(icb, &i) && n < 200; ++n) {
+    }
+    ASSERT_GT(icb->curblk, 4);
+    const std::int32_t block = icb->curblk;
+    EXPECT_TRUE(elsewhere([] {
+        ICB *other = IXOPEN("L", ix_exclusive);
+        IXINIT(other);
+        IXCLOSE(other);
+        return true;
+    }));
+    ASSERT_EQ(icb->curblk, block);
+    std::memset(icb->skey, 'x', sizeof icb->skey);
+    EXPECT_TRUE(IXLOCK(icb, ix_lock_key));
+    EXPECT_EQ(icb->blk.bkey, 2);
+    EXPECT_TRUE(IXLOCK(icb, ix_unlock_key));
+    EXPECT_EQ(icb->blk.bkey, 2);
+    EXPECT_EQ(queue_count(), 0);
+    IXCLOSE(icb);
+}
+
 // The system drops all locks of a process on a file when any descriptor of it is closed.
 TEST_F(store_lock, TwoHandlesKeepTheirLocks) {
     ICB *second = IXOPEN("L", ix_shared);

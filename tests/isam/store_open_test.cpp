@@ -137,6 +137,33 @@ TEST_F(damaged_block, ChildOutsideTheFile) {
     }
 }
 
+// Equal keys of a key without duplicates fill several leaves, and two entries point to the same one: going
+// through them for one record's entry may not go round in it.
+TEST_F(damaged_block, ChildLinkedTwice) {
+    ICB *icb = make_pair_of("S", {"sample,16", "nr,I,1,4", "naam,NODUPS,C,5,14"});
+    char record[16] = {};
+    std::memcpy(record + 4, "gelijk", 6);
+    for (int n = 0; n < 200; ++n) {
+        std::memcpy(record, &n, 4);
+        IXWRITE(icb, record);
+    }
+    IXCLOSE(icb);
+    constexpr std::size_t root = 2 * 512 + 5;
+    constexpr std::size_t entry = 14;
+    const bytes index = file_bytes("S.INX");
+    ASSERT_GT(index[2 * 512 + 4], 3);
+    put_bytes("S.INX", root + entry + 10, {index.begin() + root + 10, index.begin() + root + 14});
+    const auto erase = [&record] {
+        alarm(10);
+        ICB *damaged = IXOPEN("S", ix_shared);
+        const int oldest = 0;  // its entry is the last of its equals
+        std::memcpy(record, &oldest, 4);
+        IXREAD(damaged, record);
+        IXDELETE(damaged, record);
+    };
+    EXPECT_EXIT(erase(), ExitedWithCode(1), "Niet consistent");
+}
+
 TEST_F(damaged_block, IndexCutShortWhileOpen) {
     make_sample();
     for (const int blocks : {1, 4}) {
@@ -338,6 +365,24 @@ TEST_F(store_open, CountsDescriptors) {
     EXPECT_EQ(open_file_limit(), before);
     EXPECT_FALSE(file_exists("OPENFILE"));
     EXPECT_LE(before, 200);
+}
+
+// A handle that stays open all along makes no descriptor of the same file pile up.
+TEST_F(store_open, DescriptorsDoNotPileUp) {
+    make_sample();
+    const auto in_use = [] {
+        const std::filesystem::directory_iterator fds("/proc/self/fd");
+        return std::distance(begin(fds), end(fds));
+    };
+    ICB *icb = IXOPEN("S", ix_shared);
+    IXCHECK("S");
+    const auto before = in_use();
+    for (int round = 0; round < 5; ++round) {
+        IXCLOSE(IXOPEN("S", ix_shared));
+        IXCHECK("S");
+        EXPECT_LE(in_use(), before + 1);
+    }
+    IXCLOSE(icb);
 }
 
 }  // namespace

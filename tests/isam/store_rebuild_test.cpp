@@ -128,6 +128,57 @@ TEST_F(store_rebuild, RefusedWithNothingChanged) {
     EXPECT_EQ(file_bytes("B.TXT"), data);
 }
 
+// A data half behind the reach of 32-bit offsets: refused by all, in spite of fitting counts.
+TEST_F(store_rebuild, DataHalfTooLong) {
+    define("B");
+    ASSERT_TRUE(IXBLDIX("B"));
+    constexpr std::int32_t nrecs = 0x7FFFFFFF / 24 + 2;
+    ASSERT_EQ(truncate("B.TXT", off_t{nrecs} * 24), 0);
+    const boost::endian::little_int32_t counts[] = {nrecs - 1, nrecs};  // freehead and nrecs
+    const auto *raw = reinterpret_cast<const std::uint8_t *>(counts);
+    put_bytes("B.INX", 12, bytes(raw, raw + sizeof counts));
+    const bytes index = file_bytes("B.INX");
+    EXPECT_EQ(IXCHECK("B"), -1);
+    EXPECT_EXIT(IXOPEN("B", ix_shared), testing::ExitedWithCode(1), "Niet consistent");
+    EXPECT_FALSE(IXBLDIX("B"));
+    EXPECT_EQ(file_bytes("B.INX"), index);
+}
+
+// The definition that was read before the wait for the lock may not be put over a newer one.
+TEST_F(store_rebuild, MadeAnewDuringTheWait) {
+    define("B");
+    ASSERT_TRUE(IXBLDIX("B"));
+    static int go[2];
+    int ready[2];
+    ASSERT_EQ(pipe(go), 0);
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t child = fork();
+    char c = 0;
+    if (child == 0) {
+        alarm(20);
+        ICB *icb = IXOPEN("B", ix_exclusive);
+        (void)!write(ready[1], &c, 1);
+        (void)!read(go[0], &c, 1);
+        IXUPDFCB(icb, 2, "naam,C,5,20");
+        IXINIT(icb);
+        IXCLOSE(icb);
+        std::_Exit(0);
+    }
+    ASSERT_EQ(read(ready[0], &c, 1), 1);
+    void (*const plain)(ICB *) = ix_lock_wait;
+    ix_lock_wait = [](ICB *) {
+        const char byte = 0;
+        (void)!write(go[1], &byte, 1);
+        usleep(5000);
+    };
+    EXPECT_FALSE(IXBLDIX("B"));
+    ix_lock_wait = plain;
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(file_bytes("B.INX")[90 + 9], 20);  // the length of key 2
+    EXPECT_TRUE(IXBLDIX("B"));
+    EXPECT_EQ(IXCHECK("B"), 0);
+}
+
 TEST_F(store_rebuild, Progress) {
     define("B");
     write_data("B", 2000, false, false);
@@ -175,6 +226,10 @@ TEST_F(store_rebuild, CheckFollowsTheChain) {
         put_bytes("B.TXT", 0, data);
     }
     EXPECT_EQ(IXCHECK("B"), free);
+    // The same pair by the name of its index half, which leaves out nothing.
+    EXPECT_EQ(IXCHECK("B.INX"), free);
+    put_bytes("B.TXT", data.size(), hex("00*24"));
+    EXPECT_EQ(IXCHECK("B.INX"), -1);
 }
 
 TEST_F(store_rebuild, CacheKeepsRootsAndEvictsTheOld) {
