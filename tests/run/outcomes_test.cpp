@@ -286,6 +286,40 @@ TEST_F(Run, WrongStartShowsTheInformationPage) {
     EXPECT_TRUE(t.wait_for("Tty         : xterm-256color /dev/pts/"));
 }
 
+TEST_F(Run, InformationPageComesFromTheMenu) {
+    options.branches = 3;
+    make([](Shop &shop) {
+        std::strncpy(shop.users.at(0).name, "MIEP", sizeof shop.users[0].name);
+        shop.users.at(0).rights = 'I';
+    });
+    Terminal t = start();
+    ASSERT_TRUE(t.wait_for("<ENTER> voor vervolg"));
+    t.key("ENTER");
+    ASSERT_TRUE(t.wait_for("Uw keuze"));
+    t.key("F10");
+    ASSERT_TRUE(t.wait_row(22, "│ <ENTER> voor vervolg"));
+    const char *lines[] = {"┌───",
+                           "│ Program     : rvchk860 ",
+                           "│ Version     : 860 19-11-2013 ",
+                           "│ Compiled    : LINUX Jan 26 2015 11:45:07 ",
+                           "│              ",
+                           "│ Application : Heritage8.60  3F ",
+                           "│ Userinfo    : MIEP (I) ",
+                           "│              ",
+                           "│ Directory   : /",
+                           "│ Diskfree Mb : ",
+                           "│ Tty         : xterm-256color /dev/pts/"};
+    int row = 9;
+    for (const char *line : lines) {
+        EXPECT_TRUE(t.row(row++).starts_with(line)) << line << t.dump();
+    }
+    EXPECT_EQ(t.cell(23, 80), "┘");
+    t.key("ENTER");
+    ASSERT_TRUE(t.wait_gone("Userinfo"));
+    t.key("CANCEL");
+    EXPECT_EQ(t.wait_exit(), 0);
+}
+
 TEST_F(Run, HeldRowOfDatesIsWaitedFor) {
     options.checked = 1;
     make();
