@@ -31,8 +31,7 @@ void lock_whole_file(ICB *icb) {
         if (icb->tempfile == 0) {
             lock_until_granted(lock_action::sole, icb, icb->datfd, 0, 0);
         }
-        if (icb->flocked != 0 ||
-            ix_range_lock(lock_action::exclusive, icb, icb->ixfd, 0, ix_block_size)) {
+        if (icb->flocked != 0 || ix_range_lock(lock_action::exclusive, icb, icb->ixfd, 0, ix_block_size)) {
             icb->flocked = 1;
             return;
         }

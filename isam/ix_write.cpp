@@ -112,13 +112,19 @@ bool update_record(ICB *icb, const std::uint8_t *record) {
     return true;
 }
 
-/// Takes the first record of the free chain.
-void pop_free_record(ICB *icb) {
+/// Takes the first free record. False when another program keeps its lock: one that still holds the lock of a
+/// record that a third has deleted waits for the header that is held here, and neither would ever give way.
+bool pop_free_record(ICB *icb) {
+    constexpr int patience = 3;
     if (icb->freehead < 0 || icb->freehead >= icb->nrecs) {
         ix_inconsistent(icb);
     }
     icb->recno = icb->freehead;
+    int refused = 0;
     while (!IXLOCK(icb, ix_lock_record)) {
+        if (++refused == patience) {
+            return false;
+        }
     }
     std::uint8_t work[ix_max_reclen];
     std::int32_t next;
@@ -131,15 +137,14 @@ void pop_free_record(ICB *icb) {
         ix_inconsistent(icb);
     }
     icb->freehead = next;
+    return true;
 }
 
 bool insert_record(ICB *icb, const std::uint8_t *record) {
     if (!room_for_blocks(icb)) {
         return false;
     }
-    if (icb->freehead != -1) {
-        pop_free_record(icb);
-    } else {
+    if (icb->freehead == -1 || !pop_free_record(icb)) {
         icb->recno = icb->nrecs;
         icb->nrecs = icb->recno + 1;
         IXLOCK(icb, ix_lock_record);

@@ -128,6 +128,40 @@ TEST_F(store_lock, HeldRecordIsRefusedElsewhere) {
     EXPECT_TRUE(record_free(3));
 }
 
+// Its holder may be waiting for the header that the insertion holds: it must not wait for the holder.
+TEST_F(store_lock, HeldFreeRecordIsPassedOver) {
+    constexpr int deleted = 3;
+    item i = of(deleted);
+    int held[2];
+    int done[2];
+    ASSERT_EQ(pipe(held) | pipe(done), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        char byte = 0;
+        const int fd = ix_fd_open("L.TXT", O_RDWR);
+        file_lock(lock_action::sole, fd, deleted * off_t{sizeof(item)}, sizeof(item));
+        close(done[1]);
+        const bool told = write(held[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 0;
+        std::_Exit(told ? 0 : 1);
+    }
+    char byte = 0;
+    ASSERT_EQ(read(held[0], &byte, 1), 1);
+    ASSERT_TRUE(IXREAD(icb, &i));
+    IXDELETE(icb, &i);
+    i = of(200);
+    EXPECT_TRUE(IXWRITE(icb, &i));
+    EXPECT_EQ(icb->recno, 10);
+    EXPECT_GT(waits, 0);
+    close(done[1]);
+    waitpid(child, nullptr, 0);
+    i = of(201);
+    EXPECT_TRUE(IXWRITE(icb, &i));
+    EXPECT_EQ(icb->recno, deleted) << "the chain still has it";
+    for (const int fd : {held[0], held[1], done[0]}) {
+        close(fd);
+    }
+}
+
 TEST_F(store_lock, ReservationOfAKey) {
     item i = of(50);
     const bytes before = file_bytes("L.INX");

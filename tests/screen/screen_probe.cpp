@@ -159,8 +159,9 @@ extern "C" const char *__lsan_default_suppressions() {
 
 int main(int argc, char **argv) {
     const std::map<std::string, void (*)()> scenarios{
-        {"placing", placing}, {"clearing", clearing},      {"messages", messages},     {"stack", stack},
-        {"sizes", sizes},     {"fatal", fatal_in_windows}, {"characters", characters}, {"full-stack", full_stack},
+        {"placing", placing},       {"clearing", clearing},     {"messages", messages},
+        {"stack", stack},           {"sizes", sizes},           {"fatal", fatal_in_windows},
+        {"characters", characters}, {"full-stack", full_stack},
     };
     const std::string name = argc == 2 ? argv[1] : "";
     if (name == "early-fatal") {

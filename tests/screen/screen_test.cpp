@@ -1,6 +1,5 @@
 // The screen as the operator sees it: windows, placement, messages, sizes, the fatal stop.
 #include <gtest/gtest.h>
-
 #include <unistd.h>
 
 #include <csignal>
@@ -106,8 +105,10 @@ TEST(Screen, WideAndLongTerminalsTakeTheirSizeAndGiveItBack) {
         EXPECT_EQ(t.columns(), 80);
     }
     t.key("SPACE");
-    for (const auto &[row, size] : {std::pair{43, "43 x 80 43 x 80"}, {25, "25 x 132 25 x 132"},
-                                    {43, "43 x 80 43 x 80"}, {25, "25 x 80 25 x 80"}}) {
+    for (const auto &[row, size] : {std::pair{43, "43 x 80 43 x 80"},
+                                    {25, "25 x 132 25 x 132"},
+                                    {43, "43 x 80 43 x 80"},
+                                    {25, "25 x 80 25 x 80"}}) {
         ASSERT_TRUE(t.wait_row(row, size));
         t.key("SPACE");
     }
@@ -149,7 +150,8 @@ INSTANTIATE_TEST_SUITE_P(Windows, ScreenSize,
 
 TEST(Screen, MissingWideDescriptionFallsBackOnTheNormalOne) {
     namespace fs = std::filesystem;
-    const fs::path only = fs::path(testing::TempDir()) / ("terminfo-normal-only-" + std::to_string(getpid())) / "X";
+    const fs::path only =
+        fs::path(testing::TempDir()) / ("terminfo-normal-only-" + std::to_string(getpid())) / "X";
     fs::create_directories(only);
     fs::copy_file(fs::path(RVCHK_TERMINFO) / "X" / "Xterm", only / "Xterm",
                   fs::copy_options::overwrite_existing);
