@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <regex>
 
 #include "isam/isam.h"
 #include "support/terminal.h"
@@ -118,14 +117,14 @@ TEST_F(Startup, FilesLeftOpenAreReported) {
     Terminal t(terminal);
     ASSERT_TRUE(t.wait_for("<ENTER> voor vervolg"));
     const auto matches = [&t](int row, const std::string &pattern) {
-        return std::regex_match(t.row(row), std::regex(pattern));
+        return wildcard_match(pattern.c_str(), t.row(row).c_str());
     };
-    EXPECT_TRUE(matches(3, "file-[ 1]\\d  size=1234    EIGEN.TXT")) << t.dump();
-    EXPECT_TRUE(matches(4, "file-[ 1]\\d  size=3       2024Z/ORD9.JRN")) << t.dump();
-    EXPECT_TRUE(matches(5, "file-[ 1]\\d  size=7       \\?\\?\\?")) << t.dump();
+    EXPECT_TRUE(matches(3, "file-??  size=1234    EIGEN.TXT")) << t.dump();
+    EXPECT_TRUE(matches(4, "file-??  size=3       2024Z/ORD9.JRN")) << t.dump();
+    EXPECT_TRUE(matches(5, "file-??  size=7       \?\?\?")) << t.dump();
     EXPECT_EQ(t.row(6), "");
     EXPECT_NE(t.row(20).find(" rvchk860 "), std::string::npos) << t.dump();
-    EXPECT_TRUE(matches(21, "│ Files nog open: 4  \\(begin=3\\d, einde=3\\d\\) *│")) << t.dump();
+    EXPECT_TRUE(matches(21, "│ Files nog open: 4  (begin=3?, einde=3?)*")) << t.dump();
     EXPECT_EQ(t.bells(), 1);
     t.key("ENTER");
     EXPECT_EQ(t.wait_exit(), 0);
