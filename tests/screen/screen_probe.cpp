@@ -152,11 +152,6 @@ void characters() {
 
 }  // namespace
 
-/// The terminal library keeps what it made for a terminal that it does not know.
-extern "C" const char *__lsan_default_suppressions() {
-    return "leak:new_prescr\n";
-}
-
 int main(int argc, char **argv) {
     const std::map<std::string, void (*)()> scenarios{
         {"placing", placing},       {"clearing", clearing},     {"messages", messages},
