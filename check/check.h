@@ -52,6 +52,23 @@ void chk_release_indexes();
 /// Releases those of one pair.
 void ixclear(const std::string &name);
 
+/// The checks. Each walks its files, reports, repairs what the operator agrees to, and sets its session flag
+/// when it has passed.
+void chk_labels();
+void chk_series();
+void chk_prices();
+void chk_sizes();
+void chk_transit();
+void chk_order_criteria();
+void chk_customers();
+void chk_titles();
+void chk_countries();
+void chk_master();
+void chk_ean();
+void chk_order_numbers();
+void chk_barcodes();
+void chk_journals();
+
 /// The checks that a damaged system asks for before the menu.
 void chk_startup_run();
 /// The menu of the three check sequences, until the operator leaves it.
