@@ -37,7 +37,7 @@ struct ShopOptions {
     bool no_decimals = false;  ///< the home currency has no decimals
     day_number today = 0;      ///< the day that the dates lead up to, 1990 to 2040; 0: by the clock
     std::uint64_t seed = 1;
-    std::vector<std::string> faults;  ///< names of `shop_faults`
+    std::vector<std::string> faults = {};  ///< names of `shop_faults`
 };
 
 /// A file of coded records of a season.

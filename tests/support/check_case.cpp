@@ -1,0 +1,177 @@
+#include "support/check_case.h"
+
+#include <poll.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <ostream>
+#include <sstream>
+
+namespace {
+
+constexpr const char *result_files[] = {"rapport.txt", "vragen.txt", "uitkomst.txt"};
+
+std::vector<std::string> lines_of(const char *name) {
+    std::vector<std::string> lines;
+    std::ifstream text(name);
+    for (std::string line; std::getline(text, line);) {
+        line.erase(0, line.find_first_not_of('\f'));
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+/// Reads what the program draws until it closes its end; false when that takes longer than a minute.
+bool drain(int line, std::string &tail) {
+    using clock = std::chrono::steady_clock;
+    constexpr std::size_t kept = 4000;
+    const auto deadline = clock::now() + std::chrono::minutes(1);
+    while (clock::now() < deadline) {
+        pollfd input{line, POLLIN, 0};
+        if (poll(&input, 1, 1000) <= 0) {
+            continue;
+        }
+        char buffer[16384];
+        const ssize_t length = read(line, buffer, sizeof buffer);
+        if (length <= 0) {
+            return true;
+        }
+        tail.append(buffer, static_cast<std::size_t>(length));
+        if (tail.size() > kept) {
+            tail.erase(0, tail.size() - kept);
+        }
+    }
+    return false;
+}
+
+int exit_status(pid_t pid) {
+    int status = 0;
+    if (waitpid(pid, &status, 0) != pid) {
+        return -1;
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+bool holds(const std::vector<std::string> &lines, const std::string &text) {
+    return std::any_of(lines.begin(), lines.end(),
+                       [&](const std::string &line) { return line.find(text) != std::string::npos; });
+}
+
+}  // namespace
+
+bool CheckRun::reports(const std::string &text) const {
+    return holds(report, text);
+}
+
+int CheckRun::count(const std::string &text) const {
+    return static_cast<int>(std::count_if(report.begin(), report.end(), [&](const std::string &line) {
+        return line.find(text) != std::string::npos;
+    }));
+}
+
+bool CheckRun::asked(const std::string &text) const {
+    return holds(questions, text);
+}
+
+std::ostream &operator<<(std::ostream &out, const CheckRun &run) {
+    out << "status " << run.status << ", flags [" << run.flags << "]\n";
+    for (const std::string &line : run.report) {
+        out << "| " << line << "\n";
+    }
+    for (const std::string &line : run.questions) {
+        out << "? " << line << "\n";
+    }
+    return run.status == 0 ? out : out << run.last_output << "\n";
+}
+
+CheckRun run_check(const std::string &words, const std::string &answers) {
+    for (const char *name : result_files) {
+        std::filesystem::remove(name);
+    }
+    std::vector<std::string> arguments{RVCHK_CHECK_PROBE};
+    if (!answers.empty()) {
+        arguments.push_back("answers=" + answers);
+    }
+    std::istringstream list(words);
+    for (std::string word; list >> word;) {
+        arguments.push_back(word);
+    }
+    std::vector<char *> pointers;
+    for (std::string &argument : arguments) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+
+    CheckRun run;
+    const winsize size{25, 80, 0, 0};
+    int line = -1;
+    const pid_t pid = forkpty(&line, nullptr, nullptr, &size);
+    if (pid == 0) {
+        setenv("TERM", "xterm-256color", 1);
+        setenv("TERMINFO", RVCHK_TERMINFO, 1);
+        setenv("LC_ALL", "C.UTF-8", 1);
+        execv(pointers[0], pointers.data());
+        _exit(127);
+    }
+    if (pid < 0) {
+        ADD_FAILURE() << "no pseudo-terminal";
+        return run;
+    }
+    const bool ended = drain(line, run.last_output);
+    if (!ended) {
+        kill(pid, SIGKILL);
+    }
+    run.status = exit_status(pid);
+    if (!ended) {
+        run.status = -1;
+    }
+    close(line);
+    run.report = lines_of("rapport.txt");
+    run.questions = lines_of("vragen.txt");
+    for (const std::string &noted : lines_of("uitkomst.txt")) {
+        if (const std::size_t colon = noted.find(": "); colon != std::string::npos) {
+            run.flags = noted.substr(colon + 2);
+        }
+    }
+    return run;
+}
+
+void CheckCase::make(const ShopOptions &options, const std::vector<std::string> &faults) {
+    ShopOptions wanted = options;
+    wanted.faults.insert(wanted.faults.end(), faults.begin(), faults.end());
+    std::string why;
+    ASSERT_TRUE(shop_options_valid(wanted, why)) << why;
+    ASSERT_TRUE(build_shop(wanted, shop, why)) << why;
+    write();
+}
+
+void CheckCase::write() {
+    std::string why;
+    ASSERT_TRUE(write_shop(shop, ".", shop_target::any, why)) << why;
+}
+
+CheckRun CheckCase::check(const std::string &words, const std::string &answers) {
+    CheckRun run = run_check(words, answers);
+    if (words.find("kill-after") == std::string::npos) {
+        EXPECT_EQ(run.status, 0) << words << "\n" << run;
+    }
+    return run;
+}
+
+std::string CheckCase::audit(unsigned parts) const {
+    std::string text;
+    for (const std::string &line : audit_shop(".", shop.today, parts)) {
+        text += line + "\n";
+    }
+    return text;
+}
+
+unsigned CheckCase::date_on_file(unsigned offset) {
+    constexpr unsigned row_bytes = 64;
+    constexpr unsigned row_dates = 19;
+    return Bytes("RVSYS.TXT").u16((row_dates - 1) * row_bytes + offset);
+}
