@@ -3,11 +3,12 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "print/destination.h"
 #include "print/print_internal.h"
 
 print_job prt_job;
 
-print_modules prt_modules{nullptr, PRT_SCR};
+print_modules prt_modules{prt_job_open, PRT_SCR};
 
 namespace {
 

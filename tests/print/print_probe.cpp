@@ -1,6 +1,7 @@
 // A program that prints one report in a terminal session, for the tests that look at screen and printer.
 //   print_probe SCENARIO
 //   print_probe preview PAGES LINES WIDTH DEVICE     a report of that size, in the preview
+//   print_probe PRINTER FLAGS CONNECTION OPTIONS FILE     a report on that print set-up; "-" for no file
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <map>
 #include <string>
 
+#include "print/destination.h"
 #include "print/print_internal.h"
 
 namespace {
@@ -142,6 +144,25 @@ void preview(int pages, int lines, int width, const char *device) {
     wait_end("klaar");
 }
 
+/// Tells what job the printer files give, and prints one line.
+void destination(char **argument) {
+    const auto number = [argument](int i) { return std::atoi(argument[i]); };
+    const print_setup setup{static_cast<std::uint16_t>(number(1)), static_cast<std::uint8_t>(number(2)),
+                            static_cast<std::uint8_t>(number(3))};
+    const char *file = argument[5] == std::string("-") ? nullptr : argument[5];
+    if (!XPRT_OPEN(setup, static_cast<std::uint16_t>(number(4)), file)) {
+        wait_end("geen job");
+        return;
+    }
+    scr_text(A_BOLD, 2, 1, "%dx%d %s%s%s%s <%s> [%s|%s] %d", prt_job.rpt_width, prt_job.rpt_lines,
+             prt_job.preview ? "P" : "", prt_job.aux ? "A" : "", prt_job.to_directory ? "D" : "",
+             prt_job.spooler ? "S" : "", prt_job.device == terminal_path() ? "tty" : prt_job.device.c_str(),
+             prt_job.setup_text.c_str(), prt_job.end_text.c_str(), prt_job.copies);
+    prt_printf("regel\n");
+    prt_close("");
+    wait_end("klaar");
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -155,9 +176,15 @@ int main(int argc, char **argv) {
     };
     prt_modules = {};
     prt_modules.job_open = open_wanted;
+    if (argc == 6) {
+        prt_modules = {prt_job_open, PRT_SCR};
+    }
     SCRINIT();
     busy_release();
-    if (argc == 6) {
+    if (argc == 6 && argv[1] != std::string("preview")) {
+        destination(argv);
+    } else if (argc == 6) {
+        prt_modules.job_open = open_wanted;
         preview(std::atoi(argv[2]), std::atoi(argv[3]), std::atoi(argv[4]), argv[5]);
     } else {
         scenarios.at(argc == 2 ? argv[1] : "")();
