@@ -205,7 +205,7 @@ bool IXSKIP(ICB *icb, void *record, int parts, int n, std::int32_t *position) {
     const auto size = static_cast<std::size_t>(icb->reclen);
     std::memcpy(saved, record, size);
     icb->recno = *position;
-    if (!record_live(icb, record)) {
+    if (icb->recno < 0 || !record_live(icb, record)) {
         std::memcpy(record, saved, size);
         if (n == 0) {
             n = 1;

@@ -154,8 +154,8 @@ bool IXNEXTK(ICB *icb, void *record, int parts);
 bool IXPREV(ICB *icb, void *record);
 bool IXPREVR(ICB *icb, void *record, int parts);
 bool IXPREVK(ICB *icb, void *record, int parts);
-/// Moves `n` keys from the record at `*position`, and advances it. From a dead record the move starts at
-/// the key in `record`.
+/// Moves `n` keys from the record at `*position`, and advances it. From a dead record, or from -1, the
+/// move starts at the key in `record`.
 bool IXSKIP(ICB *icb, void *record, int parts, int n, std::int32_t *position);
 /// Reads by record number: 1 live, 0 dead, -1 out of range.
 int IXGET(ICB *icb, void *record, std::int32_t number);

@@ -19,6 +19,7 @@ namespace {
 constexpr std::size_t path_room = 80;
 constexpr int key_carriage_return = 13;
 constexpr int first_no_key = 512;
+constexpr int key_consumed = -2;
 
 /// The directory, and behind it the path that was built last.
 struct macro_paths {
@@ -234,9 +235,7 @@ int mac_start(int key) {
     IXCLOSE(icb);
     int result = 0;
     if (found) {
-        if (begin_replay(record, key)) {
-            result = take_key();
-        }
+        result = begin_replay(record, key) ? take_key() : key_consumed;
     } else {
         char name[8];
         key_name(key, name);
@@ -244,7 +243,7 @@ int mac_start(int key) {
             mac_enable();
             mac_record(key);
         } else {
-            result = -2;
+            result = key_consumed;
         }
     }
     mac_enable();

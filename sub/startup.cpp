@@ -9,6 +9,8 @@
 #include <new>
 #include <string>
 
+#include "print/macro_lists.h"
+#include "screen/macros.h"
 #include "screen/screen.h"
 #include "sub/errors.h"
 #include "sub/infopage.h"
@@ -106,6 +108,7 @@ void release_slot() {
 
 void start_program(const char *required_caller, build_stamp version_date, int argc, char **) {
     sys_version_date = version_date;
+    mac_install();
     SCRINIT();
     scr_leave_handler = [] { chain_program(""); };
     menu_application = {[] { chk_status('C', "%s", ""); }, info_page, err_internal};
@@ -127,6 +130,7 @@ void start_program(const char *required_caller, build_stamp version_date, int ar
         load_tills();
     }
     ix_lock_wait = lock_wait_notice;
+    mac_enable();
     busy_release();
 }
 

@@ -1,61 +1,27 @@
 // The outcomes of a whole run: refused, already complete, with or without the marker, stopped.
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
 #include <utime.h>
 
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 
 #include "isam/isam.h"
-#include "support/terminal.h"
-#include "tools/shop/shop.h"
+#include "support/run_case.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-/// A small shop in a directory of its own, and what a run leaves in it.
-class Run : public testing::Test {
+/// The whole run, and what it leaves in the directory.
+class Run : public RunCase {
 protected:
-    void SetUp() override {
-        const auto *info = testing::UnitTest::GetInstance()->current_test_info();
-        directory =
-            fs::path(testing::TempDir()) / (std::string("run-") + info->name() + std::to_string(getpid()));
-        fs::remove_all(directory);
-        options.series = 6;
-        options.customers = 4;
-    }
-    void TearDown() override {
-        fs::remove_all(directory);
-    }
-    /// Writes the shop, after `change` has worked on it.
-    void make(const std::function<void(Shop &)> &change = [](Shop &) {}) {
-        Shop shop;
-        std::string why;
-        ASSERT_TRUE(build_shop(options, shop, why)) << why;
-        change(shop);
-        ASSERT_TRUE(write_shop(shop, directory, shop_target::any, why)) << why;
-    }
     void put(const std::string &name, std::size_t size = 0, int days_old = 0) const {
         std::ofstream(directory / name, std::ios::binary) << std::string(size, 'x');
         const std::time_t time = std::time(nullptr) - days_old * 86400;
         const utimbuf times{time, time};
         utime((directory / name).c_str(), &times);
-    }
-    [[nodiscard]] bool there(const std::string &name) const {
-        return fs::exists(directory / name);
-    }
-    [[nodiscard]] std::string bytes(const std::string &name) const {
-        std::ifstream file(directory / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-    [[nodiscard]] Terminal start(TerminalOptions terminal = {}) const {
-        terminal.directory = directory;
-        return Terminal(terminal);
     }
     /// Starts the program, leaves its menu at once if there is one, and gives its exit status.
     int run() const {
@@ -71,8 +37,6 @@ protected:
             t.key("CANCEL");
         }
     }
-    ShopOptions options;
-    fs::path directory;
 };
 
 TEST_F(Run, WaitingMasterDataRefuseTheRun) {

@@ -1,41 +1,20 @@
 // Start-up, the report of files left open, other programs run from inside, and the notice of a held record.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <functional>
 
 #include "isam/isam.h"
-#include "support/terminal.h"
-#include "tools/shop/shop.h"
+#include "support/run_case.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class Startup : public testing::Test {
+class Startup : public RunCase {
 protected:
-    void SetUp() override {
-        const auto *info = testing::UnitTest::GetInstance()->current_test_info();
-        directory =
-            fs::path(testing::TempDir()) / (std::string("start-") + info->name() + std::to_string(getpid()));
-        fs::remove_all(directory);
-        options.series = 2;
-        options.customers = 2;
-    }
-    void TearDown() override {
-        fs::remove_all(directory);
-    }
-    void make(const std::function<void(Shop &)> &change = [](Shop &) {}) {
-        Shop shop;
-        std::string why;
-        ASSERT_TRUE(build_shop(options, shop, why)) << why;
-        change(shop);
-        ASSERT_TRUE(write_shop(shop, directory, shop_target::any, why)) << why;
-    }
     /// Writes a file, below a directory that is made.
     void put(const std::string &name, const std::string &text, bool program = false) const {
         fs::create_directories((directory / name).parent_path());
@@ -47,13 +26,10 @@ protected:
     [[nodiscard]] Terminal start(std::vector<std::string> arguments) const {
         TerminalOptions terminal;
         terminal.program = STARTUP_PROBE;
-        terminal.directory = directory;
         terminal.arguments = std::move(arguments);
         terminal.environment = {{"PROGRAMMAS", directory / "eigen map"}};
-        return Terminal(terminal);
+        return RunCase::start(terminal);
     }
-    ShopOptions options;
-    fs::path directory;
 };
 
 TEST_F(Startup, CurrencyAndTills) {
