@@ -1,5 +1,5 @@
 // Chief header of the shared modules over data files: start-up and hand-over, the system file, labels,
-// sizes and reference records, messages.
+// prices, sizes and reference records, messages.
 #pragma once
 
 #include "isam/isam.h"
@@ -7,6 +7,7 @@
 #include "sub/errors.h"
 #include "sub/ioeti.h"
 #include "sub/iofil.h"
+#include "sub/ioink.h"
 #include "sub/iomaat.h"
 #include "sub/iotab.h"
 #include "sub/leesstam.h"
