@@ -96,6 +96,10 @@ void chk_run(int argc, char **argv) {
     }
     restore_print_setup();
     chk_session_files_close();
+    if (session_sizes != nullptr) {
+        mtclose(session_sizes);
+        session_sizes = nullptr;
+    }
     warn_of_labels();
     if (chk_all_recent()) {
         chk_marker_write();

@@ -1,5 +1,5 @@
-// Chief header of the shared modules over data files: start-up and hand-over, the system file, the label
-// file, messages.
+// Chief header of the shared modules over data files: start-up and hand-over, the system file, labels,
+// prices, sizes and reference records, messages.
 #pragma once
 
 #include "isam/isam.h"
@@ -7,7 +7,10 @@
 #include "sub/errors.h"
 #include "sub/ioeti.h"
 #include "sub/iofil.h"
+#include "sub/ioink.h"
+#include "sub/iomaat.h"
 #include "sub/iotab.h"
+#include "sub/leesstam.h"
 #include "sub/runprogram.h"
 #include "sub/serieskey.h"
 #include "sub/sessionfiles.h"

@@ -1,0 +1,193 @@
+// Storing a price set.
+//
+//   1  the set that the new one replaces goes, with its chain
+//   2  the neighbours, sets of the same series and supplier, give way in the new period
+//   3  the working prices are cut into groups of neighbouring sizes with the same prices, a block each
+//   4  the set is written
+//
+// The lock of row 9 is held from before the first step until after the last: between them neither the free
+// chain nor the sets of this supplier may change under another user's hands.
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "screen/prompts.h"
+#include "sub/ioink_internal.h"
+#include "sub/iomaat.h"
+#include "sub/iotab.h"
+
+namespace {
+
+constexpr std::int32_t no_block = -1;
+
+/// Sizes that stand side by side in the order of the size kind and have the same prices.
+struct price_group {
+    SizeBitmap sizes{};
+    std::int32_t gross = 0;
+    std::int32_t net = 0;
+};
+struct price_groups {
+    std::array<price_group, size_highest> groups{};
+    std::size_t count = 0;
+};
+
+price_groups group_prices() {
+    price_groups found;
+    size_cursor cursor{};
+    while (mtread(session_sizes, mt_action::next, cursor, mt_key::sequence) != 0) {
+        const unsigned size = cursor.index;
+        if (!ink_working.has(size)) {
+            continue;
+        }
+        const std::int32_t gross = ink_working.gross_of(size);
+        const std::int32_t net = ink_working.net_of(size);
+        const price_group *open = found.count == 0 ? nullptr : &found.groups[found.count - 1];
+        if (open == nullptr || open->gross != gross || open->net != net) {
+            found.groups[found.count++] = {{}, gross, net};
+        }
+        found.groups[found.count - 1].sizes.set(size);
+    }
+    return found;
+}
+
+/// Writes a block for each group and makes them the set's chain, and their sizes the set's.
+void write_groups(PriceSetRecord &set, SysRow4Chain &row) {
+    const price_groups found = group_prices();
+    set.sizes = {};
+    set.chain = found.count == 0 ? no_block : row.free_head.value();
+    for (std::size_t i = 0; i < found.count; i++) {
+        const price_group &group = found.groups[i];
+        PriceBlock block{};
+        block.key = set.key;
+        block.supplier = set.supplier;
+        block.end_date = set.end_date;
+        block.sizes = group.sizes;
+        std::memcpy(block.currency, set.currency, sizeof block.currency);
+        block.size_kind = set.size_kind;
+        block.gross = group.gross;
+        block.net = group.net;
+        const std::int32_t number = ink_block_alloc(row);
+        block.next = i + 1 < found.count ? row.free_head.value() : no_block;
+        ink_block_write(number, block);
+        set.sizes.add(group.sizes);
+    }
+}
+
+bool contains(const PriceSetRecord &period, const PriceSetRecord &other) {
+    return other.begin_date >= period.begin_date && other.end_date <= period.end_date;
+}
+
+/// Deletes the set that the chain of `set` belongs to. True when the new period lies within the old one, so
+/// that no neighbour is touched.
+bool remove_replaced(PriceSetRecord &set, SysRow4Chain &row) {
+    PriceSetRecord old = set;
+    PriceBlock first{};
+    // The period may have changed with the prices: the blocks still have the date that the old set is under.
+    if (ink_block_read(set.chain, first, ink_report::warning) != 0 && first.key == set.key &&
+        first.supplier == set.supplier) {
+        old.end_date = first.end_date;
+    }
+    set.chain = no_block;
+    if (!ink_read_exact(old)) {
+        return false;
+    }
+    ink_remove_set(old);
+    ink_free_chain(old, row);
+    return contains(old, set);
+}
+
+/// The set ends before the new period. It is written under its new end before the old record goes, so that
+/// its blocks belong to a set at any moment.
+void end_before(const PriceSetRecord &other, std::uint16_t last_day) {
+    PriceSetRecord shortened = other;
+    shortened.end_date = last_day;
+    ink_write_set(shortened);
+    ink_chain_walk walk(other);
+    while (walk.step()) {
+        PriceBlock block = walk.block;
+        block.end_date = last_day;
+        ink_block_write(walk.number, block);
+    }
+    ink_remove_set(other);
+}
+
+/// A set in copies of the blocks of `other`, that ends before the new period.
+void write_left_part(const PriceSetRecord &other, std::uint16_t last_day, SysRow4Chain &row) {
+    PriceSetRecord left = other;
+    left.end_date = last_day;
+    left.sizes = {};
+    left.chain = no_block;
+    ink_chain_walk walk(other);
+    bool more = walk.step();
+    while (more) {
+        PriceBlock copy = walk.block;
+        more = walk.step();
+        const std::int32_t number = ink_block_alloc(row);
+        copy.end_date = last_day;
+        copy.next = more ? row.free_head.value() : no_block;
+        ink_block_write(number, copy);
+        if (left.chain == no_block) {
+            left.chain = number;
+        }
+        left.sizes.add(copy.sizes);
+    }
+    if (left.chain != no_block) {
+        ink_write_set(left);
+    }
+}
+
+void begin_after(PriceSetRecord other, std::uint16_t last_day) {
+    other.begin_date = static_cast<std::uint16_t>(last_day + 1);
+    ink_write_set(other);
+}
+
+/// Makes another set of the supplier give way in the period of `set`.
+void clip(const PriceSetRecord &set, PriceSetRecord other, SysRow4Chain &row) {
+    const std::uint16_t first_day = set.begin_date;
+    const std::uint16_t last_day = set.end_date;
+    const auto day_before = static_cast<std::uint16_t>(first_day - 1);
+    if (contains(set, other)) {
+        ink_remove_set(other);
+        ink_free_chain(other, row);
+    } else if (other.begin_date >= first_day && other.begin_date <= last_day) {
+        begin_after(other, last_day);
+    } else if (other.end_date >= first_day && other.end_date <= last_day) {
+        end_before(other, day_before);
+    } else if (other.begin_date <= first_day && other.end_date >= last_day) {
+        write_left_part(other, day_before, row);
+        begin_after(other, last_day);
+    }
+}
+
+void clip_neighbours(const PriceSetRecord &set, SysRow4Chain &row) {
+    PriceSetRecord other{};
+    other.key = set.key;
+    other.supplier = set.supplier;
+    // What is written on the way lies at or before the set at hand, so the walk meets each set once.
+    for (bool found = ink_next_period(other, true); found; found = ink_next_period(other, false)) {
+        clip(set, other, row);
+    }
+}
+
+}  // namespace
+
+void ink_set_put(PriceSetRecord &set, bool quiet) {
+    ink_demand_write();
+    const leave_guard undisturbed;
+    set_program_status(status_in_chain_update);
+    SysRow4Chain row{};
+    iotab_row(tab_action::lock_read, row_price_chain, row);
+    const bool replaces = set.chain != no_block;
+    if (!replaces || !remove_replaced(set, row)) {
+        clip_neighbours(set, row);
+    }
+    write_groups(set, row);
+    if (set.chain != no_block) {
+        ink_write_set(set);
+    }
+    iotab_row(tab_action::write, row_price_chain, row);
+    if (!quiet) {
+        ink_reopen();
+    }
+    set_program_status(status_working);
+}

@@ -1,0 +1,305 @@
+// The price store against a plain map of prices by series, supplier, size and day.
+#include "sub/ioink.h"
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <set>
+
+#include "label_file.h"
+#include "sub/iomaat.h"
+
+namespace {
+
+constexpr unsigned first_day = 40000;
+constexpr int days = 25;  // the last of them stands for the far future
+constexpr int series_count = 2;
+constexpr int suppliers = 2;
+
+using prices = std::pair<int, int>;  // gross, net
+using size_prices = std::map<unsigned, prices>;
+
+std::uint16_t day_at(int day) {
+    return static_cast<std::uint16_t>(day == days - 1 ? 60000 : first_day + static_cast<unsigned>(day));
+}
+
+class PriceStore : public LabelFile {
+protected:
+    std::vector<unsigned> sizes;  ///< those of the view, in its order
+
+    void SetUp() override {
+        LabelFile::SetUp();
+        make_shop_with(2, [](Shop &made) {
+            // Seven sizes, whose order is not that of their indexes.
+            SizeKindRecord kind{};
+            kind.system = made.settings.size_system;
+            kind.kind = 1;
+            for (unsigned place : {1U, 2U, 3U, 4U, 5U, 6U, 7U}) {
+                SizeEntry &entry = kind.entries[place * 37 % 96];
+                std::memcpy(entry.code, "4  ", 3);
+                entry.link = static_cast<std::uint8_t>(place);
+            }
+            made.size_kinds = {kind};
+            made.price_sets.clear();
+            made.price_blocks.clear();
+            made.price_chain = {};
+        });
+        chk_files.rvmaat = IXOPEN("RVMAAT", ix_shared);
+        size_view(session_sizes, sys_settings.size_system, 1);
+        for (unsigned place = 1; place <= 7; place++) {
+            sizes.push_back(place * 37 % 96);
+        }
+        ink_open(ink_mode::write);
+    }
+    void TearDown() override {
+        ink_close();
+        mtclose(session_sizes);
+        session_sizes = nullptr;
+        IXCLOSE(chk_files.rvmaat);
+        chk_files.rvmaat = nullptr;
+        LabelFile::TearDown();
+    }
+
+    static PriceSetRecord new_set(int series, int supplier, int begin, unsigned end) {
+        PriceSetRecord set{};
+        set.key.group = 100;
+        set.key.colour = 1;
+        set.key.number = static_cast<std::uint16_t>(series + 1);
+        set.supplier = static_cast<std::uint16_t>(supplier + 10);
+        set.begin_date = day_at(begin);
+        set.end_date = static_cast<std::uint16_t>(end);
+        set.factor = 10000;
+        set.size_kind = 1;
+        std::memcpy(set.currency, "EUR", 3);
+        set.chain = -1;
+        return set;
+    }
+    static void put_set(PriceSetRecord &set, const size_prices &wanted, bool quiet = true) {
+        ink_clear();
+        for (const auto &[size, price] : wanted) {
+            ink_working.set(size, price.first, price.second);
+        }
+        const ink_prices before = ink_working;
+        ink_set_put(set, quiet);
+        ASSERT_EQ(std::memcmp(&before, &ink_working, sizeof before), 0);
+    }
+    static size_prices loaded() {
+        size_prices found;
+        for (unsigned size = 0; size <= size_highest; size++) {
+            if (ink_working.has(size)) {
+                found[size] = {ink_working.gross_of(size), ink_working.net_of(size)};
+            }
+        }
+        return found;
+    }
+    static size_prices stored_prices(int series, int supplier, int day) {
+        PriceSetRecord set = new_set(series, supplier, 0, 0);
+        if (!ink_read_valid(set.key, set.supplier, day_at(day), set)) {
+            return {};
+        }
+        ink_set_load(set);
+        return loaded();
+    }
+    /// Sets as "begin-end:blocks", counted from the first day, in key order.
+    static std::string periods() {
+        std::string text;
+        PriceSetRecord set{};
+        for (bool found = ink_read(ink_action::first, set, 0); found;
+             found = ink_read(ink_action::next, set, 0)) {
+            int blocks = 0;
+            PriceBlock block{};
+            for (std::int32_t at = set.chain; at >= 0; at = block.next) {
+                EXPECT_EQ(ink_block_read(at, block, ink_report::fatal), 1);
+                blocks++;
+            }
+            text += std::to_string(set.begin_date - first_day) + "-" +
+                    (set.end_date == price_open_ended ? "" : std::to_string(set.end_date - first_day)) + ":" +
+                    std::to_string(blocks) + " ";
+        }
+        return text;
+    }
+    /// Each block stands on one chain, and the sets say what their blocks hold.
+    static void expect_sound() {
+        const Bytes blocks(ink_block_file);
+        SysRow4Chain row{};
+        iotab_row(tab_action::read, row_price_chain, row);
+        ASSERT_EQ(blocks.size(), static_cast<std::size_t>(row.end_mark) * 40);
+        std::set<std::int32_t> seen;
+        for (std::int32_t at = row.free_head; at != row.end_mark; at = blocks.i32(at * 40U + 36)) {
+            ASSERT_TRUE(at >= 0 && at < row.end_mark && seen.insert(at).second) << "free block " << at;
+            ASSERT_TRUE(blocks.zero(at * 40U, 36)) << "free block " << at;
+        }
+        std::map<std::string, unsigned> last_day;
+        PriceSetRecord set{};
+        for (bool found = ink_read(ink_action::first, set, 0); found;
+             found = ink_read(ink_action::next, set, 0)) {
+            ASSERT_LE(set.begin_date, set.end_date);
+            SizeBitmap sum{};
+            ASSERT_GE(set.chain, 0);
+            for (std::int32_t at = set.chain; at != -1; at = blocks.i32(at * 40U + 36)) {
+                ASSERT_TRUE(at >= 0 && at < row.end_mark && seen.insert(at).second) << "block " << at;
+                PriceBlock block{};
+                std::memcpy(&block, blocks.data.data() + at * 40, sizeof block);
+                ASSERT_TRUE(ink_owns(set, block)) << "block " << at;
+                ASSERT_EQ(std::memcmp(block.currency, set.currency, 3), 0);
+                ASSERT_EQ(block.size_kind, set.size_kind);
+                for (unsigned size = 0; size < 96; size++) {
+                    ASSERT_FALSE(block.sizes.test(size) && sum.test(size)) << "size " << size;
+                }
+                sum.add(block.sizes);
+            }
+            ASSERT_TRUE(sum == set.sizes);
+            unsigned &last = last_day[std::to_string(set.key.number) + "/" + std::to_string(set.supplier)];
+            ASSERT_TRUE(set.begin_date > last) << "periods overlap";
+            last = set.end_date;
+        }
+        ASSERT_EQ(seen.size(), static_cast<std::size_t>(row.end_mark));
+    }
+};
+
+TEST_F(PriceStore, AnswersAsAMapOfDaysWould) {
+    std::mt19937 random(20131120);
+    const auto below = [&](unsigned bound) { return static_cast<int>(random() % bound); };
+    std::map<std::tuple<int, int, int>, size_prices> model;  // by series, supplier, day
+    const auto compare = [&](int series, int supplier) {
+        for (int day = 0; day < days; day++) {
+            ASSERT_EQ(stored_prices(series, supplier, day), (model[{series, supplier, day}]))
+                << "series " << series << " supplier " << supplier << " day " << day;
+        }
+    };
+    const auto fill = [&](const PriceSetRecord &period, int series, int supplier, const size_prices &with) {
+        for (int day = 0; day < days; day++) {
+            if (day_at(day) >= period.begin_date && day_at(day) <= period.end_date) {
+                model[{series, supplier, day}] = with;
+            }
+        }
+    };
+    for (int round = 0; round < rounds(1500); round++) {
+        const int series = below(series_count);
+        const int supplier = below(suppliers);
+        int begin = below(days - 1);
+        int end = begin + below(below(3) == 0 ? days : 4);
+        PriceSetRecord set =
+            new_set(series, supplier, begin, end >= days - 1 ? price_open_ended : first_day + unsigned(end));
+        PriceSetRecord old{};
+        const bool old_found = ink_read_valid(set.key, set.supplier, day_at(below(days)), old);
+        const int kind = below(8);
+        if (old_found && kind == 0) {
+            ASSERT_EQ(ink_set_delete(old), 1);
+            ASSERT_EQ(old.chain, -1);
+            fill(old, series, supplier, {});
+        } else {
+            // A replacement keeps its chain; often it stays within its old period, at times in it all.
+            if (old_found && kind < 5) {
+                set.chain = old.chain;
+                if (kind < 3) {
+                    set.begin_date = old.begin_date;
+                    set.end_date = kind == 1 ? old.end_date.value()
+                                             : static_cast<std::uint16_t>(
+                                                   old.begin_date + (old.end_date - old.begin_date) / 2);
+                }
+                fill(old, series, supplier, {});
+            }
+            size_prices wanted;
+            const int shape = below(6);  // none, one price for all, or some with few different prices
+            for (unsigned size : sizes) {
+                if (shape == 1 || (shape > 1 && below(3) != 0)) {
+                    wanted[size] = {shape == 1 ? 5 : 1 + below(2), 1 + below(shape == 2 ? 5 : 1)};
+                }
+            }
+            fill(set, series, supplier, wanted);
+            size_prices given = wanted;
+            if (below(4) == 0) {
+                given[90] = {7, 7};  // a size that the kind has not
+            }
+            put_set(set, given, round % 50 != 0);
+            ASSERT_EQ(set.chain == -1, wanted.empty());
+        }
+        compare(series, supplier);
+        if (round % 10 == 0) {
+            expect_sound();
+        }
+        ASSERT_FALSE(HasFailure()) << "round " << round;
+    }
+    for (int i = 0; i < series_count * suppliers; i++) {
+        compare(i / suppliers, i % suppliers);
+    }
+    expect_sound();
+    EXPECT_EQ(status_on_file(), status_working);
+}
+
+// A set of the days 10 to 20 in two blocks, and what a new one makes of it.
+TEST_F(PriceStore, NeighboursGiveWay) {
+    struct put {
+        int begin, end;
+        bool replaces;
+        const char *periods;
+    };
+    const put cases[] = {
+        {5, 9, false, "5-9:1 10-20:2 "},
+        {21, 22, false, "10-20:2 21-22:1 "},
+        {10, 20, false, "10-20:1 "},
+        {5, 22, false, "5-22:1 "},
+        {5, 12, false, "5-12:1 13-20:2 "},
+        {10, 12, false, "10-12:1 13-20:2 "},
+        {18, 22, false, "10-17:2 18-22:1 "},
+        {18, 20, false, "10-17:2 18-20:1 "},
+        {12, 14, false, "10-11:2 12-14:1 15-20:2 "},
+        {12, 14, true, "12-14:1 "},
+        {10, 22, true, "10-22:1 "},
+        {18, 30, true, "18-30:1 "},
+    };
+    for (const put &each : cases) {
+        PriceSetRecord old = new_set(0, 0, 10, first_day + 20);
+        put_set(old, {{sizes[0], {100, 90}}, {sizes[1], {120, 90}}});
+        PriceSetRecord set = new_set(0, 0, each.begin, first_day + unsigned(each.end));
+        set.chain = each.replaces ? old.chain.value() : -1;
+        put_set(set, {{sizes[2], {300, 290}}});
+        EXPECT_EQ(periods(), each.periods) << each.begin << "-" << each.end;
+        expect_sound();
+        PriceSetRecord left{};
+        while (ink_read(ink_action::first, left = {}, 0)) {
+            ASSERT_EQ(ink_set_delete(left), 1);
+        }
+        EXPECT_EQ(ink_set_delete(left = old), 0);  // gone already
+    }
+}
+
+TEST_F(PriceStore, SizesWithOnePriceSideBySideShareABlock) {
+    PriceSetRecord set = new_set(0, 0, 0, price_open_ended);
+    // The fourth size is absent: the third and the fifth stand side by side then.
+    const size_prices wanted = {{sizes[0], {5, 4}}, {sizes[1], {5, 4}}, {sizes[2], {6, 4}},
+                                {sizes[4], {6, 4}}, {sizes[5], {5, 4}}, {sizes[6], {5, 3}}};
+    put_set(set, wanted, false);
+    EXPECT_EQ(periods(), "0-:4 ");
+    EXPECT_EQ(stored_prices(0, 0, days - 1), wanted);
+
+    // What stands in a block is taken as it is, but a gross price of 0 leaves the size present.
+    PriceBlock block{};
+    ASSERT_EQ(ink_block_read(set.chain, block, ink_report::fatal), 1);
+    block.gross = 0;
+    block.net = 0;
+    block.sizes.set(0);
+    ink_block_write(set.chain, block);
+    set.sizes.set(0);
+    ink_set_load(set);
+    EXPECT_EQ(loaded().at(sizes[0]), (prices{1, 0}));
+    EXPECT_FALSE(ink_working.has(0));
+    ink_working.set(sizes[0], 0, -3);
+    EXPECT_EQ(loaded().at(sizes[0]), (prices{1, 1}));
+}
+
+TEST_F(PriceStore, ABlockInUseIsNeverTaken) {
+    PriceSetRecord set = new_set(0, 0, 0, price_open_ended);
+    put_set(set, {{sizes[0], {5, 4}}});
+    SysRow4Chain row{};
+    iotab_row(tab_action::lock_read, row_price_chain, row);
+    row.free_head = 0;
+    EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
+    row.free_head = 7;
+    EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
+    iotab_row(tab_action::unlock, row_price_chain, row);
+    EXPECT_EQ(status_on_file(), status_prices_suspect);
+}
+
+}  // namespace

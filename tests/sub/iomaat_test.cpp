@@ -1,0 +1,243 @@
+// Views of size kinds by every key and action, and reference records by number.
+#include "sub/iomaat.h"
+
+#include "label_file.h"
+#include "sub/leesstam.h"
+
+namespace {
+
+constexpr int own = 1;
+constexpr int other = 7;
+
+/// A shop with size kinds of the test's own.
+class Reference : public LabelFile {
+protected:
+    struct entry {
+        int place;
+        const char *code;
+        int link;
+    };
+    static void add(Shop &made, int system, int kind, std::initializer_list<entry> entries) {
+        SizeKindRecord record{};
+        record.system = static_cast<std::uint8_t>(system);
+        record.kind = static_cast<std::uint8_t>(kind);
+        for (const entry &each : entries) {
+            std::memcpy(record.entries[each.place].code, each.code, strnlen(each.code, 3));
+            record.entries[each.place].link = static_cast<std::uint8_t>(each.link);
+        }
+        made.size_kinds.push_back(record);
+    }
+    void SetUp() override {
+        LabelFile::SetUp();
+        make_shop_with(2, [](Shop &made) {
+            made.size_kinds.clear();
+            add(made, own, 1, {{1, "44", 4}, {3, "38", 2}, {5, "36", 1}, {90, "40", 3}});
+            // As damage leaves it: links outside, a number left out, and one for two sizes.
+            add(made, own, 2, {{1, "a", 1}, {2, "b", 96}, {3, "c", 255}, {4, "d", 3}, {5, "e", 3}});
+            // By sequence number. Outside the tables, and behind the end, there are no sizes.
+            add(made, other, 1, {{1, "S", 20}, {2, "M", 10}, {3, "L", 96}, {4, "XL", 30}, {6, "?", 5}});
+        });
+        ASSERT_EQ(sys_settings.size_system, own);
+        chk_files.rvmaat = IXOPEN("RVMAAT", ix_shared);
+    }
+    void TearDown() override {
+        if (session_sizes != nullptr) {
+            mtclose(session_sizes);
+            session_sizes = nullptr;
+        }
+        IXCLOSE(chk_files.rvmaat);
+        chk_files.rvmaat = nullptr;
+        LabelFile::TearDown();
+    }
+};
+
+/// What a read finds, as "index/sequence/position code"; "-" for nothing, which leaves the cursor alone.
+std::string look(mt_action action, mt_key key, int number, const char *code = "") {
+    size_cursor cursor{};
+    std::memset(&cursor, 0x55, sizeof cursor);
+    (key == mt_key::index      ? cursor.index
+     : key == mt_key::sequence ? cursor.sequence
+                               : cursor.position) = static_cast<std::uint8_t>(number);
+    if (key == mt_key::code) {
+        std::memset(cursor.code, 0, sizeof cursor.code);
+        std::memcpy(cursor.code, code, strnlen(code, sizeof cursor.code));
+    }
+    const size_cursor before = cursor;
+    if (mtread(session_sizes, action, cursor, key) == 0) {
+        return std::memcmp(&before, &cursor, sizeof cursor) == 0 ? "-" : "changed";
+    }
+    EXPECT_EQ(cursor.system, session_sizes->system);
+    EXPECT_EQ(cursor.kind, session_sizes->kind);
+    EXPECT_EQ(std::string(cursor.text, sizeof cursor.text), std::string(sizeof cursor.text, '\0'));
+    return std::to_string(cursor.index) + "/" + std::to_string(cursor.sequence) + "/" +
+           std::to_string(cursor.position) + " " + std::string(cursor.code, strnlen(cursor.code, 3));
+}
+
+TEST_F(Reference, EveryKeyAndAction) {
+    SizeBitmap three{};
+    for (const unsigned index : {3U, 5U, 1U, 70U}) {
+        three.set(index);
+    }
+    constexpr mt_action F = mt_action::first, N = mt_action::next, P = mt_action::previous,
+                        R = mt_action::read;
+    struct {
+        int system, kind;
+        mt_key key;
+        int number;
+        const char *code;
+        mt_action action;
+        const char *found;
+    } const cases[] = {
+        {own, 1, mt_key::index, 0, "", F, "1/4/3 44"},
+        {own, 1, mt_key::index, 2, "", F, "3/2/2 38"},
+        {own, 1, mt_key::index, 3, "", F, "3/2/2 38"},
+        {own, 1, mt_key::index, 91, "", F, "-"},
+        {own, 1, mt_key::index, 5, "", N, "90/3/0 40"},
+        {own, 1, mt_key::index, 90, "", N, "-"},
+        {own, 1, mt_key::index, 255, "", N, "-"},
+        {own, 1, mt_key::index, 3, "", P, "1/4/3 44"},
+        {own, 1, mt_key::index, 0, "", P, "-"},
+        {own, 1, mt_key::index, 4, "", R, "-"},
+        {own, 1, mt_key::index, 96, "", R, "-"},
+        {own, 1, mt_key::index, 0, "", R, "-"},
+        {own, 1, mt_key::sequence, 0, "", F, "5/1/1 36"},
+        {own, 1, mt_key::sequence, 2, "", F, "3/2/2 38"},
+        {own, 1, mt_key::sequence, 3, "", N, "1/4/3 44"},
+        {own, 1, mt_key::sequence, 4, "", N, "-"},
+        {own, 1, mt_key::sequence, 200, "", P, "1/4/3 44"},
+        {own, 1, mt_key::sequence, 1, "", P, "-"},
+        {own, 1, mt_key::sequence, 0, "", P, "-"},
+        {own, 1, mt_key::sequence, 5, "", R, "-"},
+        {own, 1, mt_key::code, 0, "38", R, "3/2/2 38"},
+        {own, 1, mt_key::code, 0, "39", R, "-"},
+        {own, 1, mt_key::code, 0, "38", F, "3/2/2 38"},
+        {own, 1, mt_key::code, 0, "39", F, "90/3/0 40"},
+        {own, 1, mt_key::code, 0, "38", N, "90/3/0 40"},
+        {own, 1, mt_key::code, 0, "44", N, "-"},
+        {own, 1, mt_key::code, 0, "40", P, "3/2/2 38"},
+        {own, 1, mt_key::code, 0, "36", P, "-"},
+        {own, 1, mt_key::position, 0, "", F, "5/1/1 36"},
+        {own, 1, mt_key::position, 2, "", N, "1/4/3 44"},
+        {own, 1, mt_key::position, 3, "", N, "-"},
+        {own, 1, mt_key::position, 96, "", P, "1/4/3 44"},
+        {own, 1, mt_key::position, 2, "", P, "5/1/1 36"},
+        {own, 1, mt_key::position, 1, "", P, "-"},
+        {own, 1, mt_key::position, 2, "", R, "3/2/2 38"},
+        {own, 1, mt_key::position, 4, "", R, "-"},
+        {own, 1, mt_key::position, 255, "", N, "-"},
+        // Damaged.
+        {own, 2, mt_key::index, 2, "", F, "4/3/0 d"},
+        {own, 2, mt_key::index, 3, "", R, "-"},
+        {own, 2, mt_key::sequence, 1, "", N, "5/3/2 e"},
+        {own, 2, mt_key::sequence, 3, "", P, "1/1/1 a"},
+        {own, 2, mt_key::code, 0, "a", N, "-"},
+        {own, 2, mt_key::position, 96, "", P, "5/3/2 e"},
+        // Another size system.
+        {other, 1, mt_key::index, 1, "", F, "10/2/0 M"},
+        {other, 1, mt_key::sequence, 2, "", N, "30/4/0 XL"},
+        {other, 1, mt_key::sequence, 4, "", N, "-"},
+        {other, 1, mt_key::code, 0, "N", F, "20/1/0 S"},
+        // Not on file, and such as no file can have.
+        {own, 3, mt_key::index, 0, "", F, "-"},
+        {own, 3, mt_key::sequence, 96, "", P, "-"},
+        {own, 0, mt_key::code, 0, "", F, "-"},
+        {0, 1, mt_key::position, 0, "", F, "-"},
+    };
+    for (const auto &c : cases) {
+        size_view(session_sizes, c.system, c.kind, &three);
+        EXPECT_EQ(look(c.action, c.key, c.number, c.code), c.found)
+            << "kind " << c.system << "." << c.kind << " key " << static_cast<int>(c.key) << " "
+            << static_cast<char>(c.action) << " " << c.number << c.code;
+    }
+}
+
+TEST_F(Reference, AViewIsReadOnceAndItsBitmapStays) {
+    SizeBitmap one{};
+    one.set(3);
+    size_view(session_sizes, own, 1, &one);
+    IXSWITCH(chk_files.rvmaat, 1);
+    SizeKindRecord record{};
+    record.system = own;
+    record.kind = 1;
+    ASSERT_TRUE(IXREADLOCK(chk_files.rvmaat, &record));
+    record.entries[3].link = 0;
+    IXREWRITE(chk_files.rvmaat, &record);
+    size_view(session_sizes, own, 1);
+    EXPECT_EQ(look(mt_action::first, mt_key::position, 0), "3/2/1 38");
+    size_view(session_sizes, own, 2);
+    size_view(session_sizes, own, 1);
+    EXPECT_EQ(look(mt_action::read, mt_key::index, 3), "-");
+    EXPECT_EQ(look(mt_action::first, mt_key::position, 0), "-");
+}
+
+TEST_F(Reference, MisuseOfAViewIsFatal) {
+    size_view(session_sizes, own, 1);
+    size_cursor cursor{};
+    const auto dies = [](auto call, const char *text) {
+        EXPECT_EXIT((dup2(2, 1), call()), testing::ExitedWithCode(1), text);
+    };
+    dies([&] { mtread(nullptr, mt_action::first, cursor, mt_key::index); }, "IOMAAT: errno=4");
+    dies([&] { mtopen(own, 0); }, "IOMAAT: errno=7");
+    dies([&] { chk_files.rvmaat = nullptr, mtopen(own, 1); }, "IOMAAT: errno=5");
+    dies([&] { mtread(session_sizes, mt_action{'Q'}, cursor, mt_key::index); },
+         "mtread\\(Q,1\\) aktie ongedefinieerd");
+    dies([&] { mtread(session_sizes, mt_action::next, cursor, mt_key{5}); },
+         "mtread\\(N,5\\) keynr ongedefinieerd");
+}
+
+/// Reads through a record that starts as all zero: there, at hand though changed on file, not there (twice),
+/// and number 0.
+template <class Record, class Read, class Change>
+void expect_reader(const char *name, int number, Read read, Change change) {
+    SCOPED_TRACE(name);
+    Record record{};
+    EXPECT_EQ(read(record, number), 1);
+    const Record first = record;
+    change(first);
+    EXPECT_EQ(read(record, number), 1);
+    EXPECT_EQ(std::memcmp(&record, &first, sizeof record), 0) << "read again";
+    for (int i = 0; i < 2; i++) {
+        EXPECT_EQ(read(record, 998), 0) << "time " << i;
+    }
+    EXPECT_EQ(read(record, 0), 0);
+    EXPECT_EQ(read(record, number), 1);
+    EXPECT_NE(std::memcmp(&record, &first, sizeof record), 0) << "not read again";
+}
+
+template <class Record, class Read>
+void expect_file_reader(const char *name, int number, Read read) {
+    ICB *file = IXOPEN(name, ix_shared);
+    expect_reader<Record>(
+        name, number,
+        [&](Record &record, int n) { return read(file, record, static_cast<std::uint16_t>(n)); },
+        [&](Record record) {
+            reinterpret_cast<std::uint8_t *>(&record)[sizeof record - 1] ^= 1;
+            IXWRITE(file, &record);
+        });
+    IXCLOSE(file);
+}
+
+TEST_F(Reference, RecordsByNumber) {
+    expect_file_reader<ArticleGroupRecord>("RVART", static_cast<int>(shop.groups.at(0).number), art_read);
+    expect_file_reader<BrandRecord>("RVMERK", shop.brands.at(0).number, merk_read);
+    expect_file_reader<SupplierRecord>("RVLEV", shop.suppliers.at(0).number, lev_read);
+    expect_file_reader<CustomerRecord>("RVKLT", static_cast<int>(shop.customers.at(0).number), klant_read);
+    const auto rename = [](const sys_region &region) {
+        return [&region](numbered_name name) {
+            name.name.text[19] = '!';
+            iotab(tab_action::write, name.number, name.name, region);
+        };
+    };
+    const auto used = [](const std::vector<NameRecord> &names) {
+        const auto first =
+            std::find_if(names.begin(), names.end(), [](const NameRecord &n) { return n.text[0] != '\0'; });
+        return static_cast<int>(first - names.begin()) + 1;
+    };
+    expect_reader<numbered_name>("colours", used(shop.colours), colour_read, rename(region_colours));
+    expect_reader<numbered_name>("list B", used(shop.size_kind_names), list_b_read,
+                                 rename(region_size_kinds));
+    BrandRecord record{};
+    EXPECT_EXIT((dup2(2, 1), merk_read(nullptr, record, 1)), testing::ExitedWithCode(1), "LEESSTAM: errno=1");
+}
+
+}  // namespace
