@@ -1,0 +1,51 @@
+// The Debian package: what it installs works from there.
+#include <cstdlib>
+
+#include "support/run_case.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Package : public RunCase {};
+
+/// Runs a shell command; its output is the failure message.
+testing::AssertionResult runs(const fs::path &directory, const std::string &command) {
+    const fs::path log = directory / "log";
+    if (std::system(("{ " + command + " ; } >'" + log.string() + "' 2>&1").c_str()) == 0) {
+        return testing::AssertionSuccess();
+    }
+    std::ifstream text(log);
+    return testing::AssertionFailure() << command << "\n"
+                                       << std::string(std::istreambuf_iterator<char>(text), {});
+}
+
+TEST_F(Package, InstallsAndRuns) {
+    fs::create_directories(directory);
+    const std::string here = "cd '" + directory.string() + "' && ";
+    ASSERT_TRUE(runs(directory, here + CPACK + " --config " + CPACK_CONFIG + " -B packed"));
+    ASSERT_TRUE(runs(directory, here + "dpkg-deb -x packed/rvchk860_*.deb root"));
+    EXPECT_TRUE(runs(directory, here + "dpkg-deb -f packed/*.deb Depends | grep -q libncursesw"));
+    const fs::path root = directory / "root/usr";
+    for (const char *name : {"bin/rvchk860", "bin/ixreorgk", "bin/mkshop", "share/man/man1/rvchk860.1",
+                             "share/man/man1/ixreorgk.1", "share/rvchk860/catalog/en/TERM351.cat",
+                             "share/rvchk860/catalog/nl/DETAIL.cat", "share/rvchk860/make-entries.sh"}) {
+        EXPECT_TRUE(fs::exists(root / name)) << name;
+    }
+    ASSERT_TRUE(runs(directory, (root / "bin/mkshop").string() + " '" + directory.string() + "/shop'"));
+    TerminalOptions installed;
+    installed.program = root / "bin/rvchk860";
+    installed.directory = directory / "shop";
+    installed.terminfo = root / "share/terminfo";
+    installed.environment = {{"NLSPATH", root / "share/rvchk860/catalog/en/%N.cat"}};
+    Terminal t(installed);
+    ASSERT_TRUE(t.wait_for("<ENTER>"));
+    t.key("ENTER");
+    ASSERT_TRUE(t.wait_for("11 "));
+    EXPECT_FALSE(t.screen().find("Series/etiketten") != std::string::npos)
+        << "the English texts are not used";
+    t.key("CANCEL");
+    EXPECT_EQ(t.wait_exit(), 0);
+}
+
+}  // namespace
