@@ -34,7 +34,7 @@ bool run_sequence(std::span<const check_step> steps) {
     return true;
 }
 
-constexpr check_step label_step{"etiketten", nullptr, &ok_labels};
+constexpr check_step label_step{"etiketten", chk_labels, &ok_labels};
 constexpr check_step price_step{"prijzen", nullptr, &ok_prices};
 constexpr check_step size_step{"maten", nullptr, &ok_sizes};
 
@@ -68,7 +68,7 @@ void chk_entry_series() {
     chk_full_run = true;
     const bool passed = run_sequence(std::array{
         label_step,
-        check_step{"series", nullptr, &ok_series},
+        check_step{"series", chk_series, &ok_series},
         price_step,
         size_step,
         check_step{"goederen onderweg", run_transit_check, &ok_transit},

@@ -56,6 +56,7 @@ bool wants_report(const chk_course &course, const outcome &run) {
 
 void print_success(const chk_course &course) {
     chk_report_header(course.title(), course.shows_date, running.last_date);
+    call(course.preface);
     prt_printf("%s", chk_name(phrase_no_errors));
     prt_newline();
     prt_newline();
@@ -142,6 +143,9 @@ bool chk_room(int margin) {
     }
     const bool first_page = prt_job.rpt_page == 0;
     chk_report_header(course->title(), course->shows_date, running.last_date);
+    if (first_page) {
+        call(course->preface);
+    }
     if (course->heads != nullptr) {
         course->heads(first_page);
     }

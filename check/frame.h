@@ -124,6 +124,7 @@ struct chk_course {
     bool (*walk)() = nullptr;                  ///< the passes; false when the operator broke off
     bool (*has_errors)() = nullptr;            ///< asked after the walk
     void (*mend)() = nullptr;                  ///< repairs that need no question, before the report
+    void (*preface)() = nullptr;               ///< below the head of the first report page
     void (*heads)(bool first_page) = nullptr;  ///< column heads of a report page
     void (*report)() = nullptr;      ///< the error lines, or what stands below those that are printed already
     void (*figures)() = nullptr;     ///< behind "Geen fouten gevonden!"

@@ -1,0 +1,40 @@
+// What the files of the label check share.
+#pragma once
+
+#include "check/stdchk.h"
+#include "sub/ioeti.h"
+
+/// What can be wrong with a block or a series.
+enum label_error : std::uint8_t {
+    label_outside = 1,         ///< the chain leads out of the file
+    label_other_series = 2,    ///< into a block of another series
+    label_in_free_chain = 3,   ///< into a free block
+    label_seen_before = 4,     ///< into a block that a chain holds already
+    label_lost_unknown = 5,    ///< a block outside all chains, of a series that does not exist
+    label_lost = 6,            ///< the same, of a series that exists
+    label_series_invalid = 7,  ///< a series with an impossible number
+    label_lost_invalid = 8,    ///< a block outside all chains, of an impossible series
+};
+
+/// What a run works on.
+struct label_run {
+    SysRow4Chain chain{};            ///< row 4
+    std::int32_t end = 0;            ///< blocks in the file
+    std::int32_t free_in_chain = 0;  /// blocks that the free chain held
+};
+extern label_run label_work;
+extern chain_error_list label_errors;
+
+/// Reads a block that lies in the file.
+bool labels_read(std::int32_t block, LabelBlock &buffer);
+
+/// The three passes: the chains of the series, the free chain, the blocks that neither has reached. The first
+/// gives false when the operator breaks off.
+bool labels_walk_series();
+void labels_walk_free();
+void labels_walk_rest();
+
+/// Mends broken chains, and puts back what they have lost.
+void labels_mend();
+/// Gives the blocks that are still outside all chains to the free chain, with the labels in them.
+void labels_release();
