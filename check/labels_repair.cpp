@@ -63,6 +63,7 @@ bool renew_first_block(const ChainError &error) {
     content.next = chain_end;
     chk_eti_raw(raw_action::write, block, content);
     label_work.end = std::max(label_work.end, block + 1);
+    chk_bit_set(block);
     series.first_block = block;
     IXREWRITE(chk_files.rvser, &series);
     return true;

@@ -1,0 +1,261 @@
+// The series check: what it finds and repairs, and what it puts right without a question.
+#include <algorithm>
+
+#include "isam/strformat.h"
+#include "sub/serieskey.h"
+#include "support/check_case.h"
+
+namespace {
+
+constexpr unsigned at_series_date = 2;
+constexpr day_number earliest_day = day_1980 + 1;
+
+class Series : public CheckCase {
+protected:
+    static SeriesRecord on_file(const SeriesRecord &wanted) {
+        const std::string data = get("RVSER.TXT");
+        SeriesRecord record{};
+        for (std::size_t at = 0; at < data.size(); at += sizeof record) {
+            std::memcpy(&record, data.data() + at, sizeof record);
+            if (record.key == wanted.key) {
+                return record;
+            }
+        }
+        return {};
+    }
+    /// The labels of a series whose chain is one block.
+    static LabelBlock block_on_file(const SeriesRecord &series) {
+        LabelBlock block{};
+        const std::size_t at = static_cast<std::size_t>(series.first_block) * sizeof block;
+        std::memcpy(&block, get("RVETI.TXT").data() + at, sizeof block);
+        return block;
+    }
+    LabelBlock &block_of(const SeriesRecord &series) {
+        return shop.label_blocks[static_cast<std::size_t>(series.first_block)];
+    }
+    /// A series whose labels are those given, in one block, and agree with it.
+    SeriesRecord &series_of(const std::vector<LabelParts> &labels) {
+        SeriesRecord &series = shop.series[0];
+        LabelBlock &block = block_of(series);
+        block = {};
+        block.key = series.key;
+        block.size_kind = series.size_kind;
+        block.next = -1;
+        for (std::size_t slot = 0; slot < labels.size(); slot++) {
+            block.slots[slot] = label_join(labels[slot]);
+        }
+        series.ordered = series.stock = series.sold = series.corrected = 0;
+        series.last_delivery = series.last_sale = 0;
+        series.stamp = stamp_of_day(30000);
+        return series;
+    }
+    static LabelParts label(int status, int date_in, int branch = 0) {
+        LabelParts parts;
+        parts.status = status;
+        parts.size = 40;
+        parts.date_in = static_cast<day_number>(date_in);
+        parts.branch = branch;
+        return parts;
+    }
+};
+
+struct Found {
+    const char *fault;
+    const char *reported;  ///< "" for what is put right without a word
+};
+
+const Found faults[] = {
+    {"series-count", " 2    "},
+    {"series-delivery-date", " | "},
+    {"series-sale-date", " |                "},
+    {"series-stamp", "   ongeldige tijdstempel "},
+    {"series-stamp-none", "   ongeldige tijdstempel 01011980"},
+    {"series-branch", "   etiketten met ongeldig filiaal"},
+    {"series-label-status", "      1 | "},
+    {"series-label-date", "   ongeldige tijdstempel "},
+    {"series-model-case", ""},
+    {"series-option", ""},
+    {"series-no-brand", ""},
+};
+
+TEST_F(Series, FindsAndRepairs) {
+    for (const Found &fault : faults) {
+        SCOPED_TRACE(fault.fault);
+        const bool reported = *fault.reported != '\0';
+        make({.series = 12}, {fault.fault});
+        for (const char *no : {"N", ".", "X"}) {
+            const CheckRun run = check("full series", no);
+            EXPECT_EQ(run.flags, reported ? "" : "series") << run;
+            EXPECT_EQ(run.reports("Aantal series: 1"), reported);
+            EXPECT_TRUE(run.reports(fault.reported) || !reported) << run;
+            EXPECT_EQ(run.asked("Automatisch herstellen"), reported);
+            EXPECT_EQ(date_on_file(at_series_date), reported ? 0U : date_today());
+        }
+        EXPECT_EQ(check("full series", "J").flags, "series");
+        EXPECT_EQ(date_on_file(at_series_date), date_today());
+        const CheckRun again = check("series");
+        EXPECT_TRUE(again.reports("Geen fouten gevonden!") && again.questions.empty()) << again;
+        if (std::string(fault.fault) != "series-no-brand") {
+            EXPECT_EQ(audit(audit_labels), "");
+        }
+    }
+}
+
+TEST_F(Series, ReportShowsBothSides) {
+    make({.series = 3, .branches = 3});
+    LabelParts moved = label(label_sold, 40000);
+    moved.date_moved = 40010;
+    moved.date_third = 40020;
+    SeriesRecord &series =
+        series_of({label(label_ordered, 40001), moved, label(7, 40000), label(label_stock, 0, 3)});
+    series.stock = 4;
+    series.last_delivery = 40009;
+    series.last_sale = 40021;
+    write();
+    const std::string key = ser_text(series.key);
+    const std::string blank(13, ' ');
+    const CheckRun run = check("full series", "N");
+    const std::string expected[] = {
+        "                  ---not---    ---vrd---    ---vrk---    ---cor---    ???"
+        " | ---l.ontdat--  ---l.vrkdat-- |",
+        "serienummer       eti serie    eti serie    eti serie    eti serie    eti | eti    serie   eti    "
+        "serie  | "
+        "adressen",
+        std::string(132, '-'),
+        key + "      1     0      1     4      1     0" + blank +
+            "      1 | 160709 150709                | 0/" + std::to_string(series.first_block),
+        key + "   etiketten met ongeldig filiaal",
+        key + "   ongeldige tijdstempel 18021982",
+        std::string(132, '-'),
+        "                    1     0      1     4      1     0             ",
+        "",
+        "Aantal series: 1",
+    };
+    EXPECT_TRUE(std::search(run.report.begin(), run.report.end(), std::begin(expected), std::end(expected)) !=
+                run.report.end())
+        << run;
+}
+
+TEST_F(Series, RepairTakesTheSideOfTheLabels) {
+    make({.series = 3, .branches = 3});
+    LabelParts bad = label(6, 40000, 200);
+    bad.date_moved = 40030;
+    LabelParts sold = label(label_sold, 40000, 7);
+    sold.date_third = 40020;
+    SeriesRecord &series = series_of({bad, label(label_stock, 0), sold, label(label_corrected, 39000, 2)});
+    series.stamp = stamp_of_day(39500);
+    write();
+    EXPECT_EQ(check("full series", "N").flags, "");
+    EXPECT_EQ(block_on_file(series).slots[1].date_in, earliest_day)
+        << "dates are put right without a question";
+    EXPECT_EQ(block_on_file(series).slots[2].branch, 7);
+    EXPECT_EQ(check("full series", "J").flags, "series");
+
+    const LabelBlock block = block_on_file(series);
+    EXPECT_TRUE(label_is_empty(block.slots[0])) << "a deleted label does not come back";
+    EXPECT_EQ(block.slots[0].branch, 0);
+    EXPECT_EQ(block.slots[2].branch, 1);
+    EXPECT_EQ(block.slots[3].branch, 2);
+    const SeriesRecord after = on_file(series);
+    EXPECT_EQ(std::to_string(after.ordered) + std::to_string(after.stock) + std::to_string(after.sold) +
+                  std::to_string(after.corrected),
+              "0111");
+    EXPECT_EQ(after.last_sale, 40020);
+    EXPECT_EQ(after.stamp, stamp_of_day(earliest_day)) << "the day of the earliest label";
+    EXPECT_EQ(audit(audit_labels), "");
+}
+
+struct Stamp {
+    int first_label;  ///< days from today; 1 for none
+    int stamp;        ///< seconds, or below 0: a day from today
+    bool valid;
+    int repaired;  ///< day from today
+};
+
+TEST_F(Series, StampsLieBetween1980AndTheFirstLabel) {
+    constexpr int none = 1;
+    const Stamp stamps[] = {
+        {none, 0, false, 0},         {none, 86399, false, 0}, {none, 86400, true, 0},
+        {none, INT32_MAX, false, 0}, {-50, -50, true, 0},     {-50, -49, false, -50},
+        {-50, -400, true, 0},        {5, -1, true, 0},        {5, INT32_MAX, false, 0},
+    };
+    for (const Stamp &stamp : stamps) {
+        SCOPED_TRACE(std::to_string(stamp.first_label) + " " + std::to_string(stamp.stamp));
+        make({.series = 3, .labels = 0});
+        std::vector<LabelParts> labels;
+        if (stamp.first_label != none) {
+            labels.push_back(label(label_corrected, date_today() + stamp.first_label));
+        }
+        SeriesRecord &series = series_of(labels);
+        series.corrected = static_cast<std::uint32_t>(labels.size());
+        series.stamp = stamp.stamp >= 0 ? stamp.stamp
+                                        : stamp_of_day(static_cast<day_number>(date_today() + stamp.stamp));
+        write();
+        const CheckRun run = check("full series", "N");
+        EXPECT_EQ(run.flags, stamp.valid ? "series" : "") << run;
+        EXPECT_EQ(check("full series", "J").flags, "series");
+        if (!stamp.valid) {
+            EXPECT_EQ(day_of_stamp(on_file(series).stamp), date_today() + stamp.repaired);
+        }
+    }
+}
+
+TEST_F(Series, ShopWithoutBranchesIsOneShop) {
+    make({.series = 3, .branches = 1, .transit = false});
+    shop.settings.branches = 0;
+    const SeriesRecord &series = series_of({label(label_stock, 40000, 5)});
+    write();
+    EXPECT_EQ(check("full series", "J").flags, "series");
+    EXPECT_EQ(block_on_file(series).slots[0].branch, 0);
+}
+
+TEST_F(Series, RecordsArePutRightOnTheWay) {
+    make({.series = 6});
+    std::memcpy(shop.series[1].model, "ab\x84z\0c", 7);
+    shop.series[2].brand = 0;
+    shop.series[3].size_kind = 0;
+    shop.series[4].option_value = 0x100;
+    write();
+    const CheckRun run = check("full series");
+    EXPECT_TRUE(run.flags == "series" && run.report.empty()) << run;
+    EXPECT_EQ(std::string(on_file(shop.series[1]).model, 6), std::string("AB\x84Z\0c", 6));
+    EXPECT_EQ(on_file(shop.series[2]).key.group, 0U) << "a series without a brand goes";
+    EXPECT_EQ(on_file(shop.series[3]).key.group, 0U) << "a series without a size kind goes";
+    EXPECT_EQ(on_file(shop.series[4]).option_value, 0x100) << "only the low byte counts";
+}
+
+TEST_F(Series, LinesComeInGroupsOnFullPages) {
+    make({.series = 100});
+    for (SeriesRecord &series : shop.series) {
+        series.stock += 1;
+    }
+    write();
+    const CheckRun run = check("full series", "N");
+    EXPECT_EQ(run.count("serienummer  "), 3);
+    EXPECT_TRUE(run.reports("Aantal series: 100"));
+    // Between two lines of dashes stand five series, fewer at the end of a page.
+    int lines = 0;
+    bool heads = false;
+    for (const std::string &line : run.report) {
+        heads = heads || line.find("serienummer") == 0;
+        if (line == std::string(132, '-')) {
+            EXPECT_LE(lines, 5);
+            lines = 0;
+        } else if (heads && line.find(" | ") != std::string::npos &&
+                   line.find("serie") == std::string::npos) {
+            lines++;
+        }
+    }
+}
+
+TEST_F(Series, BreakingOffAndNoDestinationLeaveFlagAndDate) {
+    make({.series = 12}, {"series-count"});
+    for (const char *words : {"break=controleren full series", "refuse full series"}) {
+        const CheckRun run = check(words, "J");
+        EXPECT_TRUE(run.flags.empty()) << run;
+        EXPECT_FALSE(run.asked("Automatisch herstellen"));
+        EXPECT_EQ(date_on_file(at_series_date), 0U);
+    }
+}
+
+}  // namespace
