@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -42,7 +43,27 @@ private:
     int saved_;
 };
 
+/// What is started during the life of this guard outlives the terminal: a report is not lost when the program
+/// ends, or its window is closed, before the printer has taken it.
+class hang_up_ignored {
+public:
+    hang_up_ignored() {
+        struct sigaction ignore {};
+        ignore.sa_handler = SIG_IGN;
+        sigaction(SIGHUP, &ignore, &before_);
+    }
+    ~hang_up_ignored() {
+        sigaction(SIGHUP, &before_, nullptr);
+    }
+    hang_up_ignored(const hang_up_ignored &) = delete;
+    hang_up_ignored &operator=(const hang_up_ignored &) = delete;
+
+private:
+    struct sigaction before_ {};
+};
+
 void run_behind(const std::string &commands) {
+    const hang_up_ignored guard;
     shell_run("(" + commands + ") &");
 }
 

@@ -300,6 +300,8 @@ int key_get(WINDOW *win) {
             }
         }
         if (const int signal_key = pending_signal_key(); signal_key != 0) {
+            // The key that was read at the same moment comes next.
+            key_unget(key);
             key = signal_key;
         }
         if (key == KEY_F(2) && macros.enabled != nullptr && macros.enabled() && !key_allowed(K_F2)) {

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "report_fixture.h"
+#include "printer_fixture.h"
 
 namespace {
 
@@ -292,6 +292,21 @@ TEST_F(Spooler, TwoCopiesArrive) {
     EXPECT_TRUE(all_gone()) << "the spooler has taken its own copy";
     EXPECT_TRUE(eventually([] { return count("arrived", "regel van 42\n\f") == 2; }))
         << get("arrived") << get("error_log");
+    // The same by way of the printer files.
+    ASSERT_TRUE(prt_tables_ready());
+    Printers::add_printer(2, "WINKEL");
+    Printers::add_connection({2, 1, "winkel", "hal"});
+    Printers::add_form({2, 1, 132, 66});
+    const auto open_wanted = prt_modules.job_open;
+    prt_modules.job_open = prt_job_open;
+    ASSERT_TRUE(XPRT_OPEN({2, 0, 1}, prt_fits_132, nullptr));
+    prt_modules.job_open = open_wanted;
+    EXPECT_TRUE(prt_job.spooler);
+    prt_job.copies = 2;
+    prt_printf("uit de tabel\n");
+    prt_close("");
+    EXPECT_TRUE(all_gone());
+    EXPECT_TRUE(eventually([] { return count("arrived", "uit de tabel\n\f") == 2; })) << get("arrived");
     // A destination that the spooler does not know is a plain device.
     report("andere");
     EXPECT_FALSE(prt_job.spooler);

@@ -65,6 +65,12 @@ TEST(Keys, MacroCommandByKeyAndByMenu) {
     EXPECT_EQ(d.row(15), "[123] changed enter");
 }
 
+TEST(Keys, InterruptLosesNoKeyReadAtTheSameMoment) {
+    Dialogue d = editing("6l", "5");
+    d.press("<F2>i");
+    EXPECT_TRUE(d.wait_row(5, "123___"));
+}
+
 struct FatalFormat {
     const char *format;
     const char *value;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -26,9 +27,10 @@ void mark() {
     (void)!write(STDOUT_FILENO, text, sizeof text - 1);
 }
 
-/// A macro of three keys, started by 'r'.
+/// A macro of three keys, started by 'r'; with 'i' the operator interrupts while its second key is read.
 std::deque<int> replay;
 bool replay_on = false;
+bool interrupt = false;
 bool macros_on = true;
 
 void macros_connect() {
@@ -40,6 +42,10 @@ void macros_connect() {
     macros.next_key = [] {
         const int key = replay.front();
         replay.pop_front();
+        if (interrupt) {
+            interrupt = false;
+            raise(SIGINT);
+        }
         return key;
     };
     macros.push = [](int key) { replay.push_front(key); };
@@ -51,7 +57,8 @@ void macros_connect() {
     macros.record = [] { error("opnemen"); };
     macros.remove = [] { error("verwijderen"); };
     macros.start = [](int key) {
-        if (key == 'r') {
+        if (key == 'r' || key == 'i') {
+            interrupt = key == 'i';
             replay = {'2', '3'};
             replay_on = true;
             return static_cast<int>('1');
