@@ -1,0 +1,286 @@
+// The checks on sound shops of growing size, each beside one plain reading of the same files.
+//
+//   cmake --preset release -DRVCHK_BENCH=ON && cmake --build --preset release --target check_bench
+//   build/release/bench/check_bench [CHECK...]        all checks of the table below when none is named
+//
+// Set by the environment:
+//   RVCHK_BENCH_SERIES   numbers of series, "10000 30000 100000" when it isn't given; each has ten labels
+//   RVCHK_BENCH_ROUNDS   runs of each, 5 when it isn't given; the best counts
+//   TMPDIR               where the shops are made (about 10 kB a series), /tmp when it isn't given
+//
+// Each check runs in a process of its own, in a pseudo-terminal, as in a full run; no progress is drawn. The
+// columns, times in milliseconds of processor time:
+//   first     the first run of the process, with what is done once a session (the index of RVSER anew)
+//   run       the best of the runs after it; of this sys in the kernel; wall by the clock
+//   ns/label  that time by the number of labels, and how many times that of the smallest shop it is
+//   reading   the indexed files by the store's scan, the others by single reads of their records
+//   ratio     run by reading
+//   peak      largest memory of the process in megabytes
+#include <poll.h>
+#include <pty.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+#include "check/check.h"
+#include "print/print_internal.h"
+#include "screen/screen.h"
+#include "sub/labelfile.h"
+#include "tools/shop/shop.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct plain_file {
+    const char *name;
+    std::size_t record;
+};
+
+/// A check, and the files that it walks.
+struct measured_check {
+    const char *name;
+    void (*run)();
+    const bool *passed;
+    std::vector<const char *> indexed;
+    std::vector<plain_file> plain;
+};
+
+const measured_check checks[] = {
+    {"labels", chk_labels, &ok_labels, {"RVSER"}, {{"RVETI.TXT", sizeof(LabelBlock)}}},
+    {"series", chk_series, &ok_series, {"RVSER"}, {{"RVETI.TXT", sizeof(LabelBlock)}}},
+};
+
+[[noreturn]] void fail(const std::string &what) {
+    std::fprintf(stderr, "check_bench: %s\n", what.c_str());
+    std::exit(1);
+}
+
+// ---- In the process of the check
+
+struct figures {
+    double total = 0;  // all in milliseconds
+    double system = 0;
+    double wall = 0;
+};
+
+double milliseconds(const timeval &time) {
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
+}
+
+template <class Work>
+figures measure(Work work) {
+    rusage before{};
+    rusage after{};
+    getrusage(RUSAGE_SELF, &before);
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    const std::chrono::duration<double, std::milli> wall = std::chrono::steady_clock::now() - start;
+    getrusage(RUSAGE_SELF, &after);
+    const double user = milliseconds(after.ru_utime) - milliseconds(before.ru_utime);
+    const double system = milliseconds(after.ru_stime) - milliseconds(before.ru_stime);
+    return {user + system, system, wall.count()};
+}
+
+template <class Work>
+figures best_of(int rounds, Work work) {
+    figures best = measure(work);
+    for (int round = 1; round < rounds; round++) {
+        const figures next = measure(work);
+        best = next.total < best.total ? next : best;
+    }
+    return best;
+}
+
+void read_files(const measured_check &check) {
+    std::vector<char> record(65536);
+    for (const char *name : check.indexed) {
+        ICB *file = IXOPEN(name, ix_readonly);
+        while (IXSEQ(file, record.data())) {
+        }
+        IXCLOSE(file);
+    }
+    for (const plain_file &plain : check.plain) {
+        std::FILE *file = std::fopen(plain.name, "rb");
+        off_t at = 0;
+        while (file != nullptr && file_read_at(fileno(file), record.data(), plain.record, at) ==
+                                      static_cast<ssize_t>(plain.record)) {
+            at += static_cast<off_t>(plain.record);
+        }
+        std::fclose(file);
+    }
+}
+
+bool open_job(const print_setup &, std::uint16_t, const char *) {
+    prt_job = {};
+    prt_job.aux = prt_job.preview = true;
+    prt_job.rpt_width = 132;
+    prt_job.rpt_lines = 60;
+    return prt_job_start();
+}
+
+/// In megabytes. What the kernel keeps for rusage counts the process that this one was started from.
+double peak_memory() {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("VmHWM:", 0) == 0) {
+            return std::strtod(line.c_str() + 6, nullptr) / 1024;
+        }
+    }
+    return 0;
+}
+
+[[noreturn]] void run_check(const measured_check &check, int rounds) {
+    char *arguments[] = {const_cast<char *>("check_bench"), nullptr};
+    prt_modules = {open_job, [] { return false; }};
+    start_program("", {"", ""}, 1, arguments);
+    set_program_title("bestandscontroles");
+    chk_session_files_open();
+    isam_operator.progress = nullptr;
+    chk_full_run = true;
+    const figures first = measure(check.run);
+    const bool passed = *check.passed;
+    const figures run = best_of(rounds, check.run);
+    const double peak = peak_memory();
+    const figures reading = best_of(rounds, [&] { read_files(check); });
+    std::ofstream("metingen.txt") << passed << " " << first.total << " " << run.total << " " << run.system
+                                  << " " << run.wall << " " << reading.total << " " << peak << "\n";
+    chk_session_files_close();
+    chain_program("");
+}
+
+// ---- Beside it
+
+/// Set in the process of a check: the number of rounds.
+constexpr char child_mark[] = "RVCHK_BENCH_CHILD";
+
+std::string setting(const char *name, const char *otherwise) {
+    const char *value = std::getenv(name);
+    return value == nullptr ? otherwise : value;
+}
+
+/// Runs a check in the current directory; reads what it draws until it ends.
+void run_in_terminal(const measured_check &check, int rounds) {
+    fs::remove("metingen.txt");
+    const winsize size{25, 80, 0, 0};
+    int line = -1;
+    const pid_t pid = forkpty(&line, nullptr, nullptr, &size);
+    if (pid == 0) {
+        setenv("TERM", "xterm-256color", 1);
+        setenv("TERMINFO", RVCHK_TERMINFO, 1);
+        setenv(child_mark, std::to_string(rounds).c_str(), 1);
+        execl("/proc/self/exe", "check_bench", check.name, nullptr);
+        _exit(127);
+    }
+    if (pid < 0) {
+        fail("no pseudo-terminal");
+    }
+    std::string drawn;
+    char buffer[4096];
+    for (ssize_t length = 0; (length = read(line, buffer, sizeof buffer)) > 0;) {
+        drawn.append(buffer, static_cast<std::size_t>(length));
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    close(line);
+    if (status != 0) {
+        fail("the check did not end well:\n" + drawn);
+    }
+}
+
+struct size_of_shop {
+    int series;
+    long labels;
+    std::string directory;
+};
+
+long count_labels(const Shop &shop) {
+    long count = 0;
+    for (const LabelBlock &block : shop.label_blocks) {
+        count += std::count_if(std::begin(block.slots), std::end(block.slots),
+                               [](const LabelEntry &entry) { return !label_is_empty(entry); });
+    }
+    return count;
+}
+
+size_of_shop make(int series, const fs::path &below) {
+    ShopOptions options;
+    options.series = series;
+    options.label_digits = 8;
+    options.customers = series;
+    Shop shop;
+    std::string why;
+    const std::string directory = below / std::to_string(series);
+    if (!build_shop(options, shop, why) || !write_shop(shop, directory, shop_target::any, why)) {
+        fail(why);
+    }
+    return {series, count_labels(shop), directory};
+}
+
+void print_line(const measured_check &check, const size_of_shop &shop, double &smallest) {
+    std::ifstream in("metingen.txt");
+    bool passed = false;
+    double first = 0;
+    double run = 0;
+    double system = 0;
+    double wall = 0;
+    double reading = 0;
+    double peak = 0;
+    if (!(in >> passed >> first >> run >> system >> wall >> reading >> peak)) {
+        fail("the check left no figures");
+    }
+    const double each = run * 1e6 / static_cast<double>(std::max(shop.labels, 1L));
+    smallest = smallest == 0 ? each : smallest;
+    std::printf("%-14s%8d%9ld%9.1f%9.1f%8.1f%8.1f%9.1f%6.2f%9.1f%7.2f%7.1f%s\n", check.name, shop.series,
+                shop.labels, first, run, system, wall, each, each / smallest, reading, run / reading, peak,
+                passed ? "" : "  NOT PASSED");
+    std::fflush(stdout);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    if (const char *child = std::getenv(child_mark); child != nullptr && argc == 2) {
+        for (const measured_check &check : checks) {
+            if (std::string(argv[1]) == check.name) {
+                run_check(check, std::atoi(child));
+            }
+        }
+    }
+    const int rounds = std::max(std::atoi(setting("RVCHK_BENCH_ROUNDS", "5").c_str()), 1);
+    std::string below = setting("TMPDIR", "/tmp") + "/check_benchXXXXXX";
+    if (mkdtemp(below.data()) == nullptr) {
+        fail("no directory " + below);
+    }
+    std::vector<size_of_shop> shops;
+    std::istringstream sizes(setting("RVCHK_BENCH_SERIES", "10000 30000 100000"));
+    for (int series = 0; sizes >> series;) {
+        shops.push_back(make(series, below));
+    }
+    std::printf("%-14s%8s%9s%9s%9s%8s%8s%9s%6s%9s%7s%7s\n", "check", "series", "labels", "first", "run",
+                "sys", "wall", "ns/label", "times", "reading", "ratio", "peak");
+    for (const measured_check &check : checks) {
+        const auto named = [&](const char *word) { return std::string(word) == check.name; };
+        if (argc > 1 && std::none_of(argv + 1, argv + argc, named)) {
+            continue;
+        }
+        double smallest = 0;
+        for (const size_of_shop &shop : shops) {
+            fs::current_path(shop.directory);
+            run_in_terminal(check, rounds);
+            print_line(check, shop, smallest);
+        }
+    }
+    fs::current_path("/");
+    fs::remove_all(below);
+    return 0;
+}
