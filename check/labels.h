@@ -20,7 +20,7 @@ enum label_error : std::uint8_t {
 struct label_run {
     SysRow4Chain chain{};            ///< row 4
     std::int32_t end = 0;            ///< blocks in the file
-    std::int32_t free_in_chain = 0;  /// blocks that the free chain held
+    std::int32_t free_in_chain = 0;  ///< blocks that the free chain held
 };
 extern label_run label_work;
 extern chain_error_list label_errors;

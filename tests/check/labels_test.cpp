@@ -294,6 +294,7 @@ TEST_F(Labels, BreakingOffLeavesRow4) {
     EXPECT_TRUE(get("RVETI.TXT") == blocks);
     EXPECT_FALSE(std::filesystem::exists("RVSER.OUD"));
     EXPECT_TRUE(std::filesystem::exists("rvser.txt"));
+    EXPECT_EQ(found(check("break=FASE-1 full labels labels", "N")), "4JA") << "the next run starts afresh";
     // The later passes can't be broken off.
     for (const char *pass : {"FASE-2", "FASE-3"}) {
         make({.series = 12}, {"label-chain-loop"});
