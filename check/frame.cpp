@@ -5,7 +5,7 @@
 //   3  repairs that need no question
 //   4  the report: the errors; or, outside a full run, that there are none
 //   5  without errors: flag, and today as the date of the last error-free run
-//   6  the report goes to its destination
+//   6  the report goes to its destination, and the check does what it does after every full walk
 //   7  with errors: the question, and on yes the repair
 //   8  files and error list are closed; after a repair all this once more, which shows what is left
 //
@@ -128,6 +128,9 @@ bool run_once(const chk_course &course) {
     }
     if (run.report) {
         prt_close("");
+    }
+    if (!run.broken_off) {
+        call(course.finish);
     }
     const bool repaired = ask_and_repair(course, run);
     call(course.close);

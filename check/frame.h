@@ -128,6 +128,7 @@ struct chk_course {
     void (*heads)(bool first_page) = nullptr;  ///< column heads of a report page
     void (*report)() = nullptr;      ///< the error lines, or what stands below those that are printed already
     void (*figures)() = nullptr;     ///< behind "Geen fouten gevonden!"
+    void (*finish)() = nullptr;      ///< once the report is gone, with errors or without, unless broken off
     bool (*ask)() = chk_ask_repair;  ///< the question before `repair`
     void (*repair)() = nullptr;
     void (*close)() = nullptr;  ///< called on every way out, once `open` has run

@@ -1,0 +1,324 @@
+// The check of the order criteria: what it finds, mends and frees, and that no block of a series is lost.
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <random>
+#include <set>
+
+#include "support/check_case.h"
+
+namespace {
+
+constexpr unsigned block_bytes = 432;
+constexpr unsigned at_next = 424;
+constexpr unsigned at_row = 11 * 64;
+constexpr std::int32_t far_off = std::numeric_limits<std::int32_t>::max();
+
+constexpr char passed[] = "order_criteria";
+constexpr char corrected[] = "bestelcriteria gecorrigeerd";
+constexpr char deleted[] = "bestelcriteria verwijderd";
+
+/// Count of runs for the tests that go on at random.
+int rounds(int usual) {
+    const char *wanted = std::getenv("RVCHK_ROUNDS");
+    return wanted == nullptr ? usual : std::atoi(wanted);
+}
+
+class OrderCriteria : public CheckCase {
+protected:
+    /// Key and advice of each block in use, apart from those of the series that the faults invent.
+    static std::multiset<std::string> live_blocks() {
+        constexpr unsigned invented = 99998;
+        std::multiset<std::string> live;
+        const Bytes file("RVBAPAR.TXT");
+        for (std::size_t at = 0; at + block_bytes <= file.size(); at += block_bytes) {
+            if (!file.zero(at, 8) && file.u32(at) != invented) {
+                live.insert(file.data.substr(at, at_next));
+            }
+        }
+        return live;
+    }
+    CriteriaBlock &block(std::int32_t number) {
+        return shop.criteria_blocks[static_cast<std::size_t>(number)];
+    }
+    /// The first series with a chain of that many blocks or more, and their numbers.
+    std::vector<std::int32_t> chain(CriteriaRecord *&record, std::size_t blocks) {
+        for (CriteriaRecord &candidate : shop.criteria) {
+            std::vector<std::int32_t> numbers;
+            for (std::int32_t at = candidate.chain; at >= 0; at = block(at).next) {
+                numbers.push_back(at);
+            }
+            if (numbers.size() >= blocks) {
+                record = &candidate;
+                return numbers;
+            }
+        }
+        return {};
+    }
+};
+
+TEST_F(OrderCriteria, SoundFilesPassWithOrWithoutReport) {
+    make({.series = 20});
+    const CheckRun run = check("order_criteria");
+    EXPECT_EQ(run.flags, passed);
+    EXPECT_TRUE(run.reports("Geen fouten gevonden!")) << run;
+    EXPECT_TRUE(run.reports("BESTANDSCONTROLES: CONTROLEREN BESTELCRITERIA")) << run;
+    EXPECT_FALSE(run.reports("Laatste foutloze controle"));
+    EXPECT_EQ(audit(audit_criteria), "");
+    const CheckRun full = check("full order_criteria");
+    EXPECT_EQ(full.flags, passed);
+    EXPECT_TRUE(full.report.empty()) << full;
+    EXPECT_TRUE(full.questions.empty()) << full;
+}
+
+struct Damage {
+    const char *name;
+    void (*spoil)(Shop &shop, CriteriaRecord &record, const std::vector<std::int32_t> &chain);
+    int corrected;  ///< rows of the report of the first run
+    int deleted;
+};
+
+CriteriaBlock &at(Shop &shop, std::int32_t block) {
+    return shop.criteria_blocks[static_cast<std::size_t>(block)];
+}
+
+/// A series of criteria that no sound shop has.
+void add_series(Shop &shop, std::uint32_t group, std::uint16_t colour, std::int32_t chain) {
+    CriteriaRecord record{};
+    record.key.group = group;
+    record.key.colour = colour;
+    record.chain = chain;
+    shop.criteria.push_back(record);
+}
+
+template <std::int32_t Next>
+void lead_to(Shop &shop, CriteriaRecord &, const std::vector<std::int32_t> &chain) {
+    at(shop, chain[1]).next = Next;
+}
+template <std::int32_t Head>
+void head_at(Shop &, CriteriaRecord &record, const std::vector<std::int32_t> &) {
+    record.chain = Head;
+}
+
+using Chain = const std::vector<std::int32_t> &;
+
+const Damage damages[] = {
+    {"the second block leads to none", lead_to<-1>, 1, 0},
+    {"below the file", lead_to<-2>, 1, 0},
+    {"far behind the file", lead_to<far_off>, 1, 0},
+    {"no head", head_at<-1>, 1, 0},
+    {"head behind the file", head_at<far_off>, 1, 0},
+    {"to itself", [](Shop &shop, CriteriaRecord &, Chain chain) { at(shop, chain[0]).next = chain[0]; }, 1,
+     0},
+    {"back to the head",
+     [](Shop &shop, CriteriaRecord &, Chain chain) { at(shop, chain[1]).next = chain[0]; }, 1, 0},
+    {"the end mark as end",
+     [](Shop &shop, CriteriaRecord &, Chain chain) {
+         at(shop, chain.back()).next = shop.criteria_chain.end_mark;
+     },
+     1, 0},
+    {"head at the second block", [](Shop &, CriteriaRecord &record, Chain chain) { record.chain = chain[1]; },
+     1, 0},
+    {"head in the free chain",
+     [](Shop &shop, CriteriaRecord &record, Chain) { record.chain = shop.criteria_chain.free_head; }, 1, 0},
+    {"a block of another series in the middle",
+     [](Shop &shop, CriteriaRecord &, Chain chain) { at(shop, chain[1]).key = shop.criteria.back().key; }, 2,
+     0},
+    {"a series without blocks", [](Shop &shop, CriteriaRecord &, Chain) { add_series(shop, 99997, 1, -1); },
+     0, 1},
+    {"a series whose head is that of another",
+     [](Shop &shop, CriteriaRecord &record, Chain) { add_series(shop, 99997, 1, record.chain); }, 0, 1},
+    {"a series of zeros on the free chain",
+     [](Shop &shop, CriteriaRecord &, Chain) { add_series(shop, 0, 0, shop.criteria_chain.free_head); }, 0,
+     1},
+    {"a key with parts of 0",
+     [](Shop &shop, CriteriaRecord &record, Chain chain) {
+         record.key.colour = 0;
+         for (const std::int32_t block : chain) {
+             at(shop, block).key.colour = 0;
+         }
+         at(shop, chain[0]).next = -7;
+     },
+     1, 0},
+    {"a free chain that loops",
+     [](Shop &shop, CriteriaRecord &, Chain) {
+         at(shop, shop.criteria_chain.free_head).next = shop.criteria_chain.free_head;
+     },
+     0, 0},
+    {"wrong head and end mark of the free chain",
+     [](Shop &shop, CriteriaRecord &, Chain) {
+         shop.criteria_chain.free_head = -5;
+         shop.criteria_chain.end_mark = far_off;
+     },
+     0, 0},
+    {"half a block behind the last",
+     [](Shop &shop, CriteriaRecord &, Chain) { shop.tails["RVBAPAR.TXT"] = std::string(200, 'x'); }, 0, 0},
+};
+
+TEST_F(OrderCriteria, DamageIsMendedInOneRun) {
+    for (const Damage &damage : damages) {
+        SCOPED_TRACE(damage.name);
+        make({.series = 30});
+        CriteriaRecord *record = nullptr;
+        const std::vector<std::int32_t> numbers = chain(record, 3);
+        ASSERT_FALSE(numbers.empty());
+        damage.spoil(shop, *record, numbers);
+        write();
+        const std::multiset<std::string> live = live_blocks();
+        const CheckRun first = check("order_criteria");
+        EXPECT_EQ(first.count(corrected), damage.corrected) << first;
+        EXPECT_EQ(first.count(deleted), damage.deleted) << first;
+        EXPECT_EQ(first.flags, damage.corrected + damage.deleted == 0 ? passed : "");
+        EXPECT_TRUE(first.questions.empty()) << first;
+        EXPECT_EQ(live_blocks(), live) << "a block of a series was lost";
+        shop.tails.clear();
+        EXPECT_EQ(audit(audit_criteria), "");
+        const CheckRun second = check("order_criteria");
+        EXPECT_EQ(second.flags, passed) << second;
+        EXPECT_TRUE(second.reports("Geen fouten gevonden!")) << second;
+    }
+}
+
+TEST_F(OrderCriteria, NamedFaultsAreMendedInOneRun) {
+    int tried = 0;
+    for (const ShopFault &fault : shop_faults()) {
+        if (std::string(fault.name).find("criteria-") != 0) {
+            continue;
+        }
+        SCOPED_TRACE(fault.name);
+        tried++;
+        make({.series = 30}, {fault.name});
+        const std::multiset<std::string> live = live_blocks();
+        const CheckRun first = check("order_criteria order_criteria");
+        EXPECT_EQ(first.count(corrected), fault.name == std::string("criteria-block-no-series") ? 0 : 1)
+            << first;
+        EXPECT_EQ(first.flags, passed) << "the second run takes the flag that the first withdrew";
+        EXPECT_EQ(live_blocks(), live);
+        EXPECT_EQ(audit(audit_criteria), "");
+    }
+    EXPECT_GE(tried, 8);
+}
+
+TEST_F(OrderCriteria, BlocksComeBackBehindTheChainInOrder) {
+    make({.series = 30});
+    CriteriaRecord *record = nullptr;
+    const std::vector<std::int32_t> numbers = chain(record, 4);
+    ASSERT_FALSE(numbers.empty());
+    block(numbers[0]).next = shop.criteria_chain.free_head;
+    shop.dates.order_numbers = 7;
+    write();
+    const CheckRun run = check("order_criteria");
+    const auto title = std::find_if(run.report.begin(), run.report.end(), [](const std::string &line) {
+        return line.find(
+                   "Bij de volgende series zijn fouten in de bestelcriteria gevonden. Deze fouten zijn "
+                   "hersteld.") == 0;
+    });
+    ASSERT_LT(title, run.report.end() - 3) << run;
+    EXPECT_EQ(title[1],
+              "U dient zelf de juistheid van de bestelcriteria van deze series te controleren bij "
+              "besteladviezen.");
+    EXPECT_EQ(title[2], std::string(132, '-'));
+    std::string row = std::to_string(record->key.group) + "." + std::to_string(record->key.colour) + "." +
+                      std::to_string(record->key.number);
+    row.resize(17, ' ');
+    EXPECT_EQ(title[3], row + corrected);
+
+    std::vector<std::int32_t> off(numbers.begin() + 1, numbers.end());
+    std::sort(off.begin(), off.end());
+    const Bytes file("RVBAPAR.TXT");
+    std::int32_t last = numbers[0];
+    for (const std::int32_t next : off) {
+        EXPECT_EQ(file.i32(static_cast<std::size_t>(last) * block_bytes + at_next), next);
+        last = next;
+    }
+    EXPECT_EQ(file.i32(static_cast<std::size_t>(last) * block_bytes + at_next), -1);
+    // The free chain is made of the lowest block last, so the highest is taken last.
+    const Bytes system("RVSYS.TXT");
+    const std::int32_t end = static_cast<std::int32_t>(file.size() / block_bytes);
+    EXPECT_EQ(system.i32(at_row + 4), end);
+    EXPECT_LT(system.i32(at_row), end);
+}
+
+TEST_F(OrderCriteria, BrokenOffOrRefusedLosesNothing) {
+    make({.series = 30}, {"criteria-chain-cut", "criteria-block-lost"});
+    const std::multiset<std::string> live = live_blocks();
+    const CheckRun broken = check("break=FASE-1 order_criteria");
+    EXPECT_EQ(broken.flags, "");
+    EXPECT_TRUE(broken.report.empty()) << broken;
+    const Bytes system("RVSYS.TXT");
+    EXPECT_EQ(system.i32(at_row), system.i32(at_row + 4)) << "no free chain until the next run";
+    EXPECT_EQ(live_blocks(), live);
+
+    const CheckRun refused = check("refuse order_criteria");
+    EXPECT_EQ(refused.flags, "");
+    EXPECT_TRUE(refused.report.empty());
+    EXPECT_EQ(live_blocks(), live) << "what was not mended is not freed";
+    EXPECT_GT(check("order_criteria").count(corrected), 0);
+    EXPECT_EQ(check("order_criteria").flags, passed);
+    EXPECT_EQ(audit(audit_criteria), "");
+    EXPECT_EQ(live_blocks(), live);
+}
+
+TEST_F(OrderCriteria, EmptyFilesPass) {
+    make({.series = 5});
+    shop.criteria.clear();
+    shop.criteria_blocks.clear();
+    write();
+    EXPECT_EQ(check("order_criteria").flags, passed);
+    EXPECT_EQ(audit(audit_criteria), "");
+}
+
+/// Heads and links at random: up to a third of all blocks lead somewhere else.
+void scramble(Shop &shop, unsigned seed) {
+    std::mt19937 random(seed);
+    const auto anywhere = [&] {
+        return static_cast<std::int32_t>(random() % (shop.criteria_blocks.size() + 8)) - 4;
+    };
+    for (CriteriaBlock &block : shop.criteria_blocks) {
+        if (random() % 3 == 0) {
+            block.next = anywhere();
+        }
+    }
+    for (CriteriaRecord &record : shop.criteria) {
+        if (random() % 4 == 0) {
+            record.chain = anywhere();
+        }
+    }
+}
+
+TEST_F(OrderCriteria, ScrambledChainsAreMendedInOneRun) {
+    for (int seed = 1; seed <= rounds(10); seed++) {
+        SCOPED_TRACE(seed);
+        make({.series = 60});
+        scramble(shop, static_cast<unsigned>(seed));
+        write();
+        const std::multiset<std::string> live = live_blocks();
+        const CheckRun run = check("order_criteria order_criteria");
+        EXPECT_EQ(run.flags, passed) << run;
+        EXPECT_EQ(run.count(deleted), 0) << "every series has blocks";
+        EXPECT_EQ(live_blocks(), live);
+        EXPECT_EQ(audit(audit_criteria), "");
+    }
+}
+
+TEST_F(OrderCriteria, KilledAtAnyMomentTheNextRunMendsTheRest) {
+    int killed = 0;
+    const int all = rounds(6);
+    for (int round = 0; round < all; round++) {
+        SCOPED_TRACE(round);
+        make({.series = 800, .labels = 1, .customers = 0});
+        scramble(shop, static_cast<unsigned>(round));
+        write();
+        const std::multiset<std::string> live = live_blocks();
+        const CheckRun run =
+            check("kill-after=" + std::to_string(500 + round * 40000 / all) + " order_criteria");
+        killed += run.status == 128 + 9;
+        EXPECT_EQ(live_blocks(), live);
+        EXPECT_EQ(check("order_criteria order_criteria").flags, passed);
+        EXPECT_EQ(live_blocks(), live);
+        EXPECT_EQ(audit(audit_criteria), "");
+    }
+    EXPECT_GT(killed, 0);
+}
+
+}  // namespace
