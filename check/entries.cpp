@@ -49,7 +49,7 @@ void run_transit_check() {
         ok_transit = true;
         return;
     }
-    run_step({"goederen onderweg", nullptr, &ok_transit});
+    run_step({"goederen onderweg", chk_transit, &ok_transit});
 }
 
 }  // namespace
@@ -72,7 +72,7 @@ void chk_entry_series() {
         price_step,
         size_step,
         check_step{"goederen onderweg", run_transit_check, &ok_transit},
-        check_step{"bestelcriteria", nullptr, &ok_order_criteria},
+        check_step{"bestelcriteria", chk_order_criteria, &ok_order_criteria},
     });
     if (passed) {
         chk_print_summary(phrase_all_series);
