@@ -1,6 +1,5 @@
 // The check of the order criteria: what it finds, mends and frees, and that no block of a series is lost.
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 #include <random>
 #include <set>
@@ -17,12 +16,6 @@ constexpr std::int32_t far_off = std::numeric_limits<std::int32_t>::max();
 constexpr char passed[] = "order_criteria";
 constexpr char corrected[] = "bestelcriteria gecorrigeerd";
 constexpr char deleted[] = "bestelcriteria verwijderd";
-
-/// Count of runs for the tests that go on at random.
-int rounds(int usual) {
-    const char *wanted = std::getenv("RVCHK_ROUNDS");
-    return wanted == nullptr ? usual : std::atoi(wanted);
-}
 
 class OrderCriteria : public CheckCase {
 protected:

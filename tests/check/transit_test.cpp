@@ -1,0 +1,194 @@
+// The check of goods in transit: labels with the mark and without an entry, their entries and documents.
+#include <algorithm>
+#include <map>
+
+#include "isam/isam.h"
+#include "support/check_case.h"
+
+namespace {
+
+constexpr unsigned at_date = 10;
+constexpr char title[] = "CONTROLEREN GOEDEREN ONDERWEG";
+constexpr char question[] = "Er zijn fouten gevonden. Automatisch herstellen";
+
+class Transit : public CheckCase {
+protected:
+    /// A shop whose entries, but for the first few, are gone; sorted by label.
+    void make_without_entries(const ShopOptions &options, std::size_t kept) {
+        make(options);
+        std::sort(shop.in_transit.begin(), shop.in_transit.end(),
+                  [](const TransitRecord &a, const TransitRecord &b) { return a.label < b.label; });
+        ASSERT_GE(shop.in_transit.size(), kept + 6) << "too few labels in transit for a test";
+        missing.assign(shop.in_transit.begin() + static_cast<std::ptrdiff_t>(kept), shop.in_transit.end());
+        shop.in_transit.resize(kept);
+        shop.dates.transit = date_from_str("05032013");
+    }
+    SeriesRecord *series_of(const TransitRecord &entry) {
+        const auto found = std::find_if(shop.series.begin(), shop.series.end(),
+                                        [&](const SeriesRecord &series) { return series.key == entry.key; });
+        return found == shop.series.end() ? nullptr : &*found;
+    }
+    LabelEntry &label_of(const TransitRecord &entry) {
+        return shop.label_blocks[static_cast<std::size_t>(entry.label - 1) / 10]
+            .slots[static_cast<std::size_t>(entry.label - 1) % 10];
+    }
+    /// The line of the first report.
+    std::string line_of(const TransitRecord &entry) {
+        const SeriesRecord *series = series_of(entry);
+        std::string code;
+        for (const SizeKindRecord &kind : shop.size_kinds) {
+            if (series != nullptr && kind.system == shop.settings.size_system &&
+                kind.kind == series->size_kind) {
+                code = str_format("%.3s", kind.entries[label_of(entry).size / 100].code);
+            }
+        }
+        const std::string key = str_format("%u.%u.%u", unsigned{entry.key.group}, unsigned{entry.key.colour},
+                                           unsigned{entry.key.number});
+        const bool numbered = series == nullptr || series->registration == 0;
+        const std::string number = numbered ? str_format("%10d", int{entry.label}) : std::string(10, ' ');
+        std::string line = str_format("%-15s %s %3d %3d %s", key.c_str(), number.c_str(), entry.from,
+                                      entry.to, code.c_str());
+        return line.substr(0, line.find_last_not_of(' ') + 1);
+    }
+    static std::string trimmed(const std::string &line) {
+        return line.substr(0, line.find_last_not_of(' ') + 1);
+    }
+    static int entries_on_file() {
+        const Bytes file("RVGO.TXT");
+        std::map<std::uint32_t, int> of_label;
+        int entries = 0;
+        for (std::size_t at = 0; at + 28 <= file.size(); at += 28) {
+            if (file.u8(at) != 0xff) {
+                entries++;
+                EXPECT_EQ(++of_label[file.u32(at + 4)], 1) << "two entries of a label";
+            }
+        }
+        return entries;
+    }
+    static bool temporary_files() {
+        std::string pattern = "TP*";
+        return FILES_PRESENT(pattern) != 0;
+    }
+    std::vector<TransitRecord> missing;
+};
+
+TEST_F(Transit, SoundFilesPassWithOrWithoutReport) {
+    make({.series = 20});
+    EXPECT_TRUE(check("full transit").report.empty());
+    EXPECT_EQ(date_on_file(at_date), date_today());
+    const CheckRun run = check("transit");
+    EXPECT_EQ(run.flags, "transit");
+    EXPECT_TRUE(run.reports("Geen fouten gevonden!") && run.reports(title)) << run;
+    EXPECT_TRUE(run.questions.empty());
+    EXPECT_FALSE(check("refuse transit").flags == "transit") << "without a report the check does not run";
+}
+
+TEST_F(Transit, MissingEntriesAreReportedAndMade) {
+    make_without_entries({.series = 80, .labels = 25, .branches = 3}, 2);
+    shop.document.last_document = 999998;
+    series_of(missing[0])->registration = 1;
+    series_of(missing[1])->registration = 0;
+    const SeriesKey lost = missing.back().key;
+    std::erase_if(shop.series, [&](const SeriesRecord &series) { return series.key == lost; });
+    write();
+    CheckRun run = check("transit", "N");
+    EXPECT_EQ(run.flags, "");
+    EXPECT_EQ(run.questions.size(), 1U) << run;
+    EXPECT_TRUE(run.asked(question));
+    EXPECT_EQ(entries_on_file(), 2);
+    EXPECT_FALSE(temporary_files()) << "the work list was left";
+    EXPECT_EQ(date_on_file(at_date), shop.dates.transit);
+
+    run = check("transit", "J");
+    EXPECT_EQ(run.flags, "transit") << run;
+    EXPECT_EQ(run.questions.size(), 1U) << "the run behind the repair finds nothing";
+    EXPECT_EQ(date_on_file(at_date), date_today());
+    EXPECT_EQ(entries_on_file(), 2 + static_cast<int>(missing.size()));
+    EXPECT_EQ(audit(audit_transit), "");
+
+    // Heads, then the labels in groups of four.
+    auto line = std::find(run.report.begin(), run.report.end(), "serienummer       etiketnr  vf  bf  mt");
+    ASSERT_LT(line, run.report.end()) << run;
+    EXPECT_EQ(line[-4], "Laatste foutloze controle : 05-03-13");
+    line++;
+    for (std::size_t i = 0; i < missing.size(); i++) {
+        if (i % 4 == 0) {
+            EXPECT_EQ(*line++, std::string(132, '-'));
+        }
+        EXPECT_EQ(trimmed(*line++), line_of(missing[i]));
+    }
+    // One document for a pair of branches, numbered as they came up, in the order of the pairs.
+    std::map<std::pair<int, int>, int> documents;
+    const int numbers[] = {29999996, 20000011, 20000028, 20000035, 20000042, 20000059};
+    for (const TransitRecord &entry : missing) {
+        documents.try_emplace({entry.from, entry.to}, numbers[documents.size()]);
+    }
+    line = std::find(line, run.report.end(), " gegenereerde documentnummers");
+    ASSERT_LT(line, run.report.end()) << run;
+    EXPECT_EQ(*++line, " vf  bf documentnr");
+    EXPECT_EQ(*++line, std::string(132, '-'));
+    for (const auto &[branches, number] : documents) {
+        EXPECT_EQ(*++line, str_format("%3d %3d   %8d", branches.first, branches.second, number));
+    }
+    EXPECT_EQ(*++line, "");
+    EXPECT_EQ(*++line, " s.v.p. deze documentnummers afwerken");
+    EXPECT_TRUE(std::find(line, run.report.end(), "Geen fouten gevonden!") != run.report.end());
+    EXPECT_EQ(check("transit").flags, "transit");
+}
+
+TEST_F(Transit, MarksOutsideSoundSeriesAndNumbersAreNotLookedAt) {
+    void (*const part_of_key[])(LabelBlock &) = {
+        [](LabelBlock &block) { block.key.group = 0; },
+        [](LabelBlock &block) { block.key.colour = 0; },
+        [](LabelBlock &block) { block.key.number = 0; },
+    };
+    for (const auto &spoil : part_of_key) {
+        make_without_entries({.series = 60, .labels = 25}, 0);
+        for (const TransitRecord &entry : missing) {
+            spoil(shop.label_blocks[static_cast<std::size_t>(entry.label - 1) / 10]);
+        }
+        write();
+        EXPECT_EQ(check("transit").flags, "transit");
+    }
+    // A block behind the last that a label number of six digits can name.
+    make_without_entries({.series = 60, .labels = 25, .label_digits = 6}, 0);
+    const LabelBlock marked = shop.label_blocks[static_cast<std::size_t>(missing[0].label - 1) / 10];
+    make({.series = 20, .label_digits = 6});
+    std::filesystem::resize_file("RVETI.TXT", 100000 * sizeof marked);
+    std::ofstream("RVETI.TXT", std::ios::binary | std::ios::app)
+        .write(reinterpret_cast<const char *>(&marked), sizeof marked);
+    EXPECT_EQ(check("transit").flags, "transit");
+}
+
+TEST_F(Transit, DocumentCounterRunsInItsRange) {
+    const std::pair<int, unsigned> counters[] = {
+        {0, 20000011}, {123456, 21234576}, {999999, 20000011}, {-5, 20000011}, {2000000000, 20000011}};
+    for (const auto &[last, document] : counters) {
+        make({.series = 20}, {"transit-no-entry"});
+        shop.document.last_document = last;
+        write();
+        const CheckRun run = check("transit");
+        EXPECT_EQ(run.flags, "transit");
+        EXPECT_TRUE(run.reports(str_format("   %8u", document))) << last << "\n" << run;
+        EXPECT_EQ(audit(audit_transit), "");
+    }
+}
+
+TEST_F(Transit, KilledInTheRepairTheNextRunMakesTheRest) {
+    int killed = 0;
+    for (int round = 0; round < rounds(6); round++) {
+        make_without_entries({.series = 400, .labels = 20}, 0);
+        write();
+        killed += check("kill-after=" + std::to_string(4000 + round * 5000) + " transit").status == 128 + 9;
+        // An index that a kill left in the middle of an update is made anew, as the operator does it.
+        if (IXCHECK("RVGO") < 0) {
+            ASSERT_TRUE(IXBLDIX("RVGO"));
+        }
+        EXPECT_EQ(check("transit").flags, "transit");
+        EXPECT_EQ(entries_on_file(), static_cast<int>(missing.size()));
+        EXPECT_EQ(audit(audit_transit), "");
+    }
+    EXPECT_GT(killed, 0);
+}
+
+}  // namespace
