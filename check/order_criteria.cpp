@@ -77,6 +77,9 @@ void open_files() {
     give_up_free_chain();
     chk_bits_open(static_cast<std::size_t>(bapar_end) / 8 + 1);
     rvbaser = IXOPEN(series_name, ix_readonly);
+    if (rvbaser->reclen != static_cast<int>(sizeof(CriteriaRecord))) {
+        err_open(program_name, series_name);  // its records don't fit where they are read to
+    }
     stdchk.open();
 }
 

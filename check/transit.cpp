@@ -63,7 +63,7 @@ void work_add(std::int32_t number) {
 
 /// The next number; false at the end of the list.
 bool work_next(std::int32_t &number) {
-    char line[1024];
+    char line[1024 + 1];
     if (std::fgets(line, sizeof line, work.file) == nullptr) {
         return false;
     }
@@ -129,7 +129,7 @@ std::string size_code(const SeriesRecord &series, std::uint8_t size) {
     size_cursor cursor{};
     cursor.index = size;
     size_view(session_sizes, sys_settings.size_system, series.size_kind);
-    if (mtread(session_sizes, mt_action::read, cursor, mt_key::index) == 0) {
+    if (session_sizes == nullptr || mtread(session_sizes, mt_action::read, cursor, mt_key::index) == 0) {
         return "";
     }
     return {cursor.code, strnlen(cursor.code, sizeof cursor.code)};
@@ -163,6 +163,7 @@ void print_label(std::int32_t number) {
 // ---- Walk
 
 void open_files() {
+    show_caption();
     chk_eti_raw(raw_action::open);
     eti_file(eti_action::open);
     work.name = chk_tempname();
@@ -194,7 +195,6 @@ void check_block(std::int32_t block, const LabelBlock &buffer) {
 
 /// Blocks above the highest number hold no labels: none has such a number.
 bool walk() {
-    show_caption();
     LabelBlock buffer;
     for (std::int32_t block = 0; block <= eti_max_block() && chk_eti_raw(raw_action::read_on, 0, buffer) != 0;
          block++) {
