@@ -106,7 +106,7 @@ void chk_entry_other() {
         check_step{"EAN-codes", nullptr, &ok_ean},
         check_step{"bestelnummers leveranciers", nullptr, &ok_order_numbers},
         check_step{"barcodebestand", nullptr, &ok_barcodes},
-        check_step{"orderjournalen", nullptr, &ok_journals},
+        check_step{"orderjournalen", chk_journals, &ok_journals},
     });
     if (passed) {
         chk_print_summary(phrase_all_other);

@@ -1,0 +1,270 @@
+// The list of order numbers, and the labels of orders that got another number.
+#include <fcntl.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "check/frame.h"
+#include "check/journals.h"
+#include "check/serieslabels.h"
+#include "screen/screen.h"
+
+namespace {
+
+constexpr char order_number_file[] = "RVORDNR";
+constexpr std::uint8_t option_own_text = 4;
+
+/// Where an order stands in its journal.
+struct order_position {
+    little_uint32_t number;
+    little_int32_t position;  ///< of the payload
+};
+static_assert(sizeof(order_position) == 8);
+
+ICB *numbers = nullptr;
+error_list<order_position> positions("tmp_ordnr", {{"key-1", false, {{'I', 0, 4}}}});
+
+// ---- Labels
+
+bool number_label(LabelEntry &entry, const journal_walk &walk) {
+    LabelParts label = label_split(entry);
+    if (label.status == label_empty || label.date_in != walk.order_date || !journal_number_low(label.order)) {
+        return false;
+    }
+    label.order = walk.order_number;
+    entry = label_join(label);
+    return true;
+}
+
+/// The labels of a line's series that came with the order take its new number.
+void number_labels(const journal_walk &walk) {
+    JournalDetail detail;
+    std::memcpy(&detail, walk.payload.data(), sizeof detail);
+    SeriesRecord series{};
+    series.key.group = walk.group;
+    series.key.colour = detail.colour;
+    series.key.number = detail.number;
+    if (!IXREAD(chk_files.rvser, &series)) {
+        return;
+    }
+    scr_text(A_BOLD, scr->scr_lines - 1, 25, "%s", ser_text(series.key).c_str());
+    for (label_chain chain = label_chain_of(series); label_chain_next(chain);) {
+        bool changed = false;
+        for (LabelEntry &entry : chain.content.slots) {
+            changed = number_label(entry, walk) || changed;
+        }
+        if (changed) {
+            chk_eti_raw(raw_action::write, chain.block, chain.content);
+        }
+    }
+}
+
+// ---- Order numbers
+
+template <std::size_t N>
+bool text_empty(const char (&text)[N]) {
+    return text[0] == '\0';
+}
+
+template <std::size_t N>
+bool text_equal(const char (&a)[N], const char (&b)[N]) {
+    return std::strncmp(a, b, N) == 0;
+}
+
+/// Reads and locks an order number; one that is not there is not reserved.
+bool lock_number(OrderNumberRecord &record, std::uint32_t number) {
+    record = {};
+    record.number = number;
+    if (!IXFIND(numbers, &record)) {
+        return false;
+    }
+    if (IXREADLOCK(numbers, &record)) {
+        return true;
+    }
+    IXFREE(numbers, &record);
+    return false;
+}
+
+void delete_number(std::uint32_t number) {
+    OrderNumberRecord record;
+    if (lock_number(record, number)) {
+        IXDELETE(numbers, &record);
+    }
+}
+
+OrderNumberRecord new_record(const JournalOrder &order) {
+    OrderNumberRecord record{};
+    record.number = order.number;
+    std::memcpy(record.text, order.text, sizeof record.text);
+    return record;
+}
+
+void place_record(OrderNumberRecord &record, const journal_name &name) {
+    record.journal = static_cast<std::uint16_t>(name.number);
+    record.year = static_cast<std::uint16_t>(name.year);
+    record.letter = name.letter;
+}
+
+/// The orders of a shop keep their texts where a kind of its own has been given leave to.
+bool keeps_text(const JournalOrder &order) {
+    return (sys_settings.journal_options & option_own_text) != 0 && order.kind == order_kind_own_text;
+}
+
+void note_position(std::uint32_t number, std::int64_t at) {
+    if (at < INT32_MAX) {
+        order_position position{};
+        position.number = number;
+        position.position = static_cast<std::int32_t>(at + 1);
+        positions.add(position);
+    }
+}
+
+/// Brings the list of order numbers into line with an order of a journal. An order without leave to keep its
+/// text gives none to the list here: that the journal keeps it is settled at the end, when all have passed.
+void list_order(const journal_walk &walk, const journal_name &name) {
+    JournalOrder order;
+    std::memcpy(&order, walk.payload.data(), sizeof order);
+    if (walk.renumbered) {
+        OrderNumberRecord added = new_record(order);
+        added.journal = order.journal;
+        added.year = order.year;
+        added.letter = order.letter;
+        IXWRITE(numbers, &added);
+    }
+    if (!keeps_text(order)) {
+        std::memset(order.text, 0, sizeof order.text);
+    }
+    OrderNumberRecord record;
+    if (lock_number(record, order.number)) {
+        place_record(record, name);
+        if (!text_empty(order.text) && !text_equal(order.text, record.text)) {
+            std::memcpy(record.text, order.text, sizeof record.text);
+        }
+    } else if (order.status == order_status_numbered) {
+        record = new_record(order);
+        place_record(record, name);
+    } else {
+        return;
+    }
+    IXWRITE(numbers, &record);
+    note_position(order.number, walk.at);
+}
+
+// ---- The order numbers, when all journals have passed
+
+/// The journal that was opened last for the order numbers, which come season by season.
+struct {
+    std::string path;
+    int fd = -1;
+} last_journal;
+
+void close_last_journal() {
+    if (last_journal.fd >= 0) {
+        close(last_journal.fd);
+    }
+    last_journal.fd = -1;
+    last_journal.path.clear();
+}
+
+int open_journal_of(const OrderNumberRecord &record) {
+    const journal_name name{record.year, record.letter, record.journal};
+    journal_name season{};
+    journal_name file{};
+    const std::string path = journal_path(name);
+    const std::size_t slash = path.find('/');
+    // Numbers of more than four digits, and letters that could lead elsewhere, name no journal.
+    if (slash == std::string::npos || !journal_season(path.substr(0, slash), season) ||
+        !journal_number(path.substr(slash + 1), file)) {
+        return -1;
+    }
+    if (path != last_journal.path) {
+        close_last_journal();
+        last_journal.path = path;
+        last_journal.fd = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    }
+    return last_journal.fd;
+}
+
+/// True when the record stands: its order is in the journal, at the place noted. The texts are made equal.
+bool settle_number(const OrderNumberRecord &record) {
+    order_position place{};
+    place.number = record.number;
+    const int fd = open_journal_of(record);
+    if (fd < 0 || !IXREAD(positions.icb(), &place)) {
+        return false;
+    }
+    JournalOrder order;
+    const off_t at = place.position;
+    if (file_read_at(fd, &order, sizeof order, at) != static_cast<ssize_t>(sizeof order) ||
+        order.number != record.number) {
+        return false;
+    }
+    if (text_equal(order.text, record.text)) {
+        return true;
+    }
+    if (!text_empty(order.text)) {
+        OrderNumberRecord changed;
+        if (lock_number(changed, record.number)) {
+            std::memcpy(changed.text, order.text, sizeof changed.text);
+            IXWRITE(numbers, &changed);
+        }
+    } else if (!text_empty(record.text)) {
+        const off_t text_at = at + static_cast<off_t>(offsetof(JournalOrder, text));
+        if (!file_write_at(fd, record.text, sizeof record.text, text_at)) {
+            scr_fatal("%s: errno=%d", last_journal.path.c_str(), errno);
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+void journal_numbers_open() {
+    numbers = IXOPEN(order_number_file, ix_shared);
+    positions.open();
+}
+
+void journal_numbers_close() {
+    if (numbers != nullptr) {
+        IXCLOSE(numbers);
+        numbers = nullptr;
+    }
+}
+
+void journal_numbers_end() {
+    journal_numbers_close();
+    positions.close();
+}
+
+void journal_follow(journal_walk &walk, const journal_name &name) {
+    journal_again(walk);
+    while (journal_next(walk)) {
+        if (walk.forgotten) {
+            delete_number(*walk.forgotten);
+        }
+        if (walk.code == 'O' && walk.copied) {
+            list_order(walk, name);
+        } else if (walk.code == 'D' && walk.labels_follow) {
+            number_labels(walk);
+        }
+    }
+}
+
+void journal_settle_numbers() {
+    numbers = IXOPEN(order_number_file, ix_shared);
+    const auto total = static_cast<std::uint32_t>(std::int32_t{numbers->nrecs});
+    chk_phase("controleren ordernummers", total);
+    std::uint32_t done = 0;
+    OrderNumberRecord record{};
+    for (bool found = IXFIRST(numbers, &record); found; found = IXNEXT(numbers, &record)) {
+        chk_progress(++done, total, chk_bar::step);
+        const std::int32_t here = numbers->recno;
+        if (!settle_number(record)) {
+            delete_number(record.number);
+        }
+        numbers->recno = here;
+    }
+    close_last_journal();
+    chk_progress(total, total, chk_bar::close);
+    journal_numbers_close();
+}

@@ -1,0 +1,56 @@
+// What the files of the order journal check share: names of journals, the copy of one, and the list of order
+// numbers.
+#pragma once
+
+#include <unistd.h>
+
+#include <string>
+
+#include "check/journalwalk.h"
+
+/// A journal by its season and number.
+struct journal_name {
+    int year;
+    char letter;
+    int number;
+};
+
+/// Path from the directory of the data, with the extension "JRN" or that of the copy, "TMP".
+std::string journal_path(const journal_name &name, const char *extension = "JRN");
+/// True for the name of a season directory: four digits, 0 or 1980 to 2079, and the letter Z, W or K.
+bool journal_season(const std::string &directory, journal_name &name);
+/// True for the name of a journal in it, ORD, four digits and ".JRN".
+bool journal_number(const std::string &file, journal_name &name);
+/// Prints a line of the report that tells of a journal: its name, what is wrong and where.
+void journal_report(const journal_name &name, const std::string &text);
+
+/// A descriptor, closed at the end of its block.
+struct open_file {
+    int fd;
+    explicit open_file(int descriptor) : fd(descriptor) {}
+    ~open_file() {
+        if (fd >= 0) {
+            close(fd);
+        }
+    }
+    open_file(const open_file &) = delete;
+    open_file &operator=(const open_file &) = delete;
+};
+
+/// Walks through a journal to the end and writes its copy. True when the journal passes; the copy is then
+/// complete on disk.
+bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64_t &size);
+/// Puts the copy of a journal that has passed in its place.
+void journal_take_copy(const journal_name &name, const journal_walk &walk, std::int64_t size);
+
+/// The list of order numbers, open between these two; the label file must be open too.
+void journal_numbers_open();
+void journal_numbers_close();
+/// Walks once more through the old journal, whose copy is in place: brings the list into line with its
+/// orders, and has the labels follow an order that got another number.
+void journal_follow(journal_walk &walk, const journal_name &name);
+/// When all journals have passed: numbers without an order go, and the texts of the others are made equal.
+/// Opens and closes the list itself.
+void journal_settle_numbers();
+/// Closes what is open, and forgets where the orders stand.
+void journal_numbers_end();
