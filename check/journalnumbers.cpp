@@ -6,7 +6,7 @@
 
 #include "check/frame.h"
 #include "check/journals.h"
-#include "check/serieslabels.h"
+#include "sub/serieslabels.h"
 #include "screen/screen.h"
 
 namespace {

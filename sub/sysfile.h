@@ -276,7 +276,7 @@ struct CountryRecord {
 struct ActionRecord {
     little_uint16_t first_day;  // 0
     little_uint16_t last_day;   // 2
-    std::uint8_t unused_4;      // 4
+    std::uint8_t value;         // 4   what the tills are told of it
     std::uint8_t bits[59];      // 5   a bit per size or branch
 };
 

@@ -1,0 +1,33 @@
+// EAN codes of the sizes of series: reading, making instore codes, telling the tills.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "isam/store.h"
+#include "sub/eanfile.h"
+#include "sub/seriesfile.h"
+
+inline constexpr char ean_file_name[] = "RVEAN";
+inline constexpr char ean_of_series = 'M';
+inline constexpr char ean_of_article = 'A';
+
+/// Reads a code, cut at 13 characters; one of 13 that begins with "0" is found without it as well.
+bool ean_read_code(ICB *file, EanRecord &record, std::string_view code);
+/// Reads the code of a size, on key 2 whatever key is current. After a failure `record` holds the key.
+bool ean_read_series(ICB *file, EanRecord &record, const SeriesKey &key, std::uint8_t size);
+
+/// The characters of a code, without the zeros behind it.
+std::string ean_text(const EanRecord &record);
+/// True for 8, 12 or 13 digits of which the last makes the sum right; not for what is a label number here.
+bool ean_valid(std::string_view code);
+/// The shop's own code for a number of the generator, 1 to 99999999.
+std::string ean_instore(std::uint32_t number);
+
+/// Gives an instore code to each of these sizes of a series that has none, in sequence order, and tells the
+/// tills of a series that is registered by size. The label file must be open.
+void ean_generate(ICB *file, const SeriesRecord &series, const SizeBitmap &sizes);
+/// Tells the tills, if the shop keeps a list of them, of a code of a size: by a line in KASMUT.TXT and a
+/// record in the file of each branch that has tills. A code that RVEAN does not have any longer goes from
+/// these files.
+void ean_tell_tills(ICB *file, const SeriesRecord &series, const EanRecord &code);

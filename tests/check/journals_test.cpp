@@ -1,0 +1,360 @@
+// The check of the order journals: what becomes of a journal, of the list of its orders and of their labels.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <set>
+
+#include "check/journalwalk.h"
+#include "isam/isam.h"
+#include "support/check_case.h"
+
+namespace {
+
+constexpr unsigned at_journal_date = 38;
+constexpr std::uint16_t order_date = 41000;
+constexpr char journal_file[] = "2012Z/ORD0001.JRN";
+constexpr char copy_file[] = "2012Z/ORD0001.TMP";
+
+class Journals : public CheckCase {
+protected:
+    void SetUp() override {
+        CheckCase::SetUp();
+        make({.series = 2, .labels = 4, .customers = 0, .tills = 0});
+        shop.journals.clear();
+        shop.order_numbers.clear();
+        shop.serial.last_serial = 5000;
+        // One label of the first series is of order 17, all others of orders with a number of their own.
+        LabelBlock &block = shop.label_blocks[static_cast<std::size_t>(shop.series[0].first_block)];
+        LabelParts label = label_split(block.slots[0]);
+        label.order = 17;
+        label.date_in = order_date;
+        block.slots[0] = label_join(label);
+    }
+
+    /// A record as one word: its code, and of an order the number. A small o is an order of the kind that
+    /// keeps its text, n one that has no number yet; any other character stands for itself.
+    std::string record(const std::string &word) const {
+        JournalOrder order{};
+        JournalDetail detail{};
+        JournalModel model{};
+        switch (word[0]) {
+            case 'O':
+            case 'o':
+            case 'n':
+                std::memset(&order, 'x', sizeof order);
+                order.journal = 1;
+                order.year = 2012;
+                order.letter = 'Z';
+                order.date = order_date;
+                order.kind = word[0] == 'o' ? order_kind_own_text : 0;
+                order.status = word[0] == 'n' ? 1 : order_status_numbered;
+                order.number = static_cast<std::uint32_t>(std::strtoul(word.c_str() + 1, nullptr, 10));
+                std::memset(order.text, 0, sizeof order.text);
+                std::memcpy(order.text, text.data(), text.size());
+                return std::string("O") + std::string(reinterpret_cast<const char *>(&order), sizeof order);
+            case 'M':
+                model.group = shop.series[0].key.group;
+                return std::string("M") + std::string(reinterpret_cast<const char *>(&model), sizeof model);
+            case 'D':
+                detail.colour = shop.series[0].key.colour;
+                detail.number = shop.series[0].key.number;
+                return std::string("D") + std::string(reinterpret_cast<const char *>(&detail), sizeof detail);
+            default:
+                return word[0] == '~'
+                           ? std::string("S12")
+                           : word.substr(0, 1) +
+                                 std::string(static_cast<std::size_t>(std::max(journal_payload(word[0]), 0)),
+                                             'p');
+        }
+    }
+    std::string journal(const std::string &words) const {
+        std::string bytes;
+        std::istringstream list(words);
+        for (std::string word; list >> word;) {
+            bytes += record(word);
+        }
+        return bytes;
+    }
+    void list_order(std::uint32_t number, const std::string &order_text = "lijst") {
+        OrderNumberRecord listed{};
+        listed.number = number;
+        std::memcpy(listed.text, order_text.data(), order_text.size());
+        listed.journal = 1;
+        listed.year = 2012;
+        listed.letter = 'Z';
+        shop.order_numbers.push_back(listed);
+    }
+    void write_journal(const std::string &words, const std::string &listed) {
+        shop.journals = {{2012, 'Z', 1, journal(words)}};
+        shop.order_numbers.clear();
+        std::istringstream list(listed);
+        for (std::uint32_t number = 0; list >> number;) {
+            list_order(number);
+        }
+        write();
+        unlink(copy_file);
+    }
+    /// The numbers of the list of orders as it stands on file, in order.
+    static std::string listed() {
+        const Bytes file("RVORDNR.TXT");
+        std::set<std::uint32_t> numbers;
+        for (std::size_t at = 0; at < file.size(); at += 48) {
+            if (file.data.compare(at + 5, 40, std::string(40, '\xff')) != 0) {
+                numbers.insert(file.u32(at));
+            }
+        }
+        std::string text;
+        for (const std::uint32_t number : numbers) {
+            text += (text.empty() ? "" : " ") + std::to_string(number);
+        }
+        return text;
+    }
+    /// Order number of the label that was of order 17.
+    [[nodiscard]] std::uint32_t label_number() const {
+        const std::size_t at = static_cast<std::size_t>(shop.series[0].first_block) * 376 + 16;
+        return Bytes("RVETI.TXT").u32(at + 32) % 10000000;
+    }
+    static std::string bytes_of(const char *file) {
+        return Bytes(file).data;
+    }
+
+    std::string text = "tekst";
+};
+
+struct Outcome {
+    const char *what;
+    const char *journal;
+    const char *listed;
+    const char *clean;   ///< the journal afterwards; null: it fails, and stays
+    const char *kept;    ///< the list after the first run
+    const char *second;  ///< and after the second
+    unsigned label;      ///< order number of the label that was of order 17
+    const char *report;  ///< of a failure, behind the name
+    unsigned later = 0;  ///< and of the label after the second run, where it changes once more
+};
+
+const Outcome outcomes[] = {
+    {"nothing to do", "O1001 T M D T S E B L F O1002 M D S", "1001 1002",
+     "O1001 T M D T S E B L F O1002 M D S", "1001 1002", "1001 1002", 1001, nullptr},
+    {"a number below 1000", "O17 M D S O1002 M D S", "17 1002", "O5001 M D S O1002 M D S", "1002 5001",
+     "1002 5001", 5001, nullptr},
+    {"two of them", "O17 M D S O999 M D S", "", "O5001 M D S O5002 M D S", "5001 5002", "5001 5002", 5001,
+     nullptr},
+    {"number 0 stays, and takes the labels along", "O0 M D S", "", "O0 M D S", "0", "0", 0, nullptr},
+    {"a kind that is not renumbered", "o17 M D S", "17", "o17 M D S", "17", "17", 17, nullptr},
+    {"no number yet", "n17 M D S", "", "n17 M D S", "", "", 17, nullptr},
+    {"no number yet, and listed", "n17 M D S", "17", "n17 M D S", "17", "17", 17, nullptr},
+    {"the last head of a row stands", "O1001 O1002 M D S", "1001 1002", "O1002 M D S", "", "1002", 17,
+     nullptr, 1002},
+    {"the last of three", "O17 O1002 O1003 M D S", "17 1003", "O1003 M D S", "", "1003", 17, nullptr, 1003},
+    {"a second head with a low number goes", "O1001 O18 M D S", "1001 18", "O1001 M D S", "1001", "1001",
+     1001, nullptr},
+    {"a second head of another kind goes", "O1001 o1002 M D S", "1001 1002", "O1001 M D S", "1001", "1001",
+     1002, nullptr},
+    {"records out of place go", "O1001 M F S D S E E B L L F M D S", "1001", "O1001 M D S E B L L F M D S",
+     "1001", "1001", 1001, nullptr},
+    {"an order behind one that went is found later", "O1001 M F D S O1002 M D S", "1001 1002",
+     "O1001 M D S O1002 M D S", "1001", "1001 1002", 1001, nullptr},
+    {"strays in the list", "O1001 M D S", "1001 77 9000", "O1001 M D S", "1001", "1001", 1001, nullptr},
+    {"not in the list", "O1001 M D S", "", "O1001 M D S", "1001", "1001", 1001, nullptr},
+    {"a copy of 69 bytes", "T S E B L L F F", "", "", "", "", 17, nullptr},
+    {"an unknown code", "O17 M D S Q", "17", nullptr, "17", "17", 17,
+     "Ongeldige kode (kode=Q, fpos=288) --> FOUT"},
+    {"a code at the start", "X", "", nullptr, "", "", 17, "Ongeldige kode (kode=X, fpos=0) --> FOUT"},
+    {"an order behind a model", "O17 M O1001 M D S", "17", nullptr, "17", "17", 17,
+     "Ongeldige volgorde (kode=O, prevkode=M, fpos=146) --> FOUT"},
+    {"an order behind a text", "O17 T O1001", "", nullptr, "", "", 17,
+     "Ongeldige volgorde (kode=O, prevkode=T, fpos=183) --> FOUT"},
+    {"the last record out of place", "O17 M D F", "17", nullptr, "17", "17", 17, nullptr},
+    {"an end within a record", "O17 M D ~", "17", nullptr, "17", "17", 17,
+     "Onvolledig record (kode=S, fpos=275) --> FOUT"},
+};
+
+TEST_F(Journals, EachHasItsOutcomeAndTheNextRunMendsTheRest) {
+    for (const Outcome &outcome : outcomes) {
+        SCOPED_TRACE(outcome.what);
+        write_journal(outcome.journal, outcome.listed);
+        const std::string unclean = bytes_of(journal_file);
+        const bool passes = outcome.clean != nullptr;
+        for (const bool again : {false, true}) {
+            const CheckRun run = check("journals");
+            EXPECT_EQ(run.flags, passes ? "journals" : "") << run;
+            EXPECT_TRUE(run.questions.empty()) << run;
+            EXPECT_EQ(date_on_file(at_journal_date), passes ? date_today() : 0U);
+            EXPECT_EQ(listed(), again ? outcome.second : outcome.kept);
+            EXPECT_EQ(bytes_of(journal_file), passes ? journal(outcome.clean) : unclean);
+            EXPECT_EQ(file_exists(copy_file), !passes);
+            EXPECT_EQ(run.reports("Geen fouten gevonden!"), passes) << run;
+            EXPECT_EQ(run.count("FOUT"), outcome.report == nullptr ? 0 : 1) << run;
+            if (outcome.report != nullptr) {
+                EXPECT_TRUE(run.reports(std::string("2012Z ORD0001.JRN: ") + outcome.report)) << run;
+                EXPECT_TRUE(run.reports("CONTROLE ORDERJOURNAALS")) << run;
+            }
+            EXPECT_EQ(label_number(), again && outcome.later != 0 ? outcome.later : outcome.label);
+        }
+    }
+}
+
+struct TextCase {
+    const char *in_journal;
+    const char *in_list;
+    unsigned option;
+    char kind;
+    const char *afterwards;  ///< in both
+};
+
+TEST_F(Journals, TextsOfJournalAndListBecomeEqual) {
+    const TextCase cases[] = {
+        {"journaal", "lijst", 0, 'O', "journaal"}, {"", "lijst", 0, 'O', "lijst"},
+        {"journaal", "", 0, 'O', "journaal"},      {"", "", 0, 'O', ""},
+        {"journaal", "lijst", 4, 'o', "journaal"}, {"", "lijst", 4, 'o', "lijst"},
+        {"gelijk", "gelijk", 4, 'O', "gelijk"},
+    };
+    for (const TextCase &wanted : cases) {
+        SCOPED_TRACE(wanted.in_journal + std::string(" and ") + wanted.in_list);
+        text = wanted.in_journal;
+        shop.settings.journal_options = static_cast<std::uint8_t>(wanted.option);
+        write_journal(wanted.kind + std::string("1001 M D S"), "");
+        list_order(1001, wanted.in_list);
+        shop.order_numbers.back().journal = 7;
+        write();
+        EXPECT_EQ(check("full journals").flags, "journals");
+        const Bytes list("RVORDNR.TXT");
+        EXPECT_EQ(list.text(4, 35), wanted.afterwards);
+        EXPECT_EQ(list.u16(40), 1U);
+        EXPECT_EQ(list.u16(42), 2012U);
+        EXPECT_EQ(list.text(44, 1), "Z");
+        text = wanted.afterwards;
+        EXPECT_EQ(bytes_of(journal_file), journal(wanted.kind + std::string("1001 M D S")));
+    }
+}
+
+TEST_F(Journals, OddNamesAndEmptyJournalsAreLeftAlone) {
+    const std::string bad = "Q";
+    const char *passed_over[] = {"1979Z/ORD0001.JRN",  "2080W/ORD0001.JRN", "201ZZ/ORD0001.JRN",
+                                 "+000Z/ORD0001.JRN",  "2012A/ORD0001.JRN", "2012ZZ/ORD0001.JRN",
+                                 "2012Z/ORD12345.JRN", "2012Z/ORD 123.JRN", "2012Z/ORD001.JRNX",
+                                 "2012Z/ord0001.jrn",  "0ZZZZ/ORD0001.JRN"};
+    write_journal("O1001 M D S", "1001");
+    for (const char *name : passed_over) {
+        std::filesystem::create_directories(std::filesystem::path(name).parent_path());
+        put(name, bad);
+    }
+    put("2013Z", "no directory");
+    put("2012Z/ORD0003.JRN");
+    mkdir("2012Z/ORD0004.JRN", 0700);
+    mkdir("2014K", 0700);
+    EXPECT_EQ(check("journals").flags, "journals");
+    for (const char *name : passed_over) {
+        EXPECT_EQ(bytes_of(name), bad) << name;
+    }
+    EXPECT_EQ(file_size("2012Z/ORD0003.JRN"), 0);
+    EXPECT_FALSE(file_exists("2012Z/ORD0003.TMP"));
+    mkdir("0000W", 0700);
+    put("0000W/ORD0000.JRN", bad);
+    const CheckRun run = check("journals");
+    EXPECT_TRUE(run.reports("0000W ORD0000.JRN: Ongeldige kode (kode=Q, fpos=0) --> FOUT")) << run;
+    EXPECT_EQ(run.flags, "");
+}
+
+TEST_F(Journals, OneThatFailsDoesNotKeepTheOthersBack) {
+    write_journal("O17 M D S", "17 4444");
+    shop.journals.push_back({2012, 'Z', 2, journal("O18 M D S Q")});
+    shop.journals.push_back({2013, 'W', 1, journal("O19 M D S")});
+    write();
+    EXPECT_EQ(check("journals").flags, "");
+    EXPECT_EQ(bytes_of(journal_file), journal("O5001 M D S"));
+    EXPECT_EQ(bytes_of("2012Z/ORD0002.JRN"), journal("O18 M D S Q"));
+    EXPECT_EQ(listed(), "4444 5001 5003") << "what is in no journal goes when all have passed";
+    put("2012Z/ORD0002.JRN", journal("O18 M D S"));
+    EXPECT_EQ(check("journals").flags, "journals");
+    EXPECT_EQ(listed(), "5001 5003 5004");
+}
+
+TEST_F(Journals, LabelChainsThatLeadAstrayStopNothing) {
+    write_journal("O1001 M D S", "1001");
+    const auto first = static_cast<std::size_t>(shop.series[0].first_block);
+    for (const std::int32_t next : {std::int32_t{shop.series[0].first_block}, 99999999, -7}) {
+        shop.label_blocks[first].next = next;
+        write();
+        EXPECT_EQ(check("journals").flags, "journals");
+        EXPECT_EQ(label_number(), 1001U);
+    }
+}
+
+TEST_F(Journals, ThousandsOfOrdersPassInSteadyMemory) {
+    std::string words;
+    for (int order = 0; order < 5000; order++) {
+        words += "O" + std::to_string(order % 3 == 0 ? 1 + order % 999 : 100000 + order) + " M D S E B L F ";
+    }
+    write_journal(words, "");
+    EXPECT_EQ(check("journals").flags, "journals");
+    EXPECT_EQ(check("journals").flags, "journals");
+    EXPECT_EQ(audit(audit_journals), "");
+}
+
+/// The run ends at any moment. The journal is the old or the new one, and runs that follow put the list
+/// right.
+TEST_F(Journals, KilledAtAnyMomentTheNextRunMends) {
+    const char *count = std::getenv("RVCHK_KILLS");
+    const int kills = count == nullptr ? 12 : std::atoi(count);
+    std::string words;
+    std::string clean;
+    for (int order = 1; order <= 300; order++) {
+        words += "O" + std::to_string(order) + " M D S E ";
+        clean += "O" + std::to_string(5000 + order) + " M D S E ";
+    }
+    for (int round = 0; round < kills; round++) {
+        write_journal(words, "17 18 19 4000");
+        run_check("kill-after=" + std::to_string(4000 + round * 160000 / kills) + " journals");
+        // An update that was under way is for ixreorgk to mend.
+        if (IXCHECK("RVORDNR") < 0) {
+            ASSERT_TRUE(IXBLDIX("RVORDNR"));
+        }
+        const std::string left = bytes_of(journal_file);
+        EXPECT_TRUE(left == journal(words) || left == journal(clean)) << round;
+        EXPECT_EQ(check("journals").flags, "journals");
+        EXPECT_EQ(audit(audit_journals), "");
+        EXPECT_GE(label_number(), 5001U);
+        EXPECT_LE(label_number(), 5600U);
+    }
+}
+
+struct Fault {
+    const char *name;
+    const char *report;  ///< null: the journals pass
+};
+
+TEST_F(Journals, MadeFaultsAreFoundOrMended) {
+    const Fault faults[] = {
+        {"journal-code", "Ongeldige kode (kode=Q"},
+        {"journal-order", "Ongeldige volgorde (kode=O, prevkode=M"},
+        {"journal-short", "Onvolledig record (kode=S"},
+        {"journal-twice", nullptr},
+        {"journal-dropped", nullptr},
+        {"journal-empty", nullptr},
+        {"journal-number-low", nullptr},
+        {"order-missing", nullptr},
+        {"order-stray", nullptr},
+        {"order-text", nullptr},
+        {"order-journal", nullptr},
+    };
+    for (const Fault &fault : faults) {
+        SCOPED_TRACE(fault.name);
+        make({.series = 60, .customers = 0, .tills = 0}, {fault.name});
+        const CheckRun first = check("journals");
+        const CheckRun second = check("journals");
+        EXPECT_EQ(first.flags, fault.report == nullptr ? "journals" : "") << first;
+        EXPECT_EQ(first.report, second.report);
+        if (fault.report != nullptr) {
+            EXPECT_TRUE(first.reports(fault.report)) << first;
+        } else {
+            EXPECT_EQ(audit(audit_journals), "");
+        }
+    }
+}
+
+}  // namespace
