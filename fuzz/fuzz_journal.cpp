@@ -1,0 +1,98 @@
+// Order journals: any bytes. A walk stays within the journal, gives the same numbers when it is done again,
+// and the copy of a journal that passes has its records in order, no order without a number of its own, and
+// no head of an order directly behind another that the walk would drop for it.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "check/journalwalk.h"
+#include "fuzz/stop.h"
+#include "isam/files.h"
+
+namespace {
+
+std::int32_t last_number = 999;
+
+std::int32_t next_number() {
+    return ++last_number;
+}
+
+int journal_of(const std::string &bytes) {
+    const int fd = memfd_create("journal", MFD_CLOEXEC);
+    FUZZ_DEMAND(fd >= 0 && file_write_at(fd, bytes.data(), bytes.size(), 0));
+    return fd;
+}
+
+/// Walks to the end; gives the copy.
+std::string copy_of(journal_walk &walk, std::size_t size) {
+    std::string copy;
+    std::size_t order_place = 0;
+    std::int64_t end = 0;
+    while (journal_next(walk)) {
+        FUZZ_DEMAND(walk.at == end && journal_payload(walk.code) == static_cast<int>(walk.payload.size()));
+        end = walk.at + 1 + static_cast<std::int64_t>(walk.payload.size());
+        FUZZ_DEMAND(end <= static_cast<std::int64_t>(size));
+        FUZZ_DEMAND(!walk.replaces || (walk.copied && walk.code == 'O' &&
+                                       order_place + journal_order_bytes + 1 == copy.size()));
+        if (!walk.copied) {
+            continue;
+        }
+        if (walk.replaces) {
+            copy.resize(order_place);
+        }
+        if (walk.code == 'O') {
+            order_place = copy.size();
+        }
+        copy += walk.code;
+        copy.append(reinterpret_cast<const char *>(walk.payload.data()), walk.payload.size());
+    }
+    FUZZ_DEMAND(walk.end != journal_end::open && !journal_next(walk));
+    return copy;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    // Payloads are long and codes rare in random bytes: each byte of the input stands for a record, or for
+    // itself, and its low bits for what matters in the payload.
+    std::string bytes;
+    for (std::size_t i = 0; i < size; i++) {
+        const char code = "OMDTSEBLF"[data[i] % 9];
+        if (data[i] >= 252) {
+            bytes += static_cast<char>(data[i]);
+            continue;
+        }
+        std::string payload(static_cast<std::size_t>(journal_payload(code)), static_cast<char>(data[i]));
+        if (code == 'O') {
+            payload[46] = data[i] & 64 ? order_status_numbered : 1;
+            payload[59] = data[i] & 32 ? order_kind_own_text : 1;
+            payload.replace(64, 4,
+                            std::string{static_cast<char>(data[i]), data[i] & 128 ? '\7' : '\0', 0, 0});
+        }
+        bytes += code + payload;
+    }
+    if (size > 0 && (data[0] & 1) != 0) {
+        bytes.resize(bytes.size() - std::min<std::size_t>(bytes.size(), data[size - 1] % 40));
+    }
+    const int fd = journal_of(bytes);
+    journal_walk walk;
+    journal_begin(walk, fd, next_number);
+    const std::string copy = copy_of(walk, bytes.size());
+    const journal_end end = walk.end;
+    const std::int32_t numbers = last_number;
+    journal_again(walk);
+    FUZZ_DEMAND(copy_of(walk, bytes.size()) == copy && walk.end == end && last_number == numbers);
+    FUZZ_DEMAND((end == journal_end::empty) == bytes.empty());
+    close(fd);
+    if (end == journal_end::passed && copy.front() == 'O') {
+        const int clean = journal_of(copy);
+        journal_begin(walk, clean, next_number);
+        FUZZ_DEMAND(copy_of(walk, copy.size()) == copy && walk.end == journal_end::passed);
+        FUZZ_DEMAND(walk.new_numbers.empty());
+        close(clean);
+    }
+    return 0;
+}

@@ -1,0 +1,369 @@
+// The check of the EAN codes: findings, codes of the shop's own, tills, doubles and the index.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "check/check.h"
+#include "isam/isam.h"
+#include "sub/eanhdl.h"
+#include "support/check_case.h"
+
+namespace {
+
+constexpr unsigned at_ean_date = 12;
+constexpr char assign[] = "Instore EAN-codes toekennen";
+
+bool is_of(const SeriesRecord &series, const EanRecord &code) {
+    return code.type == 'M' && code.group == series.key.group && code.colour == series.key.colour &&
+           code.number == series.key.number;
+}
+
+class EanCodes : public CheckCase {
+protected:
+    void SetUp() override {
+        CheckCase::SetUp();
+        setenv("BIN", std::filesystem::path(IXREORGK).parent_path().c_str(), 1);
+    }
+    void build(const std::vector<std::string> &faults = {}, int tills = 2) {
+        make({.series = 25, .branches = 3, .customers = 0, .tills = tills}, faults);
+        shop.country.ean_check_option = 1;
+        write();
+    }
+    [[nodiscard]] bool indexes_sound() const {
+        bool sound = IXCHECK("RVEAN") >= 0;
+        ICB *icb = IXOPEN("RVEAN", ix_readonly);
+        EanRecord record{};
+        for (int key = 1; key <= 2; key++) {
+            IXSWITCH(icb, key);
+            for (std::int32_t place = 0; place < icb->nrecs; place++) {
+                sound = sound &&
+                        (IXGET(icb, &record, place) != 1 || (IXFIND(icb, &record) && icb->recno == place));
+            }
+        }
+        IXCLOSE(icb);
+        return sound;
+    }
+    /// The code of a size, read without the program's module.
+    static std::string code_of(const SeriesRecord &series, unsigned size) {
+        const Bytes file("RVEAN.TXT");
+        for (std::size_t at = 0; at < file.size(); at += 28) {
+            if (file.data[at + 13] == 'M' && file.u32(at + 16) == series.key.group &&
+                file.u16(at + 14) == series.key.colour && file.u16(at + 20) == series.key.number &&
+                file.u8(at + 22) == size) {
+                return file.text(at, 13);
+            }
+        }
+        return "";
+    }
+};
+
+struct Finding {
+    const char *name;
+    bool checked;        ///< the shop asks for a code for every size
+    const char *row;     ///< in the report; null: no finding
+    const char *mended;  ///< in the report of a run whose question gets yes; null: no row
+};
+
+const Finding findings[] = {
+    {"ean-missing", true, "   ", nullptr},
+    {"ean-missing", false, nullptr, nullptr},
+    {"ean-series-unknown", true, "5400000000010", "5400000000010"},
+    {"ean-size-unknown", true, "5400000000027", "5400000000027"},
+    {"ean-article-unknown", true, "5400000000034", "5400000000034"},
+    {"ean-article-unknown", false, "5400000000034", "5400000000034"},
+    // A double registration goes without a question, and an index with a fault is made anew.
+    {"ean-double", true, nullptr, nullptr},
+    {"ean-double", false, nullptr, nullptr},
+    {"index-ean-swapped", true, nullptr, nullptr},
+};
+
+TEST_F(EanCodes, FindingsAreReportedAndMendedOnlyWithLeave) {
+    for (const Finding &finding : findings) {
+        SCOPED_TRACE(finding.name);
+        build({finding.name});
+        shop.country.ean_check_option = finding.checked ? 1 : 0;
+        write();
+        const CheckRun refused = check("ean", "N");
+        const bool found = finding.row != nullptr;
+        EXPECT_EQ(refused.flags, found ? "" : "ean") << refused;
+        EXPECT_EQ(date_on_file(at_ean_date), found ? 0U : date_today());
+        EXPECT_EQ(refused.asked(assign), found) << refused;
+        EXPECT_EQ(refused.reports("Serie-maten met EAN-code correct"), !found) << refused;
+        EXPECT_TRUE(indexes_sound());
+        if (found) {
+            EXPECT_TRUE(refused.reports(finding.row)) << refused;
+            EXPECT_NE(audit(audit_codes), "");
+        }
+        const CheckRun accepted = check("ean", "J");
+        EXPECT_EQ(accepted.flags, "ean") << accepted;
+        EXPECT_EQ(accepted.questions.size(), found ? 1U : 0U) << accepted;
+        if (finding.mended != nullptr) {
+            EXPECT_TRUE(accepted.reports(finding.mended)) << accepted;
+        }
+        EXPECT_EQ(audit(audit_codes), "");
+        EXPECT_TRUE(check("full ean").report.empty());
+    }
+}
+
+TEST_F(EanCodes, ReportTellsOfTheSeriesAndTheSize) {
+    build();
+    SeriesRecord &series = shop.series[3];
+    // The second size of the series has no code; a size that it does not have has one.
+    std::vector<EanRecord *> own;
+    for (EanRecord &code : shop.ean_codes) {
+        if (is_of(series, code)) {
+            own.push_back(&code);
+        }
+    }
+    ASSERT_GE(own.size(), 3U);
+    const EanRecord missing = *own[1];
+    EanRecord &stray = *own[1];
+    stray.size = 95;
+    std::memcpy(stray.code, "5400000000027", sizeof stray.code);
+    series.season_year = 2013;
+    series.season_letter = 'W';
+    series.season_number = 4;
+    series.registration = registration_sizes;
+    series.date = 36526;
+    LabelEntry &corrected = shop.label_blocks[static_cast<std::size_t>(series.first_block)].slots[0];
+    LabelParts parts = label_split(corrected);
+    parts.status = label_corrected;
+    parts.extra = 0;
+    parts.date_third = shop.today;
+    corrected = label_join(parts);
+    std::size_t in_stock = 0;
+    std::size_t sold = 0;
+    for (const LabelBlock &block : shop.label_blocks) {
+        for (const LabelEntry &entry : block.slots) {
+            const LabelParts label = label_split(entry);
+            const bool here =
+                label.status == label_stock && label.extra > 0 ? label.extra == 1 : label.branch == 0;
+            if (block.key == series.key && label.size == missing.size && here) {
+                in_stock += label.status == label_stock;
+                sold += label.status == label_sold;
+            }
+        }
+    }
+    write();
+    const CheckRun run = check("ean", "N");
+    const auto row = std::find_if(run.report.begin(), run.report.end(), [](const std::string &line) {
+        return line.find("maat registratie") != std::string::npos;
+    });
+    ASSERT_NE(row, run.report.end()) << run;
+    char text[9];
+    const std::string first = *row;
+    EXPECT_EQ(first.substr(0, 15), ser_text(series.key) + " ");
+    const auto brand = std::find_if(shop.brands.begin(), shop.brands.end(),
+                                    [&](const BrandRecord &other) { return other.number == series.brand; });
+    EXPECT_EQ(first.substr(35, 4), std::string(brand->name, 4));
+    EXPECT_EQ(first.substr(40, 15),
+              (std::string(series.model, strnlen(series.model, 15)) + std::string(15, ' ')).substr(0, 15));
+    EXPECT_EQ(first.substr(56, 9), "2013-W4  ");
+    EXPECT_EQ(first.substr(73, 6), "010100");
+    EXPECT_EQ(first.substr(97), date_to_str(text, shop.today, false));
+    const std::string line = *(row + 1);
+    EXPECT_EQ(line.substr(0, 16), std::string(16, ' '));
+    EXPECT_NE(line[16], ' ') << "the size without a code";
+    EXPECT_EQ(std::atoi((line + std::string(120, ' ')).substr(79, 8).c_str()), static_cast<int>(in_stock));
+    EXPECT_EQ(std::atoi((line + std::string(120, ' ')).substr(87, 8).c_str()), static_cast<int>(sold));
+    EXPECT_EQ((row + 2)->substr(21, 13), "5400000000027");
+}
+
+TEST_F(EanCodes, OfDoublesTheLatestStaysAndAtEqualDatesTheHighest) {
+    build();
+    const EanRecord own = shop.ean_codes[5];
+    const auto twin = [&](const char *code, int later) {
+        EanRecord record = own;
+        std::memcpy(record.code, code, sizeof record.code);
+        record.date = static_cast<std::uint16_t>(own.date + later);
+        shop.ean_codes.push_back(record);
+    };
+    twin("5400000000003", 30);
+    twin("5400000000072", 30);
+    twin("5400000000065", 30);
+    twin("5400000000058", 29);
+    write();
+    const CheckRun run = check("ean", "N");
+    EXPECT_EQ(run.flags, "ean") << run;
+    EXPECT_TRUE(run.questions.empty()) << run;
+    EXPECT_EQ(audit(audit_codes), "");
+    EXPECT_NE(Bytes("RVEAN.TXT").data.find("5400000000072"), std::string::npos);
+    EXPECT_TRUE(indexes_sound());
+}
+
+TEST_F(EanCodes, WithoutTheProgramTheOperatorIsToldAndTheCheckDoesNotPass) {
+    for (const char *bin : {"", "/nergens"}) {
+        build({"index-ean-swapped"});
+        if (*bin == '\0') {
+            unsetenv("BIN");
+        } else {
+            setenv("BIN", bin, 1);
+        }
+        const CheckRun run = check("ean", ".");
+        EXPECT_EQ(run.flags, "") << run;
+        EXPECT_EQ(run.questions.size(), 1U) << run;
+        EXPECT_NE(run.last_output.find("ixreorgk"), std::string::npos) << run;
+        EXPECT_EQ(date_on_file(at_ean_date), 0U);
+        EXPECT_FALSE(indexes_sound());
+    }
+}
+
+TEST_F(EanCodes, InstoreCodesComeFromTheGeneratorAndTakeNobodysPlace) {
+    build({}, 0);
+    // Of the first series no size has a code; the last number before the generator begins anew is in use, and
+    // so are many behind it.
+    const SeriesRecord &series = shop.series[0];
+    std::vector<unsigned> sizes;
+    std::erase_if(shop.ean_codes, [&](const EanRecord &code) {
+        const bool own = is_of(series, code);
+        if (own) {
+            sizes.push_back(code.size);
+        }
+        return own;
+    });
+    ASSERT_GE(sizes.size(), 3U);
+    shop.ean_generator.last_ean = 99999997;
+    EanRecord taken = shop.ean_codes.back();
+    ASSERT_EQ(taken.type, 'A');
+    std::memcpy(shop.ean_codes.back().code, "2013999999994", sizeof taken.code);
+    write();
+    unlink("KASMUT.TXT");
+    EXPECT_EQ(check("ean", "J").flags, "ean");
+    EXPECT_EQ(code_of(series, sizes[0]), "2013999999987");
+    for (const unsigned size : sizes) {
+        EXPECT_EQ(code_of(series, size).substr(0, 4), "2013");
+        EXPECT_NE(code_of(series, size), "2013999999994");
+    }
+    EXPECT_EQ(audit(audit_codes), "");
+    EXPECT_EQ(Bytes("RVEAN.TXT").text(Bytes("RVEAN.TXT").data.find("2013999999994") + 13, 1), "A");
+    EXPECT_FALSE(file_exists("KASMUT.TXT"));
+}
+
+struct TillCase {
+    unsigned mode;  ///< bit 4: the list of tills is kept
+    unsigned module_option;
+    unsigned branch_option;
+    unsigned registration;
+    const char *kinds;  ///< of the new lines in KASMUT.TXT
+    bool written;       ///< into the files of the branches with tills
+};
+
+TEST_F(EanCodes, TillsAreToldOfNewCodes) {
+    const TillCase cases[] = {
+        {4, 0, 1, 1, "E", true}, {4, 0, 0, 1, "E", true}, {4, 1, 0, 1, "Eg", true},
+        {4, 1, 1, 1, "g", true}, {4, 0, 0, 0, "", false}, {0, 1, 0, 1, "", false},
+    };
+    for (const TillCase &wanted : cases) {
+        SCOPED_TRACE(&wanted - cases);
+        build();
+        SeriesRecord &series = shop.series[2];
+        const auto code = std::find_if(shop.ean_codes.begin(), shop.ean_codes.end(),
+                                       [&](const EanRecord &other) { return is_of(series, other); });
+        const unsigned size = code->size;
+        shop.ean_codes.erase(code);
+        series.registration = static_cast<std::uint8_t>(wanted.registration);
+        shop.settings.mode = static_cast<std::uint8_t>((shop.settings.mode & ~4) | wanted.mode);
+        shop.country.ean_module_option = static_cast<std::uint8_t>(wanted.module_option);
+        shop.till_changes.clear();
+        for (BranchRecord &branch : shop.branches) {
+            branch.till_option = static_cast<std::uint8_t>(wanted.branch_option);
+        }
+        shop.branches[2].till_count = 0;
+        shop.actions.resize(9);
+        shop.actions[6] = {};
+        shop.actions[6].last_day = shop.today;
+        shop.actions[6].value = 15;
+        // A label in stock in the first branch has action 7; in the third, one that has ended.
+        int left = 2;
+        for (LabelBlock &block : shop.label_blocks) {
+            for (LabelEntry &entry : block.slots) {
+                LabelParts label = label_split(entry);
+                if (!(block.key == series.key) || label.status == label_empty || left == 0) {
+                    continue;
+                }
+                label.status = label_stock;
+                label.size = static_cast<int>(size);
+                label.branch = left == 2 ? 0 : 2;
+                label.extra = 0;
+                label.code_m = left == 2 ? 7 : 8;
+                label.amount_c = 4995;
+                entry = label_join(label);
+                left--;
+            }
+        }
+        ASSERT_EQ(left, 0);
+        write();
+        unlink("KASMUT.TXT");
+        EXPECT_EQ(check("ean", "J").flags, "ean");
+        const std::string made = code_of(series, size);
+        ASSERT_EQ(made.size(), 13U);
+        const std::string key =
+            str_format("%05u%03u%04u", static_cast<unsigned>(series.key.group),
+                       static_cast<unsigned>(series.key.colour), static_cast<unsigned>(series.key.number));
+        std::string lines;
+        for (const char kind : std::string(wanted.kinds)) {
+            lines += std::string("255255") + kind + (kind == 'E' ? made : key) + "\n";
+        }
+        EXPECT_EQ(Bytes("KASMUT.TXT").data, lines);
+        for (const int branch : {0, 1, 2}) {
+            const Bytes plu(str_format("PLU%02d.TXT", branch));
+            const std::size_t at = plu.data.find(made);
+            EXPECT_EQ(at != std::string::npos, wanted.written && branch != 1) << branch;
+            if (at == std::string::npos) {
+                continue;
+            }
+            const auto group = std::find_if(
+                shop.groups.begin(), shop.groups.end(),
+                [&](const ArticleGroupRecord &other) { return other.number == series.key.group; });
+            EXPECT_EQ(plu.u16(at + 14), group->turnover);
+            EXPECT_EQ(plu.u32(at + 16), series.group_price[0]);
+            EXPECT_EQ(plu.u8(at + 20), branch == 0 ? 7U : 0U);
+            EXPECT_EQ(plu.u16(at + 22), branch == 0 ? 15U : 0U);
+            EXPECT_EQ(plu.u32(at + 24), branch == 0 ? 4995U : 0U);
+        }
+    }
+}
+
+TEST_F(EanCodes, KilledAtAnyMomentTheNextRunMends) {
+    const char *count = std::getenv("RVCHK_KILLS");
+    const int kills = count == nullptr ? 6 : std::atoi(count);
+    build({"ean-double", "ean-missing", "ean-series-unknown", "index-ean-swapped"});
+    for (int round = 0; round < kills; round++) {
+        write();
+        run_check("kill-after=" + std::to_string(5000 + round * 150000 / kills) + " ean", "J");
+        for (const char *pair : {"RVEAN", "PLU00", "PLU01", "PLU02"}) {
+            ASSERT_TRUE(IXCHECK(pair) >= 0 || IXBLDIX(pair)) << pair;
+        }
+        ixclear("RVEAN");
+        EXPECT_EQ(check("ean", "J").flags, "ean");
+        EXPECT_EQ(audit(audit_codes), "");
+    }
+}
+
+TEST(EanCode, ValidIsWhatTheSumAndTheLengthSay) {
+    struct {
+        const char *code;
+        bool valid;
+        bool with_long_labels;
+    } const codes[] = {
+        {"8712345678906", true, true},    {"8712345678905", false, false}, {"036000291452", true, true},
+        {"96385074", true, true},         {"06385071", false, false},      {"16385078", true, false},
+        {"26385075", true, false},        {"2013000012340", false, false}, {"2013000012346", true, true},
+        {"871234567890", false, false},   {"87123456789a6", false, false}, {"", false, false},
+        {"00000000000000", false, false},
+    };
+    for (const auto &wanted : codes) {
+        for (const std::uint8_t digits : {7, 8}) {
+            sys_country.label_digits = digits;
+            EXPECT_EQ(ean_valid(wanted.code), digits == 8 ? wanted.with_long_labels : wanted.valid)
+                << wanted.code;
+        }
+    }
+    EXPECT_EQ(ean_instore(1234).substr(0, 12), "201300001234");
+    EXPECT_TRUE(ean_valid(ean_instore(1234)));
+}
+
+}  // namespace
