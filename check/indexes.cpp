@@ -11,7 +11,7 @@ constexpr off_t smallest_index = 1535;
 
 /// Temporary pairs are passed over: what a killed run left behind must not keep the next one from starting.
 bool is_temporary(const std::string &name) {
-    return name.starts_with("TP") || name.starts_with("PR");
+    return name.starts_with("TP") || name.starts_with("PR") || name.starts_with("TMPEAN.");
 }
 
 }  // namespace
