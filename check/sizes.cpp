@@ -29,6 +29,7 @@ struct size_phase {
     std::int64_t (*walk)();
     const char *(*alarm)();  ///< what the operator is told of findings; null: they are mended
     void (*tidy)();          ///< work behind the report; null for none
+    bool has_bar;            ///< long enough to be broken off
 };
 const size_phase *phase = nullptr;
 day_number last_date = 0;
@@ -277,7 +278,7 @@ bool run_phase(const size_phase &which) {
         return false;
     }
     const std::int64_t findings = which.walk();
-    const bool broken_off = ing_interrupted();
+    const bool broken_off = which.has_bar && ing_interrupted();
     if (findings == 0 && !broken_off && !chk_full_run) {
         print_nothing_found();
     }
@@ -301,13 +302,13 @@ bool run_phase(const size_phase &which) {
 constexpr size_phase phases[] = {
     {3, [] { return detail_text(12, 30, "FASE-1: controleren maatsoorten"); },
      [] { return detail_text(12, 31, "CONTROLEREN MAATSOORTEN"); }, print_kind_columns, check_kinds,
-     [] { return detail_text(12, 32, "Foutieve maatsoorten!"); }, delete_stale_names},
+     [] { return detail_text(12, 32, "Foutieve maatsoorten!"); }, delete_stale_names, false},
     {5, [] { return detail_text(12, 33, "FASE-2: controleren etiketmaten"); },
      [] { return detail_text(12, 34, "CONTROLEREN ETIKETMATEN"); }, print_label_columns, check_labels,
-     [] { return detail_text(12, 35, "Foutieve/ontbrekende etiketmaten!"); }, nullptr},
+     [] { return detail_text(12, 35, "Foutieve/ontbrekende etiketmaten!"); }, nullptr, true},
     {7, [] { return detail_text(12, 36, "FASE-3: controleren maten per serie"); },
      [] { return detail_text(12, 37, "CONTROLEREN MATEN PER SERIE"); }, sizes_series_columns,
-     sizes_check_series, nullptr, nullptr},
+     sizes_check_series, nullptr, nullptr, true},
 };
 
 void open_files() {
