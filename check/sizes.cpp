@@ -220,7 +220,7 @@ std::int64_t check_labels() {
     missing_in_run.clear();
     sizes_bar_open();
     SeriesRecord series;
-    while (IXSEQ(file, &series)) {
+    for (bool more = chk_scan_first(file, &series); more; more = IXSEQ(file, &series)) {
         if (ing_interrupted() || !check_label_sizes(series)) {
             file->recno = file->nrecs;  // a scan has to come to its end
         }
