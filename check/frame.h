@@ -77,6 +77,9 @@ void chk_write_date(chk_date field);
 
 // ---- Files and blocks
 
+/// The first record of a scan by `IXSEQ` from the front. A scan of the file that another walk has left
+/// unfinished would go on where that stopped, and what lies before would be passed over: it is ended first.
+bool chk_scan_first(ICB *file, void *record);
 /// Size in bytes of NAME.TXT, -1 when there is none.
 off_t chk_txt_size(const char *name);
 /// Price blocks, as `raw_access`.

@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "check/frame.h"
+#include "screen/screen.h"
 
 namespace {
 
@@ -19,6 +20,11 @@ std::uint8_t mask_of(std::int64_t bit) {
 }
 
 }  // namespace
+
+bool chk_scan_first(ICB *file, void *record) {
+    file->recno = file->nrecs;
+    return IXSEQ(file, record) || (!ing_interrupted() && IXSEQ(file, record));
+}
 
 off_t chk_txt_size(const char *name) {
     return file_size((std::string(name) + ".TXT").c_str());

@@ -80,74 +80,61 @@ TEST_F(Reference, EveryKeyAndAction) {
     }
     constexpr mt_action F = mt_action::first, N = mt_action::next, P = mt_action::previous,
                         R = mt_action::read;
+    constexpr mt_key index = mt_key::index, sequence = mt_key::sequence, position = mt_key::position;
     struct {
         int system, kind;
         mt_key key;
-        int number;
-        const char *code;
         mt_action action;
-        const char *found;
-    } const cases[] = {
-        {own, 1, mt_key::index, 0, "", F, "1/4/3 44"},
-        {own, 1, mt_key::index, 2, "", F, "3/2/2 38"},
-        {own, 1, mt_key::index, 3, "", F, "3/2/2 38"},
-        {own, 1, mt_key::index, 91, "", F, "-"},
-        {own, 1, mt_key::index, 5, "", N, "90/3/0 40"},
-        {own, 1, mt_key::index, 90, "", N, "-"},
-        {own, 1, mt_key::index, 255, "", N, "-"},
-        {own, 1, mt_key::index, 3, "", P, "1/4/3 44"},
-        {own, 1, mt_key::index, 0, "", P, "-"},
-        {own, 1, mt_key::index, 4, "", R, "-"},
-        {own, 1, mt_key::index, 96, "", R, "-"},
-        {own, 1, mt_key::index, 0, "", R, "-"},
-        {own, 1, mt_key::sequence, 0, "", F, "5/1/1 36"},
-        {own, 1, mt_key::sequence, 2, "", F, "3/2/2 38"},
-        {own, 1, mt_key::sequence, 3, "", N, "1/4/3 44"},
-        {own, 1, mt_key::sequence, 4, "", N, "-"},
-        {own, 1, mt_key::sequence, 200, "", P, "1/4/3 44"},
-        {own, 1, mt_key::sequence, 1, "", P, "-"},
-        {own, 1, mt_key::sequence, 0, "", P, "-"},
-        {own, 1, mt_key::sequence, 5, "", R, "-"},
-        {own, 1, mt_key::code, 0, "38", R, "3/2/2 38"},
-        {own, 1, mt_key::code, 0, "39", R, "-"},
-        {own, 1, mt_key::code, 0, "38", F, "3/2/2 38"},
-        {own, 1, mt_key::code, 0, "39", F, "90/3/0 40"},
-        {own, 1, mt_key::code, 0, "38", N, "90/3/0 40"},
-        {own, 1, mt_key::code, 0, "44", N, "-"},
-        {own, 1, mt_key::code, 0, "40", P, "3/2/2 38"},
-        {own, 1, mt_key::code, 0, "36", P, "-"},
-        {own, 1, mt_key::position, 0, "", F, "5/1/1 36"},
-        {own, 1, mt_key::position, 2, "", N, "1/4/3 44"},
-        {own, 1, mt_key::position, 3, "", N, "-"},
-        {own, 1, mt_key::position, 96, "", P, "1/4/3 44"},
-        {own, 1, mt_key::position, 2, "", P, "5/1/1 36"},
-        {own, 1, mt_key::position, 1, "", P, "-"},
-        {own, 1, mt_key::position, 2, "", R, "3/2/2 38"},
-        {own, 1, mt_key::position, 4, "", R, "-"},
-        {own, 1, mt_key::position, 255, "", N, "-"},
+        std::vector<int> from;  ///< of these, what is found in the same order
+        std::vector<std::string> found;
+    } const numbers[] = {
+        {own, 1, index, F, {0, 2, 3, 91}, {"1/4/3 44", "3/2/2 38", "3/2/2 38", "-"}},
+        {own, 1, index, N, {5, 90, 255}, {"90/3/0 40", "-", "-"}},
+        {own, 1, index, P, {3, 1, 0}, {"1/4/3 44", "-", "-"}},
+        {own, 1, index, R, {5, 4, 96, 0}, {"5/1/1 36", "-", "-", "-"}},
+        {own, 1, sequence, F, {0, 2, 5}, {"5/1/1 36", "3/2/2 38", "-"}},
+        {own, 1, sequence, N, {3, 4}, {"1/4/3 44", "-"}},
+        {own, 1, sequence, P, {200, 4, 1, 0}, {"1/4/3 44", "90/3/0 40", "-", "-"}},
+        {own, 1, sequence, R, {4, 5}, {"1/4/3 44", "-"}},
+        {own, 1, position, F, {0, 3, 4}, {"5/1/1 36", "1/4/3 44", "-"}},
+        {own, 1, position, N, {2, 3, 255}, {"1/4/3 44", "-", "-"}},
+        {own, 1, position, P, {96, 2, 1}, {"1/4/3 44", "5/1/1 36", "-"}},
+        {own, 1, position, R, {2, 4}, {"3/2/2 38", "-"}},
         // Damaged.
-        {own, 2, mt_key::index, 2, "", F, "4/3/0 d"},
-        {own, 2, mt_key::index, 3, "", R, "-"},
-        {own, 2, mt_key::sequence, 1, "", N, "5/3/2 e"},
-        {own, 2, mt_key::sequence, 3, "", P, "1/1/1 a"},
-        {own, 2, mt_key::code, 0, "a", N, "-"},
-        {own, 2, mt_key::position, 96, "", P, "5/3/2 e"},
+        {own, 2, index, F, {2}, {"4/3/0 d"}},
+        {own, 2, index, R, {3}, {"-"}},
+        {own, 2, sequence, N, {1}, {"5/3/2 e"}},
+        {own, 2, sequence, P, {3}, {"1/1/1 a"}},
+        {own, 2, position, P, {96}, {"5/3/2 e"}},
         // Another size system.
-        {other, 1, mt_key::index, 1, "", F, "10/2/0 M"},
-        {other, 1, mt_key::sequence, 2, "", N, "30/4/0 XL"},
-        {other, 1, mt_key::sequence, 4, "", N, "-"},
-        {other, 1, mt_key::code, 0, "N", F, "20/1/0 S"},
+        {other, 1, index, F, {1}, {"10/2/0 M"}},
+        {other, 1, sequence, N, {2, 4}, {"30/4/0 XL", "-"}},
         // Not on file, and such as no file can have.
-        {own, 3, mt_key::index, 0, "", F, "-"},
-        {own, 3, mt_key::sequence, 96, "", P, "-"},
-        {own, 0, mt_key::code, 0, "", F, "-"},
-        {0, 1, mt_key::position, 0, "", F, "-"},
+        {own, 3, sequence, P, {96}, {"-"}},
+        {own, 0, index, F, {0}, {"-"}},
+        {0, 1, position, F, {0}, {"-"}},
     };
-    for (const auto &c : cases) {
+    for (const auto &c : numbers) {
         size_view(session_sizes, c.system, c.kind, &three);
-        EXPECT_EQ(look(c.action, c.key, c.number, c.code), c.found)
-            << "kind " << c.system << "." << c.kind << " key " << static_cast<int>(c.key) << " "
-            << static_cast<char>(c.action) << " " << c.number << c.code;
+        for (std::size_t i = 0; i < c.from.size(); i++) {
+            EXPECT_EQ(look(c.action, c.key, c.from[i]), c.found[i])
+                << "kind " << c.system << "." << c.kind << " key " << static_cast<int>(c.key) << " "
+                << static_cast<char>(c.action) << " " << c.from[i];
+        }
+    }
+    struct {
+        int system, kind;
+        mt_action action;
+        const char *code, *found;
+    } const codes[] = {
+        {own, 1, R, "38", "3/2/2 38"},  {own, 1, R, "39", "-"},         {own, 1, F, "38", "3/2/2 38"},
+        {own, 1, F, "39", "90/3/0 40"}, {own, 1, N, "38", "90/3/0 40"}, {own, 1, N, "44", "-"},
+        {own, 1, P, "40", "3/2/2 38"},  {own, 1, P, "36", "-"},         {own, 2, N, "a", "-"},
+        {other, 1, F, "N", "20/1/0 S"},
+    };
+    for (const auto &c : codes) {
+        size_view(session_sizes, c.system, c.kind, &three);
+        EXPECT_EQ(look(c.action, mt_key::code, 0, c.code), c.found) << static_cast<char>(c.action) << c.code;
     }
 }
 

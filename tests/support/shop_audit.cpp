@@ -204,15 +204,14 @@ void Audit::check_sizes() {
             }
         }
         unsigned last = 0;
-        for (unsigned index = 0; index < sizes_end; index++) {
+        for (unsigned index = 1; index < sizes_end; index++) {
             if (series_size(at, index) && !numbers.contains(index)) {
                 find("series at %zu: size %u", at, index);
             } else if (series_size(at, index) && (last == 0 || numbers.at(index) > numbers.at(last))) {
                 last = index;
             }
             for (const std::size_t set : sets_of[key]) {
-                if (index > 0 && sets.data.bit(set + 17, index) && numbers.contains(index) &&
-                    !series_size(at, index)) {
+                if (sets.data.bit(set + 17, index) && numbers.contains(index) && !series_size(at, index)) {
                     find("series at %zu: price for size %u", at, index);
                 }
             }
