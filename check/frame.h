@@ -80,6 +80,9 @@ void chk_write_date(chk_date field);
 /// The first record of a scan by `IXSEQ` from the front. A scan of the file that another walk has left
 /// unfinished would go on where that stopped, and what lies before would be passed over: it is ended first.
 bool chk_scan_first(ICB *file, void *record);
+/// Opens an indexed file whose records are read into `room` bytes. A file with longer ones is as fatal as one
+/// that can't be opened.
+ICB *chk_open(const char *name, int mode, std::size_t room);
 /// Size in bytes of NAME.TXT, -1 when there is none.
 off_t chk_txt_size(const char *name);
 /// Price blocks, as `raw_access`.
@@ -98,7 +101,8 @@ void chk_bits_close();
 
 /// When the report of a check is opened.
 enum class chk_report_time {
-    before_walk,  ///< lines are printed during the walk
+    first,        ///< before anything else, the status line too; lines are printed during the walk
+    before_walk,  ///< the same, once the check has opened its files
     after_walk,   ///< there is always a job, which is dropped when nothing is printed
     as_needed,    ///< after the walk, and only when there is something to print
     by_check,     ///< the check opens and closes its reports itself

@@ -1,4 +1,4 @@
-// Block files and the bit map of seen blocks.
+// Indexed files, block files and the bit map of seen blocks.
 #include <cstdlib>
 
 #include "check/frame.h"
@@ -24,6 +24,14 @@ std::uint8_t mask_of(std::int64_t bit) {
 bool chk_scan_first(ICB *file, void *record) {
     file->recno = file->nrecs;
     return IXSEQ(file, record) || (!ing_interrupted() && IXSEQ(file, record));
+}
+
+ICB *chk_open(const char *name, int mode, std::size_t room) {
+    ICB *icb = IXOPEN(name, mode);
+    if (static_cast<std::size_t>(icb->reclen) > room) {
+        scr_fatal("%-11.11s: %-19.19s --> %s", icb->fname, icb->fdesc, term_text(1, 234, "Niet consistent"));
+    }
+    return icb;
 }
 
 off_t chk_txt_size(const char *name) {
