@@ -112,9 +112,10 @@ struct chk_refusal {
 struct chk_course {
     const char *(*status)();  ///< title for the status line
     const char *(*title)();   ///< title of the report
-    bool *flag;               ///< session flag, set when the check has passed
+    bool *flag;               ///< session flag, set when the check has passed; null for none
     chk_date date = nullptr;  ///< its field in row 19
     bool shows_date = true;   ///< the report tells that date
+    bool writes_date = true;  ///< a clean run writes it
     bool withdraws = false;   ///< errors take back an earlier pass
     bool runs_again = true;   ///< after a repair, from the start
     chk_report_time report_time = chk_report_time::after_walk;
