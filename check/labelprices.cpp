@@ -172,7 +172,8 @@ bool walk() {
     chk_phase("series verwerkt", static_cast<std::uint32_t>(std::max<off_t>(total, 0)));
     std::uint32_t done = 0;
     SeriesRecord series{};
-    while (IXSEQ(chk_files.rvser, &series)) {
+    ICB *const file = chk_files.rvser;
+    for (bool more = chk_scan_first(file, &series); more; more = IXSEQ(file, &series)) {
         walk_labels(series);
         chk_progress(++done, static_cast<std::uint32_t>(total), chk_bar::step);
     }

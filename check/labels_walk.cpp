@@ -71,13 +71,6 @@ void list_lost(std::int32_t block, const LabelBlock &content) {
     label_errors.add(error);
 }
 
-/// The first series of a scan from the front. A scan of the file that another walk has left unfinished would
-/// go on where that stopped, and the series before that place would lose their blocks: it is ended first.
-bool first_series(ICB *file, SeriesRecord &series) {
-    file->recno = file->nrecs;
-    return IXSEQ(file, &series) || (!ing_interrupted() && IXSEQ(file, &series));
-}
-
 std::uint32_t last_block() {
     return static_cast<std::uint32_t>(std::max(label_work.end, 1) - 1);
 }
@@ -94,7 +87,7 @@ bool labels_walk_series() {
     chk_phase(detail_text(3, 660, "FASE-1: controleren series"), last);
     SeriesRecord series;
     // The scan itself looks for the operator's wish to break off, and must be run to its end.
-    for (bool more = first_series(file, series); more; more = IXSEQ(file, &series)) {
+    for (bool more = chk_scan_first(file, &series); more; more = IXSEQ(file, &series)) {
         if (!chk_key_valid(series.key)) {
             list_invalid(series.key);
         }

@@ -175,7 +175,8 @@ void report_lost(std::int32_t number, const PriceBlock &block) {
 bool prices_walk_series() {
     ink_open(ink_mode::read);
     SeriesRecord series{};
-    while (IXSEQ(chk_files.rvser, &series)) {
+    ICB *const file = chk_files.rvser;
+    for (bool more = chk_scan_first(file, &series); more; more = IXSEQ(file, &series)) {
         if (series.supplier != 0) {
             continue;
         }
