@@ -35,7 +35,7 @@ bool run_sequence(std::span<const check_step> steps) {
 }
 
 constexpr check_step label_step{"etiketten", chk_labels, &ok_labels};
-constexpr check_step price_step{"prijzen", nullptr, &ok_prices};
+constexpr check_step price_step{"prijzen", chk_prices, &ok_prices};
 constexpr check_step size_step{"maten", chk_sizes, &ok_sizes};
 
 bool transit_in_use() {

@@ -67,10 +67,10 @@ void finish_clean(const chk_course &course, const outcome &run) {
     if (run.report && !chk_full_run) {
         print_success(course);
     }
-    if (!run.refused || course.refusal.keeps_flag) {
+    if (course.flag != nullptr && (!run.refused || course.refusal.keeps_flag)) {
         *course.flag = true;
     }
-    if (course.date != nullptr && (!run.refused || course.refusal.keeps_date)) {
+    if (course.date != nullptr && course.writes_date && (!run.refused || course.refusal.keeps_date)) {
         chk_write_date(course.date);
     }
 }

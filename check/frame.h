@@ -85,6 +85,9 @@ bool chk_scan_first(ICB *file, void *record);
 ICB *chk_open(const char *name, int mode, std::size_t room);
 /// Size in bytes of NAME.TXT, -1 when there is none.
 off_t chk_txt_size(const char *name);
+/// The first record of a scan with IXSEQ, from the front: where another walk has left a scan unfinished it
+/// would go on where that stopped. The walk goes on with IXSEQ, to its end.
+bool chk_scan_first(ICB *file, void *record);
 /// Price blocks, as `raw_access`.
 int chk_ipg_raw(raw_action action, std::int32_t block, PriceBlock &buffer);
 /// The same for open and close.
@@ -119,9 +122,10 @@ struct chk_refusal {
 struct chk_course {
     const char *(*status)();  ///< title for the status line
     const char *(*title)();   ///< title of the report
-    bool *flag;               ///< session flag, set when the check has passed
+    bool *flag;               ///< session flag, set when the check has passed; null for none
     chk_date date = nullptr;  ///< its field in row 19
     bool shows_date = true;   ///< the report tells that date
+    bool writes_date = true;  ///< a clean run writes it
     bool withdraws = false;   ///< errors take back an earlier pass
     bool runs_again = true;   ///< after a repair, from the start
     chk_report_time report_time = chk_report_time::after_walk;

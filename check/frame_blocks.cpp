@@ -38,6 +38,11 @@ off_t chk_txt_size(const char *name) {
     return file_size((std::string(name) + ".TXT").c_str());
 }
 
+bool chk_scan_first(ICB *file, void *record) {
+    file->recno = file->nrecs;  // behind its last record a scan under way ends
+    return IXSEQ(file, record) || (!ing_interrupted() && IXSEQ(file, record));
+}
+
 int chk_ipg_raw(raw_action action, std::int32_t block, PriceBlock &buffer) {
     return raw_access(price_blocks, action, block, &buffer);
 }

@@ -67,6 +67,14 @@ void warn(trouble reason) {
     win_close();
 }
 
+/// At row 10, column 10, whatever window is on the screen; a progress bar would hide it.
+void warn_sizes() {
+    win_open1(10, 10, 2, 60);
+    scr_text(A_BOLD, 1, 1, "%s", "Prijsgroepenbestand: maatbitmaps kloppen niet");
+    ing_enter(2, 1);
+    win_close();
+}
+
 trouble try_read(std::int32_t block, PriceBlock &buffer) {
     if (ink.fd < 0) {
         err_internal(module_name, block_file_closed);
@@ -320,8 +328,7 @@ void ink_set_load(const PriceSetRecord &set) {
         }
     }
     if (!(found == set.sizes)) {
-        scr_text(A_BOLD, 10, 10, "%s", "Prijsgroepenbestand: maatbitmaps kloppen niet");
-        ing_enter(11, 10);
+        warn_sizes();
     }
 }
 

@@ -1,0 +1,117 @@
+// The repair of the price check.
+//
+// A chain is cut before the block at fault, and its set then says what is left of it; a set of which nothing
+// is left goes. What was cut off belongs to the blocks that no walk has seen, and those go to the free chain
+// at the end.
+#include "check/frame.h"
+#include "check/prices.h"
+#include "screen/screen.h"
+
+namespace {
+
+/// The set that an error tells of; false when it is gone.
+bool read_set(const PriceError &error, PriceSetRecord &set) {
+    set = {};
+    set.key = error.key;
+    set.supplier = error.supplier;
+    set.end_date = error.end_date;
+    return IXREAD(price_work.sets, &set);
+}
+
+void delete_set(const PriceError &error) {
+    PriceSetRecord set;
+    if (read_set(error, set)) {
+        IXDELETE(price_work.sets, &set);
+    }
+}
+
+/// Makes the sizes of a set those of its chain; without a block it is deleted.
+void recompute_set(const PriceError &error) {
+    PriceSetRecord set;
+    if (!read_set(error, set)) {
+        return;
+    }
+    set.sizes = {};
+    bool any = false;
+    PriceBlock block{};
+    std::int32_t number = set.chain;
+    std::int32_t left = price_work.chain.end_mark;
+    while (left-- > 0 && chk_ipg_raw(raw_action::read, number, block) != 0 && ink_owns(set, block)) {
+        any = true;
+        set.sizes.add(block.sizes);
+        number = block.next;
+    }
+    if (any) {
+        IXREWRITE(price_work.sets, &set);
+    } else {
+        IXDELETE(price_work.sets, &set);
+    }
+}
+
+void cut_behind(std::int32_t number) {
+    PriceBlock block{};
+    if (chk_ipg_raw(raw_action::read, number, block) != 0) {
+        block.next = price_no_block;
+        chk_ipg_raw(raw_action::write, number, block);
+    }
+}
+
+void mend(const PriceError &error) {
+    switch (error.code) {
+        case price_outside:
+        case price_other_set:
+        case price_in_free_chain:
+        case price_seen_before:
+            if (error.previous == price_no_block) {
+                delete_set(error);
+            } else {
+                cut_behind(error.previous);
+                recompute_set(error);
+            }
+            break;
+        case price_wrong_sizes:
+            recompute_set(error);
+            break;
+        case price_set_no_series:
+            delete_set(error);
+            break;
+        default:  // lost blocks go with the others; which supplier to prefer is for the shop to decide
+            break;
+    }
+}
+
+}  // namespace
+
+void prices_mend() {
+    const auto total = static_cast<std::uint32_t>(price_errors.icb()->nrecs);
+    std::uint32_t done = 0;
+    chk_phase("herstellen fouten", total);
+    price_errors.for_each([&](const PriceError &error) {
+        mend(error);
+        chk_progress(++done, total, chk_bar::step);
+    });
+    chk_progress(0, 0, chk_bar::close);
+}
+
+// Row 9 is written when all blocks are linked: until then the chain that it leads to is whole, and those
+// linked already are on none.
+void prices_free_lost() {
+    const leave_guard undisturbed;
+    SysRow4Chain &chain = price_work.chain;
+    // Blocks that another user has put behind the end meanwhile are none of the lost.
+    const std::int32_t end = chain.end_mark;
+    const auto total = static_cast<std::uint32_t>(end);
+    iotab_row(tab_action::lock_read, row_price_chain, chain);
+    chk_phase("herstellen vrijketting", total);
+    for (std::int32_t number = 0; number < end; number++) {
+        if (!chk_bit_test(number)) {
+            PriceBlock block{};
+            block.next = chain.free_head;
+            chk_ipg_raw(raw_action::write, number, block);
+            chain.free_head = number;
+        }
+        chk_progress(static_cast<std::uint32_t>(number), total, chk_bar::step);
+    }
+    iotab_row(tab_action::write, row_price_chain, chain);
+    chk_progress(0, 0, chk_bar::close);
+}

@@ -1,0 +1,453 @@
+// The price check: what it finds and mends, the prices it gives to labels, and its end without warning.
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+#include <set>
+
+#include "check/pricerate.h"
+#include "isam/dates.h"
+#include "support/check_case.h"
+
+namespace {
+
+constexpr unsigned at_price_date = 4;
+constexpr std::size_t block_bytes = 40;
+constexpr std::size_t at_text = 56;  ///< of the findings, in a report line
+
+class Prices : public CheckCase {
+protected:
+    /// The codes of the findings, in the order of the report.
+    static std::string found(const CheckRun &run) {
+        static const std::map<std::string, std::string> codes = {
+            {"prijsblok buiten bestand", "1"},
+            {"prijsblok van andere prijsset", "2"},
+            {"prijsblok van vrijketting", "3"},
+            {"prijsblok reeds aanwezig", "4"},
+            {"prijsblok niet in ketting, prijsset NIET aanwezig", "5"},
+            {"prijsblok niet in ketting, prijsset aanwezig", "6"},
+            {"prijsblok niet in ketting, serie NIET aanwezig", "7"},
+            {"ontbrekende/foutieve maatprijzen", "11"},
+            {"serie NIET aanwezig", "12"},
+            {"Geen voorkeursleverancier bij prijssets", "13"},
+        };
+        std::string all;
+        for (const std::string &line : run.report) {
+            const auto code = codes.find(line.substr(std::min(at_text, line.size())));
+            if (code != codes.end()) {
+                all += (all.empty() ? "" : " ") + code->second;
+            }
+        }
+        return all;
+    }
+    PriceBlock &block(std::int32_t number) {
+        return shop.price_blocks[static_cast<std::size_t>(number)];
+    }
+    bool dated() const {
+        return date_on_file(at_price_date) == date_today();
+    }
+};
+
+// ---- Findings
+
+TEST_F(Prices, FindMendAndFindNothing) {
+    struct fault_case {
+        const char *fault;
+        const char *found;
+        bool dated;          ///< no label is left without a price by the repair
+        const char *second;  ///< what the second run finds
+    };
+    const fault_case cases[] = {
+        {"price-chain-outside", "1", true, ""},    {"price-no-block", "6 1", false, ""},
+        {"price-chain-other", "2", true, ""},      {"price-chain-free", "3", true, ""},
+        {"price-chain-loop", "4", true, ""},       {"price-chain-cut", "6 11", false, ""},
+        {"price-block-lost", "5", true, ""},       {"price-block-no-series", "7", true, ""},
+        {"price-block-empty", "", true, ""},       {"price-set-sizes", "11", true, ""},
+        {"price-set-no-series", "7 12", true, ""}, {"price-set-no-end", "5", false, ""},
+        {"price-no-supplier", "13", true, "13"},   {"price-free-loop", "", true, ""},
+        {"price-free-used", "", true, ""},         {"price-free-head", "", true, ""},
+        {"price-file-tail", "", true, ""},         {"price-set-late", "", false, ""},
+        {"price-label-none", "", true, ""},
+    };
+    for (const fault_case &each : cases) {
+        SCOPED_TRACE(each.fault);
+        make({.series = 30}, {each.fault});
+        const CheckRun first = check("prices", "J");
+        EXPECT_EQ(found(first), each.found) << first;
+        EXPECT_EQ(first.flags, "prices");
+        EXPECT_EQ(first.asked("Automatisch herstellen"), *each.found != '\0');
+        EXPECT_EQ(dated(), each.dated) << first;
+        EXPECT_EQ(first.reports("ontbrekende etiketprijzen"), !each.dated);
+        const CheckRun second = check("prices", "J");
+        EXPECT_EQ(found(second), each.second) << second;
+        EXPECT_EQ(second.count("Geen fouten gevonden!"), *each.second == '\0' ? 2 : 1);
+        EXPECT_TRUE(dated());
+        const std::string left = audit(audit_prices);
+        EXPECT_EQ(left.find("no supplier") != std::string::npos, *each.second != '\0') << left;
+        EXPECT_EQ(std::count(left.begin(), left.end(), '\n'), *each.second == '\0' ? 0 : 1) << left;
+    }
+}
+
+TEST_F(Prices, LinesOfTheReport) {
+    make({.series = 30});
+    PriceSetRecord &set = shop.price_sets.front();
+    set.key.group = 99999;
+    set.key.colour = 999;
+    set.key.number = 9999;
+    set.supplier = 65535;
+    set.end_date = date_from_str("31122013");
+    const std::int32_t chain = set.chain;
+    std::size_t other = 1;
+    while (shop.price_sets[other].chain < 0 || shop.price_sets[other].end_date != price_open_ended) {
+        other++;
+    }
+    block(shop.price_sets[other].chain).next = 1234567;
+    write();
+    const CheckRun run = check("prices full", "N");
+    EXPECT_EQ(run.flags, "");
+    EXPECT_TRUE(run.reports("serienummer             lvnr dat.tm prijsblok       P/N foutmelding")) << run;
+    EXPECT_TRUE(run.reports("99999.999.9999         65535 311213                     serie NIET aanwezig"))
+        << run;
+    char line[80];
+    std::snprintf(line, sizeof line, "          1234567 %8dP prijsblok buiten bestand",
+                  static_cast<int>(shop.price_sets[other].chain));
+    EXPECT_TRUE(run.reports(line)) << run;
+    EXPECT_FALSE(run.reports("ETIKETPRIJZEN"));  // the labels wait for a check that has passed
+    // No is no: the chains are as they were.
+    EXPECT_EQ(Bytes("RVIPG.TXT").u32(static_cast<std::size_t>(chain) * block_bytes),
+              block(chain).key.group.value());
+}
+
+// A refused report changes no flag, and no date; the question is still asked.
+TEST_F(Prices, WithoutAReport) {
+    make({.series = 10});
+    EXPECT_EQ(check("refuse prices").flags, "");
+    EXPECT_EQ(date_on_file(at_price_date), 0U);
+    make({.series = 10}, {"price-set-sizes"});
+    const CheckRun run = check("refuse prices", "J");
+    EXPECT_EQ(run.flags, "prices");
+    EXPECT_TRUE(run.asked("Automatisch herstellen"));
+    EXPECT_TRUE(run.report.empty());
+    EXPECT_EQ(date_on_file(at_price_date), 0U);
+    EXPECT_EQ(audit(audit_prices), "");
+}
+
+TEST_F(Prices, BrokenOff) {
+    make({.series = 30}, {"price-set-sizes"});
+    const CheckRun sets = check("break=FASE-1 prices", "J");
+    EXPECT_EQ(sets.flags, "");
+    EXPECT_TRUE(sets.report.empty()) << sets;
+    EXPECT_FALSE(sets.asked("Automatisch herstellen"));
+    // The prices have passed then, but the labels were not all seen.
+    const CheckRun labels = check("break=series prices", "J");
+    EXPECT_EQ(labels.flags, "prices");
+    EXPECT_FALSE(labels.reports("ETIKETPRIJZEN")) << labels;
+    EXPECT_EQ(date_on_file(at_price_date), 0U);
+}
+
+// A series takes the supplier of its prices, and none when there are several, or no prices.
+TEST_F(Prices, TheOnlySupplierIsPreferred) {
+    make({.series = 40});
+    std::map<std::string, std::set<unsigned>> suppliers;
+    for (const PriceSetRecord &set : shop.price_sets) {
+        suppliers[std::string(reinterpret_cast<const char *>(&set.key), 8)].insert(set.supplier);
+    }
+    for (SeriesRecord &series : shop.series) {
+        series.supplier = 0;
+    }
+    write();
+    const CheckRun run = check("prices", "J");
+    const Bytes file("RVSER.TXT");
+    std::map<bool, int> series;  // with one supplier, or with several
+    for (std::size_t at = 0; at + 200 <= file.size(); at += 200) {
+        if (const auto own = suppliers.find(file.data.substr(at, 8)); own != suppliers.end()) {
+            const bool one = own->second.size() == 1;
+            EXPECT_EQ(file.u16(at + 132), one ? *own->second.begin() : 0U);
+            series[one]++;
+        }
+    }
+    EXPECT_GT(series[true], 0);
+    EXPECT_GT(series[false], 0);
+    EXPECT_EQ(run.count("Geen voorkeursleverancier"), series[false]);
+}
+
+// ---- Prices for labels
+
+TEST(PriceRate, ShortestDecimalThatGivesThePrice) {
+    struct rate_case {
+        std::int32_t label, purchase;
+        std::uint32_t factor;
+        bool whole, labels_whole;
+        double rate;
+    };
+    const rate_case cases[] = {
+        {6000, 5000, 10000, false, false, 1.2},         // 1.1999 to 1.2001
+        {1500, 2000, 10000, true, false, 0.0075},       // 0.0074975 to 0.0075025
+        {403, 1000, 10000, false, true, 40.3},          // 40.2995 to 40.3005
+        {500, 1000, 10000, true, true, 0.5},            // 0.499995 to 0.500005
+        {5, 1, 10000, false, false, 5},                 // 4.5 to 5.5
+        {120, 3, 10000, false, false, 40},              // 39.83 to 40.17
+        {1, 1, 2000, false, false, 5},                  // 2.5 to 7.5
+        {12345, 9876, 12500, false, false, 1},          // 0.99996 to 1.00004
+        {20000000, 1000, 10000, false, false, 20000},   // 19999.9995 to 20000.0005: more than four digits
+        {1234567, 100, 10000, false, false, 12345.67},  // 12345.665 to 12345.675
+        {1, 2000000000, 10000, true, false, 0},         // too small for ten decimals
+        {7, 7, 0, false, false, 1},                     // no factor: 0.93 to 1.07
+        {0, 0, 10000, false, false, 1},                 // as 1 and 1: 0.5 to 1.5
+    };
+    for (const rate_case &each : cases) {
+        const price_units units{each.whole, false, each.labels_whole};
+        EXPECT_EQ(rate_between(each.label, each.purchase, each.factor, units), each.rate)
+            << each.label << " for " << each.purchase;
+    }
+}
+
+TEST(PriceRate, PurchasePriceOfALabel) {
+    struct price_case {
+        std::int32_t label;
+        std::uint32_t factor;
+        double rate;
+        bool whole, home_whole;
+        std::int32_t price;
+    };
+    const price_case cases[] = {
+        {12345, 10000, 1, false, false, 12345},
+        {10000, 12500, 1, false, false, 8000},
+        {1500, 10000, 0.0075, true, false, 2000},
+        {403399, 10000, 40.3399, false, true, 1000000},
+        {500, 10000, 0.5, true, true, 1000},
+        {5, 20000, 1, false, false, 3},
+        {1, 30000, 1, false, false, 1},
+        {7, 0, 1, false, false, 7},
+        {2000000000, 1, 1e-6, false, false, 2147483646},
+    };
+    for (const price_case &each : cases) {
+        EXPECT_EQ(purchase_price(each.label, each.factor, each.rate, {each.whole, each.home_whole, false}),
+                  each.price)
+            << each.label;
+    }
+    EXPECT_EQ(rate_on_file(9000, 1), 0.9);
+    EXPECT_EQ(rate_on_file(9000, 0), 0);
+    EXPECT_EQ(rate_on_file(0, 100), 0);
+}
+
+/// A shop with one series of two labels, and no prices but those that a test makes.
+class LabelPrices : public Prices {
+protected:
+    static constexpr day_number day_in = 41000;
+    static constexpr day_number day_moved = 41010;
+    std::vector<std::pair<LabelEntry *, LabelParts>> labels;
+    std::vector<unsigned> sizes;
+    SupplierRecord *supplier = nullptr;
+
+    void make_bare(bool no_decimals, int label_count = 2) {
+        make({.series = 1, .labels = 12, .no_decimals = no_decimals});
+        shop.price_sets.clear();
+        shop.price_blocks.clear();
+        shop.price_chain = {};
+        shop.rates.clear();
+        supplier = &shop.suppliers.front();
+        supplier->rate = 0;
+        for (unsigned size = 1; size <= 95; size++) {
+            if (shop.series.front().sizes.test(size)) {
+                sizes.push_back(size);
+            }
+        }
+        int left = label_count;
+        labels.clear();
+        for (LabelBlock &each : shop.label_blocks) {
+            for (LabelEntry &slot : each.slots) {
+                LabelParts parts = label_split(slot);
+                if (each.key.group != 0 && left > 0 && parts.status != 0) {
+                    left--;
+                    parts.status = label_stock;
+                    parts.extra = 0;
+                    parts.date_third = 0;
+                    parts.supplier = supplier->number;
+                    parts.date_in = day_in;
+                    parts.date_moved = day_moved;
+                    parts.size = static_cast<int>(sizes[labels.size() % sizes.size()]);
+                    labels.emplace_back(&slot, parts);
+                } else {
+                    slot = {};
+                }
+            }
+        }
+    }
+    void add_rate(const char *currency, std::uint32_t rate, std::uint16_t unit, day_number date) {
+        RateRecord record{};
+        std::memcpy(record.currency, currency, 3);
+        record.rate = rate;
+        record.unit = unit;
+        record.date = date;
+        shop.rates.push_back(record);
+    }
+    void add_set(const char *currency, std::uint32_t factor, unsigned size, std::int32_t net) {
+        PriceSetRecord set{};
+        set.key = shop.series.front().key;
+        set.supplier = supplier->number;
+        set.begin_date = day_in - 5;
+        set.end_date = price_open_ended;
+        set.factor = factor;
+        std::memcpy(set.currency, currency, 3);
+        set.sizes.set(size);
+        set.chain = static_cast<std::int32_t>(shop.price_blocks.size());
+        PriceBlock made{};
+        made.key = set.key;
+        made.supplier = set.supplier;
+        made.end_date = set.end_date;
+        made.sizes = set.sizes;
+        std::memcpy(made.currency, currency, 3);
+        made.gross = net + 1;
+        made.net = net;
+        made.next = -1;
+        shop.price_sets.push_back(set);
+        shop.price_blocks.push_back(made);
+        const auto end = static_cast<std::int32_t>(shop.price_blocks.size());
+        shop.price_chain.free_head = end;
+        shop.price_chain.end_mark = end;
+    }
+    CheckRun run() {
+        for (const auto &[slot, parts] : labels) {
+            *slot = label_join(parts);
+        }
+        write();
+        return check("prices", "J");
+    }
+    /// Net price on file for the size of a label; 0 for none. Gross must be the same, when it was given.
+    unsigned price_on_file(std::size_t label) {
+        const Bytes file("RVIPG.TXT");
+        for (std::size_t at = 0; at + block_bytes <= file.size(); at += block_bytes) {
+            if (file.u32(at) != 0 && file.bit(at + 12, static_cast<unsigned>(labels[label].second.size))) {
+                EXPECT_EQ(file.u32(at + 28), file.u32(at + 32));
+                return file.u32(at + 32);
+            }
+        }
+        return 0;
+    }
+};
+
+// The rate of the supplier, of the day, or none; by hand.
+TEST_F(LabelPrices, AtTheRateOfTheDay) {
+    struct day_case {
+        const char *currency;
+        bool home_whole;
+        std::uint32_t fixed;
+        std::uint16_t unit;
+        std::uint32_t factor;
+        std::uint32_t label;
+        unsigned price;
+    };
+    const day_case cases[] = {
+        {"EUR", false, 0, 0, 10000, 12345, 12345},     // no rate: 1.0
+        {"USD", false, 9000, 1, 10000, 9000, 10000},   // fixed 0.9
+        {"USD", false, 9000, 0, 10000, 8000, 10000},   // no unit: 0.8 of the day before
+        {"USD", false, 0, 1, 12500, 8000, 8000},       // no value: the same, by a factor
+        {"JPY", false, 75, 1, 10000, 1500, 2000},      // 15.00 at 0.0075
+        {"EUR", true, 403399, 1, 10000, 4034, 10000},  // 4034 at 40.3399: 100.0003
+        {"JPY", true, 5000, 1, 10000, 500, 1000},      // no decimals on either side
+        {"XXX", false, 0, 0, 10000, 777, 777},         // in no table
+        {"USD", false, 9000, 1, 0, 9000, 10000},       // no factor
+        {"EUR", false, 0, 0, 10000, 0, 1},             // a label without a price has 1
+    };
+    for (const day_case &each : cases) {
+        make_bare(each.home_whole, 1);
+        std::memcpy(supplier->currency, each.currency, 3);
+        supplier->rate = each.fixed;
+        supplier->rate_unit = each.unit;
+        supplier->factor = each.factor;
+        add_rate("USD", 5000, 1, day_moved - 9);
+        add_rate("USD", 8000, 1, day_moved - 1);
+        add_rate("USD", 7000, 0, day_moved);  // without a unit it is none
+        add_rate("USD", 6000, 1, day_moved + 1);
+        labels[0].second.price = each.label;
+        const CheckRun first = run();
+        SCOPED_TRACE(testing::Message() << each.currency << " " << each.label << "\n" << first);
+        EXPECT_EQ(price_on_file(0), each.price);
+        EXPECT_EQ(date_on_file(at_price_date), 0U);
+        const Bytes set("RVIPA.TXT");  // of that one day, as its blocks say
+        EXPECT_EQ(set.u16(10), day_in);
+        EXPECT_EQ(set.u16(32), day_in);
+        EXPECT_EQ(set.u32(12), each.factor);
+        EXPECT_EQ(set.text(29, 3), each.currency);
+        EXPECT_EQ(set.u8(16), shop.series.front().size_kind);
+        check("prices", "J");
+        EXPECT_TRUE(dated());
+        EXPECT_EQ(audit(audit_prices), "");
+    }
+}
+
+// At the rate of the label that came with it: 6000 for 5000 is 1.2, so 7200 is 6000.
+TEST_F(LabelPrices, AtTheRateOfACompanion) {
+    struct companion_case {
+        const char *currency;
+        bool home_whole;
+        std::int32_t net;  ///< of the companion
+        std::uint32_t other_price, price;
+        void (*change)(LabelParts &other, LabelParts &label);
+        unsigned bought_for;
+    };
+    constexpr auto nothing = [](LabelParts &, LabelParts &) {};
+    const companion_case cases[] = {
+        {"EUR", false, 5000, 6000, 7200, nothing, 6000},
+        {"JPY", false, 2000, 1500, 3000, nothing, 4000},  // 0.0075
+        {"USD", true, 1000, 403, 806, nothing, 2000},     // 40.3
+        {"JPY", true, 1000, 500, 250, nothing, 500},      // 0.5
+        {"EUR", false, 5000, 6000, 7200, [](LabelParts &other, LabelParts &) { other.status = label_sold; },
+         6000},
+        {"EUR", false, 5000, 6000, 7200, [](LabelParts &other, LabelParts &) { other.date_moved++; }, 7200},
+        {"EUR", false, 5000, 6000, 7200, [](LabelParts &other, LabelParts &) { other.date_in++; }, 7200},
+        {"EUR", false, 5000, 6000, 7200,
+         [](LabelParts &other, LabelParts &) { other.status = label_ordered; }, 7200},
+        {"EUR", false, 5000, 6000, 7200,
+         [](LabelParts &other, LabelParts &label) {
+             other.status = label.status = label_ordered;
+             other.date_moved++;
+         },
+         6000},
+    };
+    for (const companion_case &each : cases) {
+        make_bare(each.home_whole);
+        add_set(each.currency, 10000, sizes[0], each.net);
+        labels[0].second.price = each.other_price;
+        labels[1].second.price = each.price;
+        each.change(labels[0].second, labels[1].second);
+        const CheckRun first = run();
+        EXPECT_EQ(price_on_file(1), each.bought_for) << "case " << &each - cases << "\n" << first;
+        EXPECT_EQ(Bytes("RVIPA.TXT").u8(16), shop.series.front().size_kind);  // it had none
+        EXPECT_EQ(audit(audit_prices), "");
+    }
+}
+
+// A size that the kind has not gets its line in each run, and no price; no set is harmed by it.
+TEST_F(LabelPrices, ASizeOutsideTheKind) {
+    make_bare(false);
+    add_set("EUR", 10000, sizes[0], 5000);
+    labels[1].second.size = 94;
+    labels[1].second.date_in = day_in - 100;
+    for (int i = 0; i < 2; i++) {
+        const CheckRun again = i == 0 ? run() : check("prices", "J");
+        EXPECT_EQ(again.count("ontbrekende etiketprijzen"), 1) << again;
+        EXPECT_EQ(again.flags, "prices");
+        EXPECT_EQ(date_on_file(at_price_date), 0U);
+        EXPECT_EQ(Bytes("RVIPG.TXT").size(), block_bytes);
+    }
+}
+
+// ---- Ends without warning
+
+TEST_F(Prices, KilledAtAnyMomentTheNextRunMends) {
+    const char *wanted = std::getenv("RVCHK_KILLS");
+    const int kills = wanted == nullptr ? 6 : std::atoi(wanted);
+    for (int i = 0; i < kills; i++) {
+        make({.series = 60, .seed = static_cast<std::uint64_t>(i + 1)},
+             {"price-chain-cut", "price-no-block", "price-chain-free", "price-set-late", "price-free-used"});
+        run_check("kill-after=" + std::to_string(20000 + i * 37 % 40 * 2500) + " prices", "J");
+        for (int round = 0; round < 3; round++) {
+            check("prices", "J");
+        }
+        EXPECT_TRUE(dated()) << "kill " << i;
+        EXPECT_EQ(audit(audit_prices), "") << "kill " << i;
+    }
+}
+
+}  // namespace
