@@ -24,7 +24,7 @@ ICB *file = nullptr;
 std::array<CountryRecord, region_countries.highest> table;
 
 void open_all() {
-    file = IXOPEN("RVKLT", ix_shared);
+    file = customer_open("RVKLT");
     errors.open();
     for (std::int32_t number = 1; number <= region_countries.highest; number++) {
         CountryRecord &country = table[static_cast<std::size_t>(number) - 1];

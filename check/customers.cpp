@@ -39,8 +39,8 @@ std::int32_t highest_label() {
 
 void open_all() {
     customer_check = {};
-    customer_check.customers = IXOPEN("RVKLT", ix_shared);
-    customer_check.extensions = IXOPEN("RVKLTEXT", ix_shared);
+    customer_check.customers = customer_open("RVKLT");
+    customer_check.extensions = customer_open("RVKLTEXT");
     customer_errors.open();
     customer_check.highest_label = highest_label();
     chk_bits_open(static_cast<std::size_t>(customer_check.highest_label) / 8 + 1);
@@ -289,6 +289,13 @@ void customer_add_error(std::uint32_t customer, customer_error code, std::int32_
     error.code = code;
     error.unsold_days = static_cast<std::uint16_t>(std::numeric_limits<day_number>::max() - sold);
     customer_errors.add(error);
+}
+
+ICB *customer_open(const char *name) {
+    if (IXCHECK(name) < 0) {
+        IXBLDIX(name);  // what it can't mend is told by the opening
+    }
+    return IXOPEN(name, ix_shared);
 }
 
 bool customer_lock(ICB *file, std::uint32_t number, CustomerRecord &customer) {

@@ -19,7 +19,7 @@ ICB *file = nullptr;
 std::array<bool, highest_title + 1> known;
 
 void open_all() {
-    file = IXOPEN("RVKLT", ix_shared);
+    file = customer_open("RVKLT");
     errors.open();
     known = {true};  // code 0: no title
     for (std::int32_t code = 1; code <= highest_title; code++) {
@@ -33,22 +33,18 @@ void close_all() {
     errors.close();
 }
 
-void remove_title(CustomerRecord &customer, std::int32_t place) {
-    if (!customer_lock_at(file, place, customer)) {
+void check_title(CustomerRecord &customer, std::int32_t place) {
+    const auto sound = [&] { return customer.title <= highest_title && known[customer.title]; };
+    if (sound() || !customer_lock_at(file, place, customer)) {
         return;
     }
     if (customer.title > highest_title) {
         customer.title = 0;
         IXREWRITE(file, &customer);
-    } else {
-        IXFREE(file, &customer);
+        return;
     }
-}
-
-void check_title(CustomerRecord &customer, std::int32_t place) {
-    if (customer.title > highest_title) {
-        remove_title(customer, place);
-    } else if (!known[customer.title]) {
+    IXFREE(file, &customer);
+    if (!sound()) {
         TitleError error{};
         error.customer = customer.number;
         error.code = customer.title;
