@@ -58,6 +58,9 @@ struct measured_check {
 const measured_check checks[] = {
     {"labels", chk_labels, &ok_labels, {"RVSER"}, {{"RVETI.TXT", sizeof(LabelBlock)}}},
     {"series", chk_series, &ok_series, {"RVSER"}, {{"RVETI.TXT", sizeof(LabelBlock)}}},
+    {"customers", chk_customers, &ok_customers, {"RVKLT"}, {{"RVETI.TXT", sizeof(LabelBlock)}}},
+    {"titles", chk_titles, &ok_titles, {"RVKLT"}, {}},
+    {"countries", chk_countries, &ok_countries, {"RVKLT"}, {}},
 };
 
 [[noreturn]] void fail(const std::string &what) {

@@ -85,12 +85,12 @@ void chk_entry_customers() {
     const bool linked = (sys_settings.mode & mode_customer_labels) != 0;
     chk_full_run = true;
     if (linked ? ok_labels : customers) {
-        run_step({"klanten", nullptr, &ok_customers});
+        run_step({"klanten", chk_customers, &ok_customers});
     }
     if (customers && ok_customers) {
         run_sequence(std::array{
-            check_step{"titulatuurcodes", nullptr, &ok_titles},
-            check_step{"landcodes", nullptr, &ok_countries},
+            check_step{"titulatuurcodes", chk_titles, &ok_titles},
+            check_step{"landcodes", chk_countries, &ok_countries},
         });
     }
     if (ok_customers && ok_titles && ok_countries) {

@@ -185,8 +185,10 @@ TEST_F(Macro, GoesOnInTheNextProgramOnTheLine) {
     record(t, "n", {"1", "3", "ESC", "ENTER", "1", "2"});
     t.key("F2");
     t.type("n");
-    EXPECT_TRUE(t.wait_for("Uw keuze 12"));
+    EXPECT_TRUE(t.wait_for("ALLE CONTROLES KLANTEN"));
     EXPECT_NE(t.raw().find(".TMP"), std::string::npos);
+    t.key("CANCEL");
+    EXPECT_TRUE(t.wait_for("Uw keuze"));
     t.key("CANCEL");
     EXPECT_EQ(t.wait_exit(), 0);
     for (const auto &entry : fs::directory_iterator(directory)) {

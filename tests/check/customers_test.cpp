@@ -1,0 +1,565 @@
+// The check of customers and of the chains of their labels: what it finds, mends and leaves, and what the run
+// after that says.
+#include <algorithm>
+#include <map>
+#include <random>
+
+#include "check/check.h"
+#include "support/check_case.h"
+#include "support/terminal.h"
+
+namespace {
+
+constexpr unsigned at_customer_date = 8;
+using Rows = std::vector<std::string>;
+
+int count_from(const char *name, int otherwise) {
+    const char *text = std::getenv(name);
+    return text == nullptr ? otherwise : std::atoi(text);
+}
+
+class Customers : public CheckCase {
+protected:
+    void SetUp() override {
+        CheckCase::SetUp();
+        make({.series = 12, .labels = 12, .customers = 6, .today = date_today()});
+    }
+    LabelEntry &entry(std::uint32_t label) {
+        return shop.label_blocks[(label - 1) / labels_per_block].slots[(label - 1) % labels_per_block];
+    }
+    /// Labels of a customer, the newest sale first; how many they are.
+    std::size_t purchases(const CustomerRecord &customer, std::vector<std::uint32_t> &labels) {
+        labels.clear();
+        for (std::uint32_t label = customer.first_label; label != 0; label = entry(label).next_customer) {
+            labels.push_back(label);
+        }
+        return labels.size();
+    }
+    std::uint32_t label_with_status(int status) {
+        for (std::uint32_t label = 1; label <= shop.label_blocks.size() * labels_per_block; label++) {
+            if (entry(label).amount_status % 10 == static_cast<unsigned>(status)) {
+                return label;
+            }
+        }
+        return 0;
+    }
+    /// A customer as it stands on file; number 0 when there is none.
+    static CustomerRecord on_file(std::uint32_t number) {
+        const Bytes file("RVKLT.TXT");
+        CustomerRecord record{};
+        for (std::size_t at = 0; at < file.size(); at += sizeof record) {
+            if (file.u32(at) == number) {
+                std::memcpy(&record, file.data.data() + at, sizeof record);
+                return record;
+            }
+        }
+        return {};
+    }
+    /// Sets the counts of all customers below zero, so that the next run takes them from the chains.
+    static void ask_recount() {
+        Bytes file("RVKLT.TXT");
+        for (std::size_t at = 0; at < file.size(); at += sizeof(CustomerRecord)) {
+            if (file.u32(at) <= customer_highest) {
+                file.data.replace(at + offsetof(CustomerRecord, count_nine), 2, "\xff\xff");
+            }
+        }
+        put("RVKLT.TXT", file.data);
+    }
+};
+
+/// The lines that name a customer, without those of the heads.
+Rows rows_of(const CheckRun &run) {
+    Rows rows;
+    for (const std::string &line : run.report) {
+        const std::string start = line.substr(0, line.find_first_not_of(" 0123456789"));
+        if (line.starts_with("Klant ") || start.find_first_of("0123456789") != std::string::npos) {
+            rows.push_back(line.substr(0, line.find_last_not_of(' ') + 1));
+        }
+    }
+    return rows;
+}
+
+std::string row(std::uint32_t customer, std::uint32_t label, const std::string &text) {
+    return str_format("%7u %8u  %s", customer, label, text.c_str());
+}
+
+// ---- Chains
+
+const char *const no_customer = "etiketnr niet in ketting, klantnr NIET aanwezig";
+const char *const not_linked = "etiketnr niet in ketting, klantnr aanwezig";
+
+class Chains : public Customers {
+protected:
+    CustomerRecord *other = nullptr;
+
+    /// A customer with four labels at least, and another that has bought something.
+    CustomerRecord &buyer(std::vector<std::uint32_t> &labels) {
+        CustomerRecord *found = nullptr;
+        for (CustomerRecord &customer : shop.customers) {
+            if (found == nullptr && purchases(customer, labels) >= 4) {
+                found = &customer;
+            } else if (customer.first_label != 0) {
+                other = &customer;
+            }
+        }
+        purchases(*found, labels);
+        return *found;
+    }
+};
+
+struct ChainFault {
+    int from;              ///< label of the chain that leads astray, -1: the customer
+    const char *leads_to;  ///< a target below
+    const char *text;      ///< in the report
+};
+const ChainFault chain_faults[] = {
+    {-1, "behind the last label", "etiketnr buiten bestand"},
+    {1, "a number without sign", "etiketnr buiten bestand"},
+    {0, "an empty slot", "etiketnr niet aanwezig"},
+    {2, "behind the file", "etiketnr niet aanwezig"},
+    {1, "another customer", "etiketnr van ander klantnr: "},
+    {-1, "another customer", "etiketnr van ander klantnr: "},
+    {-1, "stock", "etiket status: 2"},
+    {2, "its first label", "etiketnr reeds aanwezig"},
+    {0, "its first label", "etiketnr reeds aanwezig"},
+    {0, "nowhere", ""},
+    {-1, "nowhere", ""},
+};
+
+TEST_F(Chains, FaultsAreCutOffAndTheLabelsBehindThemPutBack) {
+    shop.label_chain.end_mark += 5;  // the file is shorter than it should be
+    const std::uint32_t highest = static_cast<std::uint32_t>(shop.label_chain.end_mark) * labels_per_block;
+    const Shop sound = shop;
+    for (const ChainFault &fault : chain_faults) {
+        shop = sound;
+        std::vector<std::uint32_t> labels;
+        CustomerRecord &customer = buyer(labels);
+        std::map<std::string, std::uint32_t> targets = {
+            {"behind the last label", highest + 1},
+            {"a number without sign", 0xfffffff0U},
+            {"an empty slot", label_with_status(label_empty)},
+            {"behind the file", highest},
+            {"another customer", other->first_label},
+            {"stock", label_with_status(label_stock)},
+            {"its first label", labels[0]},
+            {"nowhere", 0},
+        };
+        const std::uint32_t next = targets[fault.leads_to];
+        (fault.from < 0 ? customer.first_label
+                        : entry(labels[static_cast<std::size_t>(fault.from)]).next_customer) = next;
+        customer.count_other = -1;
+        write();
+
+        Rows expected;
+        if (next != 0) {
+            const bool whose = next == other->first_label;
+            expected.push_back(
+                row(customer.number, next, fault.text + (whose ? std::to_string(other->number) : "")));
+        }
+        if (next > 99999999) {  // a number that is too long for its column stands on a line of its own
+            expected.back().replace(8, 10, 8, ' ');
+            expected.push_back(str_format("%16u", next));
+        }
+        std::vector<std::uint32_t> lost(labels.begin() + fault.from + 1, labels.end());
+        std::sort(lost.begin(), lost.end());
+        for (const std::uint32_t label : lost) {
+            expected.push_back(row(customer.number, label, not_linked));
+        }
+        const CheckRun no = check("full customers", "N");
+        EXPECT_EQ(rows_of(no), expected) << fault.leads_to << "\n" << no;
+        EXPECT_EQ(no.flags, "") << fault.leads_to;
+        EXPECT_EQ(no.questions, Rows{"Herstellen foutieve klanten? (J/N) J"}) << fault.leads_to;
+        EXPECT_EQ(on_file(customer.number).count_plain + on_file(customer.number).count_other +
+                      on_file(customer.number).count_nine,
+                  fault.from + 1)
+            << fault.leads_to << ": the recount goes as far as the chain is sound";
+
+        expected.push_back(str_format("Klant %6u: hersteld", customer.number.value()));
+        const CheckRun yes = check("full customers", ".");  // the default is yes
+        EXPECT_EQ(rows_of(yes), expected) << fault.leads_to << "\n" << yes;
+        EXPECT_EQ(yes.flags, "customers") << fault.leads_to;
+        EXPECT_EQ(date_on_file(at_customer_date), date_today()) << fault.leads_to;
+        EXPECT_EQ(audit(audit_customers), "") << fault.leads_to;
+    }
+}
+
+TEST_F(Chains, LabelsOfAnUnknownCustomerMakeOne) {
+    std::vector<std::uint32_t> labels;
+    CustomerRecord &customer = buyer(labels);
+    const std::uint32_t number = customer.number;
+    std::erase_if(shop.customers, [&](const CustomerRecord &one) { return one.number == number; });
+    entry(labels[1]).date_third = entry(labels[2]).date_third;  // two sales of one day
+    write();
+    const CheckRun run = check("customers", "J");
+    Rows expected;
+    std::vector<std::uint32_t> by_number = labels;
+    std::sort(by_number.begin(), by_number.end());
+    for (const std::uint32_t label : by_number) {
+        expected.push_back(row(number, label, no_customer));
+    }
+    expected.push_back(str_format("Klant %6u: aangemaakt en hersteld", number));
+    EXPECT_EQ(rows_of(run), expected) << run;
+    EXPECT_TRUE(run.reports("Geen fouten gevonden!"));
+    const CustomerRecord made = on_file(number);
+    EXPECT_EQ(made.name, "**klant-" + std::to_string(number) + "**");
+    EXPECT_EQ(std::string(made.marks, sizeof made.marks), "        ");
+    EXPECT_EQ(made.stamp, shop.limits.customer_stamp - 1) << "the run after the repair cleans it";
+    const Bytes file("RVETI.TXT");
+    const auto next_of = [&](std::uint32_t label) {
+        return file.u32((label - 1) / 10 * sizeof(LabelBlock) + 16 + (label - 1) % 10 * sizeof(LabelEntry) +
+                        16);
+    };
+    EXPECT_EQ(made.first_label, labels[0]);
+    EXPECT_EQ(next_of(labels[0]), std::max(labels[1], labels[2])) << "of one day, the last put on is first";
+    EXPECT_EQ(next_of(std::max(labels[1], labels[2])), std::min(labels[1], labels[2]));
+}
+
+TEST_F(Chains, EveryCombinationOfModes) {
+    std::vector<std::uint32_t> labels;
+    CustomerRecord &customer = buyer(labels);
+    entry(labels[1]).next_customer = 0;
+    customer.count_plain = -1;
+    const int others = shop.settings.mode & ~3;
+    struct Mode {
+        int bits;
+        const char *by_entry;  ///< flags; the label check has not been run
+        bool chains;
+    };
+    for (const Mode &mode : {Mode{0, "", false}, Mode{mode_customers, "customers titles countries", false},
+                             Mode{mode_customer_labels, "", true}, Mode{3, "", true}}) {
+        shop.settings.mode = static_cast<std::uint8_t>(others | mode.bits);
+        write();
+        EXPECT_EQ(check("12", "N").flags, mode.by_entry) << mode.bits;
+        const CheckRun run = check("full customers", "N");
+        EXPECT_EQ(run.flags, mode.chains ? "" : "customers") << mode.bits;
+        EXPECT_EQ(rows_of(run).size(), mode.chains ? labels.size() - 2 : 0U) << run;
+        EXPECT_EQ(on_file(customer.number).count_plain == -1, !mode.chains);
+    }
+}
+
+// ---- Records
+
+struct Cleaned {
+    int stamp;
+    int days_ahead;  ///< of the past date, -50000: none
+    int extension;   ///< date
+    int count_other;
+    const char *marks;  ///< zero bytes as dots
+};
+struct Cleaning {
+    const char *name;
+    int system_stamp;
+    int extension;  ///< date of the extension record, 0: none
+    bool tills;     ///< get the marks
+    Cleaned before, after;
+    const char *shown = "";  ///< what the operator is told; the run doesn't pass then
+};
+constexpr int no_date = -50000;
+const Cleaning cleanings[] = {
+    {"nothing", 7, 0, true, {3, -1, 9000, 1, "A C     "}, {3, -1, 9000, 1, "A C     "}},
+    {"no stamp", 7, 0, true, {0, -1, 0, 1, "        "}, {6, -1, 0, 1, "        "}},
+    {"a stamp of 1 is no change", 1, 0, true, {0, -1, 0, 1, "        "}, {0, -1, 0, 1, "        "}},
+    {"but goes with one", 1, 0, true, {0, 0, 0, 1, "        "}, {1, -36525, 0, 1, "        "}},
+    {"a date to come", 7, 0, true, {3, 400, 0, 1, "        "}, {3, 400 - 36525, 0, 1, "        "}},
+    {"recount", 7, 0, true, {3, no_date, 0, -3, "        "}, {3, no_date, 0, 0, "        "}},
+    {"its extension", 7, 9000, true, {3, no_date, 9000, 1, "        "}, {3, no_date, 9000, 1, "        "}},
+    {"of another", 7, 8000, true, {3, no_date, 9000, 1, "        "}, {3, no_date, 0, 1, "        "}},
+    {"zero bytes", 7, 0, true, {3, no_date, 0, 1, "AB.   . "}, {3, no_date, 0, 1, "AB      "}},
+    {"a mark behind one",
+     7,
+     0,
+     true,
+     {3, no_date, 0, 1, "A.CD    "},
+     {3, no_date, 0, 1, "A CD    "},
+     "Bij 1 klant is een ongeldig teken in de selectiekenmerken aangepast."},
+    {"not on the tills", 7, 0, false, {3, no_date, 0, 1, "A.CD    "}, {3, no_date, 0, 1, "A CD    "}},
+};
+
+TEST_F(Customers, RecordsAreCleanedInPlace) {
+    CustomerRecord &customer = shop.customers[0];
+    for (std::uint32_t label = customer.first_label; label != 0; label = entry(label).next_customer) {
+        entry(label).amount_b = entry(label).amount_b / 10 * 10;  // of the plain kind, all of them
+        entry(label).customer -= customer.number;
+    }
+    customer.first_label = 0;
+    const auto set = [&](const Cleaned &state) {
+        customer.stamp = static_cast<std::uint16_t>(state.stamp);
+        customer.past_date = state.days_ahead == no_date
+                                 ? day_number{0}
+                                 : static_cast<day_number>(date_today() + state.days_ahead);
+        customer.extension_date = static_cast<std::uint16_t>(state.extension);
+        customer.count_other = static_cast<std::int16_t>(state.count_other);
+        customer.amount_plain = state.count_other > 0 ? 900 : 0;
+        customer.amount_other = customer.amount_nine = 0;
+        customer.count_plain = customer.count_nine = 0;
+        std::replace_copy(state.marks, state.marks + sizeof customer.marks, customer.marks, '.', '\0');
+    };
+    const std::uint8_t mode = shop.settings.mode & static_cast<std::uint8_t>(~mode_selection_marks);
+    for (const Cleaning &one : cleanings) {
+        shop.settings.mode = mode | (one.tills ? std::uint8_t{mode_selection_marks} : std::uint8_t{0});
+        shop.limits.customer_stamp = static_cast<std::uint8_t>(one.system_stamp);
+        shop.customer_extensions.clear();
+        if (one.extension != 0) {
+            shop.customer_extensions = {{customer.number, "", static_cast<std::uint16_t>(one.extension), {}}};
+        }
+        set(one.before);
+        write();
+        const CheckRun run = check("full customers");
+        EXPECT_EQ(run.flags, *one.shown == '\0' ? "customers" : "") << one.name << "\n" << run;
+        EXPECT_NE(run.last_output.find(one.shown), std::string::npos) << one.name;
+        EXPECT_EQ(rows_of(run), Rows{}) << one.name;
+        set(one.after);
+        const CustomerRecord after = on_file(customer.number);
+        EXPECT_EQ(std::memcmp(&after, &customer, sizeof after), 0) << one.name;
+        EXPECT_EQ(check("full customers").flags, "customers") << one.name;
+        CustomerExtension left{};
+        left.number = customer.number;
+        ICB *extensions = IXOPEN("RVKLTEXT", ix_readonly);
+        EXPECT_EQ(IXFIND(extensions, &left), one.extension != 0 && one.extension == one.after.extension)
+            << one.name;
+        IXCLOSE(extensions);
+    }
+}
+
+TEST_F(Customers, NumbersThatCanNotBeAndMissingNames) {
+    const std::uint32_t nameless = shop.customers[2].number;
+    std::memset(shop.customers[2].name, 0, sizeof shop.customers[2].name);
+    for (const std::uint32_t number : {0U, 1000000U}) {
+        CustomerRecord customer = shop.customers[0];
+        customer.number = number;
+        customer.first_label = number == 0 ? 0 : customer.first_label.value();
+        shop.customers.push_back(customer);
+    }
+    write();
+    const std::uint32_t first = shop.customers[0].first_label;
+    const std::string no_name = str_format("%7u %10sklantnaam NIET aanwezig", nameless, "");
+    const std::string deleted = str_format("%10sOngeldig klantnummer, klant verwijderd", "");
+    Rows expected = {"      0 " + deleted, no_name};
+    if (first != 0) {
+        expected.push_back(
+            row(1000000, first, "etiketnr van ander klantnr: " + std::to_string(shop.customers[0].number)));
+    }
+    expected.push_back("1000000 " + deleted);
+    expected.push_back(no_name);
+    const CheckRun run = check("full customers", "JN");
+    EXPECT_EQ(rows_of(run), expected) << run << "\nthe repair leaves them alone, the second run has one left";
+    EXPECT_EQ(run.flags, "");
+    EXPECT_EQ(on_file(1000000).number, 0U);
+}
+
+TEST_F(Customers, NoneAtAllPass) {
+    shop.customers.clear();
+    shop.customer_extensions.clear();
+    write();
+    EXPECT_TRUE(rows_of(check("customers", "N")).size() > 1) << "their labels are left";
+    for (LabelBlock &block : shop.label_blocks) {
+        for (LabelEntry &label : block.slots) {
+            label.customer -= label.customer % 1000000;
+        }
+    }
+    write();
+    EXPECT_EQ(check("full customers titles countries").flags, "customers titles countries");
+}
+
+TEST_F(Customers, DamagedIndexesAreMadeAnewOrLeftAlone) {
+    for (const index_damage damage :
+         {index_damage::in_update, index_damage::cut, index_damage::stale_locks}) {
+        shop.index_damages = {{"RVKLT", damage}, {"RVKLTEXT", damage}};
+        write();
+        EXPECT_EQ(check("full customers titles countries").flags, "customers titles countries");
+    }
+    // Keys that lead to other records: nobody's record is taken for that of another.
+    shop.index_damages = {{"RVKLT", index_damage::swapped}};
+    write();
+    const std::string data = get("RVKLT.TXT");
+    const std::string labels = get("RVETI.TXT");
+    check("full customers titles countries", "JJN");
+    EXPECT_TRUE(get("RVKLT.TXT") == data && get("RVETI.TXT") == labels);
+}
+
+TEST_F(Chains, BrokenOffOrWithoutAReportNothingIsSet) {
+    const std::uint32_t first = shop.customers[0].first_label;
+    for (const char *words : {"break=FASE-1 customers", "break=FASE-2 customers"}) {
+        const CheckRun run = check(words, "J");
+        EXPECT_EQ(run.flags, "") << words;
+        EXPECT_EQ(run.report.size(), 0U) << words;
+        EXPECT_EQ(date_on_file(at_customer_date), shop.dates.customers) << words;
+    }
+    EXPECT_EQ(check("refuse customers").flags, "customers") << "a clean run needs no report";
+    std::vector<std::uint32_t> labels;
+    buyer(labels);
+    entry(labels[0]).next_customer = 0;
+    write();
+    const CheckRun run = check("refuse customers", "J");
+    EXPECT_EQ(run.flags, "");
+    EXPECT_EQ(run.questions.size(), 0U);
+    EXPECT_EQ(on_file(shop.customers[0].number).first_label, first);
+}
+
+// ---- Random faults
+
+/// Does something to a customer or a label.
+void spoil(Shop &shop, std::mt19937 &random) {
+    const auto below = [&](std::size_t n) { return static_cast<std::uint32_t>(random() % n); };
+    LabelEntry &label = shop.label_blocks[below(shop.label_blocks.size())].slots[below(labels_per_block)];
+    CustomerRecord &customer = shop.customers[below(shop.customers.size())];
+    const std::uint32_t anywhere = 1 + below(shop.label_blocks.size() * labels_per_block + 25);
+    const std::uint32_t numbers[] = {0, anywhere, static_cast<std::uint32_t>(random()), customer.first_label};
+    const std::uint32_t buyers[] = {customer.number, below(1000000)};
+    const std::uint32_t what = below(9);
+    if (what < 2) {
+        customer.first_label = numbers[below(4)];
+    } else if (what < 5) {
+        label.next_customer = numbers[below(4)];
+    } else if (what == 5) {
+        label.customer = label.customer - label.customer % 1000000 + buyers[below(2)];
+    } else if (what == 6) {
+        label.amount_status = label.amount_status - label.amount_status % 10 + below(6);
+    } else if (what == 7) {
+        customer.count_plain = static_cast<std::int16_t>(random());
+    } else {
+        shop.customers.erase(shop.customers.begin() + (&customer - shop.customers.data()));
+    }
+}
+
+TEST_F(Customers, AnyFaultsAreMendedAndKillsLoseNoRecord) {
+    const int seeds = count_from("CUSTOMER_SEEDS", 6);
+    for (int seed = 1; seed <= seeds; seed++) {
+        std::mt19937 random(static_cast<unsigned>(seed));
+        make({.series = 15, .labels = 15, .customers = 12, .seed = static_cast<unsigned>(seed)});
+        for (std::size_t faults = 1 + random() % 25; faults > 0 && shop.customers.size() > 1; faults--) {
+            spoil(shop, random);
+        }
+        write();
+        for (int kills = seed % 2 == 0 ? 3 : 0; kills > 0; kills--) {
+            check("kill-after=" + std::to_string(random() % 50000) + " customers", "J");
+        }
+        const CheckRun run = check("customers titles countries", "J");
+        EXPECT_EQ(run.flags, "customers titles countries") << "seed " << seed << "\n" << run;
+        EXPECT_EQ(audit(audit_customers), "") << "seed " << seed;
+        for (const CustomerRecord &customer : shop.customers) {
+            EXPECT_EQ(std::memcmp(on_file(customer.number).name, customer.name, 60), 0) << "seed " << seed;
+        }
+        ask_recount();
+        EXPECT_EQ(check("full customers").flags, "customers") << "seed " << seed;
+        EXPECT_EQ(audit(audit_customers | audit_amounts), "") << "seed " << seed;
+    }
+}
+
+// ---- Titles and countries
+
+TEST_F(Customers, TitlesNeedATextInTheTable) {
+    shop.titles.resize(8);
+    shop.customers[0].title = 21;
+    shop.customers[1].title = 0;
+    shop.customers[2].title = 8;
+    write();
+    EXPECT_EQ(check("full titles").flags, "titles");
+    EXPECT_EQ(on_file(shop.customers[0].number).title, 0);
+    EXPECT_TRUE(check("titles").reports("CONTROLEREN TITULATUURCODES KLANTEN"));
+    EXPECT_EQ(date_on_file(offsetof(SysRow19, titles)), date_today());
+
+    shop.customers[4].title = 20;
+    shop.customers[3].title = 9;
+    write();
+    const CheckRun run = check("full titles countries");
+    EXPECT_EQ(
+        rows_of(run),
+        (Rows{str_format("%7u    9  omschrijving niet gedefinieerd", shop.customers[3].number.value()),
+              str_format("%7u   20  omschrijving niet gedefinieerd", shop.customers[4].number.value())}));
+    EXPECT_TRUE(run.reports("BESTANDSCONTROLES: KLANTEN") && run.reports("klantnr   titulatuurcode")) << run;
+    EXPECT_TRUE(run.asked("<ENTER> voor vervolg")) << run;
+    EXPECT_EQ(run.flags, "countries");
+    EXPECT_EQ(check("12").flags, "") << "linked labels were not checked";
+    shop.settings.mode &= static_cast<std::uint8_t>(~mode_customer_labels);
+    write();
+    EXPECT_EQ(check("12").flags, "customers") << "with titles left, countries are not looked at";
+}
+
+// Both mode bits are set, and the labels count as sound at the start of a session.
+TEST_F(Customers, TheMenuLeadsToTheWindowOfUnknownTitles) {
+    shop.customers[0].title = 17;
+    write();
+    TerminalOptions options;
+    options.program = RVCHK_PROGRAM;
+    Terminal t(options);
+    ASSERT_TRUE(t.wait_for("<ENTER> voor vervolg"));
+    t.key("ENTER");
+    ASSERT_TRUE(t.wait_for("Uw keuze"));
+    t.type("12");
+    t.key("ENTER");
+    const std::pair<int, const char *> lines[] = {
+        {16, "Er zijn klanten aangetroffen met een titulatuurcode zonder omschrijving."},
+        {17, "Hiervan wordt nu een verslag afgedrukt."},
+        {19, "U kunt de titulatuurcodes bij deze klanten wijzigen of de omschrijving"},
+        {20, "toevoegen via Klantenadministratie / Definieren titulatuurcodes."},
+        {22, "<ENTER> voor vervolg"},
+    };
+    for (const auto &[row_number, text] : lines) {
+        EXPECT_TRUE(t.wait_row(row_number, text)) << t.dump();
+    }
+}
+
+struct Home {
+    const char *postcode;
+    const char *country;
+    const char *after;
+};
+
+TEST_F(Customers, CountriesComeFromThePostcode) {
+    const Home homes[] = {
+        {"1234 AB", "", "NLD"},    {"1234AB", "XXX", "NLD"},  {"1234AB ", "", "NLD"},
+        {"0000 ZZ", "", "NLD"},    {"1234 ab", "", "BEL"},    {"1234ABC", "", "BEL"},
+        {"1234  A", "", "BEL"},    {"123 4AB", "", "BEL"},    {"12345", "XXX", "BEL"},
+        {"", "", "BEL"},           {"1234 AB", "DEU", "DEU"}, {"", "BEL", "BEL"},
+        {"1234 A\x90", "", "BEL"}, {"1234-AB", "nld", "BEL"},
+    };
+    const auto code_of = [](std::uint32_t number) {
+        const CustomerRecord record = on_file(number);
+        return std::string(record.country, strnlen(record.country, 3));
+    };
+    make({.series = 3, .customers = static_cast<int>(std::size(homes)), .linked = false});
+    std::memcpy(shop.country.default_country, "BEL", 3);
+    for (std::size_t i = 0; i < std::size(homes); i++) {
+        CustomerRecord &customer = shop.customers[i];
+        std::strncpy(customer.postcode, homes[i].postcode, sizeof customer.postcode);
+        std::strncpy(customer.country, homes[i].country, sizeof customer.country);
+    }
+    write();
+    EXPECT_EQ(check("full countries").flags, "countries");
+    for (std::size_t i = 0; i < std::size(homes); i++) {
+        EXPECT_EQ(code_of(shop.customers[i].number), homes[i].after) << homes[i].postcode;
+    }
+
+    // A table without records: all are changed, the Dutch ones reported, and the default is not looked up.
+    shop.countries.clear();
+    std::memcpy(shop.country.default_country, "QQQ", 3);
+    write();
+    for (int round = 0; round < 2; round++) {
+        const CheckRun run = check("full countries");
+        EXPECT_EQ(run.flags, "");
+        Rows expected;
+        for (std::size_t i = 0; i < std::size(homes); i++) {
+            const bool dutch = std::string("NLD") == homes[i].after || std::string("DEU") == homes[i].after;
+            EXPECT_EQ(code_of(shop.customers[i].number), dutch ? "" : "QQQ") << homes[i].postcode;
+            if (dutch) {
+                expected.push_back(
+                    str_format("Klantnummer %7u   bevat geen geldige landcode; landcode toekennen aan klant.",
+                               shop.customers[i].number.value()));
+            }
+        }
+        Rows rows;
+        std::copy_if(run.report.begin(), run.report.end(), std::back_inserter(rows),
+                     [](const std::string &line) { return line.starts_with("Klantnummer"); });
+        EXPECT_EQ(rows, expected) << run;
+    }
+    std::erase_if(shop.customers, [&](const CustomerRecord &customer) {
+        return std::string_view(customer.postcode, 4) == "1234" ||
+               std::string_view(customer.postcode, 4) == "0000";
+    });
+    write();
+    EXPECT_EQ(check("full countries").flags, "countries") << "a default that the table does not know passes";
+    EXPECT_EQ(check("full countries").flags, "countries");
+}
+
+}  // namespace
