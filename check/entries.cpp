@@ -9,24 +9,14 @@ namespace {
 
 /// One check of a sequence; the next is run only when this one has passed.
 struct check_step {
-    const char *name;
     void (*run)();
     bool *passed;
 };
 
-/// A step whose check is not part of the program yet says so; the menu comes back.
-void run_step(const check_step &step) {
-    if (step.run != nullptr) {
-        step.run();
-    } else {
-        scr_last_line(A_BOLD, 2, "%s: nog niet beschikbaar", step.name);
-    }
-}
-
 /// Runs the steps in order; true when all have passed in this session.
 bool run_sequence(std::span<const check_step> steps) {
     for (const check_step &step : steps) {
-        run_step(step);
+        step.run();
         if (!*step.passed) {
             return false;
         }
@@ -34,9 +24,9 @@ bool run_sequence(std::span<const check_step> steps) {
     return true;
 }
 
-constexpr check_step label_step{"etiketten", chk_labels, &ok_labels};
-constexpr check_step price_step{"prijzen", chk_prices, &ok_prices};
-constexpr check_step size_step{"maten", chk_sizes, &ok_sizes};
+constexpr check_step label_step{chk_labels, &ok_labels};
+constexpr check_step price_step{chk_prices, &ok_prices};
+constexpr check_step size_step{chk_sizes, &ok_sizes};
 
 bool transit_in_use() {
     const auto first_byte = chk_transit_settings.in_use & 0xff;
@@ -49,7 +39,7 @@ void run_transit_check() {
         ok_transit = true;
         return;
     }
-    run_step({"goederen onderweg", chk_transit, &ok_transit});
+    chk_transit();
 }
 
 }  // namespace
@@ -68,11 +58,11 @@ void chk_entry_series() {
     chk_full_run = true;
     const bool passed = run_sequence(std::array{
         label_step,
-        check_step{"series", chk_series, &ok_series},
+        check_step{chk_series, &ok_series},
         price_step,
         size_step,
-        check_step{"goederen onderweg", run_transit_check, &ok_transit},
-        check_step{"bestelcriteria", chk_order_criteria, &ok_order_criteria},
+        check_step{run_transit_check, &ok_transit},
+        check_step{chk_order_criteria, &ok_order_criteria},
     });
     if (passed) {
         chk_print_summary(phrase_all_series);
@@ -85,12 +75,12 @@ void chk_entry_customers() {
     const bool linked = (sys_settings.mode & mode_customer_labels) != 0;
     chk_full_run = true;
     if (linked ? ok_labels : customers) {
-        run_step({"klanten", chk_customers, &ok_customers});
+        chk_customers();
     }
     if (customers && ok_customers) {
         run_sequence(std::array{
-            check_step{"titulatuurcodes", chk_titles, &ok_titles},
-            check_step{"landcodes", chk_countries, &ok_countries},
+            check_step{chk_titles, &ok_titles},
+            check_step{chk_countries, &ok_countries},
         });
     }
     if (ok_customers && ok_titles && ok_countries) {
@@ -102,11 +92,11 @@ void chk_entry_customers() {
 void chk_entry_other() {
     chk_full_run = true;
     const bool passed = run_sequence(std::array{
-        check_step{"stamgegevens", chk_master, &ok_master},
-        check_step{"EAN-codes", chk_ean, &ok_ean},
-        check_step{"bestelnummers leveranciers", chk_order_numbers, &ok_order_numbers},
-        check_step{"barcodebestand", chk_barcodes, &ok_barcodes},
-        check_step{"orderjournalen", chk_journals, &ok_journals},
+        check_step{chk_master, &ok_master},
+        check_step{chk_ean, &ok_ean},
+        check_step{chk_order_numbers, &ok_order_numbers},
+        check_step{chk_barcodes, &ok_barcodes},
+        check_step{chk_journals, &ok_journals},
     });
     if (passed) {
         chk_print_summary(phrase_all_other);

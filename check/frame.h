@@ -85,9 +85,6 @@ bool chk_scan_first(ICB *file, void *record);
 ICB *chk_open(const char *name, int mode, std::size_t room);
 /// Size in bytes of NAME.TXT, -1 when there is none.
 off_t chk_txt_size(const char *name);
-/// The first record of a scan with IXSEQ, from the front: where another walk has left a scan unfinished it
-/// would go on where that stopped. The walk goes on with IXSEQ, to its end.
-bool chk_scan_first(ICB *file, void *record);
 /// Price blocks, as `raw_access`.
 int chk_ipg_raw(raw_action action, std::int32_t block, PriceBlock &buffer);
 /// The same for open and close.

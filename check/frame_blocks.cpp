@@ -22,7 +22,7 @@ std::uint8_t mask_of(std::int64_t bit) {
 }  // namespace
 
 bool chk_scan_first(ICB *file, void *record) {
-    file->recno = file->nrecs;
+    file->recno = file->nrecs;  // behind its last record a scan under way ends
     return IXSEQ(file, record) || (!ing_interrupted() && IXSEQ(file, record));
 }
 
@@ -36,11 +36,6 @@ ICB *chk_open(const char *name, int mode, std::size_t room) {
 
 off_t chk_txt_size(const char *name) {
     return file_size((std::string(name) + ".TXT").c_str());
-}
-
-bool chk_scan_first(ICB *file, void *record) {
-    file->recno = file->nrecs;  // behind its last record a scan under way ends
-    return IXSEQ(file, record) || (!ing_interrupted() && IXSEQ(file, record));
 }
 
 int chk_ipg_raw(raw_action action, std::int32_t block, PriceBlock &buffer) {
