@@ -36,7 +36,9 @@ facts() {
     wide=rv+wide
     long=rv+long
     case $1 in
-        xterm-kitty*) ;;
+        xterm-kitty* | screen* | tmux*)
+            before=rv+keys,\ use=rv+margin
+            ;;
         xterm* | rxvt* | vte* | gnome* | konsole* | putty* | mintty*)
             wide=rv+wide-window
             long=rv+long-window
