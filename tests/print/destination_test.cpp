@@ -160,6 +160,7 @@ TEST_F(Destination, TerminalsOfTheOperator) {
 
 TEST_F(Destination, OperatorPicks) {
     Terminal t(probe({"3", "0", "0", "22", "-"}));
+    ASSERT_TRUE(t.wait_row(24, "┘"));
     ASSERT_TRUE(
         t.wait_row(4, "Printer      Device               Configuratie                  Kol  Rij O W"));
     EXPECT_EQ(t.row(3).find("┌"), 0U);
