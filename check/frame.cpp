@@ -1,6 +1,6 @@
 // The course of a check, from the status line to the run after a repair.
 //
-//   1  status line, files, rows, error list
+//   1  status line, files, rows, error list; in some checks the destination of the report comes first
 //   2  the walk. A check that the operator breaks off closes its files and leaves flag and date alone
 //   3  repairs that need no question
 //   4  the report: the errors; or, outside a full run, that there are none
@@ -101,9 +101,15 @@ bool ask_and_repair(const chk_course &course, const outcome &run) {
 bool run_once(const chk_course &course) {
     running = {&course, course.date == nullptr ? day_number{0} : chk_last_date(course.date)};
     ing_break_reset();
+    outcome run;
+    if (course.report_time == chk_report_time::first) {
+        open_report(run);
+        if (run.refused) {
+            return false;
+        }
+    }
     chk_status('C', "%s", course.status());
     call(course.open);
-    outcome run;
     if (course.report_time == chk_report_time::before_walk) {
         open_report(run);
         if (run.refused) {

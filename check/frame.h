@@ -77,6 +77,9 @@ void chk_write_date(chk_date field);
 
 // ---- Files and blocks
 
+/// Opens an indexed file whose records are read into `room` bytes. A file with longer ones is as fatal as one
+/// that can't be opened.
+ICB *chk_open(const char *name, int mode, std::size_t room);
 /// Size in bytes of NAME.TXT, -1 when there is none.
 off_t chk_txt_size(const char *name);
 /// Price blocks, as `raw_access`.
@@ -95,7 +98,8 @@ void chk_bits_close();
 
 /// When the report of a check is opened.
 enum class chk_report_time {
-    before_walk,  ///< lines are printed during the walk
+    first,        ///< before anything else, the status line too; lines are printed during the walk
+    before_walk,  ///< the same, once the check has opened its files
     after_walk,   ///< there is always a job, which is dropped when nothing is printed
     as_needed,    ///< after the walk, and only when there is something to print
     by_check,     ///< the check opens and closes its reports itself

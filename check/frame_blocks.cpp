@@ -1,7 +1,8 @@
-// Block files and the bit map of seen blocks.
+// Indexed files, block files and the bit map of seen blocks.
 #include <cstdlib>
 
 #include "check/frame.h"
+#include "screen/screen.h"
 
 namespace {
 
@@ -19,6 +20,14 @@ std::uint8_t mask_of(std::int64_t bit) {
 }
 
 }  // namespace
+
+ICB *chk_open(const char *name, int mode, std::size_t room) {
+    ICB *icb = IXOPEN(name, mode);
+    if (static_cast<std::size_t>(icb->reclen) > room) {
+        scr_fatal("%-11.11s: %-19.19s --> %s", icb->fname, icb->fdesc, term_text(1, 234, "Niet consistent"));
+    }
+    return icb;
+}
 
 off_t chk_txt_size(const char *name) {
     return file_size((std::string(name) + ".TXT").c_str());

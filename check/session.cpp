@@ -1,5 +1,10 @@
 // What lasts for the whole session: the flags of the checks and the files that stay open.
-#include "check/check.h"
+#include "check/frame.h"
+#include "sub/masterfile.h"
+#include "sub/pricefile.h"
+#include "sub/seriesfile.h"
+#include "sub/sizefile.h"
+#include "sub/transitfile.h"
 
 bool ok_labels = false;
 bool ok_series = false;
@@ -23,21 +28,27 @@ struct session_file {
     ICB *session_files::*icb;
     const char *name;
     int mode;
+    std::size_t room;  ///< for a record
 };
 
+// Of RVONTV only the index is read.
 constexpr session_file files[] = {
-    {&session_files::rvart, "RVART", ix_shared},       {&session_files::rvgo, "RVGO", ix_shared},
-    {&session_files::rvlev, "RVLEV", ix_shared},       {&session_files::rvmerk, "RVMERK", ix_shared},
-    {&session_files::rvontv, "RVONTV", ix_readonly},   {&session_files::rvser, "RVSER", ix_shared},
-    {&session_files::rvmaat, "RVMAAT", ix_shared},     {&session_files::rvmtom, "RVMTOM", ix_readonly},
-    {&session_files::rvkoers, "RVKOERS", ix_readonly},
+    {&session_files::rvart, "RVART", ix_shared, sizeof(ArticleGroupRecord)},
+    {&session_files::rvgo, "RVGO", ix_shared, sizeof(TransitRecord)},
+    {&session_files::rvlev, "RVLEV", ix_shared, sizeof(SupplierRecord)},
+    {&session_files::rvmerk, "RVMERK", ix_shared, sizeof(BrandRecord)},
+    {&session_files::rvontv, "RVONTV", ix_readonly, ix_max_reclen},
+    {&session_files::rvser, "RVSER", ix_shared, sizeof(SeriesRecord)},
+    {&session_files::rvmaat, "RVMAAT", ix_shared, sizeof(SizeKindRecord)},
+    {&session_files::rvmtom, "RVMTOM", ix_readonly, sizeof(SizeNameRecord)},
+    {&session_files::rvkoers, "RVKOERS", ix_readonly, sizeof(RateRecord)},
 };
 
 }  // namespace
 
 void chk_session_files_open() {
     for (const session_file &file : files) {
-        chk_files.*file.icb = IXOPEN(file.name, file.mode);
+        chk_files.*file.icb = chk_open(file.name, file.mode, file.room);
     }
 }
 
