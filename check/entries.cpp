@@ -102,7 +102,7 @@ void chk_entry_customers() {
 void chk_entry_other() {
     chk_full_run = true;
     const bool passed = run_sequence(std::array{
-        check_step{"stamgegevens", nullptr, &ok_master},
+        check_step{"stamgegevens", chk_master, &ok_master},
         check_step{"EAN-codes", chk_ean, &ok_ean},
         check_step{"bestelnummers leveranciers", nullptr, &ok_order_numbers},
         check_step{"barcodebestand", nullptr, &ok_barcodes},

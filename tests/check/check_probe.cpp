@@ -7,6 +7,7 @@
 //   answers=JN.X              answers to the questions and waits, in order: yes, no, the default, cancel.
 //                             When they have run out the last one is given again; without any: yes
 //   break=TEXT                breaks off in the pass whose caption holds TEXT
+//   break                     breaks off at the first look for the wish to
 //   kill-after=N              ends itself with SIGKILL, N microseconds from here
 //   refuse                    no destination is found for reports
 // Reports are added to `rapport.txt`, the line in which a question was asked to `vragen.txt`, and the flags
@@ -210,6 +211,8 @@ void obey(const std::string &word) {
         chk_full_run = true;
     } else if (word == "refuse") {
         refused = true;
+    } else if (word == "break") {
+        break_is_due = true;
     } else if (const char *list = value_of(word, "answers")) {
         answers = list;
         answered = 0;

@@ -1,0 +1,413 @@
+// The check of the master data: what it tells, what it puts right, what it deletes, run after run.
+#include <cstring>
+
+#include "isam/isam.h"
+#include "support/check_case.h"
+#include "tools/shop/plan.h"
+
+namespace {
+
+constexpr unsigned at_master_date = 30;
+constexpr std::uint16_t session_ahead = 900;
+
+class Master : public CheckCase {
+protected:
+    /// The lines of findings.
+    static std::vector<std::string> findings(const CheckRun &run) {
+        std::vector<std::string> lines;
+        for (const std::string &line : run.report) {
+            for (const char *category : {"Stamgegevens ", "Systeemgegevens ", "Omzetgegevens ",
+                                         "Kleine artikelen ", "Seriegegevens "}) {
+                if (line.starts_with(category)) {
+                    lines.push_back(line);
+                }
+            }
+        }
+        return lines;
+    }
+    SmallArticleRecord &article(int n) {
+        for (SmallArticleRecord &record : shop.small_articles) {
+            if (record.branch == 0 && n-- == 0) {
+                return record;
+            }
+        }
+        return shop.small_articles.front();
+    }
+};
+
+std::string finding(const char *category, const char *item, unsigned number, const char *text) {
+    return str_format("%-20s%-20s%6u       %s", category, item, number, text);
+}
+std::string finding(const SeriesKey &key, const char *text) {
+    return str_format(
+        "Seriegegevens       serienummer %-14s       %s",
+        str_format("%u.%u.%u", unsigned{key.group}, unsigned{key.colour}, unsigned{key.number}).c_str(),
+        text);
+}
+
+TEST_F(Master, TellsEveryClassInOrderAndMendsWhatItCan) {
+    make({.series = 20, .customers = 0});
+    auto &groups = shop.groups;
+    put_text(groups[0].description, "");
+    groups[1].turnover = 0;
+    groups[2].turnover = 9990;
+    groups[3].vat = 9;
+    groups[4].changed = session_ahead;
+    groups[0].session = session_ahead;
+    put_text(shop.suppliers[1].name, "");
+    shop.suppliers[0].session = session_ahead;
+    put_text(shop.brands[1].name, "");
+    shop.brands[0].changed = session_ahead;
+    shop.size_kinds[0].session = session_ahead;
+    shop.size_kinds[0].changed = session_ahead;
+    shop.size_kinds[2].entries[1].code[0] = '\0';
+    put_text(shop.branches[2].name, "");
+    put_text(shop.settings.company, "");
+    put_text(shop.turnover_groups[0].description, "");
+    TurnoverGroupRecord five_digits{};
+    five_digits.number = 10001;
+    shop.turnover_groups.push_back(five_digits);
+    put_text(shop.staff[0].name, "");
+    put_text(article(1).description, "");
+    article(0).turnover = 9991;
+    article(1).turnover = 0;
+    shop.settings.mode |= mode_saving;
+    for (SavingAction &action : shop.till_settings.actions) {
+        action = {};
+    }
+    for (const int i : {0, 1, 2, 8}) {
+        shop.till_settings.actions[i].in_use = 1;
+        shop.till_settings.actions[i].begin_date = i == 1 ? 0 : 40000;
+        shop.till_settings.actions[i].end_date = i == 2 ? 0 : 41000;
+        put_text(shop.till_settings.actions[i].description, i < 8 ? "sparen" : "");
+    }
+
+    auto &series = shop.series;
+    series[0].key.colour = 1000;
+    series[0].brand = 9998;
+    series[1].key.group = 99990;
+    series[2].key.colour = 997;
+    series[3].key.colour = 997;
+    put_text(shop.colours[996].text, "");
+    series[4].brand = 9998;
+    series[5].brand = 9998;
+    series[5].size_kind = 98;
+    series[6].supplier = 9998;
+    series[7].season_letter = ' ';
+    series[8].season_number = 10;
+    series[9].target_group = 0;
+    for (ArticleGroupRecord &group : groups) {
+        if (group.number == series[9].key.group) {
+            group.label_kind = 0;
+        }
+    }
+    series[10].supplier = 0;
+    write();
+
+    const auto number = [](const auto &record) { return unsigned{record.number}; };
+    const std::string no_name = "omschrijving niet aanwezig";
+    const std::string session = "Ongeldige sessienummer, is automatisch gecorrigeerd.";
+    const char *none = no_name.c_str();
+    const char *lowered = session.c_str();
+    const std::vector<std::string> lasting[] = {
+        {finding("Stamgegevens", "artikelgroep", number(groups[0]), none),
+         finding("Stamgegevens", "artikelgroep", number(groups[1]),
+                 "omzetgroep niet gedefinieerd     : definieer omzetgroep bij artikelgroep       "),
+         finding("Stamgegevens", "artikelgroep", number(groups[2]),
+                 "Omzetgroep onbekend              : definieer omzetgroep of wijzig omzetgroep   ")},
+        {finding("Stamgegevens", "leverancier", number(shop.suppliers[1]), none)},
+        {finding("Stamgegevens", "merk", number(shop.brands[1]), none)},
+        {finding("Stamgegevens", "maatsoort", shop.size_kinds[2].kind, "maatcode niet gevuld"),
+         finding("Systeemgegevens", "filiaalnummer", 1, none),
+         std::string("Systeemgegevens     firma                            ") + none,
+         finding("Omzetgegevens", "omzetgroep", number(shop.turnover_groups[0]), none),
+         finding("Omzetgegevens", "omzetgroep", 10001, none),
+         finding("Omzetgegevens", "verkoper", number(shop.staff[0]), none),
+         finding("Kleine artikelen", "artikelnr", number(article(1)), none),
+         finding("Kleine artikelen", "artikelnr", number(article(0)), "omzetgroep niet aanwezig of onbekend"),
+         finding("Kleine artikelen", "artikelnr", number(article(1)), "omzetgroep niet aanwezig of onbekend"),
+         finding("Omzetgegevens", "spaaractie", 2, "periode vanaf t/m niet correct"),
+         finding("Omzetgegevens", "spaaractie", 3, "periode vanaf t/m niet correct"),
+         finding("Omzetgegevens", "spaaractie", 9, none), finding(series[0].key, "Ongeldige serie"),
+         finding(series[1].key, "Artikelgroep niet aanwezig")},
+        {finding(series[4].key, "Merk niet aanwezig"), finding(series[5].key, "Merk niet aanwezig"),
+         finding(series[5].key, "Maatsoort niet aanwezig"),
+         finding(series[6].key, "Leverancier niet aanwezig"),
+         finding(series[7].key, "jaar-seizoen niet gevuld"), finding(series[8].key, "ongeldige deelseizoen"),
+         finding(series[9].key, "etiketsoort niet gevuld")},
+    };
+    // What is put right is told before the lasting findings of the next stretch.
+    std::vector<std::string> mended[] = {
+        {finding("Stamgegevens", "artikelgroep", number(groups[3]),
+                 "BTW code afwijkend van omzetgroep: BTW code aangepast                          "),
+         finding("Stamgegevens", "artikelgroep", number(groups[0]), lowered),
+         finding("Stamgegevens", "artikelgroep", number(groups[4]), lowered)},
+        {finding("Stamgegevens", "leverancier", number(shop.suppliers[0]), lowered)},
+        {finding("Stamgegevens", "merk", number(shop.brands[0]), lowered),
+         finding("Stamgegevens", "maatsoort", shop.size_kinds[0].kind, lowered)},
+        {finding(series[2].key, "Kleur niet aanwezig. Kleur toegevoegd")},
+        {},
+    };
+    std::vector<std::string> first;
+    std::vector<std::string> second;
+    for (std::size_t i = 0; i < std::size(lasting); i++) {
+        first.insert(first.end(), lasting[i].begin(), lasting[i].end());
+        first.insert(first.end(), mended[i].begin(), mended[i].end());
+        second.insert(second.end(), lasting[i].begin(), lasting[i].end());
+    }
+    for (const std::vector<std::string> &expected : {first, second, second}) {
+        const CheckRun run = check("full master");
+        EXPECT_EQ(findings(run), expected);
+        EXPECT_EQ(run.flags, "");
+        EXPECT_TRUE(run.questions.empty()) << run;
+        EXPECT_EQ(date_on_file(at_master_date), 0U);
+    }
+}
+
+struct Mended {
+    const char *fault;
+    int told;     ///< lines of the first run
+    bool passes;  ///< in the first run
+    const char *text = "niets";
+};
+
+const Mended mended[] = {
+    {"group-vat", 1, false, "BTW code aangepast"},
+    {"group-session", 1, false, "Ongeldige sessienummer"},
+    {"group-invalid", 0, true},
+    {"supplier-no-currency", 0, true},
+    {"supplier-size-system", 0, true},
+    {"supplier-session", 1, false, "Ongeldige sessienummer"},
+    {"supplier-invalid", 0, true},
+    {"brand-size-system", 0, true},
+    {"brand-session", 1, false, "Ongeldige sessienummer"},
+    {"brand-invalid", 0, true},
+    {"sizekind-session", 1, false, "Ongeldige sessienummer"},
+    {"turnover-invalid", 0, true},
+    {"staff-invalid", 0, true},
+    {"small-invalid", 0, true},
+    {"master-colour-missing", 1, true, "Kleur niet aanwezig. Kleur toegevoegd"},
+    {"master-no-model", 0, true},
+    {"master-no-letter", 0, true},
+    {"master-no-target", 0, true},
+};
+
+TEST_F(Master, WhatIsMendedPassesAtTheLatestInTheSecondRun) {
+    for (const Mended &one : mended) {
+        SCOPED_TRACE(one.fault);
+        make({.series = 4, .customers = 0}, {one.fault});
+        EXPECT_NE(audit(audit_master), "");
+        const CheckRun run = check("full master");
+        EXPECT_EQ(findings(run).size(), static_cast<std::size_t>(one.told)) << run;
+        EXPECT_EQ(run.count(one.text), one.told) << run;
+        EXPECT_EQ(run.flags, one.passes ? "master" : "");
+        EXPECT_EQ(date_on_file(at_master_date), one.passes ? date_today() : 0U);
+        const CheckRun again = check("full master");
+        EXPECT_EQ(findings(again).size(), 0U) << again;
+        EXPECT_EQ(again.flags, "master");
+        EXPECT_EQ(date_on_file(at_master_date), date_today());
+        EXPECT_EQ(audit(audit_master), "");
+    }
+}
+
+TEST_F(Master, FillsInWhatTheShopItselfSays) {
+    make({.series = 4, .customers = 0}, {"supplier-no-currency", "master-no-model", "master-no-letter",
+                                         "master-no-target", "master-colour-missing"});
+    check("full master");
+    std::vector<SeriesRecord> after;
+    std::string bytes = get("RVSER.TXT");
+    for (std::size_t at = 0; at < bytes.size(); at += sizeof(SeriesRecord)) {
+        if (ix_live(bytes.data() + at, sizeof(SeriesRecord))) {
+            std::memcpy(&after.emplace_back(), bytes.data() + at, sizeof(SeriesRecord));
+        }
+    }
+    ASSERT_EQ(after.size(), shop.series.size());
+    for (std::size_t i = 0; i < after.size(); i++) {
+        SeriesRecord expected = shop.series[i];
+        const auto group =
+            std::find_if(shop.groups.begin(), shop.groups.end(),
+                         [&](const ArticleGroupRecord &one) { return one.number == expected.key.group; });
+        expected.target_group = expected.target_group == 0 ? group->label_kind : expected.target_group;
+        expected.letter = expected.letter == '\0' ? ' ' : expected.letter;
+        if (expected.model[0] == '\0') {
+            put_text(expected.model, "###");
+        }
+        EXPECT_EQ(std::memcmp(&after[i], &expected, sizeof expected), 0) << i;
+        const NameRecord &colour = shop.colours[expected.key.colour - 1U];
+        EXPECT_EQ(
+            Bytes("RVSYS.TXT").text(region_colours.offset(expected.key.colour), 20),
+            colour.text[0] != '\0' ? colour.text : str_format("kleur %u", unsigned{expected.key.colour}));
+    }
+    for (const SupplierRecord &supplier : shop.suppliers) {
+        if (supplier.currency[0] == '\0') {
+            SupplierRecord filled = supplier;
+            std::memcpy(filled.currency, shop.country.home_currency, sizeof filled.currency);
+            EXPECT_NE(
+                get("RVLEV.TXT").find(std::string(reinterpret_cast<const char *>(&filled), sizeof filled)),
+                std::string::npos);
+        }
+    }
+}
+
+struct Setting {
+    const char *what;
+    void (*change)(Shop &shop);
+    std::vector<std::string> first;  ///< parts of the lines, in order; "*" for any number of lines
+    bool first_passes;
+    bool second_passes;
+};
+
+const Setting settings[] = {
+    {"a clean shop", [](Shop &) {}, {}, true, true},
+    {"no limit: session numbers go to 0",
+     [](Shop &shop) { shop.settings.session_options &= static_cast<std::uint8_t>(~1U); },
+     {"*"},
+     false,
+     true},
+    {"one shop: the company only",
+     [](Shop &shop) {
+         shop.settings.branches = 1;
+         put_text(shop.settings.company, "");
+         put_text(shop.branches[1].name, "");
+     },
+     {"Systeemgegevens     firma                            omschrijving"},
+     false,
+     false},
+    {"saving actions not in use",
+     [](Shop &shop) {
+         shop.settings.mode &= static_cast<std::uint8_t>(~mode_saving);
+         shop.till_settings.actions[0] = {};
+         shop.till_settings.actions[0].in_use = 1;
+     },
+     {},
+     true,
+     true},
+    {"records of the branches, and a season year without sense",
+     [](Shop &shop) {
+         SmallArticleRecord record = shop.small_articles.front();
+         record.branch = 60;
+         record.turnover = 0;
+         put_text(record.description, "");
+         shop.small_articles.push_back(record);
+         shop.series[0].season_year = 0;
+         shop.series[1].season_number = 9;
+         shop.series[2].supplier = 0;
+     },
+     {},
+     true,
+     true},
+    {"no home currency either",
+     [](Shop &shop) {
+         put_text(shop.country.home_currency, "");
+         put_text(shop.suppliers[0].currency, "");
+     },
+     {},
+     true,
+     true},
+    {"numbers far out",
+     [](Shop &shop) {
+         ArticleGroupRecord group{};
+         group.number = 0xffffff00U;
+         shop.groups.push_back(group);
+         BrandRecord brand{};
+         brand.number = 65000;
+         brand.session = 9999;
+         shop.brands.push_back(brand);
+         SizeKindRecord kind{};
+         kind.kind = 255;
+         for (SizeEntry &entry : kind.entries) {
+             entry.link = 255;
+         }
+         shop.size_kinds.push_back(kind);
+         shop.series[0].size_kind = 255;
+         shop.series[1].brand = 0;
+     },
+     {"maatsoort              255       maatcode niet gevuld", "Maatsoort niet aanwezig",
+      "Merk niet aanwezig"},
+     false,
+     false},
+};
+
+TEST_F(Master, FollowsTheSettingsOfTheShop) {
+    for (const Setting &setting : settings) {
+        SCOPED_TRACE(setting.what);
+        make({.series = 6, .customers = 0});
+        setting.change(shop);
+        write();
+        const CheckRun run = check("full master");
+        const std::vector<std::string> lines = findings(run);
+        if (setting.first == std::vector<std::string>{"*"}) {
+            EXPECT_GT(lines.size(), 10U);
+            EXPECT_EQ(run.count("Ongeldige sessienummer"), static_cast<int>(lines.size()));
+        } else {
+            ASSERT_EQ(lines.size(), setting.first.size()) << run;
+            for (std::size_t i = 0; i < lines.size(); i++) {
+                EXPECT_NE(lines[i].find(setting.first[i]), std::string::npos) << lines[i];
+            }
+        }
+        EXPECT_EQ(run.flags, setting.first_passes ? "master" : "");
+        EXPECT_EQ(check("full master").flags, setting.second_passes ? "master" : "");
+    }
+}
+
+TEST_F(Master, BreakingOffAndRefusalLeaveDateAndFlag) {
+    make({.series = 6, .customers = 0}, {"group-vat", "group-no-name"});
+    for (const char *words : {"full break master", "full refuse master"}) {
+        const CheckRun run = check(words);
+        EXPECT_TRUE(run.report.empty()) << run;
+        EXPECT_EQ(run.flags, "");
+        EXPECT_EQ(date_on_file(at_master_date), 0U);
+    }
+}
+
+TEST_F(Master, FilesTooShortAreFindings) {
+    make({.series = 6, .customers = 0});
+    std::filesystem::resize_file("KASPARM.TXT", 500);
+    std::filesystem::resize_file("RVFILGEG.TXT", 612 * 2 + 100);
+    const CheckRun run = check("full master");
+    ASSERT_EQ(findings(run).size(), 2U) << run;
+    EXPECT_EQ(findings(run)[0], finding("Systeemgegevens", "filiaalnummer", 1, "omschrijving niet aanwezig"));
+    EXPECT_EQ(findings(run)[1], finding("Systeemgegevens", "filiaalnummer", 2, "omschrijving niet aanwezig"));
+}
+
+/// How many live records the reference files hold.
+std::vector<int> live_records() {
+    std::vector<int> counts;
+    for (const char *name : {"RVART", "RVLEV", "RVMERK", "RVMAAT", "RVSER"}) {
+        if (IXCHECK(name) < 0) {
+            EXPECT_TRUE(IXBLDIX(name)) << name;
+        }
+        ICB *file = IXOPEN(name, ix_shared);
+        char record[ix_max_reclen];
+        int count = 0;
+        while (IXSEQ(file, record)) {
+            count++;
+        }
+        IXCLOSE(file);
+        counts.push_back(count);
+    }
+    return counts;
+}
+
+// Without a limit nearly every record of four files is written.
+TEST_F(Master, KilledRunsLoseNothingAndTheNextMendsTheRest) {
+    const char *wanted = std::getenv("MASTER_KILLS");
+    const int kills = wanted == nullptr ? 6 : std::atoi(wanted);
+    make({.series = 200, .customers = 0}, {"master-no-model"});
+    shop.settings.session_options = 0;
+    for (int i = 0; i < kills; i++) {
+        for (SeriesRecord &series : shop.series) {
+            series.letter = '\0';
+        }
+        write();
+        const std::vector<int> counts = live_records();
+        check("full kill-after=" + std::to_string(1000 + i * 50000 / kills) + " master");
+        EXPECT_EQ(live_records(), counts);
+        check("full master");
+        EXPECT_EQ(check("full master").flags, "master");
+        EXPECT_EQ(live_records(), counts);
+        EXPECT_EQ(audit(audit_master), "");
+    }
+}
+
+}  // namespace
