@@ -104,8 +104,8 @@ void chk_entry_other() {
     const bool passed = run_sequence(std::array{
         check_step{"stamgegevens", chk_master, &ok_master},
         check_step{"EAN-codes", chk_ean, &ok_ean},
-        check_step{"bestelnummers leveranciers", nullptr, &ok_order_numbers},
-        check_step{"barcodebestand", nullptr, &ok_barcodes},
+        check_step{"bestelnummers leveranciers", chk_order_numbers, &ok_order_numbers},
+        check_step{"barcodebestand", chk_barcodes, &ok_barcodes},
         check_step{"orderjournalen", chk_journals, &ok_journals},
     });
     if (passed) {
