@@ -280,6 +280,35 @@ TEST_F(Codes, WhatIsNoSoundFileIsPassedOver) {
     }
 }
 
+TEST_F(Codes, KilledRepairsLeaveWhatIsSoundAndTheNextMendsTheRest) {
+    const char *wanted = std::getenv("CODES_KILLS");
+    const int kills = wanted == nullptr ? 6 : std::atoi(wanted);
+    make({.series = 200, .customers = 0});
+    std::multiset<std::string> sound;
+    const BarcodeRecord pattern = shop.barcodes[0];
+    for (int i = 0; i < 400; i++) {
+        BarcodeRecord &record = shop.barcodes.emplace_back(pattern);
+        put_text(record.code, str_format("7%012d", i * 7919 % 1000));
+        record.size_kind = i % 4 == 0 ? pattern.size_kind : 77;
+    }
+    for (const BarcodeRecord &record : shop.barcodes) {
+        if (record.size_kind != 77) {
+            sound.emplace(record.code, sizeof record.code);
+        }
+    }
+    for (int i = 0; i < kills; i++) {
+        SCOPED_TRACE(i);
+        write();
+        check("full kill-after=" + std::to_string(5000 + i * 60000 / kills) + " barcodes", "J");
+        const std::multiset<std::string> left = codes("RVBARC.TXT", sizeof(BarcodeRecord));
+        EXPECT_TRUE(std::includes(left.begin(), left.end(), sound.begin(), sound.end()));
+        // A deletion that was cut short leaves a file that is to be rebuilt first.
+        EXPECT_TRUE(IXCHECK("RVBARC") >= 0 || IXBLDIX("RVBARC"));
+        EXPECT_EQ(check("full barcodes", "J").flags, "barcodes");
+        EXPECT_EQ(codes("RVBARC.TXT", sizeof(BarcodeRecord)), sound);
+    }
+}
+
 TEST_F(Codes, DamageNeitherLoopsNorDeletesMoreThanIsListed) {
     const char *wanted = std::getenv("CODES_SEEDS");
     const int seeds = wanted == nullptr ? 4 : std::atoi(wanted);
