@@ -198,7 +198,9 @@ void mac_stop() {
 
 const char *mac_file_path(const char *name) {
     macro_paths &both = paths();
-    std::snprintf(both.path, sizeof both.path, "%s%s", both.directory, name);
+    const std::string path = std::string(both.directory) + name;
+    std::memcpy(both.path, path.c_str(), std::min(path.size() + 1, path_room - 1));
+    both.path[path_room - 1] = '\0';
     return both.path;
 }
 
