@@ -6,6 +6,7 @@
 
 #include "check/check.h"
 #include "support/check_case.h"
+#include "tools/shop/plan.h"
 #include "support/terminal.h"
 
 namespace {
@@ -522,8 +523,8 @@ TEST_F(Customers, CountriesComeFromThePostcode) {
     std::memcpy(shop.country.default_country, "BEL", 3);
     for (std::size_t i = 0; i < std::size(homes); i++) {
         CustomerRecord &customer = shop.customers[i];
-        std::strncpy(customer.postcode, homes[i].postcode, sizeof customer.postcode);
-        std::strncpy(customer.country, homes[i].country, sizeof customer.country);
+        put_text(customer.postcode, homes[i].postcode);
+        put_text(customer.country, homes[i].country);
     }
     write();
     EXPECT_EQ(check("full countries").flags, "countries");

@@ -35,10 +35,8 @@ const std::set<std::string> left_to_a_human = {
 const std::set<std::string> stop_the_start = {"index-series-cut", "index-series-update"};
 
 /// Faults that checks pass over, by their rules: an order keeps its number 0; the operator's yes is enough
-/// for a series of two suppliers that prefers none; the labels of a series that is deleted are found by the
-/// next label check.
-const std::set<std::string> passed_over = {"journal-number-none", "price-no-supplier", "series-no-brand",
-                                           "journal-twice"};
+/// for a series of two suppliers that prefers none; a code file that is not consistent is left alone.
+const std::set<std::string> passed_over = {"journal-number-none", "price-no-supplier", "index-barcode-cut"};
 
 /// What passed checks leave in agreement. What a customer bought is counted anew only on request.
 constexpr unsigned audited = audit_all & ~audit_amounts;
@@ -69,6 +67,15 @@ protected:
             previous = flattened(last);
         }
         return last;
+    }
+    /// What is wrong behind a run that has passed: some mends, and what they uncover, settle in the next run.
+    std::string wrong_in_the_end() {
+        std::string wrong = audit(audited);
+        if (!wrong.empty()) {
+            EXPECT_TRUE(passed(rounds()));
+            wrong = audit(audited);
+        }
+        return wrong;
     }
     static std::string flattened(const CheckRun &run) {
         std::string text = run.flags;
@@ -112,7 +119,7 @@ TEST_P(EveryFault, IsFoundAndMendedOrLeftToAHuman) {
         const CheckRun last = passed(first) ? first : rounds();
         EXPECT_EQ(passed(last), left_to_a_human.count(name) == 0) << name << "\n" << last;
         if (passed(last) && passed_over.count(name) == 0) {
-            EXPECT_EQ(audit(audited), "") << name;
+            EXPECT_EQ(wrong_in_the_end(), "") << name;
         }
     }
 }
@@ -133,20 +140,20 @@ TEST_F(Whole, ManyFaultsAtOnceAreMendedRoundByRound) {
         std::string why;
         ASSERT_TRUE(build_shop(options, shop, why)) << why;
         std::string put_in;
-        bool human = false;
-        for (int i = 0; i < 20; i++) {
+        // Every fourth shop has faults of all kinds; the others have to come through.
+        const bool human = seed % 4 == 3;
+        for (int i = 0; i < 25; i++) {
             const ShopFault &fault = shop_faults()[random() % shop_faults().size()];
             if (stop_the_start.count(fault.name) == 0 && passed_over.count(fault.name) == 0 &&
-                spoil_shop(shop, fault.name, random())) {
+                (human || left_to_a_human.count(fault.name) == 0) && spoil_shop(shop, fault.name, random())) {
                 put_in += std::string(" ") + fault.name;
-                human = human || left_to_a_human.count(fault.name) != 0;
             }
         }
         write();
         const CheckRun last = rounds();
         EXPECT_TRUE(passed(last) || human) << seed << put_in << "\n" << last;
         if (passed(last)) {
-            EXPECT_EQ(audit(audited), "") << seed << put_in;
+            EXPECT_EQ(wrong_in_the_end(), "") << seed << put_in;
         }
     }
 }
