@@ -68,11 +68,13 @@ private:
 std::string size_code(std::uint8_t kind, std::uint8_t size);
 
 /// Calls `visit` for each record in key order. Each step starts from the key in the index, not from the one
-/// in the record, so the walk ends whatever the records hold. False when the operator broke off.
+/// in the record; and since a damaged index can lead in a circle, no more steps are made than there are
+/// records. False when the operator broke off.
 template <class Record, class Visit>
 bool each_in_key_order(ICB *file, Visit visit) {
     Record record{};
-    for (bool more = IXFIRST(file, &record); more; more = IXNEXT(file, &record)) {
+    std::int32_t left = file->nrecs;
+    for (bool more = IXFIRST(file, &record); more && left-- > 0; more = IXNEXT(file, &record)) {
         if (ing_interrupted()) {
             return false;
         }

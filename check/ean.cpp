@@ -75,7 +75,9 @@ bool check_sizes() {
         return true;
     }
     SeriesRecord series{};
-    for (bool found = IXFIRST(chk_files.rvser, &series); found; found = IXNEXT(chk_files.rvser, &series)) {
+    std::int32_t left = chk_files.rvser->nrecs;  // a damaged index can lead in a circle
+    for (bool found = IXFIRST(chk_files.rvser, &series); found && left-- > 0;
+         found = IXNEXT(chk_files.rvser, &series)) {
         const std::int32_t here = chk_files.rvser->recno;
         check_series(series);
         chk_files.rvser->recno = here;
@@ -117,7 +119,8 @@ void list_code(const EanRecord &code, std::int32_t number) {
 bool check_codes() {
     EanRecord code{};
     SeriesRecord series{};
-    for (bool found = IXFIRST(check.codes, &code); found; found = IXNEXT(check.codes, &code)) {
+    std::int32_t left = check.codes->nrecs;  // a damaged index can lead in a circle
+    for (bool found = IXFIRST(check.codes, &code); found && left-- > 0; found = IXNEXT(check.codes, &code)) {
         show_code(code);
         if (points_to_nothing(code, series)) {
             list_code(code, check.codes->recno);

@@ -6,8 +6,8 @@
 
 #include "check/frame.h"
 #include "check/journals.h"
-#include "sub/serieslabels.h"
 #include "screen/screen.h"
+#include "sub/serieslabels.h"
 
 namespace {
 
@@ -256,7 +256,8 @@ void journal_settle_numbers() {
     chk_phase("controleren ordernummers", total);
     std::uint32_t done = 0;
     OrderNumberRecord record{};
-    for (bool found = IXFIRST(numbers, &record); found; found = IXNEXT(numbers, &record)) {
+    // A damaged index can lead in a circle.
+    for (bool found = IXFIRST(numbers, &record); found && done < total; found = IXNEXT(numbers, &record)) {
         chk_progress(++done, total, chk_bar::step);
         const std::int32_t here = numbers->recno;
         if (!settle_number(record)) {

@@ -46,7 +46,8 @@ double read_rate(const char (&currency)[3], day_number day) {
         record = wanted;
         found = IXPREVR(chk_files.rvkoers, &record, currency_parts);
     }
-    while (found) {
+    std::int32_t left = chk_files.rvkoers->nrecs;  // a damaged index can lead in a circle
+    while (found && left-- > 0) {
         const double rate = rate_on_file(record.rate, record.unit);
         if (rate > 0) {
             return rate;

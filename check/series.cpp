@@ -270,7 +270,8 @@ bool walk() {
     SeriesRecord series{};
     std::uint32_t step = 0;
     const key_switch key(file, 1);
-    while (!ing_interrupted() && IXNEXT(file, &series)) {
+    std::int32_t left = file->nrecs;  // a damaged index can lead in a circle
+    while (left-- > 0 && !ing_interrupted() && IXNEXT(file, &series)) {
         const std::int32_t place = file->recno;
         if (series.brand == 0 || series.size_kind == 0) {
             IXDELETE(file, &series);

@@ -30,12 +30,17 @@ bool walk_to_record(ICB *icb, void *record, int parts, bool forward) {
     const int group = parts > 0 ? IXKEYLEN(icb, parts) : 0;
     std::uint8_t start[ix_max_klen];
     std::memcpy(start, icb->skey, sizeof start);
+    std::int32_t left = icb->nrecs;  // entries out of order can lead in a circle
     while (icb->recno >= 0) {
         if (group > 0 && IXCOMP(icb, start, icb->cur, group) != 0) {
             icb->recno = -1;
             break;
         }
         if (record_live(icb, record)) {
+            break;
+        }
+        if (left-- <= 0) {
+            icb->recno = -1;
             break;
         }
         std::memcpy(icb->skey, icb->cur, static_cast<std::size_t>(klen));

@@ -1,6 +1,7 @@
 // All checks together: every fault alone, and many at once, mended round by round with the operator's yes.
 #include <algorithm>
 #include <cstdlib>
+#include <iostream>
 #include <random>
 #include <set>
 
@@ -155,6 +156,72 @@ TEST_F(Whole, ManyFaultsAtOnceAreMendedRoundByRound) {
         if (passed(last)) {
             EXPECT_EQ(wrong_in_the_end(), "") << seed << put_in;
         }
+    }
+}
+
+/// Every file of the shop, markers and season directories included.
+std::vector<std::filesystem::path> files_of_shop() {
+    std::vector<std::filesystem::path> files;
+    for (const auto &entry : std::filesystem::recursive_directory_iterator(".")) {
+        if (entry.is_regular_file() && entry.file_size() > 0) {
+            files.push_back(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+/// Damages a file as a bad disk does: bits, a block of zeros, two blocks swapped, the end cut off.
+void damage(const std::filesystem::path &path, std::mt19937 &random) {
+    std::string bytes = ScratchDir::get(path);
+    constexpr std::size_t block = 512;
+    const auto place = [&](std::size_t length) {
+        return bytes.size() > length ? random() % (bytes.size() - length) : 0;
+    };
+    switch (random() % 4) {
+        case 0:
+            for (int i = 0; i < 8; i++) {
+                bytes[place(0)] ^= static_cast<char>(1U << random() % 8);
+            }
+            break;
+        case 1:
+            bytes.replace(place(block), std::min(block, bytes.size()), std::min(block, bytes.size()), '\0');
+            break;
+        case 2:
+            if (bytes.size() > 2 * block) {
+                std::swap_ranges(bytes.begin(), bytes.begin() + block,
+                                 bytes.begin() + static_cast<std::ptrdiff_t>(block + place(2 * block)));
+            }
+            break;
+        default:
+            bytes.resize(place(0));
+            break;
+    }
+    ScratchDir::put(path, bytes);
+}
+
+TEST_F(Whole, DamagedFilesNeitherCrashNorHangARun) {
+    const int shops = count_from("RVCHK_DAMAGED_SHOPS", 12);
+    const int first = count_from("RVCHK_WHOLE_FIRST", 1);
+    int came_through = 0;
+    for (int seed = first; seed < first + shops; seed++) {
+        std::mt19937 random(static_cast<unsigned>(seed));
+        for (const auto &entry : std::filesystem::directory_iterator(".")) {
+            std::filesystem::remove_all(entry.path());
+        }
+        make({.series = 8, .labels = 4, .seed = static_cast<std::uint64_t>(seed)});
+        const std::vector<std::filesystem::path> files = files_of_shop();
+        for (unsigned i = 0; i < 1 + random() % 3; i++) {
+            damage(files[random() % files.size()], random);
+        }
+        const CheckRun run = run_check("11 12 13", yes_for_a_while);
+        // A file that can't be used stops the program with a message; anything else is to be listed.
+        EXPECT_TRUE(run.status == 0 || run.status == 1 || run.status == 10) << seed << "\n" << run;
+        came_through += run.status == 0 ? 1 : 0;
+    }
+    EXPECT_GT(came_through, 0);
+    if (shops > 100) {
+        std::cout << came_through << " of " << shops << " came through without a fatal stop\n";
     }
 }
 

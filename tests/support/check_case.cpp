@@ -42,6 +42,10 @@ bool drain(int line, std::string &tail) {
             return true;
         }
         tail.append(buffer, static_cast<std::size_t>(length));
+        if (tail.find("AFGEBROKEN") != std::string::npos) {
+            // A fatal stop waits for Enter at the terminal itself.
+            (void)!write(line, "\n", 1);
+        }
         if (tail.size() > kept) {
             tail.erase(0, tail.size() - kept);
         }
