@@ -38,7 +38,8 @@ struct open_file {
     std::vector<held_range> held;
 };
 
-std::vector<open_file> files;
+// Never destroyed: what is closed on the way out of the process still looks into it.
+std::vector<open_file> &files = *new std::vector<open_file>;
 
 open_file *file_of(int fd) {
     for (open_file &file : files) {
