@@ -16,7 +16,7 @@ template <class Visit>
 bool each_customer(ICB *file, const char *caption, Visit visit) {
     CustomerRecord customer{};
     chk_phase(caption, static_cast<std::uint32_t>(file->nrecs));
-    while (IXSEQ(file, &customer)) {
+    for (bool more = chk_scan_first(file, &customer); more; more = IXSEQ(file, &customer)) {
         const std::int32_t place = file->recno;
         visit(customer, place);
         file->recno = place;
