@@ -19,7 +19,7 @@ constexpr std::size_t article_key_bytes = 3;
 template <class Record, class Visit>
 bool walk(ICB *file, Visit visit) {
     Record record{};
-    while (IXSEQ(file, &record)) {
+    for (bool more = chk_scan_first(file, &record); more; more = IXSEQ(file, &record)) {
         visit(record);
     }
     return !ing_interrupted();

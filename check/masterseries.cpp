@@ -144,7 +144,7 @@ bool master_walk_series() {
     const int column = scr_text(A_DIM, row, 1, "%s", detail_text(20, 61, "Serienummer")) + 2;
     at_hand = {};
     SeriesRecord series{};
-    while (IXSEQ(chk_files.rvser, &series)) {
+    for (bool more = chk_scan_first(chk_files.rvser, &series); more; more = IXSEQ(chk_files.rvser, &series)) {
         scr_text(A_BOLD, row, column, "%s", ser_text(series.key).c_str());
         check_series(series);
     }

@@ -197,7 +197,7 @@ bool prices_walk_sets() {
     SeriesKey series{};
     bool present = false;
     std::uint32_t done = 0;
-    while (IXSEQ(price_work.sets, &set)) {
+    for (bool more = chk_scan_first(price_work.sets, &set); more; more = IXSEQ(price_work.sets, &set)) {
         if (done == 0 || !(set.key == series)) {
             series = set.key;
             present = series_exists(series);
