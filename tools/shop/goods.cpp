@@ -9,6 +9,9 @@
 namespace {
 
 constexpr int seconds_per_day = 86400;
+/// Suppliers do not grow in number above this size of a shop; the orders that each of them gets do.
+constexpr int series_a_share = 4000;
+constexpr std::size_t orders_of_series = 3;  ///< at most
 constexpr int price_units_low = 10;  ///< amounts end in 5 or 95 cents, so prices are multiples of this less 5
 
 /// One series in the making.
@@ -259,6 +262,16 @@ void fill_record(Goods &goods, int brand) {
     put_carried(record.carried_184, random);
 }
 
+/// The orders that a series comes with: all of its supplier and season, or a few in a row of many.
+std::vector<std::size_t> orders_of_goods(const std::vector<std::size_t> &all, Random &random) {
+    if (all.size() <= orders_of_series) {
+        return all;
+    }
+    const auto first =
+        all.begin() + static_cast<std::ptrdiff_t>(random.below(all.size() - orders_of_series + 1));
+    return {first, first + orders_of_series};
+}
+
 }  // namespace
 
 std::uint32_t retail_price(const SeriesPlan &series, std::uint8_t size) {
@@ -276,11 +289,12 @@ std::uint32_t retail_price(const SeriesPlan &series, std::uint8_t size) {
 
 void plan_orders(ShopPlan &plan) {
     Random random = plan.random(stream_orders);
+    const int share = std::max(plan.shop.options.series / series_a_share, 1);
     for (std::size_t supplier = 0; supplier < plan.suppliers.size(); supplier++) {
         for (std::size_t season = 0; season < plan.seasons.size(); season++) {
             const day_number start = plan.seasons[season].start;
             const int last = std::min(start + 60, plan.shop.today - 1);
-            for (int left = random.range(1, 3); left > 0; left--) {
+            for (int left = random.range(1, 3) * share; left > 0; left--) {
                 const day_number date = clip(random.range(start - 120, last), day_1980 + 400, last);
                 plan.orders.push_back({static_cast<int>(supplier), static_cast<int>(season), date, 0, {}});
             }
@@ -310,7 +324,7 @@ void plan_goods(ShopPlan &plan) {
         const int season =
             static_cast<int>(std::max(random.below(plan.seasons.size()), random.below(plan.seasons.size())));
         series.group = &random.pick(plan.groups);
-        Goods goods{plan, random, series, supplier, orders_of[{supplier, season}]};
+        Goods goods{plan, random, series, supplier, orders_of_goods(orders_of[{supplier, season}], random)};
         const int colour = random.pick(colour_names).number;
         series.record.key.group = static_cast<std::uint32_t>(series.group->number);
         series.record.key.colour = static_cast<std::uint16_t>(colour);

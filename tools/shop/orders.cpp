@@ -10,6 +10,7 @@
 namespace {
 
 constexpr int orders_per_journal = 12;
+constexpr int journals_of_season = 100;  ///< in a large shop they grow in length, not in number
 
 std::int32_t next_document(Shop &shop) {
     shop.document.last_document = shop.document.last_document >= 999999 ? 1 : shop.document.last_document + 1;
@@ -164,13 +165,18 @@ void plan_journals(ShopPlan &plan) {
     Random random = plan.random(stream_journals);
     Shop &shop = plan.shop;
     for (std::size_t season = 0; season < plan.seasons.size(); season++) {
-        int in_journal = orders_per_journal;
+        const auto in_season =
+            std::count_if(plan.orders.begin(), plan.orders.end(), [&](const OrderPlan &order) {
+                return order.season == static_cast<int>(season) && !order.lines.empty();
+            });
+        const int most = std::max(orders_per_journal, static_cast<int>(in_season) / journals_of_season);
+        int in_journal = most;
         int number = 0;
         for (const OrderPlan &order : plan.orders) {
             if (order.season != static_cast<int>(season) || order.lines.empty()) {
                 continue;
             }
-            if (in_journal == orders_per_journal) {
+            if (in_journal == most) {
                 in_journal = 0;
                 shop.journals.push_back(
                     {plan.seasons[season].year, plan.seasons[season].letter, ++number, {}});
