@@ -92,9 +92,9 @@ bool walk() {
 void print_errors() {
     errors.for_each([](const CountryError &error) {
         chk_room(2);
-        prt_printf("%11.11s ", "Klantnummer");
+        prt_printf("%11.11s ", detail_text(22, 40, "Klantnummer"));
         prt_printf("%7ld   ", static_cast<long>(error.customer));
-        prt_printf("%s", "bevat geen geldige landcode; landcode toekennen aan klant.");
+        prt_printf("%s", detail_text(22, 41, "bevat geen geldige landcode; landcode toekennen aan klant."));
         prt_newline();
     });
 }

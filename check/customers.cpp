@@ -54,9 +54,10 @@ void tell_bad_marks() {
     }
     scr_clear_eos(2, 1);
     FFLASH(flash_enter, 0, A_DIM, nullptr,
-           "Bij %ld %s is een ongeldig teken in de selectiekenmerken aangepast.\n"
-           "Eventueel opnieuw klaarzetten voor de kassa.",
-           static_cast<long>(count), count == 1 ? "klant" : "klanten");
+           detail_text(22, 20,
+                       "Bij %ld %s is een ongeldig teken in de selectiekenmerken aangepast.\n"
+                       "Eventueel opnieuw klaarzetten voor de kassa."),
+           static_cast<long>(count), count == 1 ? detail_text(22, 21, "klant") : chk_name(phrase_customers));
 }
 
 void close_all() {
@@ -157,7 +158,7 @@ void check_block(std::int32_t number, const LabelBlock &block) {
 bool walk_labels() {
     const auto total =
         static_cast<std::uint32_t>(chk_txt_size("RVETI") / static_cast<off_t>(sizeof(LabelBlock)));
-    chk_phase("FASE-2: controleren klantetiketten", total);
+    chk_phase(detail_text(22, 2, "FASE-2: controleren klantetiketten"), total);
     chk_eti_raw(raw_action::open);
     LabelBlock block;
     bool goes_on = true;
@@ -174,7 +175,8 @@ bool walk_labels() {
 }
 
 bool walk() {
-    const bool done = each_customer(customer_check.customers, "FASE-1: controleren klanten", check_customer);
+    const bool done = each_customer(customer_check.customers,
+                                    detail_text(22, 1, "FASE-1: controleren klanten"), check_customer);
     eti_file(eti_action::close);
     return done && (!labels_linked() || walk_labels());
 }
@@ -187,7 +189,8 @@ bool has_errors() {
 
 void print_heads(bool) {
     chk_dashes();
-    prt_printf("%7.7s %8.8s  %s", "klantnr", "etiketnr", "foutmelding");
+    prt_printf("%7.7s %8.8s  %s", detail_text(22, 3, "klantnr"), detail_text(22, 4, "etiketnr"),
+               detail_text(22, 5, "foutmelding"));
     prt_newline();
     chk_dashes();
 }
@@ -202,31 +205,33 @@ eti_rec label_of(const CustomerError &error) {
 void print_text(const CustomerError &error) {
     switch (error.code) {
         case error_outside:
-            prt_printf("%s", "etiketnr buiten bestand");
+            prt_printf("%s", detail_text(22, 10, "etiketnr buiten bestand"));
             break;
         case error_no_label:
-            prt_printf("%s", "etiketnr niet aanwezig");
+            prt_printf("%s", detail_text(22, 11, "etiketnr niet aanwezig"));
             break;
         case error_foreign:
-            prt_printf("%s: %ld", "etiketnr van ander klantnr", static_cast<long>(label_of(error).customer));
+            prt_printf("%s: %ld", detail_text(22, 12, "etiketnr van ander klantnr"),
+                       static_cast<long>(label_of(error).customer));
             break;
         case error_not_sold:
-            prt_printf("%s: %u", "etiket status", static_cast<unsigned>(label_of(error).status));
+            prt_printf("%s: %u", detail_text(22, 13, "etiket status"),
+                       static_cast<unsigned>(label_of(error).status));
             break;
         case error_seen:
-            prt_printf("%s", "etiketnr reeds aanwezig");
+            prt_printf("%s", detail_text(22, 14, "etiketnr reeds aanwezig"));
             break;
         case error_no_customer:
-            prt_printf("%s", "etiketnr niet in ketting, klantnr NIET aanwezig");
+            prt_printf("%s", detail_text(22, 15, "etiketnr niet in ketting, klantnr NIET aanwezig"));
             break;
         case error_not_linked:
-            prt_printf("%s", "etiketnr niet in ketting, klantnr aanwezig");
+            prt_printf("%s", detail_text(22, 16, "etiketnr niet in ketting, klantnr aanwezig"));
             break;
         case error_bad_number:
-            prt_printf("%s", "Ongeldig klantnummer, klant verwijderd");
+            prt_printf("%s", detail_text(22, 17, "Ongeldig klantnummer, klant verwijderd"));
             break;
         case error_no_name:
-            prt_printf("%s", "klantnaam NIET aanwezig");
+            prt_printf("%s", detail_text(22, 18, "klantnaam NIET aanwezig"));
             break;
         default:
             break;
@@ -253,8 +258,8 @@ void print_errors() {
 
 /// The repair tells on a report of its own what it does; without one it is not done.
 bool ask_repair() {
-    if (customer_errors.empty() ||
-        ing_akkoord(scr->scr_lines - 1, 1, "[+]%s", "Herstellen foutieve klanten") == 0) {
+    if (customer_errors.empty() || ing_akkoord(scr->scr_lines - 1, 1, "[+]%s",
+                                               detail_text(22, 23, "Herstellen foutieve klanten")) == 0) {
         return false;
     }
     repair_report = chk_open_report();

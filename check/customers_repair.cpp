@@ -52,8 +52,9 @@ void tell() {
     if (chk_page_full(2)) {
         chk_report_header(chk_name(phrase_customers), true, chk_last_date(&SysRow19::customers));
     }
-    prt_printf("%s %6ld: ", "Klant", static_cast<long>(held.number));
-    prt_printf("%s", held.created ? "aangemaakt en hersteld" : "hersteld");
+    prt_printf("%s %6ld: ", detail_text(22, 24, "Klant"), static_cast<long>(held.number));
+    prt_printf(
+        "%s", held.created ? detail_text(22, 26, "aangemaakt en hersteld") : detail_text(22, 25, "hersteld"));
     prt_newline();
 }
 
@@ -88,7 +89,8 @@ void create() {
     }
     CustomerRecord customer{};
     customer.number = held.number;
-    std::snprintf(customer.name, sizeof customer.name, "**%s-%ld**", "klant", static_cast<long>(held.number));
+    std::snprintf(customer.name, sizeof customer.name, "**%s-%ld**", detail_text(22, 21, "klant"),
+                  static_cast<long>(held.number));
     std::memset(customer.marks, ' ', sizeof customer.marks);
     held.created = IXWRITE(file, &customer);
     lock_held();

@@ -60,17 +60,20 @@ bool walk() {
 void tell_what_to_do() {
     win_open3(scr->scr_lines - 11, 1, 10, 80);
     win_title("%s", "");
-    scr_text(A_BOLD, 2, 2, "Er zijn klanten aangetroffen met een titulatuurcode zonder omschrijving.");
-    scr_text(A_BOLD, 3, 2, "Hiervan wordt nu een verslag afgedrukt.");
-    scr_text(A_BOLD, 5, 2, "U kunt de titulatuurcodes bij deze klanten wijzigen of de omschrijving");
-    scr_text(A_BOLD, 6, 2, "toevoegen via Klantenadministratie / Definieren titulatuurcodes.");
+    scr_text(A_BOLD, 2, 2, "%s",
+             detail_text(22, 32, "Er zijn klanten aangetroffen met een titulatuurcode zonder omschrijving."));
+    scr_text(A_BOLD, 3, 2, "%s", detail_text(22, 33, "Hiervan wordt nu een verslag afgedrukt."));
+    scr_text(A_BOLD, 5, 2, "%s",
+             detail_text(22, 34, "U kunt de titulatuurcodes bij deze klanten wijzigen of de omschrijving"));
+    scr_text(A_BOLD, 6, 2, "%s",
+             detail_text(22, 35, "toevoegen via Klantenadministratie / Definieren titulatuurcodes."));
     ing_enter(8, 2);
     win_close();
 }
 
 void print_heads(bool) {
     chk_dashes();
-    prt_printf("%7.7s   %s", "klantnr", "titulatuurcode");
+    prt_printf("%7.7s   %s", detail_text(22, 3, "klantnr"), detail_text(22, 30, "titulatuurcode"));
     prt_newline();
     chk_dashes();
 }
@@ -79,7 +82,8 @@ void print_errors() {
     errors.for_each([](const TitleError &error) {
         chk_room(2);
         prt_printf("%7ld   ", static_cast<long>(error.customer));
-        prt_printf("%2d  %s", static_cast<int>(error.code), "omschrijving niet gedefinieerd");
+        prt_printf("%2d  %s", static_cast<int>(error.code),
+                   detail_text(22, 31, "omschrijving niet gedefinieerd"));
         prt_newline();
     });
 }
