@@ -6,12 +6,13 @@
 //            labels behind the fault of a chain as well
 //   repair   on request: chains are cut before their fault, labels on no chain are put on one
 //
-// A chain is only as good as what it leads to, so the recount of a customer takes the labels up to the fault,
-// which are those that stay on the chain.
+// The walk of a chain counts its labels as well. Only the recount of a customer whose chain has a fault needs
+// a walk of its own, which goes on for as long as there are labels.
 #include "check/customers.h"
 
 #include <algorithm>
 #include <limits>
+#include <set>
 
 #include "print/print.h"
 
@@ -92,6 +93,12 @@ int chain_fault(std::uint32_t customer, std::int64_t number, eti_rec &label) {
     return chk_bit_set(number) ? 0 : error_seen;
 }
 
+void count_label(customer_totals &totals, const eti_rec &label) {
+    const sale_kind kind = label.digit_b == 0 ? kind_plain : label.digit_b == 9 ? kind_nine : kind_other;
+    totals.count[kind]++;
+    totals.amount[kind] += label.amount_c;
+}
+
 /// Follows a chain to its end or its fault. Numbers in a chain have no sign: one that would be negative lies
 /// behind the file as well.
 customer_totals walk_chain(const CustomerRecord &customer) {
@@ -103,11 +110,10 @@ customer_totals walk_chain(const CustomerRecord &customer) {
         const auto here = static_cast<std::int32_t>(number);
         if (fault != 0) {
             customer_add_error(customer.number, static_cast<customer_error>(fault), here, previous);
+            totals.whole = false;
             break;
         }
-        const sale_kind kind = label.digit_b == 0 ? kind_plain : label.digit_b == 9 ? kind_nine : kind_other;
-        totals.count[kind]++;
-        totals.amount[kind] += label.amount_c;
+        count_label(totals, label);
         previous = here;
         number = static_cast<std::uint32_t>(label.next_customer_label);
     }
@@ -294,6 +300,18 @@ void customer_add_error(std::uint32_t customer, customer_error code, std::int32_
     error.code = code;
     error.unsold_days = static_cast<std::uint16_t>(std::numeric_limits<day_number>::max() - sold);
     customer_errors.add(error);
+}
+
+customer_totals customer_count(const CustomerRecord &customer) {
+    customer_totals totals;
+    std::set<std::int32_t> counted;
+    auto number = static_cast<std::int32_t>(customer.first_label);
+    eti_rec label;
+    while (eti_file(eti_action::read, number, label) != 0 && counted.insert(number).second) {
+        count_label(totals, label);
+        number = label.next_customer_label;
+    }
+    return totals;
 }
 
 ICB *customer_open(const char *name) {

@@ -88,7 +88,11 @@ enum sale_kind { kind_plain, kind_other, kind_nine, sale_kinds };
 struct customer_totals {
     std::int64_t amount[sale_kinds] = {};
     std::int64_t count[sale_kinds] = {};
+    bool whole = true;  ///< false for those up to a fault
 };
+/// Counts the labels of a chain for as long as they can be read, whatever else is wrong with them; one that
+/// the chain comes back to ends it.
+customer_totals customer_count(const CustomerRecord &customer);
 
 /// Mends what can be mended within a customer with a valid number; true when the record has changed.
 /// `totals` are those of its chain, where labels are linked.

@@ -29,12 +29,13 @@ Field fitting(std::int64_t value) {
 }
 
 /// Figures below zero can't be: all are taken from the chain anew.
-bool recount(CustomerRecord &customer, const customer_totals &totals) {
+bool recount(CustomerRecord &customer, const customer_totals &walked) {
     if ((sys_settings.mode & mode_customer_labels) == 0 ||
         (customer.count_plain >= 0 && customer.count_other >= 0 && customer.count_nine >= 0 &&
          customer.amount_plain >= 0 && customer.amount_other >= 0 && customer.amount_nine >= 0)) {
         return false;
     }
+    const customer_totals totals = walked.whole ? walked : customer_count(customer);
     customer.amount_plain = fitting<std::int32_t>(totals.amount[kind_plain]);
     customer.amount_other = fitting<std::int32_t>(totals.amount[kind_other]);
     customer.amount_nine = fitting<std::int32_t>(totals.amount[kind_nine]);

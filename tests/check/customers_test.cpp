@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <map>
 #include <random>
+#include <set>
 
 #include "check/check.h"
 #include "support/check_case.h"
-#include "tools/shop/plan.h"
 #include "support/terminal.h"
+#include "tools/shop/plan.h"
 
 namespace {
 
@@ -55,6 +56,16 @@ protected:
             }
         }
         return {};
+    }
+    /// Labels that a customer's chain leads to, up to the first that can't be read or was counted before.
+    int countable(const CustomerRecord &customer) {
+        std::set<std::uint32_t> counted;
+        for (std::uint32_t label = customer.first_label;
+             label - 1 < shop.label_blocks.size() * labels_per_block &&
+             entry(label).amount_status % 10 != 0 && counted.insert(label).second;
+             label = entry(label).next_customer) {
+        }
+        return static_cast<int>(counted.size());
     }
     /// Sets the counts of all customers below zero, so that the next run takes them from the chains.
     static void ask_recount() {
@@ -172,8 +183,8 @@ TEST_F(Chains, FaultsAreCutOffAndTheLabelsBehindThemPutBack) {
         EXPECT_EQ(no.questions, Rows{"Herstellen foutieve klanten? (J/N) J"}) << fault.leads_to;
         EXPECT_EQ(on_file(customer.number).count_plain + on_file(customer.number).count_other +
                       on_file(customer.number).count_nine,
-                  fault.from + 1)
-            << fault.leads_to << ": the recount goes as far as the chain is sound";
+                  countable(customer))
+            << fault.leads_to << ": the recount goes as far as there are labels";
 
         expected.push_back(str_format("Klant %6u: hersteld", customer.number.value()));
         const CheckRun yes = check("full customers", ".");  // the default is yes
@@ -434,6 +445,9 @@ TEST_F(Customers, AnyFaultsAreMendedAndKillsLoseNoRecord) {
         write();
         for (int kills = seed % 2 == 0 ? 3 : 0; kills > 0; kills--) {
             check("kill-after=" + std::to_string(random() % 50000) + " customers", "J");
+            if (IXCHECK("RVKLT") >= 0) {
+                ixclear("RVKLT");  // the start of a session does
+            }
         }
         const CheckRun run = check("customers titles countries", "J");
         EXPECT_EQ(run.flags, "customers titles countries") << "seed " << seed << "\n" << run;
