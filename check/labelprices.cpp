@@ -169,7 +169,7 @@ void open_files() {
 
 bool walk() {
     const off_t total = chk_txt_size("RVSER") / static_cast<off_t>(sizeof(SeriesRecord));
-    chk_phase("series verwerkt", static_cast<std::uint32_t>(std::max<off_t>(total, 0)));
+    chk_phase(detail_text(13, 41, "series verwerkt"), static_cast<std::uint32_t>(std::max<off_t>(total, 0)));
     std::uint32_t done = 0;
     SeriesRecord series{};
     ICB *const file = chk_files.rvser;
@@ -183,14 +183,15 @@ bool walk() {
 
 void print_heads(bool first_page) {
     if (first_page) {
-        prt_printf("%s",
-                   "Bij de volgende series zijn ontbrekende etiketprijzen. "
-                   "Deze worden indien mogelijk opnieuw gegenereerd.");
+        prt_printf("%s", detail_text(13, 42,
+                                     "Bij de volgende series zijn ontbrekende etiketprijzen. "
+                                     "Deze worden indien mogelijk opnieuw gegenereerd."));
         prt_newline();
         chk_note_prices();
         chk_dashes();
     }
-    prt_printf("%-14.14s %4.4s %6.6s %s", "serienr", "lvnr", "dat.tm", "maten");
+    prt_printf("%-14.14s %4.4s %6.6s %s", detail_text(6, 918, "serienr"), detail_text(13, 31, "lvnr"),
+               detail_text(13, 32, "dat.tm"), detail_text(13, 43, "maten"));
     prt_newline();
 }
 
@@ -231,8 +232,8 @@ void close_files() {
 }  // namespace
 
 void chk_label_prices() {
-    chk_course course{.status = [] { return "controleren etiketprijzen"; },
-                      .title = [] { return "controleren etiketprijzen"; },
+    chk_course course{.status = [] { return detail_text(13, 40, "controleren etiketprijzen"); },
+                      .title = [] { return detail_text(13, 40, "controleren etiketprijzen"); },
                       .flag = nullptr,
                       .date = &SysRow19::prices};
     course.refusal = {.ends = true, .keeps_flag = false, .keeps_date = false};

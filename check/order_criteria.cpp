@@ -149,7 +149,7 @@ constexpr int count_width = 20;
 /// A line that tells how far a pass has come.
 void show_pass(int row, const char *title) {
     scr_text(A_DIM, row, 1, "%s", title);
-    scr_text(A_DIM, row + 1, 1, "%-*.*s", count_width, count_width, "Aantal verwerkt");
+    scr_text(A_DIM, row + 1, 1, "%-*.*s", count_width, count_width, detail_text(14, 3, "Aantal verwerkt"));
 }
 
 void show_count(int row, std::int32_t count) {
@@ -160,7 +160,7 @@ void show_count(int row, std::int32_t count) {
 /// chain in this run or not.
 void find_lost_blocks() {
     constexpr int row = 7;
-    show_pass(row, "FASE-2: controleren vrijketting");
+    show_pass(row, detail_text(13, 3, "FASE-2: controleren vrijketting"));
     show_count(row, 0);
     const auto total = static_cast<std::uint32_t>(std::max(bapar_end - 1, 0));
     chk_phase(detail_text(3, 671, "FASE-3: controleren etiketblokken niet in ketting"), total);
@@ -283,11 +283,15 @@ void print_heads(bool first_page) {
     }
     prt_printf(
         "%-.132s",
-        "Bij de volgende series zijn fouten in de bestelcriteria gevonden. Deze fouten zijn hersteld.");
+        detail_text(
+            14, 1,
+            "Bij de volgende series zijn fouten in de bestelcriteria gevonden. Deze fouten zijn hersteld."));
     prt_newline();
     prt_printf(
         "%-.132s",
-        "U dient zelf de juistheid van de bestelcriteria van deze series te controleren bij besteladviezen.");
+        detail_text(14, 2,
+                    "U dient zelf de juistheid van de bestelcriteria van deze series te controleren bij "
+                    "besteladviezen."));
     prt_newline();
     chk_dashes();
 }
@@ -308,7 +312,8 @@ void repair_and_report() {
     while (stdchk.first(error)) {
         const SeriesKey key = error.key;
         const bool kept = mend_series(key);
-        print_series(key, kept ? "bestelcriteria gecorrigeerd" : "bestelcriteria verwijderd");
+        print_series(key, kept ? detail_text(14, 4, "bestelcriteria gecorrigeerd")
+                               : detail_text(14, 5, "bestelcriteria verwijderd"));
         // The next look is behind all errors of this series.
         error.key = key;
         error.code = std::numeric_limits<std::uint8_t>::max();
@@ -322,7 +327,7 @@ void repair_and_report() {
 void free_blocks() {
     constexpr int row = 10;
     const leave_guard undisturbed;
-    show_pass(row, "FASE-3: herstellen vrije etiketblokken");
+    show_pass(row, detail_text(14, 6, "FASE-3: herstellen vrije etiketblokken"));
     SysRow4Chain chain{};
     iotab_row(tab_action::lock_read, row_criteria_chain, chain);
     chain.end_mark = std::max(chain.end_mark.value(), bapar_end);
@@ -343,8 +348,8 @@ void free_blocks() {
 }  // namespace
 
 void chk_order_criteria() {
-    chk_course course{.status = [] { return "controleren bestelcriteria"; },
-                      .title = [] { return "CONTROLEREN BESTELCRITERIA"; },
+    chk_course course{.status = [] { return detail_text(14, 7, "controleren bestelcriteria"); },
+                      .title = [] { return detail_text(14, 8, "CONTROLEREN BESTELCRITERIA"); },
                       .flag = &ok_order_criteria};
     course.shows_date = false;
     course.withdraws = true;

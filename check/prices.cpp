@@ -47,7 +47,8 @@ void open_files() {
 
 bool walk() {
     const off_t sets = chk_txt_size(set_file) / static_cast<off_t>(sizeof(PriceSetRecord));
-    chk_phase("FASE-1: controleren prijssets", static_cast<std::uint32_t>(std::max<off_t>(sets, 0)));
+    chk_phase(detail_text(13, 2, "FASE-1: controleren prijssets"),
+              static_cast<std::uint32_t>(std::max<off_t>(sets, 0)));
     const bool whole = prices_walk_series() && prices_walk_sets();
     chk_progress(0, 0, chk_bar::close);
     if (!whole) {
@@ -64,25 +65,25 @@ bool walk() {
 const char *error_text(int code) {
     switch (code) {
         case price_outside:
-            return "prijsblok buiten bestand";
+            return detail_text(13, 11, "prijsblok buiten bestand");
         case price_other_set:
-            return "prijsblok van andere prijsset";
+            return detail_text(13, 12, "prijsblok van andere prijsset");
         case price_in_free_chain:
-            return "prijsblok van vrijketting";
+            return detail_text(13, 13, "prijsblok van vrijketting");
         case price_seen_before:
-            return "prijsblok reeds aanwezig";
+            return detail_text(13, 14, "prijsblok reeds aanwezig");
         case price_lost_no_set:
-            return "prijsblok niet in ketting, prijsset NIET aanwezig";
+            return detail_text(13, 15, "prijsblok niet in ketting, prijsset NIET aanwezig");
         case price_lost:
-            return "prijsblok niet in ketting, prijsset aanwezig";
+            return detail_text(13, 16, "prijsblok niet in ketting, prijsset aanwezig");
         case price_lost_no_series:
-            return "prijsblok niet in ketting, serie NIET aanwezig";
+            return detail_text(13, 17, "prijsblok niet in ketting, serie NIET aanwezig");
         case price_wrong_sizes:
-            return "ontbrekende/foutieve maatprijzen";
+            return detail_text(13, 21, "ontbrekende/foutieve maatprijzen");
         case price_set_no_series:
-            return "serie NIET aanwezig";
+            return detail_text(13, 22, "serie NIET aanwezig");
         case price_no_main_supplier:
-            return "Geen voorkeursleverancier bij prijssets";
+            return detail_text(13, 23, "Geen voorkeursleverancier bij prijssets");
         default:
             return "";
     }
@@ -90,16 +91,17 @@ const char *error_text(int code) {
 
 void print_heads(bool first_page) {
     if (first_page) {
-        prt_printf("%s",
-                   "Bij de volgende series zijn foutieve of ontbrekende prijzen. "
-                   "Deze worden indien mogelijk hersteld.");
+        prt_printf("%s", detail_text(13, 30,
+                                     "Bij de volgende series zijn foutieve of ontbrekende prijzen. "
+                                     "Deze worden indien mogelijk hersteld."));
         prt_newline();
         chk_note_prices();
         chk_dashes();
     }
-    prt_printf("%-22.22s%6.6s%7.7s", "serienummer", "lvnr", "dat.tm");
-    prt_printf("%10.10s%10.10s ", chk_name(phrase_price_block), "P/N");
-    prt_printf("%s", "foutmelding");
+    prt_printf("%-22.22s%6.6s%7.7s", detail_text(12, 18, "serienummer"), detail_text(13, 31, "lvnr"),
+               detail_text(13, 32, "dat.tm"));
+    prt_printf("%10.10s%10.10s ", chk_name(phrase_price_block), detail_text(13, 33, "P/N"));
+    prt_printf("%s", detail_text(12, 13, "foutmelding"));
     prt_newline();
     chk_dashes();
 }
@@ -127,7 +129,7 @@ void print_error(const PriceError &error) {
 void print_errors() {
     const auto total = static_cast<std::uint32_t>(price_errors.icb()->nrecs);
     std::uint32_t done = 0;
-    chk_phase("afdrukken foutverslag", total);
+    chk_phase(detail_text(13, 34, "afdrukken foutverslag"), total);
     price_errors.for_each([&](const PriceError &error) {
         print_error(error);
         chk_progress(++done, total, chk_bar::step);
@@ -141,8 +143,8 @@ void print_errors() {
 bool ask() {
     const int last = scr->scr_lines;
     chk_warn_consult(last - 4);
-    price_work.declined =
-        ing_akkoord(last - 1, 2, "[-]%s", "Er zijn fouten gevonden. Automatisch herstellen") == 0;
+    price_work.declined = ing_akkoord(last - 1, 2, "[-]%s",
+                                      detail_text(13, 37, "Er zijn fouten gevonden. Automatisch herstellen")) == 0;
     scr_clear_eos(last - 4, 1);
     return !price_work.declined;
 }
@@ -165,7 +167,7 @@ void close_files() {
 }  // namespace
 
 void chk_prices() {
-    chk_course course{.status = [] { return "controleren prijzen"; },
+    chk_course course{.status = [] { return detail_text(13, 1, "controleren prijzen"); },
                       .title = [] { return chk_name(phrase_prices); },
                       .flag = &ok_prices,
                       .date = &SysRow19::prices};

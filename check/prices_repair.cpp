@@ -85,7 +85,7 @@ void mend(const PriceError &error) {
 void prices_mend() {
     const auto total = static_cast<std::uint32_t>(price_errors.icb()->nrecs);
     std::uint32_t done = 0;
-    chk_phase("herstellen fouten", total);
+    chk_phase(detail_text(13, 35, "herstellen fouten"), total);
     price_errors.for_each([&](const PriceError &error) {
         mend(error);
         chk_progress(++done, total, chk_bar::step);
@@ -102,7 +102,7 @@ void prices_free_lost() {
     const std::int32_t end = chain.end_mark;
     const auto total = static_cast<std::uint32_t>(end);
     iotab_row(tab_action::lock_read, row_price_chain, chain);
-    chk_phase("herstellen vrijketting", total);
+    chk_phase(detail_text(13, 36, "herstellen vrijketting"), total);
     for (std::int32_t number = 0; number < end; number++) {
         if (!chk_bit_test(number)) {
             PriceBlock block{};

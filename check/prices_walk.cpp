@@ -220,7 +220,8 @@ void prices_walk_free() {
     if (chain.free_head > chain.end_mark) {
         chain.free_head = chain.end_mark;
     } else {
-        chk_phase("FASE-2: controleren vrijketting", static_cast<std::uint32_t>(chain.end_mark));
+        chk_phase(detail_text(13, 3, "FASE-2: controleren vrijketting"),
+                  static_cast<std::uint32_t>(chain.end_mark));
         walk_free_chain();
         chk_progress(0, 0, chk_bar::close);
     }
@@ -230,7 +231,7 @@ void prices_walk_free() {
 void prices_walk_rest() {
     const std::int32_t end = price_work.chain.end_mark;
     const auto total = static_cast<std::uint32_t>(end > 0 ? end - 1 : 0);
-    chk_phase("FASE-3: controleren prijzen niet in ketting", total);
+    chk_phase(detail_text(13, 4, "FASE-3: controleren prijzen niet in ketting"), total);
     for (std::int32_t number = 0; number < end; number++) {
         PriceBlock block{};
         if (!chk_bit_test(number)) {

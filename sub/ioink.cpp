@@ -60,8 +60,9 @@ off_t place_of(std::int32_t block) {
 
 void warn(trouble reason) {
     win_open3(10, 10, 5, 70);
-    win_title("%s", "WAARSCHUWING");
-    scr_text(A_BOLD, 2, 2, "%s (%d)", "Prijzen zijn NIET consistent, bestandscontroles uitvoeren",
+    win_title("%s", detail_text(13, 50, "WAARSCHUWING"));
+    scr_text(A_BOLD, 2, 2, "%s (%d)",
+             detail_text(13, 51, "Prijzen zijn NIET consistent, bestandscontroles uitvoeren"),
              static_cast<int>(reason));
     ing_enter(3, 2);
     win_close();
@@ -70,7 +71,7 @@ void warn(trouble reason) {
 /// At row 10, column 10, whatever window is on the screen; a progress bar would hide it.
 void warn_sizes() {
     win_open1(10, 10, 2, 60);
-    scr_text(A_BOLD, 1, 1, "%s", "Prijsgroepenbestand: maatbitmaps kloppen niet");
+    scr_text(A_BOLD, 1, 1, "%s", detail_text(13, 52, "Prijsgroepenbestand: maatbitmaps kloppen niet"));
     ing_enter(2, 1);
     win_close();
 }
@@ -207,7 +208,8 @@ int ink_block_read(std::int32_t block, PriceBlock &buffer, ink_report report) {
     }
     if (report == ink_report::fatal) {
         fail('R', block, errno,
-             found == trouble::short_read ? "Buiten bestand" : "Prijzenbestand inconsistent");
+             found == trouble::short_read ? detail_text(2, 843, "Buiten bestand")
+                                          : detail_text(13, 53, "Prijzenbestand inconsistent"));
     }
     warn(found);
     return 0;
@@ -236,7 +238,7 @@ std::int32_t ink_block_alloc(SysRow4Chain &row) {
         ink_block_read(head, block, ink_report::fatal);
         // A used block is not to be overwritten, and a head outside the file would stop the next one.
         if (!(block.key == SeriesKey{}) || block.next < 0 || block.next > end) {
-            fail('R', head, 0, "Prijzenbestand inconsistent");
+            fail('R', head, 0, detail_text(13, 53, "Prijzenbestand inconsistent"));
         }
         row.free_head = block.next;
     }
