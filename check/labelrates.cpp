@@ -34,7 +34,8 @@ price_units units_of(const PriceSetRecord &set) {
             .labels_whole = std::getenv("KPOS") != nullptr};
 }
 
-/// The rate of a day, or else the last before it. A record without value or unit is none.
+/// The rate of a day, or else the last before it. A record without a unit is none; one without a value says
+/// that its day has no rate, and gives 0.
 double read_rate(const char (&currency)[3], day_number day) {
     const key_switch key(chk_files.rvkoers, 1);
     RateRecord record{};
@@ -48,9 +49,8 @@ double read_rate(const char (&currency)[3], day_number day) {
     }
     std::int32_t left = chk_files.rvkoers->nrecs;  // a damaged index can lead in a circle
     while (found && left-- > 0) {
-        const double rate = rate_on_file(record.rate, record.unit);
-        if (rate > 0) {
-            return rate;
+        if (record.unit != 0) {
+            return rate_on_file(record.rate, record.unit);
         }
         found = IXPREVR(chk_files.rvkoers, &record, currency_parts);
     }
@@ -80,6 +80,14 @@ double rate_of_label(const eti_rec &label, const char (&currency)[3]) {
     return rate_of_day(currency, label.status == label_ordered ? label.date_in : label.date_moved);
 }
 
+/// What stands in for a rate of 0: that of today.
+double usable(double rate, const char (&currency)[3]) {
+    if (rate == 0.0) {
+        rate = rate_of_day(currency, date_today());
+    }
+    return rate == 0.0 ? no_rate : rate;
+}
+
 }  // namespace
 
 void label_rates_open() {
@@ -97,15 +105,13 @@ const SupplierRecord &label_supplier(std::uint16_t number) {
 }
 
 std::int32_t label_price_by_day(const eti_rec &label, const PriceSetRecord &set) {
-    return purchase_price(label.price, set.factor, rate_of_label(label, set.currency), units_of(set));
+    const double rate = usable(rate_of_label(label, set.currency), set.currency);
+    return purchase_price(label.price, set.factor, rate, units_of(set));
 }
 
 std::int32_t label_price_by_other(const eti_rec &label, const eti_rec &other, std::int32_t bought_for,
                                   const PriceSetRecord &set) {
     const price_units units = units_of(set);
-    double rate = rate_between(other.price, bought_for, set.factor, units);
-    if (rate == 0.0) {
-        rate = rate_of_day(set.currency, date_today());
-    }
+    const double rate = usable(rate_between(other.price, bought_for, set.factor, units), set.currency);
     return purchase_price(label.price, set.factor, rate, units);
 }
