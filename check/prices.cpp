@@ -143,10 +143,11 @@ void print_errors() {
 bool ask() {
     const int last = scr->scr_lines;
     chk_warn_consult(last - 4);
-    price_work.declined = ing_akkoord(last - 1, 2, "[-]%s",
-                                      detail_text(13, 37, "Er zijn fouten gevonden. Automatisch herstellen")) == 0;
+    const bool yes = ing_akkoord(last - 1, 2, "[-]%s",
+                                 detail_text(13, 37, "Er zijn fouten gevonden. Automatisch herstellen")) != 0;
     scr_clear_eos(last - 4, 1);
-    return !price_work.declined;
+    ok_prices = ok_prices && yes;  // an earlier run may have passed, and this one have no report
+    return yes;
 }
 
 void repair() {
@@ -155,7 +156,7 @@ void repair() {
 }
 
 void close_files() {
-    if (price_work.walked && ok_prices && !price_work.declined && price_work.lost > 0) {
+    if (price_work.walked && ok_prices && price_work.lost > 0) {
         prices_free_lost();
     }
     IXCLOSE(price_work.sets);

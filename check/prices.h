@@ -38,7 +38,6 @@ struct price_run {
     ICB *sets = nullptr;    ///< RVIPA
     SysRow4Chain chain{};   ///< row 9, with the blocks that the file really has
     bool walked = false;    ///< the passes were not broken off
-    bool declined = false;  ///< the operator wants no repair
     std::int32_t lost = 0;  ///< blocks on no chain, used or not
 };
 extern price_run price_work;
