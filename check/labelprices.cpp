@@ -161,6 +161,7 @@ void walk_labels(const SeriesRecord &series) {
 }
 
 void open_files() {
+    size_view_forget();  // a size that is new in its kind must keep its price
     eti_file(eti_action::open);
     ink_open(ink_mode::write);
     label_prices.open();

@@ -313,10 +313,7 @@ constexpr size_phase phases[] = {
 
 void open_files() {
     last_date = chk_last_date(&SysRow19::sizes);
-    if (session_sizes != nullptr) {
-        mtclose(session_sizes);  // the kinds may have been mended since
-        session_sizes = nullptr;
-    }
+    size_view_forget();  // the kinds may have been mended since
     eti_file(eti_action::open);
     ink_open(ink_mode::write);
 }

@@ -257,3 +257,10 @@ void size_view(mt_view *&view, int system, int kind, const SizeBitmap *sizes) {
         mtrange(view, *sizes);
     }
 }
+
+void size_view_forget() {
+    if (session_sizes != nullptr) {
+        mtclose(session_sizes);
+        session_sizes = nullptr;
+    }
+}
