@@ -1,6 +1,5 @@
 // Phase 3 of the size check: sizes and price groups of a series follow from its labels and price sets.
 #include <algorithm>
-#include <tuple>
 
 #include "check/sizes.h"
 #include "print/print.h"
@@ -36,18 +35,14 @@ SizeBitmap sizes_of_labels(const SeriesRecord &series) {
 
 /// False when the series has no price set.
 bool sizes_of_prices(const SeriesRecord &series, SizeBitmap &sizes) {
-    const auto order = [](const PriceSetRecord &set) {
-        return std::make_tuple(set.supplier.value(), set.end_date.value());
-    };
     PriceSetRecord set{};
     set.key = series.key;
     sizes = {};
-    bool found = ink_read(ink_action::first, set, 3);
-    const bool any = found;
-    // Sets that do not come in their order would be read for ever.
-    for (auto before = order(set); found; found = ink_read(ink_action::next, set, 3) && before < order(set)) {
+    bool any = false;
+    for (bool found = ink_read(ink_action::first, set, 3); found;
+         found = ink_read(ink_action::next, set, 3)) {
         sizes.add(set.sizes);
-        before = order(set);
+        any = true;
     }
     sizes = existing(sizes);
     return any;

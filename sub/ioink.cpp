@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <tuple>
 
 #include "screen/screen.h"
 #include "sub/errors.h"
@@ -25,6 +26,7 @@ namespace {
 
 constexpr char module_name[] = "ioink";
 constexpr char fatal_name[] = "IOINK";
+constexpr int series_parts = 3;
 constexpr int period_parts = 4;  ///< series and supplier
 
 /// Numbers of the internal errors.
@@ -102,6 +104,18 @@ void demand_read() {
     if (ink.sets == nullptr) {
         err_internal(module_name, read_without_open);
     }
+}
+
+/// Place of a set along the key.
+auto order(const PriceSetRecord &set) {
+    return std::make_tuple(set.key.group.value(), set.key.colour.value(), set.key.number.value(),
+                           set.supplier.value(), set.end_date.value());
+}
+
+/// A damaged index leads to sets of another series or supplier, or in a circle; a walk ends there.
+bool in_group(const PriceSetRecord &set, const PriceSetRecord &from, int parts) {
+    return (parts < series_parts || set.key == from.key) &&
+           (parts < period_parts || set.supplier == from.supplier);
 }
 
 /// What stands for a price in the working prices.
@@ -182,13 +196,15 @@ void ink_reopen() {
 
 bool ink_read(ink_action action, PriceSetRecord &set, int parts) {
     demand_read();
+    const PriceSetRecord from = set;
     switch (action) {
         case ink_action::first:
-            return IXFIRSTR(ink.sets, &set, parts);
+            return IXFIRSTR(ink.sets, &set, parts) && in_group(set, from, parts) &&
+                   !(order(set) < order(from));
         case ink_action::next:
-            return IXNEXTR(ink.sets, &set, parts);
+            return IXNEXTR(ink.sets, &set, parts) && in_group(set, from, parts) && order(from) < order(set);
         case ink_action::previous:
-            return IXPREVR(ink.sets, &set, parts);
+            return IXPREVR(ink.sets, &set, parts) && in_group(set, from, parts) && order(set) < order(from);
     }
     return false;
 }

@@ -48,7 +48,8 @@ void ink_reopen();
 
 enum class ink_action : char { next = 'N', previous = 'P', first = 'F' };
 /// Reads a set by its key: the next, the previous, or the first at or behind the key in `set`, with the same
-/// first `parts` fields of the key (0: any). False when there is none.
+/// first `parts` fields of the key (0: any). False when there is none, and where a damaged index leads
+/// astray.
 bool ink_read(ink_action action, PriceSetRecord &set, int parts);
 /// Reads the set of a series and supplier that is valid on a day; false when none is.
 bool ink_read_valid(SeriesKey series, std::uint16_t supplier, day_number day, PriceSetRecord &set);

@@ -130,6 +130,9 @@ TEST_F(Prices, WithoutAReport) {
     EXPECT_TRUE(run.report.empty());
     EXPECT_EQ(date_on_file(at_price_date), 0U);
     EXPECT_EQ(audit(audit_prices), "");
+    // What an earlier run has passed, this one does not when the repair is declined.
+    make({.series = 30}, {"price-no-supplier"});
+    EXPECT_EQ(check("prices refuse prices", "JN").flags, "");
 }
 
 TEST_F(Prices, BrokenOff) {
@@ -347,6 +350,8 @@ TEST_F(LabelPrices, AtTheRateOfTheDay) {
         {"EUR", true, 403399, 1, 10000, 4034, 10000},  // 4034 at 40.3399: 100.0003
         {"JPY", true, 5000, 1, 10000, 500, 1000},      // no decimals on either side
         {"XXX", false, 0, 0, 10000, 777, 777},         // in no table
+        {"GBP", false, 0, 0, 10000, 1000, 2000},       // no value on its day: today's 0.5
+        {"CHF", false, 0, 0, 10000, 1000, 1000},       // nor today: 1.0
         {"USD", false, 9000, 1, 0, 9000, 10000},       // no factor
         {"EUR", false, 0, 0, 10000, 0, 1},             // a label without a price has 1
     };
@@ -360,6 +365,10 @@ TEST_F(LabelPrices, AtTheRateOfTheDay) {
         add_rate("USD", 8000, 1, day_moved - 1);
         add_rate("USD", 7000, 0, day_moved);  // without a unit it is none
         add_rate("USD", 6000, 1, day_moved + 1);
+        add_rate("GBP", 8000, 1, day_moved - 1);
+        add_rate("GBP", 0, 1, day_moved);
+        add_rate("GBP", 5000, 1, day_moved + 1);
+        add_rate("CHF", 0, 1, day_moved);
         labels[0].second.price = each.label;
         const CheckRun first = run();
         SCOPED_TRACE(testing::Message() << each.currency << " " << each.label << "\n" << first);

@@ -289,6 +289,26 @@ TEST_F(PriceStore, SizesWithOnePriceSideBySideShareABlock) {
     EXPECT_EQ(loaded().at(sizes[0]), (prices{1, 1}));
 }
 
+TEST_F(PriceStore, AWalkEndsInADamagedIndex) {
+    for (const int end : {10, 20}) {
+        PriceSetRecord set = new_set(0, 0, end - 5, first_day + unsigned(end));
+        put_set(set, {{sizes[0], {5, 4}}});
+    }
+    // The entry of the second set leads to a record that stands before the first.
+    std::FILE *records = std::fopen("RVIPA.TXT", "r+b");
+    std::fseek(records, sizeof(PriceSetRecord) + 10, SEEK_SET);
+    const little_uint16_t end_date = first_day;
+    std::fwrite(&end_date, sizeof end_date, 1, records);
+    std::fclose(records);
+    PriceSetRecord set = new_set(0, 0, 0, 0);
+    int steps = 0;
+    for (bool found = ink_read(ink_action::first, set, 4); found;
+         found = ink_read(ink_action::next, set, 4)) {
+        ASSERT_LT(++steps, 3);
+    }
+    EXPECT_EQ(steps, 1);
+}
+
 TEST_F(PriceStore, ABlockInUseIsNeverTaken) {
     PriceSetRecord set = new_set(0, 0, 0, price_open_ended);
     put_set(set, {{sizes[0], {5, 4}}});
