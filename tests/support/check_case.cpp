@@ -138,8 +138,8 @@ CheckRun run_check(const std::string &words, const std::string &answers) {
     run.report = lines_of("rapport.txt");
     run.questions = lines_of("vragen.txt");
     for (const std::string &noted : lines_of("uitkomst.txt")) {
-        if (const std::size_t colon = noted.find(": "); colon != std::string::npos) {
-            run.flags = noted.substr(colon + 2);
+        if (const std::size_t colon = noted.find(':'); colon != std::string::npos) {
+            run.flags = noted.substr(std::min(colon + 2, noted.size()));
         }
     }
     return run;
