@@ -1,7 +1,9 @@
 // The job file: opening it, its lines and pages, and the end of a report.
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <utility>
 
 #include "print/destination.h"
 #include "print/print_internal.h"
@@ -17,9 +19,29 @@ constexpr char form_feed = '\f';
 
 std::FILE *job = nullptr;
 
-void write_bytes(std::string_view bytes) {
+/// Findings that are missing from a report would be missed unseen, so the program goes no further. The part
+/// that is there goes: it may be what has filled the disk.
+[[noreturn]] void cannot_write() {
+    const int why = errno;
     if (job != nullptr) {
-        std::fwrite(bytes.data(), 1, bytes.size(), job);
+        std::fclose(job);
+        job = nullptr;
+    }
+    file_delete(prt_job.job_file.c_str());
+    scr_fatal("%s: %s (file=%s, errno=%d)", "REPORT", term_text(1, 602, "Schrijven niet gelukt"),
+              prt_job.job_file.c_str(), why);
+}
+
+/// Puts what was written into the job file; fatal when it can't be.
+void flush_job() {
+    if (std::fflush(job) != 0 || std::ferror(job) != 0) {
+        cannot_write();
+    }
+}
+
+void write_bytes(std::string_view bytes) {
+    if (job != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), job) != bytes.size()) {
+        cannot_write();
     }
 }
 
@@ -28,17 +50,18 @@ void begin_page(bool feed) {
         return;
     }
     if (feed) {
-        std::fputc(form_feed, job);
+        write_bytes({&form_feed, 1});
     }
-    std::fflush(job);
+    flush_job();
     prt_job.rpt_page++;
     prt_job.rpt_pages++;
     prt_job.rpt_line = 1;
 }
 
 void close_job() {
-    std::fclose(job);
-    job = nullptr;
+    if (std::fclose(std::exchange(job, nullptr)) != 0) {
+        cannot_write();
+    }
 }
 
 void write_broken_off() {
@@ -85,7 +108,7 @@ bool prt_job_start() {
         return false;
     }
     write_bytes(prt_job.setup_text);
-    std::fflush(job);
+    flush_job();
     prt_job.start_offset = std::ftell(job);
     if (prt_job.aux && !prt_job.preview) {
         ing_break_off();
@@ -111,8 +134,8 @@ void job_write_line(std::string_view text) {
         return;
     }
     write_bytes(text);
-    std::fputc('\n', job);
-    std::fflush(job);
+    write_bytes("\n");
+    flush_job();
     prt_job.rpt_line++;
 }
 

@@ -1,4 +1,7 @@
 // The report writer: lines that become two, pages, heads, settings.
+#include <sys/resource.h>
+
+#include <csignal>
 #include <cstdlib>
 
 #include "report_fixture.h"
@@ -183,6 +186,36 @@ TEST_F(Layout, WrongSettingsAreFatal) {
                       open_text();
                   }),
                   each.text);
+    }
+}
+
+TEST_F(Layout, WhatCannotBeWrittenIsFatal) {
+    const std::pair<const char *, void (*)()> cases[] = {
+        {"lines",
+         [] {
+             open_text();
+             for (int line = 0; line < 1000; line++) {
+                 prt_printf("%-100s\n", "regel");
+             }
+         }},
+        {"the texts around it",
+         [] {
+             wanted.end_text = std::string(5000, 'e');
+             open_text();
+             prt_printf("regel\n");
+             prt_close("");
+         }},
+    };
+    for (const auto &[what, print] : cases) {
+        const std::string text = fatal_text([print = print] {
+            const rlimit full{4096, 4096};
+            signal(SIGXFSZ, SIG_IGN);
+            setrlimit(RLIMIT_FSIZE, &full);
+            print();
+        });
+        EXPECT_EQ(text.substr(0, 38), "REPORT: Schrijven niet gelukt (file=PR") << what;
+        EXPECT_NE(text.find(", errno=27)"), std::string::npos) << what << ": " << text;
+        EXPECT_EQ(job_files(), 0) << what;
     }
 }
 
