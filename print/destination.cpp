@@ -167,7 +167,8 @@ void fill_form(const print_destination &found) {
     prt_job.rpt_width = found.property.columns;
 }
 
-void fill_device(const ConnectionRecord &connection, const char *output_file) {
+/// False, and told to the operator, when the directory of the device can't take a file.
+bool fill_device(const ConnectionRecord &connection, const char *output_file) {
     std::string device = output_file != nullptr ? output_file : printer_text(connection.device);
     prt_job.to_directory = !device.empty() && connection.to_directory != 0;
     if (device == "TERMINAL" || device == "AUX") {
@@ -175,9 +176,15 @@ void fill_device(const ConnectionRecord &connection, const char *output_file) {
         device = terminal_path();
     }
     if (prt_job.to_directory && !prt_job.aux && !device.empty()) {
-        device = file_tempname(device.c_str(), "PR");
+        const std::string directory = device;
+        device = file_tempname(directory.c_str(), "PR");
+        if (device.empty()) {
+            job_cannot_open(directory);
+            return false;
+        }
     }
     prt_job.device = device.empty() ? nowhere : device;
+    return true;
 }
 
 }  // namespace
@@ -206,8 +213,7 @@ bool prt_setup(const print_setup &setup, std::uint16_t options, const char *outp
         return false;
     }
     fill_form(found);
-    fill_device(found.connection, output_file);
-    return prt_job_start();
+    return fill_device(found.connection, output_file) && prt_job_start();
 }
 
 bool prt_job_open(const print_setup &setup, std::uint16_t options, const char *output_file) {

@@ -26,7 +26,8 @@ struct Destination : Printers {
                                       {5, 1, "breed", "hal"},
                                       {6, 2, "AUX", "terminal", true},
                                       {7, 1, "TERMINAL", "terminal"},
-                                      {8, 1, "uit", "bestanden", true}}) {
+                                      {8, 1, "uit", "bestanden", true},
+                                      {8, 3, "nergens", "weg", true}}) {
             add_connection(one);
         }
         for (const Form &one : {Form{2, 1, 80, 66, "staand"},
@@ -94,6 +95,8 @@ TEST_F(Destination, OneAnswerIsTakenInSilence) {
         {{3, 0, 4}, 4 | 16, "132x72 <rechts>"},
         {{3, 0, 1}, 4 | 32, "132x66 <links>"},
         {{9, 1, 0}, 4, "geen"},
+        // A directory that is not there.
+        {{8, 0, 3}, 4, "geen"},
         // To the caller's file.
         {{2, 2, 1}, 4, "132x64 <lijst.txt>", "lijst.txt"},
         {{0, 2, 0}, 2 | 32, "80x64 <lijst.txt>", "lijst.txt"},
