@@ -134,7 +134,7 @@ void draw(tr_menu &menu, int index, bool current) {
              : it.enabled ? A_BOLD
                           : A_DIM,
              row, 1, " %-*.*s", menu.width - 1, menu.width - 1, it.text.c_str());
-    if (it.hot_at >= 0 && it.enabled) {
+    if (it.hot_at >= 0) {
         scr_text(A_UNDERLINE | A_BOLD | bar, row, it.hot_at + 2, "%c",
                  it.text[static_cast<std::size_t>(it.hot_at)]);
     }

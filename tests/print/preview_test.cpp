@@ -176,6 +176,7 @@ TEST_F(Preview, MenuShowsWhatCanBeDone) {
     EXPECT_TRUE(t.wait_until([&] { return t.attr(8, 57).reverse; }, "the first item that is enabled"));
     EXPECT_TRUE(t.attr(9, 57).bold);
     EXPECT_TRUE(t.attr(9, 73).underline && !t.attr(9, 72).underline) << "of <Enter>";
+    EXPECT_TRUE(t.attr(7, 76).underline && t.attr(7, 76).bold) << "of <PgUp>, which can't be done";
     t.keys({"LEFT", "SPACE", "DOWN", "DOWN", "DOWN", "DOWN"});
     ASSERT_TRUE(t.wait_until([&] { return t.attr(13, 57).reverse; }, "past the heading"));
     t.key("ENTER");
