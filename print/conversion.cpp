@@ -140,18 +140,20 @@ void FormatWalk::literal(report_piece &piece) {
     piece.real = {work_.data(), length};
 }
 
-/// A width or precision: digits, or the next argument for "*".
+/// A width or precision: digits, or the next argument for "*". Never more than a line can have: the library
+/// takes its time over fields of millions.
 int FormatWalk::star_or_digits(bool &given) {
+    constexpr long widest = 32000;
     given = true;
     if (*at_ == '*') {
         at_++;
-        return va_arg(args_, int);
+        return static_cast<int>(std::clamp<long>(va_arg(args_, int), -widest, widest));
     }
     given = *at_ >= '0' && *at_ <= '9';
     char *end = nullptr;
     const long value = given ? std::strtol(at_, &end, 10) : 0;
     at_ = given ? end : at_;
-    return static_cast<int>(std::min(value, 1000000L));
+    return static_cast<int>(std::min(value, widest));
 }
 
 void FormatWalk::conversion(report_piece &piece) {
