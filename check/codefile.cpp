@@ -1,6 +1,7 @@
 #include "check/codefile.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "print/print.h"
 #include "sub/iomaat.h"
@@ -123,5 +124,5 @@ std::string size_code(std::uint8_t kind, std::uint8_t size) {
     if (session_sizes == nullptr || mtread(session_sizes, mt_action::read, cursor, mt_key::index) == 0) {
         return std::string(sizeof cursor.code, ' ');
     }
-    return printable({cursor.code, sizeof cursor.code});
+    return printable({cursor.code, strnlen(cursor.code, sizeof cursor.code)});
 }

@@ -64,7 +64,7 @@ private:
     int rows = 0;
 };
 
-/// The code of a size in a size kind, three characters; blanks when there is none.
+/// The code of a size in a size kind, up to three characters; blanks when there is none.
 std::string size_code(std::uint8_t kind, std::uint8_t size);
 
 /// Calls `visit` for each record in key order. Each step starts from the key in the index, not from the one

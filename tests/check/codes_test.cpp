@@ -88,7 +88,9 @@ const SizeKindRecord &kind_of(const Shop &shop, unsigned kind) {
 }
 
 std::string size_text(const Shop &shop, unsigned kind, unsigned size) {
-    return {kind_of(shop, kind).entries[size].code, 3};
+    std::string text(kind_of(shop, kind).entries[size].code, 3);
+    std::replace(text.begin(), text.end(), '\0', ' ');
+    return text;
 }
 
 /// A size of the kind that the series doesn't have; 0 for none.
@@ -107,6 +109,9 @@ TEST_F(Codes, OrderNumbersAreListedAndDeletedOnYes) {
     const auto size = static_cast<std::uint8_t>(first_size(series));
     const int supplier = series.supplier;
     const std::uint8_t other_kind = series.size_kind == 1 ? 2 : 1;
+    for (SizeKindRecord &kind : shop.size_kinds) {
+        kind.entries[1].code[2] = '\0';  // a code of two characters
+    }
     std::vector<SupplierNumberRecord> list;
     std::vector<std::string> expected;
     const auto add = [&](const std::string &code, std::uint8_t kind, std::uint8_t index, const char *text,
