@@ -28,7 +28,7 @@ int read_file(ICB *file, Record &record, Number number) {
     }
     return read_once(record, number, [&] {
         const key_switch key(file, 1);
-        return IXREAD(file, &record);
+        return IXREAD(file, &record) && record.number == number;
     });
 }
 
