@@ -107,8 +107,10 @@ bool find_destination(print_setup setup, std::uint16_t options, print_destinatio
             break;
     }
     if (found.general.printer == screen_printer) {
+        // The screen has no device behind it but a file of the caller's.
         found.screen = true;
         found.general = {};
+        found.connection = {};
     }
     return true;
 }

@@ -19,7 +19,8 @@ struct Destination : Printers {
         for (const auto &[number, name] : names) {
             add_printer(number, name);
         }
-        for (const Connection &one : {Connection{2, 1, "laser1  ", "kantoor"},
+        for (const Connection &one : {Connection{1, 1, "uit", "SCR", true},  // which the screen ignores
+                                      {2, 1, "laser1  ", "kantoor"},
                                       {3, 1, "links", "hal"},
                                       {3, 4, "rechts", "zolder"},
                                       {4, 1, "bon", "kassa"},
@@ -192,7 +193,7 @@ TEST_F(Destination, ListOfAllPrintersAndOneThatIsEmpty) {
     Terminal t(probe({"0", "1", "0", "4", "-"}));
     ASSERT_TRUE(t.wait_for("MAP          bestanden            nog een                       132   66 L J"));
     EXPECT_EQ(t.row(5).substr(4),
-              "SCR          SCR                  SCR-132                       132   64 L N │");
+              "SCR          SCR                  SCR-132                       132   64 L J │");
     t.key("ENTER");
     ASSERT_TRUE(t.wait_for("Einde overzicht"));
     t.type("n");
