@@ -1,5 +1,7 @@
 #include "sub/labelparts.h"
 
+#include <limits>
+
 namespace {
 
 constexpr std::uint32_t digit = 10;
@@ -28,7 +30,10 @@ LabelEntry label_join(const LabelParts &parts) {
     entry.date_in = parts.date_in;
     entry.date_moved = parts.date_moved;
     entry.date_third = parts.date_third;
-    entry.order = word(parts.group_value) * group_value_unit + parts.order;
+    const std::uint64_t order = std::uint64_t{word(parts.group_value)} * group_value_unit + parts.order;
+    // A value that finds no room is dropped, or it would take the order number with it.
+    entry.order =
+        order > std::numeric_limits<std::uint32_t>::max() ? parts.order : static_cast<std::uint32_t>(order);
     return entry;
 }
 

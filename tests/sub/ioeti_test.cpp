@@ -154,6 +154,9 @@ TEST_F(LabelFile, FieldsShareWordsInDecimal) {
     EXPECT_EQ(entry.u16(28), 2U);
     EXPECT_EQ(entry.u16(30), 3U);
     EXPECT_EQ(entry.u32(32), 190000076U);
+    rec.group_value = 430;  // more than the word holds
+    eti_pack(rec, block, 0);
+    EXPECT_EQ(block.slots[0].order, 76U);
     block.slots[1].amount_status = 10;
     EXPECT_TRUE(label_is_empty(block.slots[1]));
     EXPECT_FALSE(chk_block_empty(block));
