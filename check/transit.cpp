@@ -81,8 +81,12 @@ bool transit_has_entry(std::int32_t number) {
 }
 
 bool was_received(std::int32_t number) {
-    ReceiptRecord receipt{};
-    receipt.label = number;
+    // The key may reach behind what is known of the record.
+    struct {
+        ReceiptRecord known;
+        std::uint8_t rest[ix_max_reclen - sizeof(ReceiptRecord)];
+    } receipt{};
+    receipt.known.label = number;
     return IXFIND(chk_files.rvontv, &receipt);
 }
 
