@@ -23,6 +23,9 @@ extern bool ok_barcodes;
 extern bool ok_journals;
 /// One of the three entries of the menu is running its sequence.
 extern bool chk_full_run;
+/// A check of the sequence was broken off. A pass of earlier in the session does not stand for it: the
+/// sequence stops, and there is no summary.
+extern bool chk_broken_off;
 
 /// Open and close the files of `chk_files`, which stay open for the whole run.
 void chk_session_files_open();

@@ -13,11 +13,12 @@ struct check_step {
     bool *passed;
 };
 
-/// Runs the steps in order; true when all have passed in this session.
+/// Runs the steps in order; true when all have passed in this session and none was broken off.
 bool run_sequence(std::span<const check_step> steps) {
+    chk_broken_off = false;
     for (const check_step &step : steps) {
         step.run();
-        if (!*step.passed) {
+        if (!*step.passed || chk_broken_off) {
             return false;
         }
     }
@@ -74,16 +75,17 @@ void chk_entry_customers() {
     const bool customers = (sys_settings.mode & mode_customers) != 0;
     const bool linked = (sys_settings.mode & mode_customer_labels) != 0;
     chk_full_run = true;
+    chk_broken_off = false;
     if (linked ? ok_labels : customers) {
         chk_customers();
     }
-    if (customers && ok_customers) {
+    if (customers && ok_customers && !chk_broken_off) {
         run_sequence(std::array{
             check_step{chk_titles, &ok_titles},
             check_step{chk_countries, &ok_countries},
         });
     }
-    if (ok_customers && ok_titles && ok_countries) {
+    if (ok_customers && ok_titles && ok_countries && !chk_broken_off) {
         chk_print_summary(phrase_all_customers);
     }
     chk_full_run = false;

@@ -118,7 +118,9 @@ bool run_once(const chk_course &course) {
         }
     }
     run.broken_off = course.walk != nullptr && !course.walk();
-    if (!run.broken_off) {
+    if (run.broken_off) {
+        chk_broken_off = true;
+    } else {
         run.errors = course.has_errors != nullptr && course.has_errors();
         if (run.errors) {
             call(course.mend);

@@ -21,6 +21,7 @@ bool ok_order_numbers = false;
 bool ok_barcodes = false;
 bool ok_journals = false;
 bool chk_full_run = false;
+bool chk_broken_off = false;
 
 namespace {
 

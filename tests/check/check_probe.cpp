@@ -4,6 +4,7 @@
 //   labels series prices ...  the check of that name, as outside a full run
 //   11 12 13                  the entry of the menu with that number
 //   full                      the checks behind this word run as in a full run
+//   trusted                   the labels count as sound, as after an orderly end of the run before
 //   answers=JN.X              answers to the questions and waits, in order: yes, no, the default, cancel.
 //                             When they have run out the last one is given again; without any: yes
 //   break=TEXT                breaks off in the pass whose caption holds TEXT
@@ -193,6 +194,8 @@ const char *value_of(const std::string &word, const char *name) {
 void obey(const std::string &word) {
     if (word == "full") {
         chk_full_run = true;
+    } else if (word == "trusted") {
+        ok_labels = true;
     } else if (word == "refuse") {
         refused = true;
     } else if (word == "break") {
