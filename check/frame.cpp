@@ -76,9 +76,6 @@ void finish_clean(const chk_course &course, const outcome &run) {
 }
 
 void finish_with_errors(const chk_course &course, const outcome &run) {
-    if (course.withdraws) {
-        *course.flag = false;
-    }
     if (run.report || course.report_time == chk_report_time::by_check) {
         call(course.report);
     }
@@ -123,6 +120,10 @@ bool run_once(const chk_course &course) {
     } else {
         run.errors = course.has_errors != nullptr && course.has_errors();
         if (run.errors) {
+            // At once: the program may be left at the questions that come before the report.
+            if (course.withdraws) {
+                *course.flag = false;
+            }
             call(course.mend);
         }
         if (wants_report(course, run)) {
