@@ -173,6 +173,7 @@ void ink_open(ink_mode mode) {
         err_open(module_name, ink_block_file);
     }
     ink.mode = mode;
+    ink_forget_order();
 }
 
 void ink_close() {

@@ -33,3 +33,6 @@ bool ink_remove_set(const PriceSetRecord &set);
 /// Puts the blocks of the set's chain on the free chain of row 9, which is written, and whose lock the caller
 /// holds. False when the chain could not be followed to its end.
 bool ink_free_chain(PriceSetRecord &set, SysRow4Chain &row);
+
+/// Forgets which sets were found to be in order; another program may have been at them since.
+void ink_forget_order();

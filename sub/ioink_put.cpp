@@ -9,6 +9,7 @@
 // chain nor the sets of this supplier may change under another user's hands.
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <cstring>
 
 #include "screen/prompts.h"
@@ -159,17 +160,59 @@ void clip(const PriceSetRecord &set, PriceSetRecord other, SysRow4Chain &row) {
     }
 }
 
-void clip_neighbours(const PriceSetRecord &set, SysRow4Chain &row) {
+/// The suppliers of one series whose sets were found to be in order: none ends before it begins, and no two
+/// overlap. What is stored here leaves them so.
+struct {
+    SeriesKey series{};
+    std::bitset<65536> suppliers;
+} in_order;
+
+bool sets_in_order(const PriceSetRecord &set) {
+    if (!(in_order.series == set.key)) {
+        ink_forget_order();
+        in_order.series = set.key;
+    }
+    if (in_order.suppliers.test(set.supplier)) {
+        return true;
+    }
     PriceSetRecord other{};
     other.key = set.key;
     other.supplier = set.supplier;
-    // What is written on the way lies at or before the set at hand, so the walk meets each set once.
+    int last_day = -1;
     for (bool found = ink_next_period(other, true); found; found = ink_next_period(other, false)) {
+        if (other.begin_date > other.end_date || other.begin_date <= last_day) {
+            return false;
+        }
+        last_day = other.end_date;
+    }
+    in_order.suppliers.set(set.supplier);
+    return true;
+}
+
+/// Of sets in order only those that end in the new period or behind it and begin before its end are met.
+void clip_neighbours(const PriceSetRecord &set, SysRow4Chain &row) {
+    const bool upright = set.begin_date <= set.end_date;
+    if (!upright) {
+        ink_forget_order();
+    }
+    const bool few = upright && sets_in_order(set);
+    PriceSetRecord other{};
+    other.key = set.key;
+    other.supplier = set.supplier;
+    other.end_date = few ? set.begin_date : little_uint16_t{};
+    // What is written on the way lies at or before the set at hand, so the walk meets each set once.
+    for (bool found = ink_next_period(other, true); found && !(few && other.begin_date > set.end_date);
+         found = ink_next_period(other, false)) {
         clip(set, other, row);
     }
 }
 
 }  // namespace
+
+void ink_forget_order() {
+    in_order.suppliers.reset();
+    in_order.series = {};
+}
 
 void ink_set_put(PriceSetRecord &set, bool quiet) {
     ink_demand_write();
