@@ -68,31 +68,6 @@ PriceSetRecord set_of_day(const SeriesRecord &series, const eti_rec &label) {
     return set;
 }
 
-/// The two came at the same time: both are still on order, or both were delivered together.
-bool came_together(const eti_rec &label, const eti_rec &other) {
-    if (other.supplier != label.supplier || other.date_in != label.date_in) {
-        return false;
-    }
-    return label.status == label_ordered
-               ? other.status == label_ordered
-               : other.status > label_ordered && other.date_moved == label.date_moved;
-}
-
-/// The first label of the series that came with this one and has a price in the set. Leaves the label file at
-/// the label it was at.
-bool find_companion(const SeriesRecord &series, const label_place &label, const PriceSetRecord &set,
-                    eti_rec &other) {
-    std::int32_t number = series.first_block;
-    bool found = eti_file(eti_action::first, number, other) != 0;
-    while (found && !(came_together(label.rec, other) && set.sizes.test(other.size))) {
-        found = eti_file(eti_action::next, number, other) != 0;
-    }
-    eti_rec back;
-    number = label.number;
-    eti_file(eti_action::read, number, back);
-    return found;
-}
-
 void note(const PriceSetRecord &set, unsigned size) {
     LabelPrice wanted{};
     wanted.key = set.key;
@@ -131,7 +106,7 @@ void give_price(const SeriesRecord &series, const label_place &label, bool has_s
     eti_rec other;
     if (has_set) {
         ink_set_load(set);
-        const bool companion = find_companion(series, label, set, other);
+        const bool companion = companion_find(series, label, set, other);
         price = companion ? label_price_by_other(label.rec, other, ink_working.net_of(other.size), set)
                           : label_price_by_day(label.rec, set);
     } else {
@@ -144,6 +119,7 @@ void give_price(const SeriesRecord &series, const label_place &label, bool has_s
 
 void walk_labels(const SeriesRecord &series) {
     size_view(session_sizes, sys_settings.size_system, series.size_kind);
+    companion_begin();
     held_set held;
     label_place label{series.first_block, {}};
     for (int found = eti_file(eti_action::first, label.number, label.rec); found != 0;
@@ -225,6 +201,7 @@ void print_price(const LabelPrice &price) {
 }
 
 void close_files() {
+    companion_end();
     label_prices.close();
     ink_close();
     eti_file(eti_action::close);
