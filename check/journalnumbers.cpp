@@ -36,8 +36,11 @@ bool number_label(LabelEntry &entry, const journal_walk &walk) {
     return true;
 }
 
-/// The labels of a line's series that came with the order take its new number.
+/// The labels of a line's series that came with the order take its new number, if it is one of a label.
 void number_labels(const journal_walk &walk) {
+    if (walk.order_number > label_highest_order) {
+        return;
+    }
     JournalDetail detail;
     std::memcpy(&detail, walk.payload.data(), sizeof detail);
     SeriesRecord series{};

@@ -57,6 +57,9 @@ void report_failure(const journal_name &name, const journal_walk &walk) {
             journal_report(name, str_format("%s (kode=%c, fpos=%ld) --> %s", "Onvolledig record", walk.code,
                                             at, "FOUT"));
             break;
+        case journal_end::unreadable:
+            journal_report(name, str_format("%s --> %s", std::strerror(walk.error), "FOUT"));
+            break;
         default:
             break;
     }
@@ -77,6 +80,10 @@ bool check_journal(const journal_name &name) {
     }
     journal_take_copy(name, walk, size);
     journal_follow(walk, name);
+    if (walk.end == journal_end::unreadable) {
+        report_failure(name, walk);
+        return false;
+    }
     return true;
 }
 

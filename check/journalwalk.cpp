@@ -1,12 +1,14 @@
 // The walk through an order journal.
 //
-//   1  A byte that is no code ends it, and so does the end of the file within a record.
+//   1  A byte that is no code ends it, and so does the end of the file within a record, or a read
+//      that fails.
 //   2  A record that may not follow the one before it is out of order. It is dropped; only an order is not
 //      let go that way, unless it stands directly behind another.
 //   3  Of orders in a row one head is kept, the last with a number of its own.
 //   4  An order with a number below 1000 gets a new one.
 #include "check/journalwalk.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "isam/files.h"
@@ -38,7 +40,8 @@ const code_rule *rule_of(char code) {
     return nullptr;
 }
 
-/// The next `size` bytes; null when the journal ends before. They stay in place until the next call.
+/// The next `size` bytes; null when the journal ends before, or can't be read, which then has ended the walk.
+/// They stay in place until the next call.
 std::uint8_t *take(journal_walk &walk, std::size_t size) {
     if (walk.buffer.size() - walk.buffer_used < size) {
         const std::int64_t at = walk.buffer_at + static_cast<std::int64_t>(walk.buffer_used);
@@ -47,6 +50,10 @@ std::uint8_t *take(journal_walk &walk, std::size_t size) {
         walk.buffer.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
         walk.buffer_at = at;
         walk.buffer_used = 0;
+        if (got < 0) {
+            walk.error = errno;
+            walk.end = journal_end::unreadable;
+        }
         if (walk.buffer.size() < size) {
             return nullptr;
         }
@@ -115,8 +122,11 @@ void take_order(journal_walk &walk) {
     }
 }
 
+/// What could not be read is no end of the file: a copy up to there is no copy.
 bool finish(journal_walk &walk, journal_end end) {
-    walk.end = end;
+    if (walk.end == journal_end::open) {
+        walk.end = end;
+    }
     return false;
 }
 

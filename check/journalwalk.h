@@ -35,6 +35,7 @@ enum class journal_end {
     unknown_code,  ///< a byte that is no code
     order_misplaced,
     cut_off,       ///< the journal ends within a record
+    unreadable,    ///< what follows can't be read, for the reason in `error`
     last_dropped,  ///< the last record was out of order
 };
 
@@ -55,6 +56,7 @@ struct journal_walk {
     std::uint32_t group = 0;     ///< article group of the model
     bool labels_follow = false;  ///< labels with a number below 1000 take that of the order
     journal_end end = journal_end::open;
+    int error = 0;  ///< errno of a read that failed
 
     // The walk itself.
     int fd = -1;

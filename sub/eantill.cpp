@@ -75,7 +75,8 @@ void tell_changes(const SeriesRecord &series, const std::string &code) {
     }
 }
 
-/// The amount of the price group in which a size falls: each group reaches up to its last size.
+/// The amount of the price group in which a size falls: each group reaches up to its last size, the last one
+/// in use over all behind it.
 std::int32_t price_of(const SeriesRecord &series, std::uint8_t index) {
     size_view(session_sizes, sys_settings.size_system, series.size_kind, &series.sizes);
     std::size_t group = 0;
@@ -83,7 +84,8 @@ std::int32_t price_of(const SeriesRecord &series, std::uint8_t index) {
     for (int found = mtread(session_sizes, mt_action::first, size, mt_key::position);
          found != 0 && size.index != index;
          found = mtread(session_sizes, mt_action::next, size, mt_key::position)) {
-        if (size.index == series.group_last[group] && group + 1 < price_groups) {
+        if (size.index == series.group_last[group] && group + 1 < price_groups &&
+            series.group_last[group + 1] != 0) {
             group++;
         }
     }

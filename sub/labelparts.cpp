@@ -6,9 +6,9 @@ namespace {
 
 constexpr std::uint32_t digit = 10;
 constexpr unsigned two_digits = 100;
-constexpr std::uint32_t customer_unit = 1000000;      // of code_m, above the customer
-constexpr std::uint32_t flag_unit = 1000000000;       // of flag_e, above code_m
-constexpr std::uint32_t group_value_unit = 10000000;  // above the order number
+constexpr std::uint32_t customer_unit = 1000000;                     // of code_m, above the customer
+constexpr std::uint32_t flag_unit = 1000000000;                      // of flag_e, above code_m
+constexpr std::uint32_t group_value_unit = label_highest_order + 1;  // above the order number
 
 std::uint32_t word(int value) {
     return static_cast<std::uint32_t>(value);

@@ -4,6 +4,8 @@
 #include "isam/dates.h"
 #include "sub/labelfile.h"
 
+inline constexpr std::uint32_t label_highest_order = 9999999;
+
 /// The fields of a label entry. Of words that hold several, each field has its own decimal places.
 struct LabelParts {
     int status = label_empty;  ///< 0 to 9
@@ -25,7 +27,7 @@ struct LabelParts {
     std::uint32_t customer = 0;  ///< 0 to 999999
     std::uint32_t next_customer = 0;
     int group_value = 0;      ///< 0 to 429
-    std::uint32_t order = 0;  ///< 0 to 9999999
+    std::uint32_t order = 0;  ///< 0 to label_highest_order
 };
 
 LabelEntry label_join(const LabelParts &parts);

@@ -260,9 +260,16 @@ TEST_F(EanCodes, TillsAreToldOfNewCodes) {
         SCOPED_TRACE(&wanted - cases);
         build();
         SeriesRecord &series = shop.series[2];
-        const auto code = std::find_if(shop.ean_codes.begin(), shop.ean_codes.end(),
-                                       [&](const EanRecord &other) { return is_of(series, other); });
+        const auto of_series = [&](const EanRecord &other) { return is_of(series, other); };
+        const auto first = std::find_if(shop.ean_codes.begin(), shop.ean_codes.end(), of_series);
+        const auto code = std::find_if(first + 1, shop.ean_codes.end(), of_series);
         const unsigned size = code->size;
+        // The first price group ends before the size; the second is not in use in every shop.
+        const unsigned price_group = wanted.module_option;
+        series.group_last[0] = first->size;
+        series.group_last[1] = static_cast<std::uint8_t>(price_group * size);
+        series.group_price[0] = 4500;
+        series.group_price[1] = 5500;
         shop.ean_codes.erase(code);
         series.registration = static_cast<std::uint8_t>(wanted.registration);
         shop.settings.mode = static_cast<std::uint8_t>((shop.settings.mode & ~4) | wanted.mode);
@@ -319,7 +326,7 @@ TEST_F(EanCodes, TillsAreToldOfNewCodes) {
                 shop.groups.begin(), shop.groups.end(),
                 [&](const ArticleGroupRecord &other) { return other.number == series.key.group; });
             EXPECT_EQ(plu.u16(at + 14), group->turnover);
-            EXPECT_EQ(plu.u32(at + 16), series.group_price[0]);
+            EXPECT_EQ(plu.u32(at + 16), price_group == 0 ? 4500U : 5500U);
             EXPECT_EQ(plu.u8(at + 20), branch == 0 ? 7U : 0U);
             EXPECT_EQ(plu.u16(at + 22), branch == 0 ? 15U : 0U);
             EXPECT_EQ(plu.u32(at + 24), branch == 0 ? 4995U : 0U);

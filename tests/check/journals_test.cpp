@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <set>
 
@@ -144,6 +145,8 @@ const Outcome outcomes[] = {
     {"two of them", "O17 M D S O999 M D S", "", "O5001 M D S O5002 M D S", "5001 5002", "5001 5002", 5001,
      nullptr},
     {"number 0 stays, and takes the labels along", "O0 M D S", "", "O0 M D S", "0", "0", 0, nullptr},
+    {"a number that no label has room for", "O10000000 M D S", "10000000", "O10000000 M D S", "10000000",
+     "10000000", 17, nullptr},
     {"a kind that is not renumbered", "o17 M D S", "17", "o17 M D S", "17", "17", 17, nullptr},
     {"no number yet", "n17 M D S", "", "n17 M D S", "", "", 17, nullptr},
     {"no number yet, and listed", "n17 M D S", "17", "n17 M D S", "17", "17", 17, nullptr},
@@ -294,6 +297,14 @@ TEST_F(Journals, ThousandsOfOrdersPassInSteadyMemory) {
     EXPECT_EQ(check("journals").flags, "journals");
     EXPECT_EQ(check("journals").flags, "journals");
     EXPECT_EQ(audit(audit_journals), "");
+}
+
+TEST(JournalWalk, WhatCannotBeReadIsNoEnd) {
+    journal_walk walk;
+    journal_begin(walk, -1, nullptr);
+    EXPECT_FALSE(journal_next(walk));
+    EXPECT_EQ(walk.end, journal_end::unreadable);
+    EXPECT_EQ(walk.error, EBADF);
 }
 
 /// The run ends at any moment. The journal is the old or the new one, and runs that follow put the list
