@@ -176,7 +176,7 @@ void ix_write_blocks(ICB *icb, std::int32_t block, const void *from, int count) 
         ix_inconsistent(icb);
     }
     if (!file_write_at(icb->ixfd, from, size, offset)) {
-        ix_write_failed(icb, true);
+        ix_disk_failed(icb, true);
     }
     view_grown(icb->index_view, offset + static_cast<off_t>(size));
 }
@@ -201,7 +201,11 @@ bool ix_read_record(ICB *icb, void *record, std::int32_t number) {
     if (ix_view_read(icb->data_view, icb->datfd, offset, record, size) && !all_zero(record, size)) {
         return true;
     }
-    if (file_read_at(icb->datfd, record, size, offset) == static_cast<ssize_t>(size)) {
+    const ssize_t got = file_read_at(icb->datfd, record, size, offset);
+    if (got < 0) {
+        ix_disk_failed(icb, false);
+    }
+    if (got == static_cast<ssize_t>(size)) {
         return true;
     }
     std::memset(record, 0xFF, size);
@@ -219,7 +223,7 @@ void ix_write_record(ICB *icb, const void *record, std::int32_t number) {
             (void)!ftruncate(icb->datfd, offset);
         }
         errno = error;
-        ix_write_failed(icb, false);
+        ix_disk_failed(icb, false);
     }
     view_grown(icb->data_view, offset + static_cast<off_t>(size));
 }

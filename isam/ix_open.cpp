@@ -93,7 +93,7 @@ void reopen(ICB *icb, std::int32_t &fd, ix_view &view, const std::string &path) 
 void cut(ICB *icb, int fd, ix_view &view, off_t size, bool index_half) {
     ix_view_close(view);
     if (ftruncate(fd, size) != 0) {
-        ix_write_failed(icb, index_half);
+        ix_disk_failed(icb, index_half);
     }
 }
 
@@ -316,7 +316,7 @@ bool ix_remove(const char *name) {
     return file_delete((base + ".INX").c_str()) && file_delete((base + ".TXT").c_str());
 }
 
-void ix_write_failed(ICB *icb, bool index_half) {
+void ix_disk_failed(ICB *icb, bool index_half) {
     const int error = errno;
     if (icb->mode == ix_exclusive) {
         const std::uint8_t mark = 1;

@@ -274,7 +274,10 @@ bool read_records(ICB *icb, stretch &gathered, std::span<std::uint8_t> chunk, st
     for (std::uint32_t step = 1;; ++step) {
         const ssize_t got =
             file_read_at(icb->datfd, chunk.data(), chunk.size(), off_t{number} * static_cast<off_t>(reclen));
-        const std::size_t records = got <= 0 ? 0 : static_cast<std::size_t>(got) / reclen;
+        if (got < 0) {
+            ix_disk_failed(icb, false);
+        }
+        const std::size_t records = static_cast<std::size_t>(got) / reclen;
         if (records == 0) {
             break;
         }

@@ -46,9 +46,10 @@ bool fill_buffer(ICB *icb) {
     scan.count = 0;
     const ssize_t got = file_read_at(icb->datfd, scan.buffer, static_cast<std::size_t>(scan.room * reclen),
                                      scan.first * reclen);
-    if (got > 0) {
-        scan.count = static_cast<std::int32_t>(got / reclen);
+    if (got < 0) {
+        ix_disk_failed(icb, false);
     }
+    scan.count = static_cast<std::int32_t>(got / reclen);
     return scan.count > 0;
 }
 

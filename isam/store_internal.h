@@ -22,9 +22,9 @@ inline void ix_demand(const ICB *icb, const char *operation) {
     }
 }
 [[noreturn]] void ix_inconsistent(const ICB *icb);
-/// A write that the system refused. In exclusive mode, where nothing on disk tells of a half-done update,
-/// the header on disk is marked first.
-[[noreturn]] void ix_write_failed(ICB *icb, bool index_half);
+/// A read or write that the system refused: no end of the file, and no record that is missing. In exclusive
+/// mode, where nothing on disk tells of a half-done update, the header on disk is marked first.
+[[noreturn]] void ix_disk_failed(ICB *icb, bool index_half);
 /// Message box of the operator; printed plainly when there is no screen.
 int ix_flash(int wait, const char *title, const char *text);
 

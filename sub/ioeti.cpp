@@ -45,9 +45,9 @@ struct {
     fail(action, block, 0, detail_text(4, 465, "Ongeldige etiketketting"));
 }
 
-[[noreturn]] void fail_write(std::int32_t block) {
+[[noreturn]] void fail_disk(eti_action action, std::int32_t block) {
     const int code = errno;
-    fail(eti_action::write, block, code, std::strerror(code));
+    fail(action, block, code, std::strerror(code));
 }
 
 off_t place_of(std::int32_t block) {
@@ -65,10 +65,11 @@ load_result try_read(std::int32_t block, LabelBlock &buffer) {
         return load_result::no_seek;
     }
     errno = 0;
-    return file_read_at(eti.fd, &buffer, sizeof buffer, place_of(block)) ==
-                   static_cast<ssize_t>(sizeof buffer)
-               ? load_result::done
-               : load_result::short_read;
+    const ssize_t got = file_read_at(eti.fd, &buffer, sizeof buffer, place_of(block));
+    if (got < 0) {
+        fail_disk(eti_action::read, block);
+    }
+    return got == static_cast<ssize_t>(sizeof buffer) ? load_result::done : load_result::short_read;
 }
 
 bool read_block(std::int32_t block, LabelBlock &buffer) {
@@ -101,7 +102,7 @@ void load(eti_action action, std::int32_t block) {
 
 void store_block() {
     if (!file_write_at(eti.fd, &eti.block, sizeof eti.block, place_of(eti.number))) {
-        fail_write(eti.number);
+        fail_disk(eti_action::write, eti.number);
     }
 }
 

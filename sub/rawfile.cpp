@@ -25,9 +25,22 @@ void open_raw(raw_file &file) {
     file.next = 0;
 }
 
+[[noreturn]] void fail(const raw_file &file, raw_action action, std::int32_t block) {
+    scr_fatal("%s: errno=%d a=%c fd=%d o=%ld", file.name, errno, static_cast<char>(action), file.fd,
+              static_cast<long>(place_of(file, block)));
+}
+
+/// False behind the end of the file. A block that the disk does not give is not taken for one that is
+/// missing: a repair would cut off what follows it.
 bool read_raw(raw_file &file, std::int32_t block, void *buffer) {
-    if (block < 0 ||
-        file_read_at(file.fd, buffer, file.size, place_of(file, block)) != static_cast<ssize_t>(file.size)) {
+    if (block < 0) {
+        return false;
+    }
+    const ssize_t got = file_read_at(file.fd, buffer, file.size, place_of(file, block));
+    if (got < 0) {
+        fail(file, raw_action::read, block);
+    }
+    if (got != static_cast<ssize_t>(file.size)) {
         return false;
     }
     file.next = block + 1;
@@ -36,8 +49,7 @@ bool read_raw(raw_file &file, std::int32_t block, void *buffer) {
 
 void write_raw(raw_file &file, std::int32_t block, const void *buffer) {
     if (block < 0 || !file_write_at(file.fd, buffer, file.size, place_of(file, block))) {
-        scr_fatal("%s: errno=%d a=%c fd=%d o=%ld", file.name, errno, static_cast<char>(raw_action::write),
-                  file.fd, static_cast<long>(place_of(file, block)));
+        fail(file, raw_action::write, block);
     }
     file.next = block + 1;
 }

@@ -16,5 +16,5 @@ struct raw_file {
 };
 
 /// Opens, closes, reads or writes. A read gives 1, or 0 when the block is not wholly in the file; read_on
-/// reads the block behind that of the last action. A missing file and a failing write are fatal.
+/// reads the block behind that of the last action. A missing file, and a read or write that fails, are fatal.
 int raw_access(raw_file &file, raw_action action, std::int32_t block, void *buffer);

@@ -1,5 +1,6 @@
 // Results, record numbers, record areas and messages of the record operations, as far as the random
 // operations don't reach them.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -306,6 +307,18 @@ TEST_F(store_record, EqualKeysWithoutDuplicates) {
         EXPECT_EQ(count, 3);
         IXCLOSE(equal);
     }
+}
+
+TEST_F(store_record, a_record_that_the_disk_refuses_is_not_taken_for_a_missing_one) {
+    row r{};
+    const auto refused = [&](auto read) {
+        ICB *other = IXOPEN("R", ix_shared);
+        dup2(open("R.TXT", O_WRONLY), other->datfd);
+        read(other);
+    };
+    const testing::ExitedWithCode stopped(1);
+    EXPECT_EXIT(refused([&](ICB *other) { IXGET(other, &r, 0); }), stopped, "QBISAM\\(9\\): R.TXT ");
+    EXPECT_EXIT(refused([&](ICB *other) { IXSEQ(other, &r); }), stopped, "QBISAM\\(9\\): R.TXT ");
 }
 
 }  // namespace

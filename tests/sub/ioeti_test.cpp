@@ -1,6 +1,7 @@
 // Labels packed and unpacked; blocks, series keys and serial numbers.
 #include "sub/ioeti.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -226,6 +227,9 @@ TEST_F(LabelFile, BlocksAreReadInSequenceFromThePlaceOfTheLast) {
     EXPECT_EQ(letter(), 'b');
     EXPECT_EQ(get(eti_file_name),
               std::string(376, 'x') + std::string(376, 'b') + std::string(376, 'c') + "tail");
+    raw_file refused{"RVETI.TXT", sizeof block, open("RVETI.TXT", O_WRONLY)};
+    EXPECT_EXIT((dup2(2, 1), raw_access(refused, raw_action::read, 0, &block)), testing::ExitedWithCode(1),
+                "RVETI.TXT: errno=9 a=R");
     EXPECT_EQ(chk_eti_raw(static_cast<raw_action>('x'), 0, block), 1);
     EXPECT_EQ(chk_eti_raw(static_cast<raw_action>('A'), 0, block), 1);
 }
