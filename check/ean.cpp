@@ -183,8 +183,9 @@ bool ask_assign() {
     constexpr int height = 7;
     win_open1(scr->scr_lines - height, 1, height, 80);
     win_title("%s", "");
-    scr_text(A_BOLD, 2, 2, "%s", "Serie-maten zonder EAN-code aangetroffen: raadpleeg het overzicht");
-    const bool yes = ing_akkoord(height - 2, 2, "%s", "Instore EAN-codes toekennen") != 0;
+    scr_text(A_BOLD, 2, 2, "%s",
+             detail_text(23, 4, "Serie-maten zonder EAN-code aangetroffen: raadpleeg het overzicht"));
+    const bool yes = ing_akkoord(height - 2, 2, "%s", detail_text(23, 5, "Instore EAN-codes toekennen")) != 0;
     win_close();
     return yes;
 }
@@ -192,21 +193,21 @@ bool ask_assign() {
 // ---- The course
 
 const char *status_text() {
-    return "controleren EAN-codes";
+    return detail_text(23, 1, "controleren EAN-codes");
 }
 
 const char *title_text() {
-    return "CONTROLEREN EAN-CODES";
+    return detail_text(23, 2, "CONTROLEREN EAN-CODES");
 }
 
 const char *success_text() {
-    return "Serie-maten met EAN-code correct";
+    return detail_text(23, 3, "Serie-maten met EAN-code correct");
 }
 
 void open_files() {
     check.sound = true;
     check.accepted = false;
-    scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", "Eannummer");
+    scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", detail_text(21, 26, "Eannummer"));
     check.articles = IXOPEN("RVARTREG", ix_readonly);
     check.codes = IXOPEN(ean_file_name, ix_shared);
     chk_eti_raw(raw_action::open);

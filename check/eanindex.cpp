@@ -111,9 +111,10 @@ bool rebuild_index() {
     const char *directory = std::getenv("BIN");
     const std::string program = std::string(directory == nullptr ? "" : directory) + "/" + rebuild_program;
     if (directory == nullptr || access(program.c_str(), X_OK) != 0) {
-        msg_error(str_format("Programma %s niet gevonden", rebuild_program).c_str(),
-                  directory == nullptr ? "omgevingsvariabele BIN ontbreekt" : program.c_str(),
-                  str_format("De index van %s is niet hersteld", ean_file_name).c_str());
+        msg_error(
+            str_format(detail_text(23, 6, "Programma %s niet gevonden"), rebuild_program).c_str(),
+            directory == nullptr ? detail_text(23, 7, "omgevingsvariabele BIN ontbreekt") : program.c_str(),
+            str_format(detail_text(23, 8, "De index van %s is niet hersteld"), ean_file_name).c_str());
         return false;
     }
     run_program("BIN", str_format("%s %s", rebuild_program, ean_file_name).c_str(), false);
@@ -134,7 +135,7 @@ bool ean_check_index(ICB *&file, bool &sound) {
     sound = true;
     if (faults != 0) {
         const leave_guard undisturbed;
-        scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", "Eannummer");
+        scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", detail_text(21, 26, "Eannummer"));
         delete_doubles(file, doubles);
         doubles.close();
         IXCLOSE(file);

@@ -70,7 +70,9 @@ std::string text_of(const char (&text)[N]) {
 void print_series(const report_group &group) {
     const SeriesRecord &series = group.series;
     merk_read(chk_files.rvmerk, brand, series.brand);
-    column(series.registration == registration_sizes ? "maat registratie" : "etiket registratie", -19, 1);
+    column(series.registration == registration_sizes ? detail_text(23, 26, "maat registratie")
+                                                     : detail_text(23, 27, "etiket registratie"),
+           -19, 1);
     column(text_of(brand.name).c_str(), -4, 1);
     column(text_of(series.model).c_str(), -15, 1);
     prt_printf("%-6.6s%hu  ",
@@ -137,24 +139,24 @@ void print_rows(ean_findings &findings, ICB *file, bool of_series) {
 }  // namespace
 
 void ean_heads(bool) {
-    column("serienummer", -14, 1);
-    column("registratietype", -19, 1);
-    column("merk", 4, 1);
-    column("model", -15, 1);
-    column("seiz", 7, 2);
-    column("creadt", 6, 2);
-    column("lorddt", 6, 2);
-    column("lontdt", 6, 2);
-    column("lvrkdt", 6, 2);
-    column("lcordt", 6, 0);
+    column(detail_text(23, 10, "serienummer"), -14, 1);
+    column(detail_text(23, 11, "registratietype"), -19, 1);
+    column(detail_text(23, 12, "merk"), 4, 1);
+    column(detail_text(23, 13, "model"), -15, 1);
+    column(detail_text(23, 14, "seiz"), 7, 2);
+    column(detail_text(23, 15, "creadt"), 6, 2);
+    column(detail_text(23, 16, "lorddt"), 6, 2);
+    column(detail_text(23, 17, "lontdt"), 6, 2);
+    column(detail_text(23, 18, "lvrkdt"), 6, 2);
+    column(detail_text(23, 19, "lcordt"), 6, 0);
     prt_newline();
-    column("serienummer", -14, 1);
-    column("maat", -4, 2);
-    column("EAN serie", 13, 39);
-    column("NOT", 6, 2);
-    column("VRD", 6, 2);
-    column("VRK", 6, 2);
-    column("COR", 6, 0);
+    column(detail_text(23, 10, "serienummer"), -14, 1);
+    column(detail_text(23, 20, "maat"), -4, 2);
+    column(detail_text(23, 21, "EAN serie"), 13, 39);
+    column(detail_text(23, 22, "NOT"), 6, 2);
+    column(detail_text(23, 23, "VRD"), 6, 2);
+    column(detail_text(23, 24, "VRK"), 6, 2);
+    column(detail_text(23, 25, "COR"), 6, 0);
     prt_newline();
     chk_dashes();
 }

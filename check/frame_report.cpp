@@ -83,7 +83,8 @@ bool chk_page_full(int margin) {
 }
 
 void chk_note_prices() {
-    prt_printf("%-.132s", "U dient zelf te controleren of de prijzen van deze series juist zijn!");
+    prt_printf("%-.132s",
+               detail_text(25, 3, "U dient zelf te controleren of de prijzen van deze series juist zijn!"));
     prt_newline();
 }
 

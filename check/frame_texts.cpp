@@ -67,16 +67,17 @@ void chk_phase(const char *caption, std::uint32_t total) {
 void chk_warn_consult(int row) {
     const int width = scr->scr_cols - 4;
     scr_text(A_REVERSE, row, 2, " %-*.*s ", width, width,
-             "Deze keuze alleen uitvoeren in overleg met ZUV Support.");
+             detail_text(25, 1, "Deze keuze alleen uitvoeren in overleg met ZUV Support."));
     scr_text(A_REVERSE, row + 1, 2, " %-*.*s ", width, width,
-             "Uitvoering hiervan kan onherstelbare schade aan uw bestanden veroorzaken!");
+             detail_text(25, 2, "Uitvoering hiervan kan onherstelbare schade aan uw bestanden veroorzaken!"));
     beep();
 }
 
 bool chk_ask_repair() {
     win_open3(scr->scr_lines - 3, 1, 3, 80);
     win_title("%s", "");
-    const bool yes = ing_akkoord(1, 2, "[-]%s", "Er zijn fouten gevonden. Automatisch herstellen") != 0;
+    const bool yes = ing_akkoord(1, 2, "[-]%s",
+                                 detail_text(13, 37, "Er zijn fouten gevonden. Automatisch herstellen")) != 0;
     win_close();
     return yes;
 }

@@ -256,7 +256,7 @@ void journal_follow(journal_walk &walk, const journal_name &name) {
 void journal_settle_numbers() {
     numbers = IXOPEN(order_number_file, ix_shared);
     const auto total = static_cast<std::uint32_t>(std::int32_t{numbers->nrecs});
-    chk_phase("controleren ordernummers", total);
+    chk_phase(detail_text(24, 4, "controleren ordernummers"), total);
     std::uint32_t done = 0;
     OrderNumberRecord record{};
     // A damaged index can lead in a circle.

@@ -46,19 +46,23 @@ void report_failure(const journal_name &name, const journal_walk &walk) {
     const long at = static_cast<long>(walk.at);
     switch (walk.end) {
         case journal_end::unknown_code:
-            journal_report(name, str_format("%s (kode=%c, fpos=%ld) --> %s", "Ongeldige kode",
-                                            shown(walk.code), at, "FOUT"));
+            journal_report(name,
+                           str_format("%s (kode=%c, fpos=%ld) --> %s", detail_text(24, 5, "Ongeldige kode"),
+                                      shown(walk.code), at, detail_text(24, 8, "FOUT")));
             break;
         case journal_end::order_misplaced:
             journal_report(name, str_format("%s (kode=%c, prevkode=%c, fpos=%ld) --> %s",
-                                            "Ongeldige volgorde", walk.code, walk.previous, at, "FOUT"));
+                                            detail_text(24, 6, "Ongeldige volgorde"), walk.code,
+                                            walk.previous, at, detail_text(24, 8, "FOUT")));
             break;
         case journal_end::cut_off:
-            journal_report(name, str_format("%s (kode=%c, fpos=%ld) --> %s", "Onvolledig record", walk.code,
-                                            at, "FOUT"));
+            journal_report(
+                name, str_format("%s (kode=%c, fpos=%ld) --> %s", detail_text(24, 7, "Onvolledig record"),
+                                 walk.code, at, detail_text(24, 8, "FOUT")));
             break;
         case journal_end::unreadable:
-            journal_report(name, str_format("%s --> %s", std::strerror(walk.error), "FOUT"));
+            journal_report(name,
+                           str_format("%s --> %s", std::strerror(walk.error), detail_text(24, 8, "FOUT")));
             break;
         default:
             break;
@@ -119,11 +123,11 @@ void check_season(const std::string &directory, journal_name name) {
 // ---- The course
 
 const char *status_text() {
-    return "Controleren orderjournaals";
+    return detail_text(24, 1, "Controleren orderjournaals");
 }
 
 const char *title_text() {
-    return "CONTROLEREN ORDERJOURNAALS";
+    return detail_text(24, 2, "CONTROLEREN ORDERJOURNAALS");
 }
 
 void open_files() {
@@ -194,7 +198,7 @@ bool journal_number(const std::string &file, journal_name &name) {
 
 void journal_report(const journal_name &name, const std::string &text) {
     if (chk_page_full(1)) {
-        chk_report_header("CONTROLE ORDERJOURNAALS", false, 0);
+        chk_report_header(detail_text(24, 3, "CONTROLE ORDERJOURNAALS"), false, 0);
     }
     prt_printf("%04d%c ORD%04d.JRN: %s", name.year, name.letter, name.number, text.c_str());
     prt_newline();
