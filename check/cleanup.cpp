@@ -25,11 +25,12 @@ day_number changed_on(const std::string &name) {
 }
 
 void tell_space(std::int64_t bytes) {
+    const std::int64_t kilobytes = bytes / 1024;
     win_open1(scr->scr_lines - 5, 1, 5, 80);
     win_title("%s", "");
     scr_text(A_BOLD, 1, 2, "%s", detail_text(7, 319, "Tijdelijke bestanden zijn verwijderd..."));
     const int length = scr_text(A_BOLD, 2, 2, "%s", detail_text(3, 604, "Extra ruimte op de harddisk"));
-    scr_text(A_BOLD, 2, 2 + length + 1, "%.1lf Mb", static_cast<double>(bytes / 1024) / 1024);
+    scr_text(A_BOLD, 2, 2 + length + 1, "%.1lf Mb", static_cast<double>(kilobytes) / 1024);
     ing_enter(3, 2);
     win_close();
 }

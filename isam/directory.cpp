@@ -138,7 +138,7 @@ bool push_walk(const std::string &pattern, dir_kind kind) {
         isam_fatal("DIRECTORY : ALLOC");
     }
     walk opened;
-    if (!open_walk(opened, pattern.c_str(), kind)) {
+    if (!open_walk(opened, pattern, kind)) {
         return false;
     }
     walks.push_back(std::move(opened));

@@ -49,7 +49,7 @@ struct lock_queue {
     int key;
     int number;
     int klen;
-    int count;
+    int count = 0;
     int found = -1;
 
     explicit lock_queue(ICB *of)
@@ -57,8 +57,7 @@ struct lock_queue {
           noted(of->curblk),
           key(of->blk.bkey),
           number(of->nkeys + 1),
-          klen(of->plan[0].klen),
-          count(0) {
+          klen(of->plan[0].klen) {
         lock_until_granted(lock_action::exclusive, icb, icb->ixfd, range(), ix_block_size);
         IXRDIX(icb, number);
         if (icb->curblk != number) {

@@ -71,8 +71,8 @@ bool split(ICB *icb, const ix_plan &plan) {
     const ix_block whole = icb->blk;
     const int left = plan.korder * 7 / 10;
     const int right = plan.korder - left;
-    const auto left_bytes = static_cast<std::size_t>(left * plan.esize);
-    const auto right_bytes = static_cast<std::size_t>(right * plan.esize);
+    const auto left_bytes = static_cast<std::size_t>(left) * plan.esize;
+    const auto right_bytes = static_cast<std::size_t>(right) * plan.esize;
 
     std::memset(icb->blk.bentries + left_bytes, 0, ix_entry_bytes - left_bytes);
     icb->blk.bcount = static_cast<std::uint8_t>(left);

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr std::array<std::uint8_t, 256> build_classes() {
-    std::array<std::uint8_t, 256> classes{};
+    std::array<std::uint8_t, 256> bits_of{};
     for (unsigned c = 0; c < 256; c++) {
         std::uint8_t bits = char_punct;
         if (c < 32 || c == 127) {
@@ -24,7 +24,7 @@ constexpr std::array<std::uint8_t, 256> build_classes() {
         } else if (c >= 'a' && c <= 'z') {
             bits = c <= 'f' ? char_lower | char_hex : char_lower;
         }
-        classes[c] = bits;
+        bits_of[c] = bits;
     }
     constexpr std::uint8_t upper[] = {128, 142, 143, 144, 146, 153, 154, 157, 165, 181,
                                       182, 183, 199, 209, 210, 211, 212, 214, 215, 216,
@@ -33,13 +33,13 @@ constexpr std::array<std::uint8_t, 256> build_classes() {
                                       140, 141, 145, 147, 148, 149, 150, 151, 152, 155, 160,
                                       161, 162, 163, 164, 198, 208, 225, 228, 231, 236};
     for (const std::uint8_t c : upper) {
-        classes[c] = char_upper;
+        bits_of[c] = char_upper;
     }
     for (const std::uint8_t c : lower) {
-        classes[c] = char_lower;
+        bits_of[c] = char_lower;
     }
-    classes[255] = char_blank | char_space;
-    return classes;
+    bits_of[255] = char_blank | char_space;
+    return bits_of;
 }
 
 constexpr std::array<std::uint8_t, 256> build_other_case() {
@@ -56,9 +56,9 @@ constexpr std::array<std::uint8_t, 256> build_other_case() {
         {137, 211}, {138, 212}, {140, 215}, {141, 222}, {145, 146}, {147, 226}, {148, 153}, {149, 227},
         {150, 234}, {151, 235}, {155, 157}, {160, 181}, {161, 214}, {162, 224}, {163, 233}, {164, 165},
         {198, 199}, {208, 209}, {228, 229}, {231, 232}, {236, 237}};
-    for (const auto &pair : pairs) {
-        other[pair[0]] = pair[1];
-        other[pair[1]] = pair[0];
+    for (const auto &[lower, upper] : pairs) {
+        other[lower] = upper;
+        other[upper] = lower;
     }
     // These have a capital, or a plain letter, that does not lead back to them.
     other[139] = 216;
@@ -137,7 +137,7 @@ char *str_ins_str(char *s, const char *t, std::size_t at) {
     const std::size_t n = std::strlen(t);
     if (at <= length) {
         std::memmove(s + at + n, s + at, length - at + 1);
-        std::memcpy(s + at, t, n);
+        std::copy_n(t, n, s + at);
     }
     return s;
 }

@@ -79,10 +79,11 @@ void to_device() {
     std::string commands;
     for (int copy = 1; copy <= prt_job.copies; copy++) {
         const std::string file = shell_word(prt_job.job_file);
-        commands += "cat " + file + " >>" + device + "; ";
+        commands.append("cat ").append(file).append(" >>").append(device).append("; ");
         if (copy < prt_job.copies) {
             prt_job.job_file = file_tempname("", "PR");
-            commands += "cp " + file + " " + shell_word(prt_job.job_file) + "; rm " + file + "; ";
+            commands.append("cp ").append(file).append(" ").append(shell_word(prt_job.job_file));
+            commands.append("; rm ").append(file).append("; ");
         }
         if (copy == prt_job.copies || job_interrupted()) {
             commands += "rm " + shell_word(prt_job.job_file);

@@ -176,7 +176,7 @@ struct limits {
 
 limits type_limits() {
     constexpr double most_32 = std::numeric_limits<std::int32_t>::max();
-    constexpr double most_amount = std::numeric_limits<std::int32_t>::max() / 100;
+    constexpr std::int32_t most_amount = std::numeric_limits<std::int32_t>::max() / 100;
     constexpr double most_double = std::numeric_limits<double>::max();
     switch (scr->field.ing_type) {
         case 'B':

@@ -136,7 +136,7 @@ void show_keys() {
     }
     std::string function_keys;
     for (int i = 1; i <= 12; i++) {
-        if (key_allowed(key_slot[static_cast<std::size_t>(11 + i)])) {
+        if (key_allowed(key_slot[11 + static_cast<std::size_t>(i)])) {
             function_keys = with_comma(function_keys, str_format("F%d", i));
         }
     }

@@ -143,9 +143,10 @@ bool dropped(int key) {
 
 int pending_signal_key() {
     const int key = scr_pending;
-    if (key != 0) {
-        scr_pending = 0;
+    if (key == 0) {
+        return 0;
     }
+    scr_pending = 0;
     return key;
 }
 
@@ -212,7 +213,7 @@ int macro_command(WINDOW *window) {
 void key_init() {
     key_slot = {KEY_CANCEL, 9, KEY_HELP, KEY_UP, KEY_DOWN, KEY_PPAGE, KEY_NPAGE, 27, KEY_BTAB};
     for (int i = 0; i < 12; i++) {
-        key_slot[static_cast<std::size_t>(12 + i)] = KEY_F(i + 1);
+        key_slot[12 + static_cast<std::size_t>(i)] = KEY_F(i + 1);
     }
     queued = 0;
 }

@@ -140,7 +140,8 @@ bool mac_ask(const char *format, ...) {
     std::string text = str_vformat(format, args);
     va_end(args);
     constexpr std::size_t room = 1023;
-    text = text.substr(0, room) + term_text(1, 375, "\nMacro toevoegen (J/N) ?");
+    text.resize(std::min(text.size(), room));
+    text += term_text(1, 375, "\nMacro toevoegen (J/N) ?");
     const std::vector<std::string> lines = lines_of(text);
     std::size_t width = 28;
     for (const std::string &line : lines) {

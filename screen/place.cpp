@@ -137,7 +137,7 @@ void win_title(const char *format, ...) {
     }
     // A title too long for the frame leaves its corners.
     const int width = getmaxx(entry.window);
-    title = title.substr(0, static_cast<std::size_t>(std::max(width - 2, 0)));
+    title.resize(std::min(title.size(), static_cast<std::size_t>(std::max(width - 2, 0))));
     place(A_BOLD, 1, (width - static_cast<int>(title.size())) / 2 + 1, title);
     entry.border = true;
 }
@@ -249,14 +249,14 @@ void error(const char *format, ...) {
     va_start(args, format);
     std::string text = str_vformat(format, args);
     va_end(args);
-    text = text.substr(0, std::min(sizeof scr->scr_msg - 1, static_cast<std::size_t>(scr->scr_cols)));
+    text.resize(std::min({text.size(), sizeof scr->scr_msg - 1, static_cast<std::size_t>(scr->scr_cols)}));
 
     const int top = scr->scr_cur;
     scr->scr_cur = scr->scr_base;
     if (scr->scr_msg[0] != '\0') {
         put(A_BOLD, LINES, 1, std::string(std::strlen(scr->scr_msg), ' '));
     }
-    std::strcpy(scr->scr_msg, text.c_str());
+    std::snprintf(scr->scr_msg, sizeof scr->scr_msg, "%s", text.c_str());
     if (!text.empty()) {
         put(A_BOLD, LINES, 1, text);
         beep();

@@ -1,5 +1,6 @@
 #include "sub/errors.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 
@@ -10,7 +11,7 @@ namespace {
 /// "sub/iotab.cpp" becomes "IOTAB".
 std::string module_name(const std::string &module) {
     std::string name = module.substr(module.rfind('/') + 1);
-    name = name.substr(0, name.find('.'));
+    name.erase(std::min(name.find('.'), name.size()));
     str_upper(name.data());
     return name;
 }

@@ -97,14 +97,14 @@ std::vector<PriceGroupPlan> cut_groups(Goods &goods, int supplier, int euro_cent
 void make_prices(Goods &goods, int euro_cents) {
     const Shop &shop = goods.plan.shop;
     const day_number first = goods.plan.orders[goods.orders.front()].date;
-    const day_number begin = static_cast<day_number>(first - goods.random.range(5, 60));
+    const auto begin = static_cast<day_number>(first - goods.random.range(5, 60));
     const auto add = [&](int supplier, day_number from, day_number to, int cents) {
         goods.series.sets.push_back({supplier, from, to,
                                      shop.suppliers[static_cast<std::size_t>(supplier)].factor,
                                      cut_groups(goods, supplier, cents)});
     };
     if (goods.random.chance(20)) {
-        const day_number middle = static_cast<day_number>(begin + goods.random.range(60, 200));
+        const auto middle = static_cast<day_number>(begin + goods.random.range(60, 200));
         add(goods.supplier, begin, middle, euro_cents);
         add(goods.supplier, static_cast<day_number>(middle + 1), price_open_ended, euro_cents * 105 / 100);
     } else {
@@ -166,7 +166,7 @@ void make_labels(Goods &goods, OrderPlan &order, int count) {
     const int delivery = order.date + goods.random.range(15, 75);
     const bool delivered = delivery < shop.today;
     const day_number moved = delivered ? static_cast<day_number>(delivery) : day_number{0};
-    const day_number expected = static_cast<day_number>(delivery);
+    const auto expected = static_cast<day_number>(delivery);
     OrderLine line{static_cast<int>(&goods.series - goods.plan.series.data()), std::vector<int>(96)};
     for (int i = 0; i < count; i++) {
         // The middle sizes sell most.
@@ -223,7 +223,7 @@ void count_labels(SeriesPlan &series, Random &random) {
             record.last_delivery = std::max<day_number>(record.last_delivery, label.date_moved);
         }
     }
-    const day_number made = static_cast<day_number>(record.date);
+    const auto made = static_cast<day_number>(record.date);
     record.stamp = (made - day_1980) * seconds_per_day + random.range(8 * 3600, 18 * 3600);
 }
 

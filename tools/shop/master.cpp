@@ -134,7 +134,7 @@ void make_money(ShopPlan &plan, Random &random) {
             continue;
         }
         double value = one.euros / home_euros;
-        for (day_number day = static_cast<day_number>(plan.shop.today - 1900); day < plan.shop.today;
+        for (auto day = static_cast<day_number>(plan.shop.today - 1900); day < plan.shop.today;
              day = static_cast<day_number>(day + 30)) {
             RateRecord rate{};
             put_text(rate.currency, one.code);

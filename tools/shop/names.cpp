@@ -231,8 +231,7 @@ constexpr const char *last_names[] = {
     "Kuipers",
     "Veenstra",
     "Kramer",
-    "Ren\x89"
-    "e-Bloem",
+    "Ren\211e-Bloem",
     "Gro\x89n",
     "van 't Hof",
     "M\x94ller",
