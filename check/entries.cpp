@@ -107,9 +107,9 @@ void chk_entry_other() {
 }
 
 void chk_menu() {
-    msg_info("Om verder te kunnen gaan met de conversie is het noodzakelijk",
-             "om achtereenvolgens de keuzes 11 t/m 13 uit te voeren. ",
-             "Eventuele fouten kunnen worden hersteld.");
+    msg_info(detail_text(25, 4, "Om verder te kunnen gaan met de conversie is het noodzakelijk"),
+             detail_text(25, 5, "om achtereenvolgens de keuzes 11 t/m 13 uit te voeren. "),
+             detail_text(25, 6, "Eventuele fouten kunnen worden hersteld."));
     do {
         const bool customers = (sys_settings.mode & mode_customers) != 0;
         const bool linked = (sys_settings.mode & mode_customer_labels) != 0;
