@@ -26,6 +26,14 @@ error_list<order_position> positions("tmp_ordnr", {{"key-1", false, {{'I', 0, 4}
 
 // ---- Labels
 
+/// Series whose labels all have an order number of their own, by the place of their record: a series comes in
+/// many orders, and need not be walked for each of them.
+std::int32_t series_at_start = 0;
+
+bool labels_numbered(std::int32_t series) {
+    return series < series_at_start && chk_bit_test(series);
+}
+
 bool number_label(LabelEntry &entry, const journal_walk &walk) {
     LabelParts label = label_split(entry);
     if (label.status == label_empty || label.date_in != walk.order_date || !journal_number_low(label.order)) {
@@ -51,14 +59,23 @@ void number_labels(const journal_walk &walk) {
         return;
     }
     scr_text(A_BOLD, scr->scr_lines - 1, 25, "%s", ser_text(series.key).c_str());
+    const std::int32_t place = chk_files.rvser->recno;
+    if (labels_numbered(place)) {
+        return;
+    }
+    bool any_low = false;
     for (label_chain chain = label_chain_of(series); label_chain_next(chain);) {
         bool changed = false;
         for (LabelEntry &entry : chain.content.slots) {
             changed = number_label(entry, walk) || changed;
+            any_low = any_low || journal_number_low(label_split(entry).order);
         }
         if (changed) {
             chk_eti_raw(raw_action::write, chain.block, chain.content);
         }
+    }
+    if (!any_low) {
+        chk_bit_set(place);
     }
 }
 
@@ -122,6 +139,17 @@ void note_position(std::uint32_t number, std::int64_t at) {
     }
 }
 
+/// Puts the place and the text of an order in its record; a text that is empty is none. False when both
+/// stand there already.
+bool follow_order(OrderNumberRecord &record, const JournalOrder &order, const journal_name &name) {
+    const OrderNumberRecord before = record;
+    place_record(record, name);
+    if (!text_empty(order.text) && !text_equal(order.text, record.text)) {
+        std::memcpy(record.text, order.text, sizeof record.text);
+    }
+    return std::memcmp(&before, &record, sizeof record) != 0;
+}
+
 /// Brings the list of order numbers into line with an order of a journal. An order without leave to keep its
 /// text gives none to the list here: that the journal keeps it is settled at the end, when all have passed.
 void list_order(const journal_walk &walk, const journal_name &name) {
@@ -137,12 +165,14 @@ void list_order(const journal_walk &walk, const journal_name &name) {
     if (!keeps_text(order)) {
         std::memset(order.text, 0, sizeof order.text);
     }
-    OrderNumberRecord record;
+    OrderNumberRecord record{};
+    record.number = order.number;
+    if (IXREAD(numbers, &record) && !follow_order(record, order, name)) {
+        note_position(order.number, walk.at);
+        return;
+    }
     if (lock_number(record, order.number)) {
-        place_record(record, name);
-        if (!text_empty(order.text) && !text_equal(order.text, record.text)) {
-            std::memcpy(record.text, order.text, sizeof record.text);
-        }
+        follow_order(record, order, name);
     } else if (order.status == order_status_numbered) {
         record = new_record(order);
         place_record(record, name);
@@ -225,6 +255,8 @@ bool settle_number(const OrderNumberRecord &record) {
 void journal_numbers_open() {
     numbers = IXOPEN(order_number_file, ix_shared);
     positions.open();
+    series_at_start = chk_files.rvser->nrecs;
+    chk_bits_open(static_cast<std::size_t>(series_at_start) / 8 + 1);
 }
 
 void journal_numbers_close() {
@@ -237,6 +269,7 @@ void journal_numbers_close() {
 void journal_numbers_end() {
     journal_numbers_close();
     positions.close();
+    chk_bits_close();
 }
 
 void journal_follow(journal_walk &walk, const journal_name &name) {

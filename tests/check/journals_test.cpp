@@ -36,7 +36,8 @@ protected:
     }
 
     /// A record as one word: its code, and of an order the number. A small o is an order of the kind that
-    /// keeps its text, n one that has no number yet; any other character stands for itself.
+    /// keeps its text, n one that has no number yet, P one of the day before; any other character stands for
+    /// itself.
     std::string record(const std::string &word) const {
         JournalOrder order{};
         JournalDetail detail{};
@@ -45,11 +46,12 @@ protected:
             case 'O':
             case 'o':
             case 'n':
+            case 'P':
                 std::memset(&order, 'x', sizeof order);
                 order.journal = 1;
                 order.year = 2012;
                 order.letter = 'Z';
-                order.date = order_date;
+                order.date = word[0] == 'P' ? order_date - 1 : order_date;
                 order.kind = word[0] == 'o' ? order_kind_own_text : 0;
                 order.status = word[0] == 'n' ? 1 : order_status_numbered;
                 order.number = static_cast<std::uint32_t>(std::strtoul(word.c_str() + 1, nullptr, 10));
@@ -140,6 +142,8 @@ struct Outcome {
 const Outcome outcomes[] = {
     {"nothing to do", "O1001 T M D T S E B L F O1002 M D S", "1001 1002",
      "O1001 T M D T S E B L F O1002 M D S", "1001 1002", "1001 1002", 1001, nullptr},
+    {"an order of another day passes the label by", "P1001 M D S O1002 M D S", "1001 1002",
+     "P1001 M D S O1002 M D S", "1001 1002", "1001 1002", 1002, nullptr},
     {"a number below 1000", "O17 M D S O1002 M D S", "17 1002", "O5001 M D S O1002 M D S", "1002 5001",
      "1002 5001", 5001, nullptr},
     {"two of them", "O17 M D S O999 M D S", "", "O5001 M D S O5002 M D S", "5001 5002", "5001 5002", 5001,
