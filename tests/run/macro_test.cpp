@@ -135,7 +135,7 @@ TEST_F(Macro, DamagedOrUnknownKeysAreRefused) {
     EXPECT_TRUE(t.wait_gone("Uw keuze 11"));
 }
 
-TEST_F(Macro, RecordingEndsAtAHundredKeysAndEscapeStopsAReplay) {
+TEST_F(Macro, RecordingEndsAtAHundredKeys) {
     Terminal t = start();
     reach_menu(t);
     record(t, "l", std::vector<std::string>(99, "DOWN"));
@@ -172,6 +172,24 @@ TEST_F(Macro, TwoProgramsRecordAtTheSameTime) {
     for (std::size_t i = 0; i < letters.size(); i++) {
         EXPECT_TRUE(one.wait_row(5 + static_cast<int>(i), "0      " + letters.substr(i, 1) + "     van"));
     }
+}
+
+TEST_F(Macro, ReplaysACheckWithItsRepair) {
+    make([](Shop &shop) { ASSERT_TRUE(spoil_shop(shop, "label-orphan-unknown", 1)); });
+    Terminal t = start();
+    reach_menu(t);
+    // Starts entry 11, leaves its list of errors, has them mended; then starts it again, leaves its summary and
+    // shows that it is through.
+    record(t, "r", {"ENTER", "ESC", "j", "ENTER", "ENTER", "ESC", "DOWN"});
+    const auto date_of_labels = [this] {
+        const auto row = static_cast<std::size_t>(region_rows.offset(row_dates));
+        return bytes("RVSYS.TXT").substr(row + offsetof(SysRow19, labels), 2);
+    };
+    EXPECT_EQ(date_of_labels(), std::string(2, '\0'));
+    t.key("F2");
+    t.type("r");
+    ASSERT_TRUE(t.wait_for("Uw keuze 12"));
+    EXPECT_NE(date_of_labels(), std::string(2, '\0'));
 }
 
 TEST_F(Macro, GoesOnInTheNextProgramOnTheLine) {
