@@ -225,8 +225,9 @@ void Audit::check_codes() {
         const unsigned size = data.u8(at + 22);
         const bool small_one = data.data[at + 13] == 'A';
         const auto found = series_at.find(key);
-        if (!valid_ean(code) || !seen.insert(code).second ||
-            !coded.insert({(small_one ? "A" : "M") + key, size}).second ||
+        const bool first_code = seen.insert(code).second;
+        const bool first_owner = coded.insert({(small_one ? "A" : "M") + key, size}).second;
+        if (!valid_ean(code) || !first_code || !first_owner ||
             (small_one ? !articles.contains(data.u32(at + 16))
                        : found == series_at.end() || !series_size(found->second, size))) {
             find("EAN code %s", code.c_str());

@@ -7,6 +7,22 @@ bool of_series(const EanRecord &code) {
     return code.type == 'M';
 }
 
+/// A code that no size and no small article has yet: two with one code can't come into the file. `first` is
+/// where to look first.
+std::string unused_code(const Shop &shop, int first) {
+    constexpr int step = 10;  // each fault begins at another first number
+    std::string code;
+    bool used = true;
+    for (int number = first; used; number += step) {
+        const std::string digits = text_of("540000%06d", number);
+        code = digits + ean_check_digit(digits);
+        used = std::any_of(shop.ean_codes.begin(), shop.ean_codes.end(), [&](const EanRecord &other) {
+            return code.compare(0, sizeof other.code, other.code, sizeof other.code) == 0;
+        });
+    }
+    return code;
+}
+
 constexpr ShopFault codes[] = {
     {"ean-missing", "a size of a series has no code",
      [](Shop &shop, Random &random) {
@@ -23,7 +39,7 @@ constexpr ShopFault codes[] = {
              return false;
          }
          EanRecord twin = *code;
-         put_text(twin.code, "5400000000003");
+         put_text(twin.code, unused_code(shop, 0));
          twin.date += 30;
          shop.ean_codes.push_back(twin);
          return true;
@@ -32,7 +48,7 @@ constexpr ShopFault codes[] = {
      [](Shop &shop, Random &random) {
          return spoil(shop.ean_codes, random, of_series, [&](const EanRecord &code) {
              EanRecord stray = code;
-             put_text(stray.code, "5400000000010");
+             put_text(stray.code, unused_code(shop, 1));
              stray.group = 99996;
              shop.ean_codes.push_back(stray);
          });
@@ -41,7 +57,7 @@ constexpr ShopFault codes[] = {
      [](Shop &shop, Random &random) {
          return spoil(shop.ean_codes, random, of_series, [&](const EanRecord &code) {
              EanRecord stray = code;
-             put_text(stray.code, "5400000000027");
+             put_text(stray.code, unused_code(shop, 2));
              stray.size = 92;
              shop.ean_codes.push_back(stray);
          });
@@ -49,7 +65,7 @@ constexpr ShopFault codes[] = {
     {"ean-article-unknown", "a code is of a small article that does not exist",
      [](Shop &shop, Random &) {
          EanRecord stray{};
-         put_text(stray.code, "5400000000034");
+         put_text(stray.code, unused_code(shop, 3));
          stray.type = 'A';
          stray.group = 9995;
          stray.date = shop.today;
