@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <sstream>
 
 #include "isam/isam.h"
 #include "support/run_case.h"
@@ -98,6 +99,103 @@ TEST_F(Run, MarkerStandsWhenEveryRequiredDateIsRecent) {
         put("RVCHK860.OK", 3);
         EXPECT_EQ(run(), 0) << each.name;
         EXPECT_EQ(there("RVCHK860.OK"), each.marker) << each.name;
+        fs::remove_all(directory);
+    }
+}
+
+struct Session {
+    const char *name;
+    const char *entries;  ///< chosen in the menu
+    bool marker;
+    const char *answers = "";  ///< to the questions of the checks
+    std::vector<std::string> faults = {};
+    std::function<void(Shop &)> change = [](Shop &) {};
+    int customers = 4;
+    bool linked = true;
+};
+
+bool menu_waits(const Terminal &t) {
+    return t.row(3).starts_with(" VOLLEDIGE") && t.row(24).starts_with(" Uw keuze 1") && t.cursor().row == 24;
+}
+
+/// Chooses an entry, leaves its reports and answers its questions, until the menu is back.
+void go_through(Terminal &t, const std::string &entry, std::string &answers) {
+    const auto shows = [&t](const char *text) { return t.screen().find(text) != std::string::npos; };
+    t.type(entry);
+    ASSERT_TRUE(t.wait_until([&] { return !shows("VOLLEDIGE") && !shows("Uw keuze"); }, "a check"));
+    for (;;) {
+        ASSERT_TRUE(t.wait_until(
+            [&] {
+                const bool asked = t.row(t.cursor().row).find("(J/N)") != std::string::npos;
+                return menu_waits(t) || shows("(blad ") || asked;
+            },
+            "a report, a question or the menu"));
+        if (shows("(J/N)")) {
+            ASSERT_FALSE(answers.empty()) << t.dump();
+            t.type(answers.substr(0, 1));
+            t.key("ENTER");
+            answers.erase(0, 1);
+            ASSERT_TRUE(t.wait_gone("(J/N)"));
+        } else if (shows("(blad ")) {
+            t.key("ESC");
+            ASSERT_TRUE(t.wait_gone("(blad "));
+        } else {
+            return;
+        }
+    }
+}
+
+TEST_F(Run, MarkerStandsBehindAMenuThatLeftEveryRequiredDateRecent) {
+    const auto old = [](little_uint16_t SysRow19::*field) {
+        return [field](Shop &shop) {
+            for (const auto each : {&SysRow19::labels, &SysRow19::series, &SysRow19::prices, &SysRow19::sizes,
+                                    &SysRow19::customers, &SysRow19::titles, &SysRow19::countries,
+                                    &SysRow19::ean, &SysRow19::barcodes, &SysRow19::master}) {
+                shop.dates.*each = static_cast<day_number>(shop.today - 6);
+            }
+            shop.dates.*field = static_cast<day_number>(shop.today - 7);
+        };
+    };
+    const auto linked_only = [](Shop &shop) { shop.settings.mode = mode_customer_labels; };
+    const Session sessions[] = {
+        {"all entries", "11 12 13", true},
+        {"in another order", "13 11 12", true},
+        {"labels are not linked", "11 12 13", true, "", {}, [](Shop &) {}, 4, false},
+        // An entry that is not shown takes no number.
+        {"no customers", "11 12", true, "", {}, [](Shop &) {}, 0},
+        {"linked labels alone", "11 12", true, "", {}, linked_only},
+        {"without the last entry", "11 12", false},
+        {"without customers", "11 13", false},
+        {"only what was too old", "11", true, "", {}, old(&SysRow19::sizes)},
+        {"all but what was too old", "11 12", false, "", {}, old(&SysRow19::barcodes)},
+        {"a refused repair", "11 12 13", false, "n", {"price-block-lost"}},
+        {"an accepted one", "11 12 13", true, "j", {"price-block-lost"}},
+        {"refused, then accepted", "11 12 13 11", true, "nj", {"price-block-lost"}},
+        // These have no date that is asked for.
+        {"goods in transit", "11 12 13", true, "n", {"transit-no-entry"}},
+        {"journals", "11 12 13", true, "", {"journal-code"}},
+    };
+    for (const Session &each : sessions) {
+        SCOPED_TRACE(each.name);
+        options = {.series = 12, .customers = each.customers, .linked = each.linked, .faults = each.faults};
+        make(each.change);
+        put("RVCHK860.OK", 3);
+        // A window that took the width of the reports would be drawn more than once.
+        Terminal t = start({.resizable = false});
+        reach_menu(t);
+        ASSERT_TRUE(t.wait_until([&] { return menu_waits(t); }, "the menu"));
+        EXPECT_FALSE(there("RVCHK860.OK"));
+        std::string answers = each.answers;
+        std::istringstream entries(each.entries);
+        for (std::string entry; entries >> entry;) {
+            go_through(t, entry, answers);
+            EXPECT_FALSE(there("RVCHK860.OK")) << "before the menu was left";
+        }
+        t.key("CANCEL");
+        EXPECT_EQ(t.wait_exit(), 0) << t.dump();
+        EXPECT_EQ(answers, "");
+        EXPECT_EQ(there("RVCHK860.OK"), each.marker);
+        EXPECT_EQ(bytes("RVCHK860.OK"), "");
         fs::remove_all(directory);
     }
 }
