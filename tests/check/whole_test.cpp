@@ -1,5 +1,6 @@
 // All checks together: every fault alone, and many at once, mended round by round with the operator's yes.
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
 #include <random>
@@ -200,7 +201,55 @@ void damage(const std::filesystem::path &path, std::mt19937 &random) {
     ScratchDir::put(path, bytes);
 }
 
-TEST_F(Whole, DamagedFilesNeitherCrashNorHangARun) {
+/// What lies beside the shop, its directories among it: a file that has come and gone shows in them.
+std::string beside_the_shop() {
+    std::set<std::string> found;
+    const auto note = [&](const std::filesystem::path &path) {
+        const bool file = std::filesystem::is_regular_file(path);
+        found.insert(path.string() + " " + std::to_string(file ? std::filesystem::file_size(path) : 0) + " " +
+                     std::to_string(std::filesystem::last_write_time(path).time_since_epoch().count()));
+    };
+    note("..");
+    const auto own = std::filesystem::current_path().filename();
+    for (auto at = std::filesystem::recursive_directory_iterator(".."); at != end(at); ++at) {
+        if (at->path().filename() == own) {
+            at.disable_recursion_pending();
+        } else {
+            note(at->path());
+        }
+    }
+    std::string list;
+    for (const std::string &line : found) {
+        list += line + "\n";
+    }
+    return list;
+}
+
+/// Goes into a shop that has neighbours, a home and a place for temporary files, none of which it may touch.
+void enter_watched_shop() {
+    namespace fs = std::filesystem;
+    const std::vector<std::string> directories = {"2014W", "buren", "thuis", "tmp"};
+    for (const std::string &name : directories) {
+        fs::create_directory(name);
+    }
+    for (const char *name : {"RVSER.TXT", "RVSYS.TXT", "RVCHK860.OK", "PR1", "TP01", "TEMP1", "KASMUT.TXT",
+                             "2014W/ORD0001.JRN", "buren/RVSER.TXT", "thuis/MACRO.TXT", "tmp/PR1"}) {
+        ScratchDir::put(name, "hier blijft alles");
+    }
+    fs::create_directory("winkel");
+    const auto long_ago = fs::file_time_type::clock::now() - std::chrono::hours(1000);
+    for (const auto &entry : fs::recursive_directory_iterator(".")) {
+        fs::last_write_time(entry.path(), long_ago);
+    }
+    fs::last_write_time(".", long_ago);
+    setenv("HOME", fs::absolute("thuis").c_str(), 1);
+    setenv("TMPDIR", fs::absolute("tmp").c_str(), 1);
+    fs::current_path("winkel");
+}
+
+TEST_F(Whole, DamagedFilesNeitherCrashNorHangARunNorLeadItElsewhere) {
+    enter_watched_shop();
+    const std::string beside = beside_the_shop();
     const int shops = count_from("RVCHK_DAMAGED_SHOPS", 12);
     const int first = count_from("RVCHK_WHOLE_FIRST", 1);
     int came_through = 0;
@@ -217,6 +266,7 @@ TEST_F(Whole, DamagedFilesNeitherCrashNorHangARun) {
         const CheckRun run = run_check("11 12 13", yes_for_a_while);
         // A file that can't be used stops the program with a message; anything else is to be listed.
         EXPECT_TRUE(run.status == 0 || run.status == 1 || run.status == 10) << seed << "\n" << run;
+        EXPECT_EQ(beside_the_shop(), beside) << seed;
         came_through += run.status == 0 ? 1 : 0;
     }
     EXPECT_GT(came_through, 0);
