@@ -2,12 +2,13 @@
 //
 //   1  Each record is looked up by each of its keys. A search that ends elsewhere is a fault; on the key of
 //      the size it may be a second code, so both records are listed.
-//   2  Of the listed records of one size all go but the last by date and code.
+//   2  Of the listed records of one size all go but the last by date and code, which is taken off the list.
 //   3  After any fault the index is made anew.
 #include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 #include "check/ean.h"
 #include "check/frame.h"
@@ -92,18 +93,41 @@ bool same_size(const EanRecord &a, const EanRecord &b) {
            a.size == b.size;
 }
 
-void delete_doubles(ICB *file, double_list &doubles) {
+/// Takes the record that stands off the list: the last of its size by date and code.
+void spare_last(double_list &doubles) {
     IXSWITCH(doubles.icb(), 2);
     ean_double before{};
-    bool first = true;
+    std::int32_t place = -1;
+    const auto spare = [&] {
+        if (place >= 0) {
+            doubles.icb()->recno = place;
+            IXDELETE(doubles.icb(), &before);
+        }
+    };
     doubles.for_each([&](const ean_double &item) {
-        if (!first && same_size(before.record, item.record)) {
-            ean_delete(file, static_cast<std::int32_t>(before.place), before.record);
+        const std::int32_t here = doubles.icb()->recno;
+        if (!same_size(before.record, item.record)) {
+            spare();
         }
         before = item;
-        first = false;
+        place = here;
     });
+    spare();
     IXSWITCH(doubles.icb(), 1);
+}
+
+/// Among equal keys the index has the last record first, so in this order each is found at once.
+void delete_doubles(ICB *file, double_list &doubles) {
+    spare_last(doubles);
+    constexpr std::uint32_t behind_all = std::numeric_limits<std::uint32_t>::max();
+    ean_double size{};
+    while (doubles.first(size)) {
+        size.place = behind_all;
+        ean_double item = size;
+        while (IXPREVR(doubles.icb(), &item, parts_of_size)) {
+            ean_delete(file, static_cast<std::int32_t>(item.place), item.record);
+        }
+    }
 }
 
 /// False, and the operator is told so, when the program that makes an index anew can't be found.
