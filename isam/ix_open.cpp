@@ -256,8 +256,7 @@ ICB *IXCREATE(const char *name, int mode) {
     return icb;
 }
 
-void IXINITIX(ICB *icb) {
-    ix_demand(icb, "IXINITIX");
+void ix_initial_image(ICB *icb, bool marked) {
     ix_make_plans(icb);
     if (!ix_definition_sound(*icb)) {
         ix_inconsistent(icb);
@@ -265,9 +264,10 @@ void IXINITIX(ICB *icb) {
     icb->freehead = -1;
     icb->nrecs = 0;
     icb->nblocks = icb->nkeys + 2;
-    icb->inupdate = 0;
+    icb->inupdate = marked ? 1 : 0;
     icb->version = ix_version;
     IXWRIX(icb, 0);
+    icb->inupdate = 0;
     for (int k = 1; k <= icb->nkeys; ++k) {
         icb->blk = {};
         icb->blk.bkey = static_cast<std::int8_t>(k);
@@ -280,6 +280,11 @@ void IXINITIX(ICB *icb) {
     icb->blk.bkey = 1;
     IXWRIX(icb, icb->nkeys + 1);
     IXRDIX(icb, 1);
+}
+
+void IXINITIX(ICB *icb) {
+    ix_demand(icb, "IXINITIX");
+    ix_initial_image(icb, false);
 }
 
 void ix_cut_index(ICB *icb) {

@@ -1,9 +1,10 @@
 // IXBLDIX: the index half anew, from the data half and the definition in the old header.
 //
 // 1. Read and test the old header. Nothing is changed before it has passed.
-// 2. Lock the whole pair. Write the new header, with all counts at their start, over the old one; then cut
-//    the index half. From here to the end the header on disk does not fit the data half, so a rebuild that
-//    dies is noticed, and the next one finds the definition.
+// 2. Lock the whole pair. Write the new header, with all counts at their start and the mark of an unfinished
+//    update, over the old one; then cut the index half. A rebuild that dies is noticed by that mark. Without
+//    it, a program that has the pair open would go on after its lock is gone as if the file were empty, and
+//    write its next record over the first.
 // 3. Read the data half once, in chunks. Link free records into the new chain. Gather the entries of live
 //    ones, for each key apart.
 // 4. When the area for entries is full, and at the end: for each key put the gathered entries in key order,
@@ -345,7 +346,7 @@ bool IXBLDIX(const char *name) {
         if (IOCACHE(cache_action::init, icb, 0) == 0) {
             isam_fatal("%s", term_text(1, 226, "Onvoldoende geheugen voor ixremake"));
         }
-        IXINITIX(icb);
+        ix_initial_image(icb, true);
         ix_cut_index(icb);
 
         const std::size_t chunk =

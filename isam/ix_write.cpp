@@ -16,11 +16,13 @@ void mark_update(ICB *icb) {
     --icb->inupdate;
 }
 
-/// A writer that died in exclusive mode leaves blocks behind the header's count. A new block would be
-/// written over one of them, so such a file can be read but not written.
+/// A writer that died in exclusive mode leaves blocks and records behind the header's counts. A new one would
+/// be written over one of them, so such a file can be read but not written. The data half of the temporary
+/// flavour may be that of another pair.
 void demand_length(ICB *icb) {
     if (icb->measured == 0) {
-        if (ix_fd_size(icb->ixfd) != off_t{icb->nblocks} * ix_block_size || icb->nblocks < icb->nkeys + 2) {
+        if (ix_fd_size(icb->ixfd) != off_t{icb->nblocks} * ix_block_size || icb->nblocks < icb->nkeys + 2 ||
+            (icb->tempfile == 0 && ix_fd_size(icb->datfd) != off_t{icb->nrecs} * icb->reclen)) {
             ix_inconsistent(icb);
         }
         icb->measured = icb->mode == ix_exclusive ? 1 : 0;

@@ -72,7 +72,7 @@ struct ICB : ix_header {
     ix_plan plan[ix_max_keys];
     ix_view index_view;
     ix_view data_view;
-    std::uint8_t measured;  ///< exclusive: the index half was seen to be as long as the header says
+    std::uint8_t measured;  ///< exclusive: the halves were seen to be as long as the header says
 };
 
 // ---- Open, create, close

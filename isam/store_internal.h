@@ -50,6 +50,8 @@ void ix_refresh_header(ICB *icb);
 /// ICB for two open descriptors, with the name it was opened as.
 ICB *ix_new_icb(const char *name, const ix_names &names, int ixfd, int datfd, int mode);
 void ix_free_icb(ICB *icb);
+/// IXINITIX; `marked` leaves the mark of an unfinished update on disk, until the next write of block 0.
+void ix_initial_image(ICB *icb, bool marked);
 /// Cuts the index half behind its lock block. The new header must be on disk by then: the definition of the
 /// file exists nowhere else.
 void ix_cut_index(ICB *icb);

@@ -401,6 +401,8 @@ TEST_F(store_crash_rebuild, BeforeEveryWrite) {
         if (result >= 0) {
             ASSERT_EQ(ix_verify("D"), sound);
         }
+        // Who has the pair open, and asks no IXCHECK, is stopped by the mark.
+        ASSERT_EQ(file_bytes("D.INX")[offsetof(ix_header, inupdate)] != 0, result < 0) << "write " << deaths;
         ASSERT_NO_FATAL_FAILURE(rebuild_and_compare()) << "write " << deaths;
     }
     ix_rebuild_area = 56 << 20;
