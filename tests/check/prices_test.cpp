@@ -19,7 +19,8 @@ constexpr std::size_t at_text = 56;  ///< of the findings, in a report line
 
 class Prices : public CheckCase {
 protected:
-    /// The codes of the findings, in the order of the report.
+    /// The codes of the findings, in the order of the report; one for a row of equal ones, since the length of
+    /// a chain in the made shop depends on the day.
     static std::string found(const CheckRun &run) {
         static const std::map<std::string, std::string> codes = {
             {"prijsblok buiten bestand", "1"},
@@ -34,10 +35,12 @@ protected:
             {"Geen voorkeursleverancier bij prijssets", "13"},
         };
         std::string all;
+        std::string last;
         for (const std::string &line : run.report) {
             const auto code = codes.find(line.substr(std::min(at_text, line.size())));
-            if (code != codes.end()) {
-                all += (all.empty() ? "" : " ") + code->second;
+            if (code != codes.end() && code->second != last) {
+                last = code->second;
+                all += (all.empty() ? "" : " ") + last;
             }
         }
         return all;
