@@ -36,6 +36,29 @@ bool orphan_block(Shop &shop, Random &random, std::uint32_t group, std::uint16_t
     return true;
 }
 
+/// Such a block of a series that exists: the label is of a size of its own.
+bool known_orphan(Shop &shop, Random &random) {
+    const SeriesRecord &series = random.pick(shop.series);
+    const std::int32_t head = shop.label_chain.free_head;
+    if (!orphan_block(shop, random, series.key.group, series.key.colour, series.key.number)) {
+        return false;
+    }
+    unsigned size = 1;
+    while (size < 95 && !series.sizes.test(size)) {
+        size++;
+    }
+    LabelBlock &orphan = block_at(shop, head);
+    orphan.size_kind = series.size_kind;
+    for (LabelEntry &entry : orphan.slots) {
+        ShopLabel label = label_split(entry);
+        if (label.status != label_empty) {
+            label.size = static_cast<decltype(label.size)>(size);
+            entry = label_join(label);
+        }
+    }
+    return true;
+}
+
 constexpr ShopFault labels[] = {
     {"label-chain-outside", "a chain of labels leads out of the file",
      [](Shop &shop, Random &random) {
@@ -105,13 +128,7 @@ constexpr ShopFault labels[] = {
     {"label-orphan-unknown", "a block of labels of a series that does not exist",
      [](Shop &shop, Random &random) { return orphan_block(shop, random, 99998, 998, 9998); }},
     {"label-orphan-known", "a block of labels of a series that does not hold it",
-     [](Shop &shop, Random &random) {
-         if (shop.series.empty()) {
-             return false;
-         }
-         const SeriesKey &key = random.pick(shop.series).key;
-         return orphan_block(shop, random, key.group, key.colour, key.number);
-     }},
+     [](Shop &shop, Random &random) { return !shop.series.empty() && known_orphan(shop, random); }},
     {"label-orphan-invalid", "a block of labels of an impossible series",
      [](Shop &shop, Random &random) { return orphan_block(shop, random, 101, 10, 10000); }},
     {"label-series-invalid", "a series, with its labels, has an impossible number",
