@@ -1,4 +1,5 @@
 // Indexed files, block files and the bit map of seen blocks.
+#include <algorithm>
 #include <cstdlib>
 
 #include "check/frame.h"
@@ -66,6 +67,20 @@ bool chk_bit_set(std::int64_t bit) {
     std::uint8_t &byte = seen.bytes[bit / bits_a_byte];
     byte = static_cast<std::uint8_t>(byte | mask_of(bit));
     return true;
+}
+
+void chk_bits_grow(std::size_t bytes) {
+    const auto before = static_cast<std::size_t>(seen.bits / bits_a_byte);
+    if (bytes <= before) {
+        return;
+    }
+    auto *grown = static_cast<std::uint8_t *>(std::realloc(seen.bytes, bytes));
+    if (grown == nullptr) {
+        err_nomem(program_name, 1);
+    }
+    std::fill(grown + before, grown + bytes, std::uint8_t{0});
+    seen.bytes = grown;
+    seen.bits = static_cast<std::int64_t>(bytes) * bits_a_byte;
 }
 
 void chk_bits_close() {

@@ -2,9 +2,6 @@
 // chain. All other checks rest on it.
 #include "check/labels.h"
 
-#include <algorithm>
-#include <limits>
-
 #include "check/frame.h"
 #include "print/print.h"
 #include "screen/screen.h"
@@ -64,10 +61,7 @@ void open_files() {
     label_work = {};
     iotab_row(tab_action::read, row_label_chain, label_work.chain);
     chk_eti_raw(raw_action::open);
-    const off_t blocks = chk_txt_size("RVETI") / static_cast<off_t>(sizeof(LabelBlock));
-    label_work.end =
-        static_cast<std::int32_t>(std::clamp<off_t>(blocks, 0, std::numeric_limits<std::int32_t>::max()));
-    label_work.chain.end_mark = label_work.end;
+    label_work.known = label_work.end = labels_in_file();
     chk_bits_open(static_cast<std::size_t>(label_work.end) / 8 + 1);
     label_errors.open();
 }

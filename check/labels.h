@@ -18,8 +18,10 @@ enum label_error : std::uint8_t {
 
 /// What a run works on.
 struct label_run {
-    SysRow4Chain chain{};            ///< row 4
-    std::int32_t end = 0;            ///< blocks in the file
+    SysRow4Chain chain{};    ///< row 4, as it was read at the start or written last
+    std::int32_t known = 0;  ///< blocks in the file at the start; what lies behind is another program's
+    std::int32_t end = 0;    ///< blocks in the file
+    bool moved = false;      ///< other programs have taken or freed blocks during the check
     std::int32_t free_in_chain = 0;  ///< blocks that the free chain held
 };
 extern label_run label_work;
@@ -27,9 +29,14 @@ extern chain_error_list label_errors;
 
 /// Reads a block that lies in the file.
 bool labels_read(std::int32_t block, LabelBlock &buffer);
+/// Blocks that the file has by now.
+std::int32_t labels_in_file();
+/// Marks the blocks that the chain of a series holds by now.
+void labels_mark_chain(const SeriesRecord &series);
 
 /// The three passes: the chains of the series, the free chain, the blocks that neither has reached. The first
-/// gives false when the operator breaks off.
+/// gives false when the operator breaks off. Row 4 is locked from the start of the second to the end of the
+/// third.
 bool labels_walk_series();
 void labels_walk_free();
 void labels_walk_rest();

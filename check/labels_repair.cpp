@@ -9,10 +9,18 @@
 // series leads to it; lost blocks are strung together before the chain leads to the first of them; a block
 // is emptied before row 4 leads to it. So a run that dies leaves blocks on no chain, which the next run
 // finds, and never one on two.
+//
+// The series is held meanwhile, and row 4 is locked behind it. Where other programs were at the blocks during
+// the check, the fault is looked for again first: what is not as it was found is left for the next run.
+#include <algorithm>
 #include <array>
+#include <cstring>
+#include <optional>
+#include <set>
 
 #include "check/frame.h"
 #include "check/labels.h"
+#include "check/serieshold.h"
 #include "screen/screen.h"
 
 namespace {
@@ -32,40 +40,68 @@ struct chain_update {
     chain_update &operator=(const chain_update &) = delete;
 };
 
-bool read_series(const SeriesKey &key, SeriesRecord &series) {
-    series = {};
-    series.key = key;
-    return IXREAD(chk_files.rvser, &series);
-}
+/// Row 4 under its lock, for as long as it lives.
+class chain_lock {
+public:
+    chain_lock() {
+        iotab_row(tab_action::lock_read, row_label_chain, chain);
+        label_work.moved = label_work.moved || std::memcmp(&chain, &label_work.chain, sizeof chain) != 0;
+    }
+    ~chain_lock() {
+        iotab_row(tab_action::unlock, row_label_chain, chain);
+    }
+    chain_lock(const chain_lock &) = delete;
+    chain_lock &operator=(const chain_lock &) = delete;
 
-/// Takes a block off the free chain, or behind the end of the file; -1 when there is none.
-std::int32_t take_block() {
+    void write() {
+        iotab_row(tab_action::write_keep, row_label_chain, chain);
+        label_work.chain = chain;
+    }
+
     SysRow4Chain chain{};
-    iotab_row(tab_action::lock_read, row_label_chain, chain);
-    const std::int32_t block = eti_take_block(chain, labels_read);
-    iotab_row(block < 0 ? tab_action::unlock : tab_action::write, row_label_chain, chain);
-    return block;
+};
+
+/// True when the chain of a series is wrong now as it was when it was walked.
+bool still_wrong(const SeriesRecord &series, const ChainError &error) {
+    std::set<std::int32_t> walked;
+    LabelBlock content;
+    std::int32_t previous = stdchk_none;
+    std::int32_t block = series.first_block;
+    int code = block == chain_end ? label_outside : 0;
+    while (code == 0 && block != chain_end) {
+        if (!labels_read(block, content)) {
+            code = label_outside;
+        } else if (!(content.key == series.key)) {
+            code = chk_key_empty(content) ? label_in_free_chain : label_other_series;
+        } else if (!walked.insert(block).second) {
+            code = label_seen_before;
+        } else {
+            previous = block;
+            block = content.next;
+        }
+    }
+    return code == error.code && block == error.block && previous == error.previous;
 }
 
 /// Gives a series a first block of its own, empty. False when it does not lead to the wrong block any more.
-bool renew_first_block(const ChainError &error) {
-    SeriesRecord series;
-    if (!read_series(error.key, series) || series.first_block != error.block) {
+bool renew_first_block(series_hold &series, chain_lock &row, const ChainError &error) {
+    if (!series.exists() || series.record.first_block != error.block) {
         return false;
     }
-    const std::int32_t block = take_block();
+    const std::int32_t block = eti_take_block(row.chain, labels_read);
     if (block < 0) {
         return false;
     }
+    row.write();
     LabelBlock content{};
-    content.key = series.key;
-    content.size_kind = series.size_kind;
+    content.key = series.record.key;
+    content.size_kind = series.record.size_kind;
     content.next = chain_end;
     chk_eti_raw(raw_action::write, block, content);
     label_work.end = std::max(label_work.end, block + 1);
     chk_bit_set(block);
-    series.first_block = block;
-    IXREWRITE(chk_files.rvser, &series);
+    series.record.first_block = block;
+    series.rewrite();
     return true;
 }
 
@@ -80,7 +116,13 @@ bool set_next(std::int32_t block, std::int32_t next) {
 }
 
 bool mend_chain(const ChainError &error) {
-    return error.previous == stdchk_none ? renew_first_block(error) : set_next(error.previous, chain_end);
+    series_hold series(error.key);
+    chain_lock row;
+    if (label_work.moved && !(series.exists() && still_wrong(series.record, error))) {
+        return false;
+    }
+    return error.previous == stdchk_none ? renew_first_block(series, row, error)
+                                         : set_next(error.previous, chain_end);
 }
 
 /// Labels of status 1 to 4; place 0 is not used.
@@ -125,24 +167,29 @@ void for_lost_blocks(const ChainError &any, Visit visit) {
     }
 }
 
-/// Puts the lost blocks of a series back in its chain when series, chain and blocks agree on the labels.
+/// Puts the lost blocks of a series back in its chain when series, chain and blocks agree on the labels. The
+/// blocks of the chain were met, or lie behind those that are known, so it holds none of the lost.
 void connect_lost(const ChainError &any) {
-    SeriesRecord series;
+    const series_hold hold(any.key);
+    const chain_lock row;
     status_counts counts{};
-    if (!read_series(any.key, series)) {
+    if (!hold.exists()) {
         return;
     }
+    const SeriesRecord &series = hold.record;
     const std::int32_t last_in_chain = count_chain(series, counts);
     LabelBlock content;
     std::int32_t first = stdchk_none;
+    bool agree = true;
     for_lost_blocks(any, [&](const ChainError &lost) {
         if (labels_read(lost.block, content)) {
+            agree = agree && content.key == series.key;
             count_labels(content, counts);
         }
         first = first == stdchk_none ? lost.block.value() : first;
     });
-    const bool agree = counts[label_ordered] == series.ordered && counts[label_stock] == series.stock &&
-                       counts[label_sold] == series.sold && counts[label_corrected] == series.corrected;
+    agree = agree && counts[label_ordered] == series.ordered && counts[label_stock] == series.stock &&
+            counts[label_sold] == series.sold && counts[label_corrected] == series.corrected;
     if (last_in_chain == stdchk_none || first == stdchk_none || !agree) {
         return;
     }
@@ -181,20 +228,35 @@ void labels_mend() {
     });
 }
 
+// While the question stood, a block may have got on the chain of its series, or a new owner.
 void labels_release() {
     const chain_update mark;
-    SysRow4Chain chain{};
-    iotab_row(tab_action::lock_read, row_label_chain, chain);
+    std::optional<series_hold> hold;
     label_errors.for_each([&](const ChainError &error) {
         const bool lost =
             error.code == label_lost_unknown || error.code == label_lost || error.code == label_lost_invalid;
-        if (lost && error.repaired == 0) {
-            LabelBlock content{};
-            content.next = chain.free_head;
-            chk_eti_raw(raw_action::write, error.block, content);
-            chain.free_head = error.block;
-            chain.free_count += 1;
+        if (!lost || error.repaired != 0) {
+            return;
         }
+        if (!hold || !(hold->record.key == error.key)) {
+            hold.reset();
+            hold.emplace(error.key);
+            hold->record.key = error.key;
+            if (hold->exists()) {
+                labels_mark_chain(hold->record);
+            }
+        }
+        chain_lock row;
+        LabelBlock content{};
+        if (!labels_read(error.block, content) || !(content.key == error.key) || chk_bit_test(error.block)) {
+            return;
+        }
+        content = {};
+        content.next = row.chain.free_head;
+        chk_eti_raw(raw_action::write, error.block, content);
+        chk_bit_set(error.block);
+        row.chain.free_head = error.block;
+        row.chain.free_count += 1;
+        row.write();
     });
-    iotab_row(tab_action::write, row_label_chain, chain);
 }

@@ -9,7 +9,15 @@
 //
 // Row 4 is written last in a pass. Blocks that a pass has prepared are on no chain until then, so a run that
 // dies loses nothing that the next one does not find.
+//
+// Other programs take and free blocks meanwhile. That shows in row 4, which is read anew under its lock for
+// the second pass and stays locked until the third is done. When it is not what it was at the start, a block
+// that no pass has met may have been put on a chain behind the first pass: the chain of its series is
+// followed once more, and a block without labels, which may be the first of a series that is just being made,
+// is left to the next run.
 #include <algorithm>
+#include <cstring>
+#include <limits>
 
 #include "check/frame.h"
 #include "check/labels.h"
@@ -26,6 +34,7 @@ ChainError follow(const SeriesRecord &series) {
     error.key = series.key;
     error.previous = stdchk_none;
     LabelBlock content;
+    std::int32_t added = 0;
     std::int32_t block = series.first_block;
     if (block == chain_end) {
         error.code = label_outside;
@@ -35,8 +44,8 @@ ChainError follow(const SeriesRecord &series) {
             error.code = label_outside;
         } else if (!(content.key == series.key)) {
             error.code = chk_key_empty(content) ? label_in_free_chain : label_other_series;
-        } else if (!chk_bit_set(block)) {
-            error.code = label_seen_before;
+        } else if (block < label_work.known ? !chk_bit_set(block) : added++ > eti_max_block()) {
+            error.code = label_seen_before;  // behind the known blocks, only a circle is as long
         }
         if (error.code != 0) {
             break;
@@ -71,6 +80,41 @@ void list_lost(std::int32_t block, const LabelBlock &content) {
     label_errors.add(error);
 }
 
+/// Locks row 4, and takes what stands there now. The end mark is what the file has; one that another program
+/// has moved is not moved back, for it may stand before the block that it counts.
+void lock_chain() {
+    SysRow4Chain chain{};
+    iotab_row(tab_action::lock_read, row_label_chain, chain);
+    label_work.moved = std::memcmp(&chain, &label_work.chain, sizeof chain) != 0;
+    label_work.end = labels_in_file();
+    if (label_work.moved) {
+        label_work.end = std::max(label_work.end, chain.end_mark.value());
+    }
+    chain.end_mark = label_work.end;
+    label_work.chain = chain;
+    chk_bits_grow(static_cast<std::size_t>(label_work.end) / 8 + 1);
+}
+
+/// Marks chains as they are now, each once.
+class chain_marker {
+public:
+    void mark(const SeriesKey &key) {
+        if (key == last) {
+            return;
+        }
+        last = key;
+        SeriesRecord series{};
+        series.key = key;
+        const key_switch by_key(chk_files.rvser, 1);
+        if (IXREAD(chk_files.rvser, &series) && series.key == key) {
+            labels_mark_chain(series);
+        }
+    }
+
+private:
+    SeriesKey last{};
+};
+
 std::uint32_t last_block() {
     return static_cast<std::uint32_t>(std::max(label_work.end, 1) - 1);
 }
@@ -78,7 +122,22 @@ std::uint32_t last_block() {
 }  // namespace
 
 bool labels_read(std::int32_t block, LabelBlock &buffer) {
-    return block >= 0 && block < label_work.end && chk_eti_raw(raw_action::read, block, buffer) != 0;
+    return block >= 0 && chk_eti_raw(raw_action::read, block, buffer) != 0;
+}
+
+std::int32_t labels_in_file() {
+    const off_t blocks = chk_txt_size("RVETI") / static_cast<off_t>(sizeof(LabelBlock));
+    return static_cast<std::int32_t>(std::clamp<off_t>(blocks, 0, std::numeric_limits<std::int32_t>::max()));
+}
+
+void labels_mark_chain(const SeriesRecord &series) {
+    LabelBlock content;
+    std::int32_t steps = 0;
+    for (std::int32_t block = series.first_block; block != chain_end && steps++ <= label_work.end &&
+                                                  labels_read(block, content) && content.key == series.key;
+         block = content.next) {
+        chk_bit_set(block);
+    }
 }
 
 bool labels_walk_series() {
@@ -102,8 +161,9 @@ bool labels_walk_series() {
 }
 
 void labels_walk_free() {
-    chk_phase(detail_text(3, 667, "FASE-2: controleren vrije etiketblokken"), last_block());
     SysRow4Chain &chain = label_work.chain;
+    lock_chain();
+    chk_phase(detail_text(3, 667, "FASE-2: controleren vrije etiketblokken"), last_block());
     const std::int32_t end = label_work.end;
     LabelBlock content;
     LabelBlock sound{};
@@ -126,7 +186,7 @@ void labels_walk_free() {
     }
     chain.free_count = count;
     label_work.free_in_chain = count;
-    iotab_row(tab_action::write, row_label_chain, chain);
+    iotab_row(tab_action::write_keep, row_label_chain, chain);
     chk_progress(0, 0, chk_bar::close);
 }
 
@@ -134,12 +194,21 @@ void labels_walk_rest() {
     chk_phase(detail_text(3, 671, "FASE-3: controleren etiketblokken niet in ketting"), last_block());
     SysRow4Chain &chain = label_work.chain;
     LabelBlock content;
-    for (std::int32_t block = 0; block < label_work.end; block++) {
+    chain_marker marker;
+    for (std::int32_t block = 0; block < label_work.known; block++) {
         chk_progress(static_cast<std::uint32_t>(block), last_block(), chk_bar::step);
         if (chk_bit_test(block) || !labels_read(block, content)) {
             continue;
         }
-        if (!chk_key_empty(content) && !chk_block_empty(content)) {
+        const bool has_key = !chk_key_empty(content);
+        const bool has_labels = has_key && !chk_block_empty(content);
+        if (has_key && label_work.moved) {
+            marker.mark(content.key);
+            if (chk_bit_test(block) || !has_labels) {
+                continue;
+            }
+        }
+        if (has_labels) {
             list_lost(block, content);
             continue;
         }

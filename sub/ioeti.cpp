@@ -106,6 +106,17 @@ void store_block() {
     }
 }
 
+/// A chain leads to a new block some moments before that is written. Who puts it there has locked row 4.
+void await_block(std::int32_t block, const SeriesKey &key) {
+    LabelBlock buffer;
+    constexpr int patience = 3;
+    for (int i = 0; i < patience && !(read_block(block, buffer) && buffer.key == key); i++) {
+        SysRow4Chain chain{};
+        iotab_row(tab_action::lock_read, row_label_chain, chain);
+        iotab_row(tab_action::unlock, row_label_chain, chain);
+    }
+}
+
 /// Goes to the next block of the chain, if there is one. A chain longer than the file runs in a loop.
 bool follow_chain(eti_action action) {
     const std::int32_t next = eti.block.next;
@@ -115,7 +126,15 @@ bool follow_chain(eti_action action) {
     if (eti.steps++ > eti_max_block()) {
         fail_chain(action, next);
     }
-    load(action, next);
+    LabelBlock buffer;
+    if (!read_block(next, buffer) || !(buffer.key == eti.block.key)) {
+        await_block(next, eti.block.key);
+        load(action, next);
+        return true;
+    }
+    eti.block = buffer;
+    eti.number = next;
+    eti.slot = 0;
     return true;
 }
 
@@ -212,8 +231,9 @@ bool owns_block(const eti_rec &rec) {
            eti.block.key.number == rec.number;
 }
 
-/// Puts a block behind the last of the chain. The mark in the user slot stands from before the first of the
-/// three writes until after the last, so a program that dies between them is found out.
+/// Puts a block behind the last of the chain. The mark in the user slot and the lock of row 4 stand from
+/// before the first of the three writes until after the last: a program that dies between them is found out,
+/// and who holds the row meets no block that belongs to nobody yet.
 void add_block(std::int32_t &number, const eti_rec &rec) {
     const bool has_chain = owns_block(rec);
     while (has_chain && follow_chain(eti_action::new_block)) {
@@ -230,7 +250,7 @@ void add_block(std::int32_t &number, const eti_rec &rec) {
         eti.block.next = taken;
         store_block();
     }
-    iotab_row(tab_action::write, row_label_chain, chain);
+    iotab_row(tab_action::write_keep, row_label_chain, chain);
 
     eti.block = {};
     eti.block.key.group = rec.group;
@@ -242,6 +262,7 @@ void add_block(std::int32_t &number, const eti_rec &rec) {
     eti.slot = 0;
     number = eti_number(taken, 0);
     store_block();
+    iotab_row(tab_action::unlock, row_label_chain, chain);
     set_program_status(status_working);
 }
 
