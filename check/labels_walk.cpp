@@ -170,7 +170,10 @@ void labels_walk_free() {
     std::int32_t previous = stdchk_none;
     std::int32_t count = 0;
     std::int32_t block = chain.free_head;
-    while (block != end && labels_read(block, content) && chk_key_empty(content) && chk_bit_set(block)) {
+    // A block that a series had when the first pass met it may have been freed since.
+    const auto freed_since = [&] { return label_work.moved && count < end; };
+    while (block != end && labels_read(block, content) && chk_key_empty(content) &&
+           (chk_bit_set(block) || freed_since())) {
         previous = block;
         sound = content;
         block = content.next;

@@ -9,8 +9,12 @@
 //
 // A block that is put on a chain is written before what leads to it, so whenever the program stops, a block
 // of a series is on its chain, or the next run finds it off the chain.
+//
+// Other programs that take a block meanwhile take it behind the end that the check began with, and that shows
+// in row 12. Then a chain is followed once more, with the row locked, before it is mended.
 #include <algorithm>
 #include <limits>
+#include <set>
 
 #include "check/frame.h"
 #include "check/stdchk.h"
@@ -39,10 +43,27 @@ raw_file criteria_blocks{"RVBAPAR.TXT", sizeof(CriteriaBlock)};
 chain_error_list stdchk;
 ICB *rvbaser = nullptr;
 std::int32_t bapar_end = 0;  ///< blocks in the file at the start of the check
+bool moved = false;          ///< other programs have taken or freed blocks since
 
 bool read_block(std::int32_t block, CriteriaBlock &buffer) {
-    return block < bapar_end && raw_access(criteria_blocks, raw_action::read, block, &buffer) != 0;
+    return raw_access(criteria_blocks, raw_action::read, block, &buffer) != 0;
 }
+
+/// Row 12 under its lock, for as long as it lives.
+class criteria_lock {
+public:
+    criteria_lock() {
+        iotab_row(tab_action::lock_read, row_criteria_chain, chain);
+        moved = moved || chain.free_head != bapar_end || chain.end_mark != bapar_end;
+    }
+    ~criteria_lock() {
+        iotab_row(tab_action::unlock, row_criteria_chain, chain);
+    }
+    criteria_lock(const criteria_lock &) = delete;
+    criteria_lock &operator=(const criteria_lock &) = delete;
+
+    SysRow4Chain chain{};
+};
 
 void write_block(std::int32_t block, CriteriaBlock &buffer) {
     raw_access(criteria_blocks, raw_action::write, block, &buffer);
@@ -62,10 +83,11 @@ bool read_series(const SeriesKey &key, CriteriaRecord &record) {
 /// Empties the free chain. Others that take a block meanwhile take it behind the end of the file, where this
 /// check frees nothing.
 void give_up_free_chain() {
-    const off_t blocks = chk_txt_size(blocks_name) / static_cast<off_t>(sizeof(CriteriaBlock));
-    bapar_end = static_cast<std::int32_t>(std::min<off_t>(blocks, std::numeric_limits<std::int32_t>::max()));
     SysRow4Chain chain{};
     iotab_row(tab_action::lock_read, row_criteria_chain, chain);
+    const off_t blocks = chk_txt_size(blocks_name) / static_cast<off_t>(sizeof(CriteriaBlock));
+    bapar_end = static_cast<std::int32_t>(std::min<off_t>(blocks, std::numeric_limits<std::int32_t>::max()));
+    moved = false;
     chain.free_head = bapar_end;
     chain.end_mark = bapar_end;
     iotab_row(tab_action::write, row_criteria_chain, chain);
@@ -101,8 +123,9 @@ void add_error(const SeriesKey &key, criteria_error code, std::int32_t block, st
     stdchk.add(error);
 }
 
-/// What is wrong with a block that the chain of a series leads to; a sound one is marked as seen.
-criteria_error judge_block(const SeriesKey &key, std::int32_t block, CriteriaBlock &buffer) {
+/// What is wrong with a block that the chain of a series leads to. `visit` gives false for one seen before.
+template <class Visit>
+criteria_error judge_block(const SeriesKey &key, std::int32_t block, CriteriaBlock &buffer, Visit visit) {
     if (!read_block(block, buffer)) {
         return error_outside;
     }
@@ -112,22 +135,47 @@ criteria_error judge_block(const SeriesKey &key, std::int32_t block, CriteriaBlo
     if (!(buffer.key == key)) {
         return error_other_series;
     }
-    return chk_bit_set(block) ? error_none : error_seen_before;
+    return visit(block) ? error_none : error_seen_before;
 }
 
-void check_chain(const CriteriaRecord &record) {
+/// Where a chain goes wrong; the code is error_none when it does not.
+struct chain_fault {
+    criteria_error code;
+    std::int32_t block;
+    std::int32_t previous;
+    bool operator==(const chain_fault &) const = default;
+};
+
+template <class Visit>
+chain_fault follow(const CriteriaRecord &record, Visit visit) {
     std::int32_t block = record.chain;
     std::int32_t previous = chain_end;
     do {
         CriteriaBlock buffer;
-        const criteria_error error = judge_block(record.key, block, buffer);
+        const criteria_error error = judge_block(record.key, block, buffer, visit);
         if (error != error_none) {
-            add_error(record.key, error, block, previous);
-            return;
+            return {error, block, previous};
         }
         previous = block;
         block = buffer.next;
     } while (block != chain_end);
+    return {error_none, block, previous};
+}
+
+void check_chain(const CriteriaRecord &record) {
+    std::int32_t added = 0;
+    const chain_fault fault = follow(record, [&](std::int32_t block) {
+        // Behind the blocks of the start, only a circle is as long as all numbers.
+        return block < bapar_end ? chk_bit_set(block) : added++ < eti_max_block();
+    });
+    if (fault.code != error_none) {
+        add_error(record.key, fault.code, fault.block, fault.previous);
+    }
+}
+
+/// The blocks that the chain of a series holds by now, and what is wrong with it.
+chain_fault follow_now(const CriteriaRecord &record, std::set<std::int32_t> &blocks) {
+    return follow(record, [&](std::int32_t block) { return blocks.insert(block).second; });
 }
 
 /// False when the operator broke off.
@@ -211,7 +259,7 @@ void set_next(std::int32_t block, std::int32_t next) {
 /// The last block of a chain that has been mended; chain_end when it still does not end.
 std::int32_t last_block(const CriteriaRecord &record) {
     std::int32_t block = record.chain;
-    for (std::int32_t steps = 0; steps < bapar_end; steps++) {
+    for (std::int32_t steps = 0; steps < eti_max_block(); steps++) {
         CriteriaBlock buffer;
         if (!read_block(block, buffer) || !(buffer.key == record.key)) {
             break;
@@ -248,11 +296,33 @@ void append_blocks(CriteriaRecord &record, std::int32_t last) {
     });
 }
 
+/// True when the chain is wrong now as it was found, and none of the blocks off the chain is on it.
+bool still_wrong(const SeriesKey &key, const CriteriaRecord &record) {
+    std::set<std::int32_t> blocks;
+    const chain_fault now = follow_now(record, blocks);
+    chain_fault found{error_none, now.block, now.previous};
+    bool same_blocks = true;
+    for_each_error(key, [&](const ChainError &error) {
+        CriteriaBlock buffer;
+        if (error.code != error_off_chain) {
+            found = {static_cast<criteria_error>(error.code), error.block, error.previous};
+        } else {
+            same_blocks = same_blocks && !blocks.contains(error.block) && read_block(error.block, buffer) &&
+                          buffer.key == key;
+        }
+    });
+    return now == found && same_blocks;
+}
+
 /// Mends the chain of a series; false when nothing was left of it and its record is gone.
 bool mend_series(const SeriesKey &key) {
+    const criteria_lock row;
     CriteriaRecord record{};
     if (!read_series(key, record)) {
         return true;  // deleted by another program in the meantime
+    }
+    if (moved && !still_wrong(key, record)) {
+        return true;
     }
     bool head_lost = false;
     int blocks_off_chain = 0;

@@ -31,11 +31,8 @@ constexpr int line_margin = 2;
 void open_files() {
     price_work = {};
     iotab_row(tab_action::read, row_price_chain, price_work.chain);
-    const off_t blocks = chk_txt_size("RVIPG") / static_cast<off_t>(sizeof(PriceBlock));
-    const auto end =
-        static_cast<std::int32_t>(std::clamp<off_t>(blocks, 0, std::numeric_limits<std::int32_t>::max()));
-    price_work.chain.end_mark = end;
-    chk_bits_open(static_cast<std::size_t>(end) / 8 + 1);
+    price_work.end = price_blocks_in_file();
+    chk_bits_open(static_cast<std::size_t>(price_work.end) / 8 + 1);
     chk_ipg_raw(raw_action::open);
     price_work.sets = IXOPEN(set_file, ix_shared);
     if (price_work.sets->reclen != static_cast<int>(sizeof(PriceSetRecord))) {
@@ -166,6 +163,11 @@ void close_files() {
 }
 
 }  // namespace
+
+std::int32_t price_blocks_in_file() {
+    const off_t blocks = chk_txt_size("RVIPG") / static_cast<off_t>(sizeof(PriceBlock));
+    return static_cast<std::int32_t>(std::clamp<off_t>(blocks, 0, std::numeric_limits<std::int32_t>::max()));
+}
 
 void chk_prices() {
     chk_course course{.status = [] { return detail_text(13, 1, "controleren prijzen"); },

@@ -36,11 +36,15 @@ inline constexpr std::int32_t price_no_block = -1;
 /// One run of the check.
 struct price_run {
     ICB *sets = nullptr;    ///< RVIPA
-    SysRow4Chain chain{};   ///< row 9, with the blocks that the file really has
+    SysRow4Chain chain{};   ///< row 9, as it was read at the start or written last
+    std::int32_t end = 0;   ///< blocks in the file at the start; what lies behind is another program's
+    bool moved = false;     ///< other programs have taken or freed blocks during the check
     bool walked = false;    ///< the passes were not broken off
     std::int32_t lost = 0;  ///< blocks on no chain, used or not
 };
 extern price_run price_work;
+/// Blocks that RVIPG has by now.
+std::int32_t price_blocks_in_file();
 extern error_list<PriceError> price_errors;
 
 /// The series that prefer no supplier are given theirs. False when the operator broke off.
@@ -51,6 +55,25 @@ bool prices_walk_sets();
 void prices_walk_free();
 /// Phase 3, blocks on no chain.
 void prices_walk_rest();
+
+/// Row 9 under its lock, for as long as it lives. Whoever changes a price set or its blocks holds it.
+class price_lock {
+public:
+    price_lock();
+    ~price_lock();
+    price_lock(const price_lock &) = delete;
+    price_lock &operator=(const price_lock &) = delete;
+    void write();
+
+    SysRow4Chain chain{};
+};
+
+bool prices_series_exists(const SeriesKey &series);
+/// Looks for what is wrong with a set as it is now, without regard to other chains: code 0, or the code, the
+/// block and the one before it.
+PriceError price_fault(const PriceSetRecord &set);
+/// True for a block that the chain of its set holds by now. Row 9 must be locked.
+bool price_block_held(const PriceBlock &block, std::int32_t number);
 
 /// Mends what was found.
 void prices_mend();

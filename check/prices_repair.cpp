@@ -3,6 +3,9 @@
 // A chain is cut before the block at fault, and its set then says what is left of it; a set of which nothing
 // is left goes. What was cut off belongs to the blocks that no walk has seen, and those go to the free chain
 // at the end.
+//
+// Row 9 is locked for each step. Where other programs were at the prices during the check, the fault is
+// looked for again first, and a set is mended by what is wrong with it now.
 #include "check/frame.h"
 #include "check/prices.h"
 #include "screen/screen.h"
@@ -35,7 +38,7 @@ void recompute_set(const PriceError &error) {
     bool any = false;
     PriceBlock block{};
     std::int32_t number = set.chain;
-    std::int32_t left = price_work.chain.end_mark;
+    std::int32_t left = price_blocks_in_file();
     while (left-- > 0 && chk_ipg_raw(raw_action::read, number, block) != 0 && ink_owns(set, block)) {
         any = true;
         set.sizes.add(block.sizes);
@@ -56,7 +59,19 @@ void cut_behind(std::int32_t number) {
     }
 }
 
-void mend(const PriceError &error) {
+/// What is to be mended: the fault as it was found, or, where things have moved, as it is now.
+PriceError present_fault(const PriceError &found) {
+    PriceSetRecord set;
+    if (!price_work.moved || found.code >= price_set_no_series ||
+        (found.code >= price_lost_no_set && found.code <= price_lost_no_series)) {
+        return found;
+    }
+    return read_set(found, set) ? price_fault(set) : PriceError{};
+}
+
+void mend(const PriceError &found) {
+    const price_lock row;
+    const PriceError error = present_fault(found);
     switch (error.code) {
         case price_outside:
         case price_other_set:
@@ -73,7 +88,9 @@ void mend(const PriceError &error) {
             recompute_set(error);
             break;
         case price_set_no_series:
-            delete_set(error);
+            if (!prices_series_exists(error.key)) {
+                delete_set(error);
+            }
             break;
         default:  // lost blocks go with the others; which supplier to prefer is for the shop to decide
             break;
@@ -93,18 +110,43 @@ void prices_mend() {
     chk_progress(0, 0, chk_bar::close);
 }
 
+namespace {
+
+/// Marks the blocks that other programs have put on the free chain.
+void mark_free_chain(const SysRow4Chain &chain) {
+    PriceBlock block{};
+    std::int32_t left = chain.end_mark;
+    for (std::int32_t number = chain.free_head;
+         number != chain.end_mark && left-- > 0 && chk_ipg_raw(raw_action::read, number, block) != 0 &&
+         block.key == SeriesKey{};
+         number = block.next) {
+        chk_bit_set(number);
+    }
+}
+
+/// False for a block that a set has got hold of during the check.
+bool is_lost(std::int32_t number) {
+    PriceBlock block{};
+    return !chk_bit_test(number) && !(price_work.moved && chk_ipg_raw(raw_action::read, number, block) != 0 &&
+                                      !(block.key == SeriesKey{}) && price_block_held(block, number));
+}
+
+}  // namespace
+
 // Row 9 is written when all blocks are linked: until then the chain that it leads to is whole, and those
 // linked already are on none.
 void prices_free_lost() {
     const leave_guard undisturbed;
-    SysRow4Chain &chain = price_work.chain;
-    // Blocks that another user has put behind the end meanwhile are none of the lost.
-    const std::int32_t end = chain.end_mark;
+    price_lock row;
+    SysRow4Chain &chain = row.chain;
+    const std::int32_t end = price_work.end;
     const auto total = static_cast<std::uint32_t>(end);
-    iotab_row(tab_action::lock_read, row_price_chain, chain);
     chk_phase(detail_text(13, 36, "herstellen vrijketting"), total);
+    if (price_work.moved) {
+        mark_free_chain(chain);
+    }
     for (std::int32_t number = 0; number < end; number++) {
-        if (!chk_bit_test(number)) {
+        if (is_lost(number)) {
             PriceBlock block{};
             block.next = chain.free_head;
             chk_ipg_raw(raw_action::write, number, block);
@@ -112,6 +154,6 @@ void prices_free_lost() {
         }
         chk_progress(static_cast<std::uint32_t>(number), total, chk_bar::step);
     }
-    iotab_row(tab_action::write, row_price_chain, chain);
+    row.write();
     chk_progress(0, 0, chk_bar::close);
 }

@@ -1,4 +1,8 @@
 // The passes of the price check.
+#include <algorithm>
+#include <cstring>
+#include <set>
+
 #include "check/frame.h"
 #include "check/prices.h"
 #include "screen/screen.h"
@@ -16,13 +20,6 @@ PriceError error_of(const PriceSetRecord &set, std::uint8_t code) {
     error.previous = price_no_block;
     error.code = code;
     return error;
-}
-
-bool series_exists(const SeriesKey &series) {
-    SeriesRecord record{};
-    record.key = series;
-    const key_switch key(chk_files.rvser, 1);
-    return IXFIND(chk_files.rvser, &record);
 }
 
 bool read_block(std::int32_t number, PriceBlock &block) {
@@ -69,8 +66,10 @@ void prefer(const SeriesKey &series, std::uint16_t supplier) {
 
 // ---- Chains of sets
 
-/// Follows the chain of a set; 0 when it is sound, and `sizes` are those of its blocks.
-std::uint8_t test_chain(const PriceSetRecord &set, PriceError &error, SizeBitmap &sizes) {
+/// Follows the chain of a set; 0 when it is sound, and `sizes` are those of its blocks. `visit` gives false
+/// for a block that was seen before.
+template <class Visit>
+std::uint8_t test_chain(const PriceSetRecord &set, PriceError &error, SizeBitmap &sizes, Visit visit) {
     error.block = set.chain;
     if (set.chain == price_no_block) {
         return price_outside;
@@ -83,7 +82,7 @@ std::uint8_t test_chain(const PriceSetRecord &set, PriceError &error, SizeBitmap
         if (!ink_owns(set, block)) {
             return is_empty(block) ? price_in_free_chain : price_other_set;
         }
-        if (!chk_bit_set(error.block)) {
+        if (!visit(error.block)) {
             return price_seen_before;
         }
         sizes.add(block.sizes);
@@ -96,7 +95,11 @@ std::uint8_t test_chain(const PriceSetRecord &set, PriceError &error, SizeBitmap
 void check_chain(const PriceSetRecord &set) {
     PriceError error = error_of(set, 0);
     SizeBitmap sizes{};
-    error.code = test_chain(set, error, sizes);
+    std::int32_t added = 0;
+    error.code = test_chain(set, error, sizes, [&](std::int32_t block) {
+        // Behind the known blocks only a circle is as long as the sizes are many.
+        return block < price_work.end ? chk_bit_set(block) : added++ <= static_cast<int>(size_highest);
+    });
     if (error.code != 0) {
         price_errors.add(error);
     } else if (!(sizes == set.sizes)) {
@@ -104,38 +107,44 @@ void check_chain(const PriceSetRecord &set) {
     }
 }
 
-/// Deletes the set that the walk is at.
+/// Deletes the set that the walk is at, if it still is without an end.
 void delete_here(const PriceSetRecord &set) {
+    const price_lock row;
     const std::int32_t place = price_work.sets->recno;
-    IXDELETE(price_work.sets, &set);
+    PriceSetRecord here{};
+    if (IXGET(price_work.sets, &here, place) == 1 && here.key == set.key && here.end_date == 0) {
+        IXDELETE(price_work.sets, &here);
+    }
     price_work.sets->recno = place;
 }
 
 // ---- The free chain
 
 /// Makes the free chain end behind `previous`.
-void cut_free_chain(std::int32_t previous) {
+void cut_free_chain(SysRow4Chain &chain, std::int32_t previous) {
     PriceBlock block{};
     if (previous != price_no_block && read_block(previous, block)) {
-        block.next = price_work.chain.end_mark;
+        block.next = chain.end_mark;
         chk_ipg_raw(raw_action::write, previous, block);
     } else {
-        price_work.chain.free_head = price_work.chain.end_mark;
+        chain.free_head = chain.end_mark;
     }
 }
 
-void walk_free_chain() {
-    const std::int32_t end = price_work.chain.end_mark;
+void walk_free_chain(SysRow4Chain &chain) {
+    const std::int32_t end = chain.end_mark;
     std::int32_t previous = price_no_block;
-    std::int32_t number = price_work.chain.free_head;
+    std::int32_t number = chain.free_head;
     std::uint32_t steps = 0;
     while (number >= 0 && number < end) {
         PriceBlock block{};
         if (!read_block(number, block)) {
-            price_work.chain.free_head = end;
+            chain.free_head = end;
             return;
         }
-        if (!is_empty(block) || !chk_bit_set(number)) {
+        // A block that a set had when the walk met it may have been freed since.
+        const bool freed_since = price_work.moved && steps < static_cast<std::uint32_t>(end);
+        if (!is_empty(block) || (!chk_bit_set(number) && !freed_since)) {
             break;
         }
         previous = number;
@@ -143,7 +152,7 @@ void walk_free_chain() {
         chk_progress(++steps, static_cast<std::uint32_t>(end), chk_bar::step);
     }
     if (number != end) {
-        cut_free_chain(previous);
+        cut_free_chain(chain, previous);
     }
 }
 
@@ -157,6 +166,15 @@ bool set_exists(const PriceBlock &block) {
     return IXFIND(price_work.sets, &set);
 }
 
+/// A block that no walk has met may be on a chain that another program has made or changed behind the walk.
+bool taken_since(std::int32_t number, const PriceBlock &block) {
+    if (!price_work.moved) {
+        return false;
+    }
+    const price_lock row;
+    return price_block_held(block, number);
+}
+
 void report_lost(std::int32_t number, const PriceBlock &block) {
     PriceError error{};
     error.key = block.key;
@@ -164,9 +182,9 @@ void report_lost(std::int32_t number, const PriceBlock &block) {
     error.end_date = block.end_date;
     error.block = number;
     error.previous = price_no_block;
-    error.code = !series_exists(block.key) ? price_lost_no_series
-                 : !set_exists(block)      ? price_lost_no_set
-                                           : price_lost;
+    error.code = !prices_series_exists(block.key) ? price_lost_no_series
+                 : !set_exists(block)             ? price_lost_no_set
+                                                  : price_lost;
     price_errors.add(error);
 }
 
@@ -200,7 +218,7 @@ bool prices_walk_sets() {
     for (bool more = chk_scan_first(price_work.sets, &set); more; more = IXSEQ(price_work.sets, &set)) {
         if (done == 0 || !(set.key == series)) {
             series = set.key;
-            present = series_exists(series);
+            present = prices_series_exists(series);
         }
         if (!present) {
             price_errors.add(error_of(set, price_set_no_series));
@@ -214,30 +232,88 @@ bool prices_walk_sets() {
     return !ing_interrupted();
 }
 
+bool prices_series_exists(const SeriesKey &series) {
+    SeriesRecord record{};
+    record.key = series;
+    const key_switch key(chk_files.rvser, 1);
+    return IXFIND(chk_files.rvser, &record);
+}
+
+price_lock::price_lock() {
+    iotab_row(tab_action::lock_read, row_price_chain, chain);
+    price_work.moved = price_work.moved || std::memcmp(&chain, &price_work.chain, sizeof chain) != 0;
+}
+
+price_lock::~price_lock() {
+    iotab_row(tab_action::unlock, row_price_chain, chain);
+}
+
+void price_lock::write() {
+    iotab_row(tab_action::write_keep, row_price_chain, chain);
+    price_work.chain = chain;
+}
+
+PriceError price_fault(const PriceSetRecord &set) {
+    PriceError error = error_of(set, 0);
+    SizeBitmap sizes{};
+    std::set<std::int32_t> walked;
+    error.code =
+        test_chain(set, error, sizes, [&](std::int32_t block) { return walked.insert(block).second; });
+    if (error.code == 0 && !(sizes == set.sizes)) {
+        error = error_of(set, price_wrong_sizes);
+    }
+    return error;
+}
+
+bool price_block_held(const PriceBlock &block, std::int32_t number) {
+    PriceSetRecord set{};
+    set.key = block.key;
+    set.supplier = block.supplier;
+    set.end_date = block.end_date;
+    if (!IXREAD(price_work.sets, &set)) {
+        return false;
+    }
+    PriceError error = error_of(set, 0);
+    SizeBitmap sizes{};
+    std::set<std::int32_t> walked;
+    test_chain(set, error, sizes, [&](std::int32_t on_chain) { return walked.insert(on_chain).second; });
+    return walked.contains(number);
+}
+
+// The end mark is what the file has; one that another program has moved is not moved back.
 void prices_walk_free() {
     const leave_guard undisturbed;
-    SysRow4Chain &chain = price_work.chain;
+    price_lock row;
+    SysRow4Chain &chain = row.chain;
+    const std::int32_t end = price_blocks_in_file();
+    chain.end_mark = price_work.moved ? std::max(end, chain.end_mark.value()) : end;
+    chk_bits_grow(static_cast<std::size_t>(chain.end_mark) / 8 + 1);
     if (chain.free_head > chain.end_mark) {
         chain.free_head = chain.end_mark;
     } else {
         chk_phase(detail_text(13, 3, "FASE-2: controleren vrijketting"),
                   static_cast<std::uint32_t>(chain.end_mark));
-        walk_free_chain();
+        walk_free_chain(chain);
         chk_progress(0, 0, chk_bar::close);
     }
-    iotab_row(tab_action::write, row_price_chain, chain);
+    row.write();
 }
 
 void prices_walk_rest() {
-    const std::int32_t end = price_work.chain.end_mark;
+    const std::int32_t end = price_work.end;
     const auto total = static_cast<std::uint32_t>(end > 0 ? end - 1 : 0);
     chk_phase(detail_text(13, 4, "FASE-3: controleren prijzen niet in ketting"), total);
     for (std::int32_t number = 0; number < end; number++) {
         PriceBlock block{};
         if (!chk_bit_test(number)) {
-            price_work.lost++;
-            if (read_block(number, block) && !is_empty(block)) {
-                report_lost(number, block);
+            const bool used = read_block(number, block) && !is_empty(block);
+            if (used && taken_since(number, block)) {
+                chk_bit_set(number);
+            } else {
+                price_work.lost++;
+                if (used) {
+                    report_lost(number, block);
+                }
             }
         }
         chk_progress(static_cast<std::uint32_t>(number), total, chk_bar::step);
