@@ -6,6 +6,9 @@
 //
 // A label is written with what follows it before anything leads to it, and the customer's record comes last:
 // a program that dies in between leaves labels that are on no chain, which the next run finds again.
+//
+// A till may have sold or taken back since the walk. So a chain is cut only where it still leads to the
+// fault, and the labels that it holds now are marked before others are put on it.
 #include <cstdio>
 #include <cstring>
 
@@ -24,6 +27,7 @@ struct {
     bool changed = false;
     bool created = false;
     bool repaired = false;
+    bool marked = false;       ///< the labels on the chain are
     std::uint32_t before = 0;  ///< label that the next one comes behind; 0 for the head of the chain
     std::uint32_t at = 0;      ///< label that it comes before; 0 for the end of the chain
     std::int32_t steps = 0;    ///< labels walked; a chain is no longer than the file
@@ -107,11 +111,28 @@ bool lead_on(std::int32_t number, std::uint32_t next) {
     return true;
 }
 
+/// Marks what the chain holds by now, so that no label is put on it a second time.
+void mark_chain() {
+    eti_rec label;
+    std::int32_t left = customer_check.highest_label;
+    for (auto number = static_cast<std::int32_t>(held.record.first_label);
+         number > 0 && left-- > 0 && eti_file(eti_action::read, number, label) != 0;
+         number = label.next_customer_label) {
+        chk_bit_set(number);
+    }
+    held.marked = true;
+}
+
+bool leads_to(std::int32_t number, std::int32_t next) {
+    eti_rec label;
+    return eti_file(eti_action::read, number, label) != 0 && label.next_customer_label == next;
+}
+
 /// Ends the chain before the fault.
 void cut_chain(const CustomerError &error) {
     if (error.previous != no_label) {
-        held.repaired |= lead_on(error.previous, 0);
-    } else if (held.exists) {
+        held.repaired |= leads_to(error.previous, error.label) && lead_on(error.previous, 0);
+    } else if (held.exists && held.record.first_label == static_cast<std::uint32_t>(error.label)) {
         held.record.first_label = 0;
         held.changed = held.repaired = true;
         begin_chain();
@@ -138,6 +159,12 @@ bool find_place(day_number sold) {
 
 void put_on_chain(std::int32_t number) {
     eti_rec label;
+    if (!held.marked) {
+        mark_chain();
+    }
+    if (chk_bit_test(number)) {
+        return;
+    }
     if (eti_file(eti_action::read, number, label) == 0 || label.status != label_sold ||
         static_cast<std::uint32_t>(label.customer) != held.number || !find_place(label.date_sold)) {
         return;
@@ -151,6 +178,7 @@ void put_on_chain(std::int32_t number) {
         lead_on(static_cast<std::int32_t>(held.before), here);
     }
     held.at = here;  // of one day, the label put on last comes first
+    chk_bit_set(number);
 }
 
 void mend(const CustomerError &error) {

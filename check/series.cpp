@@ -1,11 +1,14 @@
 // The series check: what a series says of its labels is what the labels say. The chains have been checked
 // before, so they can be followed.
 //
-// All differences are found in one pass and printed as they come. The repair takes the labels' side.
+// All differences are found in one pass and printed as they come. The repair takes the labels' side. A series
+// is held while it or its labels are written, and what is written follows from what it holds then: a till may
+// have sold of it since the walk read it.
 #include <algorithm>
 #include <array>
 
 #include "check/frame.h"
+#include "check/serieshold.h"
 #include "check/stdchk.h"
 #include "print/print.h"
 #include "screen/screen.h"
@@ -32,16 +35,21 @@ struct walked_labels {
     day_number last_sale = 0;      ///< the same
     day_number first_date = no_first_date;
     bool bad_branch = false;
+    bool undated = false;  ///< a label without a date
 };
+
+/// What a walk of the labels may write. The series is held for all but the first.
+enum class label_mend { nothing, dates, all };
 
 /// A shop that says it has no branches is one shop.
 int branch_count() {
     return std::max<int>(sys_settings.branches, 1);
 }
 
-/// Walks the labels of a series. A label without a date gets one. With `fix` those of an impossible status
+/// Walks the labels of a series. A label without a date gets one. With `all` those of an impossible status
 /// are deleted, and the others brought back into a branch that exists.
-walked_labels chk_walk_labels(const SeriesRecord &series, bool fix) {
+walked_labels chk_walk_labels(const SeriesRecord &series, label_mend mend) {
+    const bool fix = mend == label_mend::all;
     walked_labels walked;
     const int branches = branch_count();
     eti_rec label;
@@ -54,7 +62,8 @@ walked_labels chk_walk_labels(const SeriesRecord &series, bool fix) {
             walked.count[label.status]++;
             if (label.date_in <= day_before_all) {
                 label.date_in = earliest_day;
-                changed = true;
+                walked.undated = true;
+                changed = mend != label_mend::nothing;
             }
             walked.first_date = std::min(walked.first_date, label.date_in);
         } else {
@@ -246,6 +255,38 @@ bool drop_option_value(SeriesRecord &series, const ArticleGroupRecord &group) {
     return true;
 }
 
+/// What a series has no need of a question for. The record of the walk becomes the one on file.
+void mend_quietly(SeriesRecord &series, const ArticleGroupRecord &group, walked_labels &walked) {
+    SeriesRecord changed = series;
+    const bool by_record = capitals_in_model(changed);
+    if (!drop_option_value(changed, group) && !by_record && !walked.undated) {
+        return;
+    }
+    series_hold hold(series.key);
+    if (!hold.exists()) {
+        return;
+    }
+    walked = chk_walk_labels(hold.record, label_mend::dates);
+    const bool capitals = capitals_in_model(hold.record);
+    const bool dropped = drop_option_value(hold.record, group);
+    series = hold.record;
+    if (capitals || dropped) {
+        hold.rewrite();
+    }
+}
+
+/// A series of no brand or no size kind is none.
+bool is_void(const SeriesRecord &series) {
+    return series.brand == 0 || series.size_kind == 0;
+}
+
+void delete_void(const SeriesKey &key) {
+    series_hold hold(key);
+    if (hold.exists() && is_void(hold.record)) {
+        hold.remove();
+    }
+}
+
 void list_series(const SeriesRecord &series, const walked_labels &walked, std::int32_t place) {
     print_series(series, walked, place);
     ChainError error{};
@@ -273,15 +314,12 @@ bool walk() {
     std::int32_t left = file->nrecs;  // a damaged index can lead in a circle
     while (left-- > 0 && !ing_interrupted() && IXNEXT(file, &series)) {
         const std::int32_t place = file->recno;
-        if (series.brand == 0 || series.size_kind == 0) {
-            IXDELETE(file, &series);
+        if (is_void(series)) {
+            delete_void(series.key);
         } else {
             art_read(chk_files.rvart, group, series.key.group);
-            const walked_labels walked = chk_walk_labels(series, false);
-            const bool capitals = capitals_in_model(series);
-            if (drop_option_value(series, group) || capitals) {
-                IXREWRITE(file, &series);
-            }
+            walked_labels walked = chk_walk_labels(series, label_mend::nothing);
+            mend_quietly(series, group, walked);
             if (!figures_agree(series, walked) || walked.bad_branch ||
                 !chk_stamp_valid(walked.first_date, series.stamp)) {
                 list_series(series, walked, place);
@@ -295,8 +333,9 @@ bool walk() {
 
 // ---- The repair
 
-void repair_series(SeriesRecord &series) {
-    const walked_labels walked = chk_walk_labels(series, true);
+void repair_series(series_hold &hold) {
+    SeriesRecord &series = hold.record;
+    const walked_labels walked = chk_walk_labels(series, label_mend::all);
     series.ordered = walked.count[label_ordered];
     series.stock = walked.count[label_stock];
     series.sold = walked.count[label_sold];
@@ -306,7 +345,7 @@ void repair_series(SeriesRecord &series) {
     if (!chk_stamp_valid(walked.first_date, series.stamp)) {
         series.stamp = stamp_of_day(std::max(latest_start(walked.first_date), earliest_day));
     }
-    IXREWRITE(chk_files.rvser, &series);
+    hold.rewrite();
 }
 
 void repair() {
@@ -314,12 +353,11 @@ void repair() {
     const int length = scr_text(A_BOLD, line, 1, "%s", caption());
     const key_switch key(chk_files.rvser, 1);
     wrong_series.for_each([&](const ChainError &error) {
-        SeriesRecord series{};
-        series.key = error.key;
-        if (IXREAD(chk_files.rvser, &series)) {
+        series_hold hold(error.key);
+        if (hold.exists()) {
             scr_text(A_BOLD, line, length + 2, "%s", ser_text(error.key).c_str());
             scr_flush(0);
-            repair_series(series);
+            repair_series(hold);
         }
     });
     scr_clear_eol(line, 1);

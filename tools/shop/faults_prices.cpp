@@ -67,11 +67,7 @@ constexpr ShopFault prices[] = {
      [](Shop &shop, Random &random) {
          PriceSetRecord *set = set_with_blocks(shop, random, 2);
          if (set != nullptr) {
-             PriceBlock *block = &block_at(shop, set->chain);
-             while (block_at(shop, block->next).next != -1) {
-                 block = &block_at(shop, block->next);
-             }
-             block->next = -1;
+             block_at(shop, set->chain).next = -1;
          }
          return set != nullptr;
      }},
