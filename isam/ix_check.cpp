@@ -1,6 +1,7 @@
 // IXCHECK: the lengths of the halves, the mark of an unfinished update, and the free chain. The trees are
-// not looked at.
+// not looked at. And what is made of a pair that a program has left unsound, before it is opened again.
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -64,8 +65,8 @@ void warn_of_limit(const ICB *icb) {
     }
 }
 
-/// The check proper, under the header lock.
-std::int32_t check_pair(ICB *icb, const ix_names &names) {
+/// The check proper, under the header lock; `quiet` without the warning of a nearly full index half.
+std::int32_t check_pair(ICB *icb, const ix_names &names, bool quiet) {
     const off_t index_size = ix_fd_size(icb->ixfd);
     if (icb->inupdate != 0 || index_size != off_t{icb->nblocks} * ix_block_size) {
         return -1;
@@ -82,9 +83,82 @@ std::int32_t check_pair(ICB *icb, const ix_names &names) {
         isam_fatal("QBISAM(%d): %s ", errno, names.data);
     }
     const std::int32_t result = walk_free_chain(icb, names.data);
-    warn_of_limit(icb);
+    if (!quiet) {
+        warn_of_limit(icb);
+    }
     return result;
 }
+
+/// A pair under its header lock: as it stands between the updates of others.
+class glance {
+public:
+    explicit glance(const char *name) {
+        if (!ix_resolve(name, names) || names.temporary) {
+            return;
+        }
+        in_use = ix_in_use(names.index) || ix_in_use(names.data);
+        const int ixfd = ix_fd_open(names.index, O_RDWR);
+        if (ixfd < 0) {
+            return;
+        }
+        icb = ix_new_icb(name, names, ixfd, -1, ix_shared);
+        // The lock tells the operator whose file he waits for.
+        file_read_at(ixfd, static_cast<ix_header *>(icb), offsetof(ix_header, inupdate), 0);
+        IXLOCK(icb, ix_lock_header);
+        readable = file_read_at(ixfd, static_cast<ix_header *>(icb), ix_header_size, 0) == ix_header_size &&
+                   icb->version != ix_old_version;
+        data_size = file_size(names.data);
+    }
+    ~glance() {
+        if (icb != nullptr) {
+            IXLOCK(icb, ix_unlock_header);
+            ix_free_icb(icb);
+        }
+    }
+    glance(const glance &) = delete;
+    glance &operator=(const glance &) = delete;
+
+    /// Both halves are there, in a form that can be judged.
+    [[nodiscard]] bool whole() const {
+        return readable && data_size >= 0;
+    }
+    /// The header that a rebuild begins with, beside records.
+    [[nodiscard]] bool rebuild_died() const {
+        return icb->nrecs == 0 && icb->freehead == -1 && icb->nblocks == icb->nkeys + 2 && data_size > 0;
+    }
+    [[nodiscard]] bool unfinished() const {
+        return icb->inupdate != 0 || rebuild_died();
+    }
+    [[nodiscard]] bool sound() {
+        return check_pair(icb, names, true) >= 0;
+    }
+    /// Cuts off the part of a record that a dying insertion has left at the end; no rebuild would take it.
+    void cut_begun_record() {
+        const off_t counted = off_t{icb->nrecs} * icb->reclen;
+        if (icb->inupdate != 0 && counted >= 0 && ix_definition_sound(*icb) && data_size > counted &&
+            data_size < counted + icb->reclen && truncate(names.data, counted) == 0) {
+            data_size = counted;
+        }
+    }
+    /// No record of the data half is missing, and a rebuild will take for records what is one. A length that
+    /// the caller knows proves the definition; else the counts have to agree with it.
+    [[nodiscard]] bool has_records(std::size_t record_bytes) const {
+        if (icb->reclen < 1 || data_size % icb->reclen != 0) {
+            return false;
+        }
+        const off_t behind = data_size / icb->reclen - icb->nrecs;  // records that the header doesn't count
+        const bool known = static_cast<std::size_t>(icb->reclen) == record_bytes;
+        return rebuild_died() || (behind >= 0 && (known || behind <= (icb->inupdate != 0 ? 1 : 0)));
+    }
+
+    bool in_use = false;  ///< by an open ICB of this process
+
+private:
+    ix_names names{};
+    ICB *icb = nullptr;
+    off_t data_size = -1;
+    bool readable = false;
+};
 
 }  // namespace
 
@@ -118,8 +192,33 @@ std::int32_t IXCHECK(const char *name) {
     file_read_at(ixfd, static_cast<ix_header *>(icb), offsetof(ix_header, inupdate), 0);
     IXLOCK(icb, ix_lock_header);
     IXRDIX(icb, 0);
-    const std::int32_t result = check_pair(icb, names);
+    const std::int32_t result = check_pair(icb, names, false);
     IXLOCK(icb, ix_unlock_header);
     ix_free_icb(icb);
     return result;
+}
+
+bool ix_unfinished(const char *name) {
+    const glance at(name);
+    return at.whole() && at.unfinished();
+}
+
+bool ix_sound(const char *name) {
+    glance at(name);
+    return !at.whole() || at.sound();
+}
+
+void ix_mend(const char *name, std::size_t record_bytes) {
+    bool wanted = false;
+    {
+        glance at(name);
+        if (at.whole() && !at.in_use && !at.sound()) {
+            at.cut_begun_record();
+            wanted = at.has_records(record_bytes);
+        }
+    }
+    // Whoever comes in between takes part in nothing: the rebuild waits for the whole pair.
+    if (wanted) {
+        IXBLDIX(name);
+    }
 }

@@ -162,6 +162,13 @@ void ix_fd_close(int fd) {
     files.erase(files.begin() + (file - files.data()));
 }
 
+bool ix_in_use(const char *path) {
+    struct stat info {};
+    return stat(path, &info) == 0 && std::any_of(files.begin(), files.end(), [&](const open_file &file) {
+               return file.device == info.st_dev && file.inode == info.st_ino;
+           });
+}
+
 off_t ix_fd_size(int fd) {
     struct stat info {};
     return fstat(fd, &info) == 0 ? info.st_size : -1;

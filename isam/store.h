@@ -205,6 +205,14 @@ enum class cache_action : char { init = 'I', finish = 'F', read = 'R', write = '
 int IOCACHE(cache_action action, ICB *icb, int block);
 /// Number of records in the free chain when the pair is sound, -1 when it is not, or is absent.
 std::int32_t IXCHECK(const char *name);
+/// True when a program has died within an update or a rebuild of the pair. Waits while one is at work.
+bool ix_unfinished(const char *name);
+/// What IXCHECK says, without its messages. A pair that can't be judged counts as sound: opening it tells.
+bool ix_sound(const char *name);
+/// Before a pair is opened: makes the index half anew when IXCHECK refuses the pair and no record of the data
+/// half is missing. What is beyond that, opening tells. A pair that is open in this process is left alone.
+/// `record_bytes` is the length of the records that the caller expects, 0 when he doesn't know it.
+void ix_mend(const char *name, std::size_t record_bytes);
 /// Makes the index half anew from the data half and the definition in the old header. False, with nothing
 /// changed, when these can't serve. The pair may not be open in this process.
 bool IXBLDIX(const char *name);

@@ -114,6 +114,8 @@ bool ix_find_entry(ICB *icb, std::int32_t number);
 /// Opens and closes through the table of descriptors that keeps this process's locks alive (ix_files.cpp).
 int ix_fd_open(const char *path, int flags);
 void ix_fd_close(int fd);
+/// True when this process has the file at `path` open.
+bool ix_in_use(const char *path);
 /// Size of an open file, -1 on an error.
 off_t ix_fd_size(int fd);
 /// Reads exactly `size` bytes through the view; false when they don't all lie within the file, or there is

@@ -207,24 +207,56 @@ TEST_F(store_rebuild, CheckFollowsTheChain) {
         std::size_t offset;
         bytes what;
         std::int32_t result;
+        std::int32_t mended;         // IXCHECK once the pair was mended by one who doesn't know its records
+        std::int32_t mended_by_one;  // who does
     } const cases[] = {
-        {"B.INX", 12, hex("FF*4"), 0},                                         // an empty chain
-        {"B.TXT", second, bytes(index.begin() + 12, index.begin() + 16), -1},  // a cycle
-        {"B.TXT", second, hex("FF FF 00 00"), -1},                             // behind the end
-        {"B.TXT", second + 7, hex("00"), -1},                                  // a live record in it
-        {"B.TXT", second, hex("FF*4"), 1},                                     // the end, early
-        {"B.INX", 45, hex("01"), -1},                                          // a half-done update
-        {"B.INX", index.size(), hex("00*512"), -1},                            // a block too many
-        {"B.TXT", data.size(), hex("00*24"), -1},                              // a record too many
+        {"B.INX", 12, hex("FF*4"), 0, 0, 0},                                               // an empty chain
+        {"B.TXT", second, bytes(index.begin() + 12, index.begin() + 16), -1, free, free},  // a cycle
+        {"B.TXT", second, hex("FF FF 00 00"), -1, free, free},                             // behind the end
+        {"B.TXT", second + 7, hex("00"), -1, free - 1, free - 1},   // a live record in it
+        {"B.TXT", second, hex("FF*4"), 1, 1, 1},                    // the end, early
+        {"B.INX", 45, hex("01"), -1, free, free},                   // a half-done update
+        {"B.INX", index.size(), hex("00*512"), -1, free, free},     // a block too many
+        {"B.TXT", data.size(), hex("00*24"), -1, -1, free},         // a record too many
+        {"B.INX", 16, hex("3D"), -1, -1, -1},                       // a record too few
+        {"B.INX", 16, hex("FF*4"), -1, -1, free},                   // a count that is none
+        {"B.INX", 16, hex("00"), -1, -1, free},                     // a count lost
+        {"B.INX", 20, hex("00*4"), -1, free, free},                 // a count of blocks lost
+        {"B.INX", 12, hex("FF FF FF FF 00*4 05"), -1, free, free},  // a rebuild that died
+        {"B.INX", 258, hex("5E"), -1, -1, -1},                      // the old version: opening tells
+        {"B.INX", 24, hex("0C"), -1, -1, -1},                       // another length of records
     };
     for (const auto &c : cases) {
         put_bytes(c.file, c.offset, c.what);
-        EXPECT_EQ(IXCHECK("B"), c.result) << c.file << " at " << c.offset;
+        if (c.offset != 258) {
+            EXPECT_EQ(IXCHECK("B"), c.result) << c.file << " at " << c.offset;
+        }
+        for (const std::size_t known : {std::size_t{0}, std::size_t{24}}) {
+            ix_mend("B", known);
+            EXPECT_EQ(c.offset == 258 ? -1 : IXCHECK("B"), known == 0 ? c.mended : c.mended_by_one)
+                << c.file << " at " << c.offset;
+        }
         ASSERT_EQ(truncate("B.INX", static_cast<off_t>(index.size())), 0);
         ASSERT_EQ(truncate("B.TXT", static_cast<off_t>(data.size())), 0);
         put_bytes("B.INX", 0, index);
         put_bytes("B.TXT", 0, data);
     }
+    EXPECT_EQ(IXCHECK("B"), free);
+    // An insertion that died while it wrote its record; the same without a mark is damage.
+    for (const bool marked : {false, true}) {
+        put_bytes("B.INX", 45, hex(marked ? "01" : "00"));
+        put_bytes("B.TXT", data.size(), hex("00*11"));
+        ix_mend("B", 24);
+        EXPECT_EQ(IXCHECK("B"), marked ? free : -1);
+    }
+    // Who has the pair open has to close it first.
+    ICB *icb = IXOPEN("B", ix_shared);
+    put_bytes("B.INX", 45, hex("01"));
+    ix_mend("B", 24);
+    EXPECT_TRUE(ix_unfinished("B"));
+    IXCLOSE(icb);
+    ix_mend("B", 24);
+    EXPECT_FALSE(ix_unfinished("B"));
     EXPECT_EQ(IXCHECK("B"), free);
     // The same pair by the name of its index half, which leaves out nothing.
     EXPECT_EQ(IXCHECK("B.INX"), free);
