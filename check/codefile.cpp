@@ -58,6 +58,7 @@ std::string code_text(const article_code &code) {
 }
 
 ICB *code_file_open(const char *name, std::size_t record_bytes) {
+    pair_finish(name, record_bytes);
     if (IXCHECK(name) < 0) {
         return nullptr;
     }

@@ -14,7 +14,8 @@ using article_code = char[code_bytes];
 /// A code as it is shown, without the zeros behind it.
 std::string code_text(const article_code &code);
 
-/// Opens an indexed file for reading and deleting; null for one that is not sound, or has other records.
+/// Opens an indexed file for reading and deleting; null for one that is not sound, or has other records. What
+/// a program that died has left is made sound first: a repair that was killed hides nothing.
 ICB *code_file_open(const char *name, std::size_t record_bytes);
 
 /// The codes that a repair is to delete, in a temporary text file: a line each, with the supplier before the

@@ -24,7 +24,7 @@ ICB *file = nullptr;
 std::array<CountryRecord, region_countries.highest> table;
 
 void open_all() {
-    file = customer_open("RVKLT");
+    file = pair_open("RVKLT", ix_shared, sizeof(CustomerRecord));
     errors.open();
     for (std::int32_t number = 1; number <= region_countries.highest; number++) {
         CountryRecord &country = table[static_cast<std::size_t>(number) - 1];

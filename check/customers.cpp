@@ -40,8 +40,8 @@ std::int32_t highest_label() {
 
 void open_all() {
     customer_check = {};
-    customer_check.customers = customer_open("RVKLT");
-    customer_check.extensions = customer_open("RVKLTEXT");
+    customer_check.customers = pair_open("RVKLT", ix_shared, sizeof(CustomerRecord));
+    customer_check.extensions = pair_open("RVKLTEXT", ix_shared, sizeof(CustomerExtension));
     customer_errors.open();
     customer_check.highest_label = highest_label();
     chk_bits_open(static_cast<std::size_t>(customer_check.highest_label) / 8 + 1);
@@ -312,13 +312,6 @@ customer_totals customer_count(const CustomerRecord &customer) {
         number = label.next_customer_label;
     }
     return totals;
-}
-
-ICB *customer_open(const char *name) {
-    if (IXCHECK(name) < 0) {
-        IXBLDIX(name);  // what it can't mend is told by the opening
-    }
-    return IXOPEN(name, ix_shared);
 }
 
 bool customer_lock(ICB *file, std::uint32_t number, CustomerRecord &customer) {

@@ -7,9 +7,6 @@
 
 // ---- Walking customers
 
-/// Opens RVKLT or RVKLTEXT; an index that a program has left half updated is made anew first.
-ICB *customer_open(const char *name);
-
 /// Calls `visit(record, place)` for each customer in the order of the file, with a progress bar. It may do
 /// what it likes with the file. False when the operator broke off.
 template <class Visit>

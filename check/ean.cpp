@@ -208,8 +208,8 @@ void open_files() {
     check.sound = true;
     check.accepted = false;
     scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", detail_text(21, 26, "Eannummer"));
-    check.articles = IXOPEN("RVARTREG", ix_readonly);
-    check.codes = IXOPEN(ean_file_name, ix_shared);
+    check.articles = pair_open("RVARTREG", ix_readonly, sizeof(SmallArticleRecord));
+    check.codes = pair_open(ean_file_name, ix_shared, sizeof(EanRecord));
     chk_eti_raw(raw_action::open);
     check.findings.open();
     check.list_name = chk_tempname();

@@ -164,7 +164,7 @@ bool ean_check_index(ICB *&file, bool &sound) {
         doubles.close();
         IXCLOSE(file);
         sound = rebuild_index();
-        file = IXOPEN(ean_file_name, ix_shared);
+        file = pair_open(ean_file_name, ix_shared, sizeof(EanRecord));
     }
     return true;
 }

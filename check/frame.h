@@ -80,9 +80,6 @@ void chk_write_date(chk_date field);
 /// The first record of a scan by `IXSEQ` from the front. A scan of the file that another walk has left
 /// unfinished would go on where that stopped, and what lies before would be passed over: it is ended first.
 bool chk_scan_first(ICB *file, void *record);
-/// Opens an indexed file whose records are read into `room` bytes. A file with longer ones is as fatal as one
-/// that can't be opened.
-ICB *chk_open(const char *name, int mode, std::size_t room);
 /// Size in bytes of NAME.TXT, -1 when there is none.
 off_t chk_txt_size(const char *name);
 /// Price blocks, as `raw_access`.

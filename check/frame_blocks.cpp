@@ -27,14 +27,6 @@ bool chk_scan_first(ICB *file, void *record) {
     return IXSEQ(file, record) || (!ing_interrupted() && IXSEQ(file, record));
 }
 
-ICB *chk_open(const char *name, int mode, std::size_t room) {
-    ICB *icb = IXOPEN(name, mode);
-    if (static_cast<std::size_t>(icb->reclen) > room) {
-        scr_fatal("%-11.11s: %-19.19s --> %s", icb->fname, icb->fdesc, term_text(1, 234, "Niet consistent"));
-    }
-    return icb;
-}
-
 off_t chk_txt_size(const char *name) {
     return file_size((std::string(name) + ".TXT").c_str());
 }

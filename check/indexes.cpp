@@ -37,6 +37,10 @@ void ixclear(const std::string &name) {
     if (!file_exists((name + ".TXT").c_str()) || file_size(index.c_str()) <= smallest_index) {
         return;
     }
+    pair_finish(name.c_str(), 0);
+    if (!ix_sound(name.c_str()) && !ix_unfinished(name.c_str())) {
+        return;  // whoever works on it mends it, tells, or passes it over
+    }
     ICB *icb = IXOPEN(name.c_str(), ix_shared);
     const int lock_block = icb->nkeys + 1;
     IXRDIX(icb, lock_block);

@@ -253,7 +253,7 @@ bool settle_number(const OrderNumberRecord &record) {
 }  // namespace
 
 void journal_numbers_open() {
-    numbers = IXOPEN(order_number_file, ix_shared);
+    numbers = pair_open(order_number_file, ix_shared, sizeof(OrderNumberRecord));
     positions.open();
     series_at_start = chk_files.rvser->nrecs;
     chk_bits_open(static_cast<std::size_t>(series_at_start) / 8 + 1);
@@ -287,7 +287,7 @@ void journal_follow(journal_walk &walk, const journal_name &name) {
 }
 
 void journal_settle_numbers() {
-    numbers = IXOPEN(order_number_file, ix_shared);
+    numbers = pair_open(order_number_file, ix_shared, sizeof(OrderNumberRecord));
     const auto total = static_cast<std::uint32_t>(std::int32_t{numbers->nrecs});
     chk_phase(detail_text(24, 4, "controleren ordernummers"), total);
     std::uint32_t done = 0;

@@ -33,7 +33,7 @@ void rebuild_series_index() {
     IXCLOSE(chk_files.rvser);
     chk_files.rvser = nullptr;
     tell_rebuilt = index_rebuilt = IXBLDIX("RVSER");
-    chk_files.rvser = IXOPEN("RVSER", mode);
+    chk_files.rvser = pair_open("RVSER", mode, sizeof(SeriesRecord));
 }
 
 /// Deletes what unfinished work on the series file has left: index halves under other names that no program

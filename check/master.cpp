@@ -49,11 +49,11 @@ void open_files() {
     master_clear();
     files.session_limit = read_session_limit();
     scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", detail_text(20, 61, "Serienummer"));
-    files.articles = chk_open("RVARTREG", ix_shared, sizeof(SmallArticleRecord));
-    files.turnover = chk_open("RVOMZGRP", ix_shared, sizeof(TurnoverGroupRecord));
-    files.staff = chk_open("RVVKP", ix_shared, sizeof(StaffRecord));
+    files.articles = pair_open("RVARTREG", ix_shared, sizeof(SmallArticleRecord));
+    files.turnover = pair_open("RVOMZGRP", ix_shared, sizeof(TurnoverGroupRecord));
+    files.staff = pair_open("RVVKP", ix_shared, sizeof(StaffRecord));
     if ((sys_settings.mode & mode_customers) != 0) {
-        IXCLOSE(IXOPEN("RVKLT", ix_shared));  // only to prove that it can be
+        IXCLOSE(pair_open("RVKLT", ix_shared, ix_max_reclen));  // only to prove that it can be
     }
 }
 

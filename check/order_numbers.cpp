@@ -167,7 +167,7 @@ const chk_course course{
     .report_time = chk_report_time::first,
     .open =
         [] {
-            price_sets = chk_open("RVIPA", ix_readonly, sizeof(PriceSetRecord));
+            price_sets = pair_open("RVIPA", ix_readonly, sizeof(PriceSetRecord));
             scr_text(A_DIM, scr->scr_lines - 2, 2, "%s", detail_text(21, 22, "Leverancier"));
             scr_text(A_DIM, scr->scr_lines - 1, 2, "%s", detail_text(21, 23, "Bestelnummer"));
             faulty.open();

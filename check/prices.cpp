@@ -34,7 +34,7 @@ void open_files() {
     price_work.end = price_blocks_in_file();
     chk_bits_open(static_cast<std::size_t>(price_work.end) / 8 + 1);
     chk_ipg_raw(raw_action::open);
-    price_work.sets = IXOPEN(set_file, ix_shared);
+    price_work.sets = pair_open(set_file, ix_shared, sizeof(PriceSetRecord));
     if (price_work.sets->reclen != static_cast<int>(sizeof(PriceSetRecord))) {
         errno = EINVAL;  // another file under this name: its records would not fit
         err_open(program_name, set_file);

@@ -1,6 +1,7 @@
 // What lasts for the whole session: the flags of the checks and the files that stay open.
 #include "check/frame.h"
 #include "sub/masterfile.h"
+#include "sub/pairopen.h"
 #include "sub/pricefile.h"
 #include "sub/seriesfile.h"
 #include "sub/sizefile.h"
@@ -49,7 +50,7 @@ constexpr session_file files[] = {
 
 void chk_session_files_open() {
     for (const session_file &file : files) {
-        chk_files.*file.icb = chk_open(file.name, file.mode, file.room);
+        chk_files.*file.icb = pair_open(file.name, file.mode, file.room);
     }
 }
 

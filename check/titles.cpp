@@ -19,7 +19,7 @@ ICB *file = nullptr;
 std::array<bool, highest_title + 1> known;
 
 void open_all() {
-    file = customer_open("RVKLT");
+    file = pair_open("RVKLT", ix_shared, sizeof(CustomerRecord));
     errors.open();
     known = {true};  // code 0: no title
     for (std::int32_t code = 1; code <= highest_title; code++) {

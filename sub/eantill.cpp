@@ -14,6 +14,7 @@
 #include "sub/iomaat.h"
 #include "sub/iotab.h"
 #include "sub/leesstam.h"
+#include "sub/pairopen.h"
 #include "sub/serieslabels.h"
 #include "sub/sessionfiles.h"
 
@@ -133,8 +134,8 @@ PluRecord plu_of(const SeriesRecord &series, const EanRecord &code) {
 
 /// Writes the record of a branch; without an action to go with it, deletes it.
 void write_plu(int branch, const PluRecord &known, const branch_action *action) {
-    ICB *file = IXOPEN(str_format("PLU%02d", branch).c_str(), ix_shared);
     PluRecord record = known;
+    ICB *file = pair_open(str_format("PLU%02d", branch).c_str(), ix_shared, sizeof record);
     const bool found = IXREADLOCK(file, &record);
     if (action != nullptr) {
         record.turnover = known.turnover;

@@ -19,6 +19,7 @@
 #include "sub/errors.h"
 #include "sub/ioink_internal.h"
 #include "sub/iotab.h"
+#include "sub/pairopen.h"
 
 ink_prices ink_working{};
 
@@ -163,7 +164,8 @@ void ink_open(ink_mode mode) {
     if (ink.fd >= 0) {
         err_internal(module_name, blocks_already_open);
     }
-    ink.sets = IXOPEN(ink_set_file, mode == ink_mode::write ? ix_shared : ix_readonly);
+    ink.sets =
+        pair_open(ink_set_file, mode == ink_mode::write ? ix_shared : ix_readonly, sizeof(PriceSetRecord));
     if (ink.sets->reclen != static_cast<int>(sizeof(PriceSetRecord))) {
         errno = EINVAL;  // another file under this name: its records would not fit
         err_open(module_name, ink_set_file);

@@ -11,6 +11,7 @@
 #include "sub/iomaat.h"
 #include "sub/iotab.h"
 #include "sub/leesstam.h"
+#include "sub/pairopen.h"
 #include "sub/runprogram.h"
 #include "sub/serieskey.h"
 #include "sub/sessionfiles.h"

@@ -269,7 +269,9 @@ TEST_F(Sizes, KilledAtAnyMoment) {
     }
     for (int i = 0; i < count; i++) {
         write();
-        check("kill-after=" + std::to_string(20000 + 30000 * i % 240000) + " sizes");
+        const long writes = check("sizes").writes;
+        write();
+        check("kill-at=" + std::to_string(writes * i / count) + " sizes");
         EXPECT_EQ(check("sizes").flags, "sizes");
         EXPECT_EQ(audit(audit_sizes | audit_labels), "");
     }

@@ -33,9 +33,6 @@ const std::set<std::string> left_to_a_human = {
     "turnover-no-name",
 };
 
-/// Faults that keep the program from starting: an index has to be made again first.
-const std::set<std::string> stop_the_start = {"index-series-cut", "index-series-update"};
-
 /// Faults that checks pass over, by their rules: an order keeps its number 0; the operator's yes is enough
 /// for a series of two suppliers that prefers none; a code file that is not consistent is left alone.
 const std::set<std::string> passed_over = {"journal-number-none", "price-no-supplier", "index-barcode-cut"};
@@ -113,9 +110,6 @@ TEST_P(EveryFault, IsFoundAndMendedOrLeftToAHuman) {
     const std::vector<ShopFault> &faults = shop_faults();
     for (std::size_t i = static_cast<std::size_t>(GetParam()); i < faults.size(); i += 4) {
         const std::string name = faults[i].name;
-        if (stop_the_start.count(name) != 0) {
-            continue;
-        }
         make({.series = 40}, {name});
         const CheckRun first = check("11 12 13", yes_for_a_while);
         const CheckRun last = passed(first) ? first : rounds();
@@ -146,8 +140,8 @@ TEST_F(Whole, ManyFaultsAtOnceAreMendedRoundByRound) {
         const bool human = seed % 4 == 3;
         for (int i = 0; i < 25; i++) {
             const ShopFault &fault = shop_faults()[random() % shop_faults().size()];
-            if (stop_the_start.count(fault.name) == 0 && passed_over.count(fault.name) == 0 &&
-                (human || left_to_a_human.count(fault.name) == 0) && spoil_shop(shop, fault.name, random())) {
+            if (passed_over.count(fault.name) == 0 && (human || left_to_a_human.count(fault.name) == 0) &&
+                spoil_shop(shop, fault.name, random())) {
                 put_in += std::string(" ") + fault.name;
             }
         }

@@ -337,6 +337,36 @@ TEST_F(Run, UnusableDataStopTheProgramWithAMessage) {
     }
 }
 
+/// A kill leaves the index of any pair that the run writes half updated, or half rebuilt.
+TEST_F(Run, WhatAKillHasLeftIsMendedAtTheNextStart) {
+    for (const int checked : {-1, 1}) {
+        options.checked = checked;
+        options.tills = 2;
+        make();
+        for (const char *name : {"RVSER", "RVART", "RVKLT", "RVIPA", "RVEAN", "RVBARC", "RVORDNR", "PLU00"}) {
+            const fs::path index = directory / (std::string(name) + ".INX");
+            ASSERT_TRUE(fs::exists(index)) << name;
+            std::fstream file(index, std::ios::binary | std::ios::in | std::ios::out);
+            file.seekp(offsetof(ix_header, inupdate));
+            file.put(1);
+        }
+        {
+            std::fstream file(directory / "RVLEV.INX", std::ios::binary | std::ios::in | std::ios::out);
+            file.seekp(offsetof(ix_header, freehead));
+            const char begun[] = "\xff\xff\xff\xff\0\0\0\0\4\0\0";
+            file.write(begun, sizeof begun);
+        }
+        EXPECT_EQ(run(), 0);
+        for (const char *name : {"RVSER", "RVART", "RVLEV"}) {
+            EXPECT_GE(IXCHECK((directory / name).c_str()), 0) << name;
+        }
+        for (const char *name : {"RVKLT", "RVIPA", "RVEAN", "RVBARC", "RVORDNR", "PLU00"}) {
+            EXPECT_EQ(IXCHECK((directory / name).c_str()) >= 0, checked < 0) << name;
+        }
+        fs::remove_all(directory);
+    }
+}
+
 TEST_F(Run, WrongStartShowsTheInformationPage) {
     make();
     TerminalOptions terminal;

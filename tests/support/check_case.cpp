@@ -138,6 +138,9 @@ CheckRun run_check(const std::string &words, const std::string &answers) {
     run.report = lines_of("rapport.txt");
     run.questions = lines_of("vragen.txt");
     for (const std::string &noted : lines_of("uitkomst.txt")) {
+        if (noted.rfind("writes ", 0) == 0) {
+            run.writes = std::stol(noted.substr(7));
+        }
         if (const std::size_t colon = noted.find(':'); colon != std::string::npos) {
             run.flags = noted.substr(std::min(colon + 2, noted.size()));
         }
@@ -161,7 +164,7 @@ void CheckCase::write() {
 
 CheckRun CheckCase::check(const std::string &words, const std::string &answers) {
     CheckRun run = run_check(words, answers);
-    if (words.find("kill-after") == std::string::npos) {
+    if (words.find("kill-at") == std::string::npos) {
         EXPECT_EQ(run.status, 0) << words << "\n" << run;
     }
     return run;

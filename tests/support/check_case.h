@@ -25,6 +25,7 @@ struct CheckRun {
     int status = -1;                     ///< exit status; 128 plus the signal that ended it; -1 after no end
     std::vector<std::string> report;     ///< lines of all reports, pages without their form feeds
     std::vector<std::string> questions;  ///< the line of each question and each wait for a key
+    long writes = 0;                     ///< to files of data; none of a run that was killed
     std::string flags;                   ///< names of the checks that have passed, in the order of the menu
     std::string last_output;             ///< tail of what went to the terminal
 
