@@ -54,7 +54,8 @@ void show_field(field_edit &edit, const mark_room &marks) {
     scr_text(A_BOLD, field.ing_row, field.ing_col, "%-*.*s", field.ing_vis, field.ing_vis,
              text + std::min(edit.first_visible, field.ing_len));
     if (marks.right) {
-        show_mark(text_length() > end, field.ing_col + field.ing_vis, '+');
+        // A secret has no length to show.
+        show_mark(!field.ing_hidden && text_length() > end, field.ing_col + field.ing_vis, '+');
     }
     scr_move(field.ing_row, std::min(field.ing_col + edit.cursor - edit.first_visible, win_columns()));
 }

@@ -218,6 +218,8 @@ const Row other_rows[] = {
      nullptr},
     {"20.5S", "abcdefghij", "", "<END><RIGHT><RIGHT>", "←fghij", 5, "", "<ENTER>", "abcde",
      "[abcdefghij...........] same enter"},
+    {"20.5S,S", "abcdefghij", "", "", "_____", 0, "", "<END><ENTER>", "",
+     "[abcdefghij...........] same enter"},
     {"20.6S", "abcdefghij", "", "<END><LEFT><LEFT><LEFT><LEFT><LEFT><LEFT>", "←cdefgh→", 2, "",
      "<HOME><ENTER>", "abcdef", "[abcdefghij...........] same enter"},
     {"8.6C", "abcdefgh", "", "<END>", "←cdefgh", 6, "", "<ENTER>", "abcdef", "[abcdefgh] same enter"},
