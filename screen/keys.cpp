@@ -61,13 +61,13 @@ void discard_input() {
 }
 
 /// Signals are let in only while the reader waits, so none slips in between a look at what it left behind
-/// and the wait.
+/// and the wait, and none stops the program in the middle of painting.
 class signal_window {
 public:
     signal_window() {
         sigset_t set;
         sigemptyset(&set);
-        for (const int signal : {SIGINT, SIGQUIT, SIGWINCH, SIGHUP, SIGTERM}) {
+        for (const int signal : {SIGINT, SIGQUIT, SIGWINCH, SIGTSTP, SIGCONT, SIGHUP, SIGTERM}) {
             sigaddset(&set, signal);
         }
         sigprocmask(SIG_BLOCK, &set, &open_);

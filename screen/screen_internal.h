@@ -33,7 +33,7 @@ screen_size terminal_size(const char *mode);
 void terminal_use_size(screen_size size);
 /// Waits a moment for a real window that has been asked to become as large as `mode` wants.
 void terminal_await_size(const char *mode);
-/// Installs the handlers of SIGINT, SIGQUIT, SIGWINCH, SIGHUP and SIGTERM.
+/// Installs the handlers of SIGINT, SIGQUIT, SIGWINCH, SIGCONT, SIGHUP and SIGTERM.
 void terminal_signals();
 /// Brings the terminal up to date with all windows, unless the real window is now too small for them.
 void terminal_update();

@@ -9,7 +9,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "screen/screen_internal.h"
 
@@ -106,6 +108,10 @@ void terminal_use_size(screen_size size) {
     COLS = size.columns;
     scr->scr_lines = LINES;
     scr->scr_cols = COLS;
+    // Back from another program, or from a stop, ncurses measures again and asks the environment first. The
+    // size of the window would cut or stretch all windows.
+    setenv("LINES", std::to_string(size.lines).c_str(), 1);
+    setenv("COLUMNS", std::to_string(size.columns).c_str(), 1);
     // The window may have changed since it was measured.
     window_changed = 1;
 }
@@ -125,6 +131,8 @@ void terminal_signals() {
     handle(SIGINT, on_interrupt);
     handle(SIGQUIT, on_quit);
     handle(SIGWINCH, on_window_change);
+    // A stopped program is not told of a change.
+    handle(SIGCONT, on_window_change);
     handle(SIGHUP, on_leave);
     handle(SIGTERM, on_leave);
 }

@@ -412,11 +412,19 @@ TEST(Signals, ClosedTerminalEndsTheProgram) {
 TEST(Signals, StopAndContinueKeepTheScreen) {
     Dialogue d = editing("6s", "abc");
     ASSERT_TRUE(d.settle("xy"));
+    d.resize(30, 100);
     d.send_signal(SIGTSTP);
-    ASSERT_TRUE(d.wait_until([&d] { return d.raw().find("\033[?1049l") != std::string::npos; }, "a stop"));
+    // Here nobody could continue it, so it goes on by itself; until it paints again it throws keys away.
+    const auto painting_again = [&d] {
+        const std::string output = d.raw();
+        const auto stopped = output.find("\033[?1049l");
+        return stopped != std::string::npos && output.find("\033[?1049h", stopped) != std::string::npos;
+    };
+    ASSERT_TRUE(d.wait_until(painting_again, "a stop"));
     d.send_signal(SIGCONT);
-    ASSERT_TRUE(d.settle("z"));
+    ASSERT_TRUE(d.settle("z<^A>"));
     EXPECT_EQ(d.row(5), "         xyz___");
+    EXPECT_EQ(d.row(25), "Ongeldige toets") << "the screen keeps its size";
     ASSERT_TRUE(d.settle("<ENTER>"));
     EXPECT_EQ(d.row(15), "[xyz....] changed enter");
 }
