@@ -269,6 +269,11 @@ int key_read(WINDOW *window, int milliseconds) {
         const int ready = signals.wait(input, wait);
         if (ready > 0) {
             if (input_ended(input, ++reads_without_key)) {
+                // The end may be seen before the signal that tells of it, or come without one.
+                if (scr_leave_handler != nullptr) {
+                    scr_leave_flag = 1;
+                    scr_leave_if_due();
+                }
                 scr_exit(1);
             }
             if (!fits) {

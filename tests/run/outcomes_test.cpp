@@ -454,24 +454,31 @@ TEST_F(Run, SlotOfTheUserKeepsItsStatus) {
 // A closed terminal ends the run in good order: the warning stands, the print set-up is the operator's own
 // again, and nobody is asked about the files that were open.
 TEST_F(Run, ClosedTerminalLeavesTheSlotAsItShouldBe) {
-    make([](Shop &shop) {
-        shop.users.at(0).status = 10;
-        shop.users.at(0).printer = 0;
-        shop.users.at(0).print_flags = 5;
-        shop.users.at(0).print_connection = 7;
-    });
-    const auto slot = static_cast<std::size_t>(region_users.offset(1));
-    const std::string before = bytes("RVSYS.TXT").substr(slot, 64);
-    Terminal t = start({.program = "/bin/sh", .arguments = {"-c", "ulimit -n 60; exec " RVCHK_PROGRAM}});
-    ASSERT_TRUE(t.wait_for("<ENTER> voor vervolg"));
-    t.key("ENTER");
-    ASSERT_TRUE(t.wait_for("Uw keuze"));
-    t.send_signal(SIGTERM);
-    EXPECT_EQ(t.wait_exit(), 0);
-    const std::string after = bytes("RVSYS.TXT").substr(slot, 64);
-    EXPECT_EQ(after[38], 11);
-    EXPECT_EQ(after.substr(18, 4), before.substr(18, 4));
-    EXPECT_FALSE(there("RVCHK860.OK"));
+    for (const bool hangs_up : {false, true}) {
+        make([](Shop &shop) {
+            shop.users.at(0).status = 10;
+            shop.users.at(0).printer = 0;
+            shop.users.at(0).print_flags = 5;
+            shop.users.at(0).print_connection = 7;
+        });
+        const auto slot = static_cast<std::size_t>(region_users.offset(1));
+        const std::string before = bytes("RVSYS.TXT").substr(slot, 64);
+        Terminal t = start({.program = "/bin/sh", .arguments = {"-c", "ulimit -n 60; exec " RVCHK_PROGRAM}});
+        ASSERT_TRUE(t.wait_for("<ENTER> voor vervolg"));
+        t.key("ENTER");
+        ASSERT_TRUE(t.wait_for("Uw keuze"));
+        if (hangs_up) {
+            t.hang_up();
+        } else {
+            t.send_signal(SIGTERM);
+        }
+        EXPECT_EQ(t.wait_exit(), 0);
+        const std::string after = bytes("RVSYS.TXT").substr(slot, 64);
+        EXPECT_EQ(after[38], 11);
+        EXPECT_EQ(after.substr(18, 4), before.substr(18, 4));
+        EXPECT_FALSE(there("RVCHK860.OK"));
+        fs::remove_all(directory);
+    }
 }
 
 }  // namespace
