@@ -274,7 +274,8 @@ constexpr ShopFault journals[] = {
          return spoil(shop.order_numbers, random, any<OrderNumberRecord>,
                       [&](const OrderNumberRecord &record) {
                           OrderNumberRecord stray = record;
-                          stray.number = 9000001;
+                          // Two with one number can't come into the file.
+                          stray.number = 9000001 + static_cast<std::uint32_t>(shop.order_numbers.size());
                           shop.order_numbers.push_back(stray);
                       });
      }},
