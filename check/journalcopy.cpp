@@ -86,6 +86,12 @@ bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64
     return copy.error == 0 && (walk.end == journal_end::passed || walk.end == journal_end::empty);
 }
 
+journal_state journal_state_of(int fd) {
+    struct stat info {};
+    fstat(fd, &info);
+    return {info.st_size, info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
+}
+
 void journal_take_copy(const journal_name &name, const journal_walk &walk, std::int64_t size) {
     const std::string journal = journal_path(name);
     const std::string copy = journal_path(name, "TMP");

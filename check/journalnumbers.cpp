@@ -218,6 +218,29 @@ int open_journal_of(const OrderNumberRecord &record) {
     return last_journal.fd;
 }
 
+std::uint32_t last_serial() {
+    SysRow5 row{};
+    iotab_row(tab_action::read, row_serial, row);
+    return static_cast<std::uint32_t>(std::int32_t{row.last_serial});
+}
+
+/// The last serial number before the check.
+std::uint32_t serial_at_start = 0;
+
+/// True for the number of an order that another program has put in behind the walk of its journal. The
+/// numbers come from row 5, in their order, and begin again behind the highest.
+bool handed_out_since(const OrderNumberRecord &record) {
+    order_position place{};
+    place.number = record.number;
+    if (IXFIND(positions.icb(), &place)) {
+        return false;
+    }
+    const std::uint32_t number = record.number;
+    const std::uint32_t now = last_serial();
+    return serial_at_start <= now ? number > serial_at_start && number <= now
+                                  : number > serial_at_start || number <= now;
+}
+
 /// True when the record stands: its order is in the journal, at the place noted. The texts are made equal.
 bool settle_number(const OrderNumberRecord &record) {
     order_position place{};
@@ -253,6 +276,7 @@ bool settle_number(const OrderNumberRecord &record) {
 }  // namespace
 
 void journal_numbers_open() {
+    serial_at_start = last_serial();
     numbers = pair_open(order_number_file, ix_shared, sizeof(OrderNumberRecord));
     positions.open();
     series_at_start = chk_files.rvser->nrecs;
@@ -296,7 +320,7 @@ void journal_settle_numbers() {
     for (bool found = IXFIRST(numbers, &record); found && done < total; found = IXNEXT(numbers, &record)) {
         chk_progress(++done, total, chk_bar::step);
         const std::int32_t here = numbers->recno;
-        if (!settle_number(record)) {
+        if (!settle_number(record) && !handed_out_since(record)) {
             delete_number(record.number);
         }
         numbers->recno = here;

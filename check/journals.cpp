@@ -75,11 +75,23 @@ bool check_journal(const journal_name &name) {
     if (journal.fd < 0) {
         return false;
     }
+    // The lock goes with the descriptor.
+    while (!file_lock(lock_action::sole, journal.fd, 0, 0)) {
+        scr_leave_if_due();
+        scr_last_line(A_BLINK, 2, "%s", lock_holder_text("", journal.fd, 0, 0).c_str());
+    }
+    const journal_state before = journal_state_of(journal.fd);
     journal_walk walk;
     journal_begin(walk, journal.fd, eti_next_serial);
     std::int64_t size = 0;
     if (!journal_write_copy(name, walk, size)) {
         report_failure(name, walk);
+        return false;
+    }
+    // A program that does not look at the lock has written: its order is in the journal, and not in the copy.
+    if (!(journal_state_of(journal.fd) == before)) {
+        journal_report(name, str_format("%s --> %s", detail_text(24, 9, "Gewijzigd tijdens controle"),
+                                        detail_text(24, 8, "FOUT")));
         return false;
     }
     journal_take_copy(name, walk, size);

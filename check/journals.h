@@ -42,6 +42,14 @@ struct open_file {
 bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64_t &size);
 /// Puts the copy of a journal that has passed in its place.
 void journal_take_copy(const journal_name &name, const journal_walk &walk, std::int64_t size);
+/// The state of a journal: another program that writes it changes that.
+struct journal_state {
+    std::int64_t size = 0;
+    std::int64_t seconds = 0;
+    std::int64_t nanoseconds = 0;
+    bool operator==(const journal_state &) const = default;
+};
+journal_state journal_state_of(int fd);
 
 /// The list of order numbers, open between these two; the label file must be open too.
 void journal_numbers_open();

@@ -9,10 +9,12 @@
 #include "check/labelprices.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "check/errorlist.h"
 #include "check/frame.h"
 #include "check/prices.h"
+#include "check/serieshold.h"
 #include "print/print.h"
 #include "screen/screen.h"
 
@@ -90,6 +92,31 @@ bool in_kind(unsigned size) {
            session_sizes->by_sequence[cursor.sequence].link == size;
 }
 
+SeriesKey owner_of(const eti_rec &label) {
+    return {label.group, label.colour, label.number};
+}
+
+/// Stores the price. Row 9 is locked first: what another program has done to the set since it was read stays,
+/// and a size that it has given a price keeps that.
+void store_price(const eti_rec &label, bool has_set, PriceSetRecord set, std::int32_t price) {
+    SysRow4Chain row{};
+    PriceSetRecord now{};
+    iotab_row(tab_action::lock_read, row_price_chain, row);
+    const bool valid_now = ink_read_valid(owner_of(label), label.supplier, label.date_in, now);
+    if (valid_now && now.sizes.test(label.size)) {
+        iotab_row(tab_action::unlock, row_price_chain, row);
+        return;
+    }
+    if (valid_now && (!has_set || std::memcmp(&now, &set, sizeof now) != 0)) {
+        const std::uint8_t kind = set.size_kind;
+        set = now;
+        set.size_kind = set.size_kind == 0 ? kind : set.size_kind;
+        ink_set_load(set);
+    }
+    ink_working.set(label.size, price, price);
+    ink_set_put(set, true);
+}
+
 void give_price(const SeriesRecord &series, const label_place &label, bool has_set, PriceSetRecord set) {
     if (!has_set) {
         set = set_of_day(series, label.rec);
@@ -113,8 +140,19 @@ void give_price(const SeriesRecord &series, const label_place &label, bool has_s
         ink_clear();
         price = label_price_by_day(label.rec, set);
     }
-    ink_working.set(label.rec.size, price, price);
-    ink_set_put(set, true);
+    store_price(label.rec, has_set, set, price);
+}
+
+/// A label without a price of its own gets the lowest. The series is held meanwhile: a till may have sold it.
+void give_lowest_price(const SeriesRecord &series, label_place &label) {
+    const series_hold hold(series.key);
+    const std::int32_t number = label.number;
+    if (eti_file(eti_action::read, label.number, label.rec) != 0 && label.rec.price < 1 &&
+        owner_of(label.rec) == series.key) {
+        label.rec.price = 1;
+        eti_file(eti_action::write, label.number, label.rec);
+    }
+    label.number = number;
 }
 
 void walk_labels(const SeriesRecord &series) {
@@ -125,8 +163,7 @@ void walk_labels(const SeriesRecord &series) {
     for (int found = eti_file(eti_action::first, label.number, label.rec); found != 0;
          found = eti_file(eti_action::next, label.number, label.rec)) {
         if (label.rec.price < 1) {
-            label.rec.price = 1;
-            eti_file(eti_action::write, label.number, label.rec);
+            give_lowest_price(series, label);
         }
         const bool has_set = find_set(series, label.rec, held);
         held.valid = has_set && held.set.sizes.test(label.rec.size);
