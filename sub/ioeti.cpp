@@ -120,7 +120,8 @@ void await_block(std::int32_t block, const SeriesKey &key) {
 /// Goes to the next block of the chain, if there is one. A chain longer than the file runs in a loop.
 bool follow_chain(eti_action action) {
     const std::int32_t next = eti.block.next;
-    if (next == chain_end) {
+    // A free block leads to other free ones: its series was deleted while the walk was at it.
+    if (next == chain_end || chk_key_empty(eti.block)) {
         return false;
     }
     if (eti.steps++ > eti_max_block()) {
