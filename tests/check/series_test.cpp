@@ -65,7 +65,7 @@ struct Found {
 };
 
 const Found faults[] = {
-    {"series-count", " 2    "},
+    {"series-count", " |                              | "},
     {"series-delivery-date", " | "},
     {"series-sale-date", " |                "},
     {"series-stamp", "   ongeldige tijdstempel "},
