@@ -37,7 +37,7 @@ void ixclear(const std::string &name) {
     if (!file_exists((name + ".TXT").c_str()) || file_size(index.c_str()) <= smallest_index) {
         return;
     }
-    pair_finish(name.c_str(), 0);
+    pair_finish(name.c_str(), any_length);
     if (!ix_sound(name.c_str()) && !ix_unfinished(name.c_str())) {
         return;  // whoever works on it mends it, tells, or passes it over
     }

@@ -108,7 +108,7 @@ void repeat_order(journal_walk &walk, const JournalOrder &order, std::uint32_t n
 }
 
 void take_order(journal_walk &walk) {
-    JournalOrder order = payload_of<JournalOrder>(walk);
+    auto order = payload_of<JournalOrder>(walk);
     const std::uint32_t number_before = walk.order_number;
     walk.order_number = order.number;
     walk.order_date = order.date;

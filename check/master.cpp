@@ -53,7 +53,7 @@ void open_files() {
     files.turnover = pair_open("RVOMZGRP", ix_shared, sizeof(TurnoverGroupRecord));
     files.staff = pair_open("RVVKP", ix_shared, sizeof(StaffRecord));
     if ((sys_settings.mode & mode_customers) != 0) {
-        IXCLOSE(pair_open("RVKLT", ix_shared, ix_max_reclen));  // only to prove that it can be
+        IXCLOSE(pair_open("RVKLT", ix_shared, any_length));  // only to prove that it can be
     }
 }
 

@@ -30,7 +30,7 @@ struct session_file {
     ICB *session_files::*icb;
     const char *name;
     int mode;
-    std::size_t room;  ///< for a record
+    std::size_t record_bytes;
 };
 
 // Of RVONTV only the index is read.
@@ -39,7 +39,7 @@ constexpr session_file files[] = {
     {&session_files::rvgo, "RVGO", ix_shared, sizeof(TransitRecord)},
     {&session_files::rvlev, "RVLEV", ix_shared, sizeof(SupplierRecord)},
     {&session_files::rvmerk, "RVMERK", ix_shared, sizeof(BrandRecord)},
-    {&session_files::rvontv, "RVONTV", ix_readonly, ix_max_reclen},
+    {&session_files::rvontv, "RVONTV", ix_readonly, any_length},
     {&session_files::rvser, "RVSER", ix_shared, sizeof(SeriesRecord)},
     {&session_files::rvmaat, "RVMAAT", ix_shared, sizeof(SizeKindRecord)},
     {&session_files::rvmtom, "RVMTOM", ix_readonly, sizeof(SizeNameRecord)},
@@ -50,7 +50,7 @@ constexpr session_file files[] = {
 
 void chk_session_files_open() {
     for (const session_file &file : files) {
-        chk_files.*file.icb = pair_open(file.name, file.mode, file.room);
+        chk_files.*file.icb = pair_open(file.name, file.mode, file.record_bytes);
     }
 }
 

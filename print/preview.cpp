@@ -171,7 +171,7 @@ void draw(preview_state &s) {
         goes_on = true;
     }
     if (goes_on) {
-        goes_on = show_lines(s, A_BOLD, rows + 1, scr->scr_lines - 1);
+        show_lines(s, A_BOLD, rows + 1, scr->scr_lines - 1);
     }
     s.redraw_head = false;
     s.end_reached = s.job.at_end() || (s.job.last_char == form_feed && s.page >= s.pages);

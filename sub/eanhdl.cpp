@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ranges>
 #include <vector>
 
 #include "screen/screen.h"
@@ -114,8 +115,8 @@ bool ean_valid(std::string_view code) {
     }
     int sum = 0;
     int weight = 1;
-    for (auto digit = code.rbegin(); digit != code.rend(); ++digit) {
-        sum += weight * (*digit - '0');
+    for (const char digit : std::views::reverse(code)) {
+        sum += weight * (digit - '0');
         weight = 4 - weight;
     }
     return sum % 10 == 0;

@@ -54,7 +54,7 @@ std::string name_of(const struct stat &wanted) {
         if (is_season(season)) {
             // The walk gives whole paths, which would not fit on the line.
             found = name_in(season + "/*", wanted);
-            found = found.empty() ? found : season + found.substr(found.rfind('/'));
+            found = found.empty() ? found : std::string(season).append(found, found.rfind('/'));
         }
     }
     DIRECTORY(dir_action::close, season);

@@ -315,6 +315,17 @@ TEST_F(Run, UnusableDataStopTheProgramWithAMessage) {
              file.put(99);
          },
          "Niet consistent"},
+        {"records of half the length, and twice as many",
+         [](const fs::path &d) {
+             std::fstream file(d / "RVMAAT.INX", std::ios::binary | std::ios::in | std::ios::out);
+             ix_header header{};
+             file.read(reinterpret_cast<char *>(&header), ix_header_size);
+             header.reclen = static_cast<std::int16_t>(header.reclen / 2);
+             header.nrecs = 2 * header.nrecs;
+             file.seekp(0);
+             file.write(reinterpret_cast<const char *>(&header), ix_header_size);
+         },
+         "Niet consistent"},
         {"no branch file", [](const fs::path &d) { fs::remove(d / "RVFILGEG.TXT"); },
          "IOFIL: Open niet gelukt (file=RVFILGEG.TXT, errno=2)"},
         {"a marker that can't be removed",
