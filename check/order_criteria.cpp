@@ -279,20 +279,21 @@ bool loses_head(const ChainError &error, const CriteriaRecord &record) {
 }
 
 /// Puts the blocks off the chain behind its last block, `last`; with chain_end they become the chain.
-void append_blocks(CriteriaRecord &record, std::int32_t last) {
+void append_blocks(CriteriaRecord &record, const std::int32_t last) {
+    std::int32_t end = last;
     for_each_error(record.key, [&](const ChainError &error) {
         if (error.code != error_off_chain) {
             return;
         }
         const std::int32_t block = error.block;
         set_next(block, chain_end);
-        if (last == chain_end) {
+        if (end == chain_end) {
             record.chain = block;
             IXREWRITE(rvbaser, &record);
         } else {
-            set_next(last, block);
+            set_next(end, block);
         }
-        last = block;
+        end = block;
     });
 }
 

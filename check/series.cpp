@@ -166,12 +166,12 @@ void print_pair(std::uint64_t labels, std::uint64_t series) {
 }
 
 void print_dates(const char *before, day_number labels, day_number series) {
-    char first[7];
-    char second[7];
     prt_printf("%s", before);
     if (labels == series) {
         prt_printf("%13s", "");
     } else {
+        char first[7];
+        char second[7];
         prt_printf("%s %s", date_to_str(first, labels, false), date_to_str(second, series, false));
     }
 }

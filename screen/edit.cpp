@@ -151,7 +151,7 @@ void edit_restore_text(const field_edit &edit) {
     text_set(edit.saved_text);
 }
 
-void edit_restore(field_edit &edit) {
+void edit_restore(const field_edit &edit) {
     edit_restore_text(edit);
     ing_value = edit.saved_value;
     if (scr->field.ing_type == 'b' && ing_text[0] == '\0') {

@@ -63,7 +63,7 @@ void text_trim();
 int text_length();
 /// Takes back the text, or text and value, of the start of the edit.
 void edit_restore_text(const field_edit &edit);
-void edit_restore(field_edit &edit);
+void edit_restore(const field_edit &edit);
 
 // edit_keys.cpp
 

@@ -22,12 +22,14 @@ printf '%s\n' "${files[@]}" |
 # Left out, and why:
 #   useStlAlgorithm             a loop often reads as well
 #   shadowFunction              "error" is both a finding of a check and the message box
-#   nullPointerRedundantCheck   does not know that the fatal stops do not return
+#   nullPointerRedundantCheck, ctunullpointer   does not know that the fatal stops do not return
 #   unusedStructMember          members of tables are used by position
-#   invalidLifetime, CastIntegerToAddressAtReturn   mistakes of cppcheck about views and iterators
+#   invalidLifetime, CastIntegerToAddressAtReturn, redundantAssignment, passedByValue   mistakes of cppcheck
+#                               about views, iterators and braces; small structures go by value
 cppcheck --quiet --enable=warning,style,performance,portability --std=c++20 --inline-suppr --error-exitcode=1 \
   --suppress=missingInclude --suppress=useStlAlgorithm --suppress=shadowFunction \
-  --suppress=nullPointerRedundantCheck --suppress=unusedStructMember --suppress=invalidLifetime \
+  --suppress=nullPointerRedundantCheck --suppress=ctunullpointer --suppress=redundantAssignment \
+  --suppress=unusedStructMember --suppress=invalidLifetime \
   --suppress=CastIntegerToAddressAtReturn --suppress=passedByValue \
   -D__cplusplus=202002L -DRVCHK_DATADIR='""' -I . "${files[@]}" || found=1
 [ "$found" -eq 0 ] && echo "Nothing found."

@@ -38,17 +38,17 @@ bool orphan_block(Shop &shop, Random &random, std::uint32_t group, std::uint16_t
 
 /// Such a block of a series that exists: the label is of a size of its own.
 bool known_orphan(Shop &shop, Random &random) {
-    const SeriesRecord &series = random.pick(shop.series);
+    const SeriesRecord &owner = random.pick(shop.series);
     const std::int32_t head = shop.label_chain.free_head;
-    if (!orphan_block(shop, random, series.key.group, series.key.colour, series.key.number)) {
+    if (!orphan_block(shop, random, owner.key.group, owner.key.colour, owner.key.number)) {
         return false;
     }
     unsigned size = 1;
-    while (size < 95 && !series.sizes.test(size)) {
+    while (size < 95 && !owner.sizes.test(size)) {
         size++;
     }
     LabelBlock &orphan = block_at(shop, head);
-    orphan.size_kind = series.size_kind;
+    orphan.size_kind = owner.size_kind;
     for (LabelEntry &entry : orphan.slots) {
         ShopLabel label = label_split(entry);
         if (label.status != label_empty) {

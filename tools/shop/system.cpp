@@ -65,7 +65,7 @@ void make_branches(Shop &shop, Random &random) {
         put_carried(record.carried_600, random);
         record.user_number = static_cast<std::uint8_t>(branch + 1);
         if (branch >= 0) {
-            const std::size_t n = static_cast<std::size_t>(branch);
+            const auto n = static_cast<std::size_t>(branch);
             const std::size_t round = n / branch_names.size();
             put_text(record.name, round == 0
                                       ? std::string(branch_names[n])

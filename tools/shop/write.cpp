@@ -84,7 +84,7 @@ void add_system_file(Output &output, const Shop &shop) {
     row(row_transit, bytes_of(shop.transit));
     const auto region = [&](const sys_region &place, std::string_view bytes) {
         file.pieces.emplace_back(place.base,
-                                 bytes.substr(0, static_cast<std::size_t>(place.highest * place.size)));
+                                 bytes.substr(0, static_cast<std::size_t>(place.highest) * static_cast<std::size_t>(place.size)));
     };
     region(region_titles, bytes_of_all(shop.titles));
     region(region_users, bytes_of_all(output.users));
@@ -173,18 +173,19 @@ bool own_name(const std::string &name) {
 
 /// Removes the files of an earlier shop, by the list in its marker.
 void remove_earlier(const std::string &directory) {
-    std::ifstream list(directory + "/" + marker);
+    const auto path = [&directory](const std::string &name) { return std::string(directory).append("/").append(name); };
+    std::ifstream list(path(marker));
     std::set<std::string> seasons;
     for (std::string name; std::getline(list, name);) {
         if (own_name(name) && name != "mkshop") {
-            unlink((directory + "/" + name).c_str());
+            unlink(path(name).c_str());
             if (name.find('/') != std::string::npos) {
                 seasons.insert(name.substr(0, name.find('/')));
             }
         }
     }
     for (const std::string &season : seasons) {
-        rmdir((directory + "/" + season).c_str());  // stays when others have put something in it
+        rmdir(path(season).c_str());  // stays when others have put something in it
     }
 }
 
