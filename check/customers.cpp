@@ -75,8 +75,20 @@ void close_all() {
 
 // ---- Phase 1
 
+/// A till may have sold a label of a block that was added since the start.
+void know_more_labels() {
+    const std::int32_t highest = highest_label();
+    if (highest > customer_check.highest_label) {
+        customer_check.highest_label = highest;
+        chk_bits_grow(static_cast<std::size_t>(highest) / 8 + 1);
+    }
+}
+
 /// What is wrong with a label that the chain of a customer leads to; 0 for nothing.
 int chain_fault(std::uint32_t customer, std::int64_t number, eti_rec &label) {
+    if (number > customer_check.highest_label) {
+        know_more_labels();
+    }
     if (number > customer_check.highest_label) {
         return error_outside;
     }

@@ -6,6 +6,7 @@
 
 #include "check/frame.h"
 #include "check/journals.h"
+#include "check/serieshold.h"
 #include "screen/screen.h"
 #include "sub/serieslabels.h"
 
@@ -63,8 +64,12 @@ void number_labels(const journal_walk &walk) {
     if (labels_numbered(place)) {
         return;
     }
+    const series_hold hold(series.key);
+    if (!hold.exists()) {
+        return;
+    }
     bool any_low = false;
-    for (label_chain chain = label_chain_of(series); label_chain_next(chain);) {
+    for (label_chain chain = label_chain_of(hold.record); label_chain_next(chain);) {
         bool changed = false;
         for (LabelEntry &entry : chain.content.slots) {
             changed = number_label(entry, walk) || changed;

@@ -75,7 +75,6 @@ bool check_journal(const journal_name &name) {
     if (journal.fd < 0) {
         return false;
     }
-    // The lock goes with the descriptor.
     while (!file_lock(lock_action::sole, journal.fd, 0, 0)) {
         scr_leave_if_due();
         scr_last_line(A_BLINK, 2, "%s", lock_holder_text("", journal.fd, 0, 0).c_str());
@@ -95,6 +94,8 @@ bool check_journal(const journal_name &name) {
         return false;
     }
     journal_take_copy(name, walk, size);
+    // The copy is the journal now; series are not held behind a lock on the old one.
+    file_lock(lock_action::unlock, journal.fd, 0, 0);
     journal_follow(walk, name);
     if (walk.end == journal_end::unreadable) {
         report_failure(name, walk);

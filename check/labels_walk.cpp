@@ -205,9 +205,9 @@ void labels_walk_rest() {
         }
         const bool has_key = !chk_key_empty(content);
         const bool has_labels = has_key && !chk_block_empty(content);
-        if (has_key && label_work.moved) {
+        if (has_key) {
             marker.mark(content.key);
-            if (chk_bit_test(block) || !has_labels) {
+            if (chk_bit_test(block) || (label_work.moved && !has_labels)) {
                 continue;
             }
         }

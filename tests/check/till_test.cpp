@@ -79,6 +79,7 @@ private:
         std::FILE *unused = std::freopen("/dev/null", "r", stdin);
         unused = std::freopen(fault_file, "a", stderr);
         static_cast<void>(unused);
+        std::setvbuf(stderr, nullptr, _IONBF, 0);
         ix_lock_wait = [](ICB *) { usleep(2000); };
         iotab(tab_action::open, sys_row, nullptr, 0, 0, 0);
         iotab_row(tab_action::read, row_settings, sys_settings);
