@@ -10,8 +10,9 @@
 // is emptied before row 4 leads to it. So a run that dies leaves blocks on no chain, which the next run
 // finds, and never one on two.
 //
-// The series is held meanwhile, and row 4 is locked behind it. Where other programs were at the blocks during
-// the check, the fault is looked for again first: what is not as it was found is left for the next run.
+// The series is held meanwhile, and row 4 is locked behind it. Where other programs were at the blocks
+// during the check, the fault is looked for again first: what is not as it was found is left for the next
+// run.
 #include <algorithm>
 #include <array>
 #include <cstring>

@@ -4,8 +4,9 @@
 // is left goes. What was cut off belongs to the blocks that no walk has seen, and those go to the free chain
 // at the end.
 //
-// Row 9 is locked for each step. Where other programs were at the prices during the check, the fault is
-// looked for again first, and a set is mended by what is wrong with it now.
+// Row 9 is locked for each step. Other programs may have been at the prices since, and row 9 need not show
+// it: a set that is stored anew takes the blocks that it has just freed. So the fault is looked for again
+// first, and a set is mended by what is wrong with it now.
 #include "check/frame.h"
 #include "check/prices.h"
 #include "screen/screen.h"
@@ -59,10 +60,10 @@ void cut_behind(std::int32_t number) {
     }
 }
 
-/// What is to be mended: the fault as it was found, or, where things have moved, as it is now.
+/// What is to be mended: of a set, what is wrong with it now.
 PriceError present_fault(const PriceError &found) {
     PriceSetRecord set;
-    if (!price_work.moved || found.code >= price_set_no_series ||
+    if (found.code >= price_set_no_series ||
         (found.code >= price_lost_no_set && found.code <= price_lost_no_series)) {
         return found;
     }
@@ -127,7 +128,7 @@ void mark_free_chain(const SysRow4Chain &chain) {
 /// False for a block that a set has got hold of during the check.
 bool is_lost(std::int32_t number) {
     PriceBlock block{};
-    return !chk_bit_test(number) && !(price_work.moved && chk_ipg_raw(raw_action::read, number, block) != 0 &&
+    return !chk_bit_test(number) && !(chk_ipg_raw(raw_action::read, number, block) != 0 &&
                                       !(block.key == SeriesKey{}) && price_block_held(block, number));
 }
 
@@ -142,9 +143,7 @@ void prices_free_lost() {
     const std::int32_t end = price_work.end;
     const auto total = static_cast<std::uint32_t>(end);
     chk_phase(detail_text(13, 36, "herstellen vrijketting"), total);
-    if (price_work.moved) {
-        mark_free_chain(chain);
-    }
+    mark_free_chain(chain);
     for (std::int32_t number = 0; number < end; number++) {
         if (is_lost(number)) {
             PriceBlock block{};

@@ -168,11 +168,8 @@ bool set_exists(const PriceBlock &block) {
 
 /// A block that no walk has met may be on a chain that another program has made or changed behind the walk.
 bool taken_since(std::int32_t number, const PriceBlock &block) {
-    if (!price_work.moved) {
-        return false;
-    }
     const price_lock row;
-    return price_block_held(block, number);
+    return prices_series_exists(block.key) && price_block_held(block, number);
 }
 
 void report_lost(std::int32_t number, const PriceBlock &block) {
