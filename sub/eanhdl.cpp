@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <ranges>
 #include <vector>
 
 #include "screen/screen.h"
@@ -115,8 +114,8 @@ bool ean_valid(std::string_view code) {
     }
     int sum = 0;
     int weight = 1;
-    for (const char digit : std::views::reverse(code)) {
-        sum += weight * (digit - '0');
+    for (std::size_t place = code.size(); place-- > 0;) {
+        sum += weight * (code[place] - '0');
         weight = 4 - weight;
     }
     return sum % 10 == 0;
