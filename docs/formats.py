@@ -6,7 +6,7 @@
 
 SHOP is a directory made by `mkshop SHOP --today 15062014`. A table stands between two comments:
 
-    <!-- layout TYPE [FILE RECORD|@OFFSET] -->   the fields of a record type, with the bytes of one record
+    <!-- layout TYPE [FILE RECORD|@OFFSET] -->   the fields of a type, with the bytes of one record or block
     <!-- keys NAME -->                           the keys of an indexed file, from its index half
     <!-- dump FILE OFFSET LENGTH -->             bytes of a file
     <!-- end -->
@@ -19,15 +19,16 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DOCUMENT = ROOT / "docs/file-formats.md"
-SIZES = {"std::uint8_t": 1, "char": 1}
+SIZES = {"std::uint8_t": 1, "std::int8_t": 1, "char": 1}
 SIZES |= {f"little_{sign}int{bits}_t": bits // 8 for sign in ("", "u") for bits in (16, 32)}
-FIELD = re.compile(r"^    (?:boost::endian::)?([\w:]+) (\w+)(?:\[([^\]]+)\])?;\s*(?://\s*(\d+)?\s*(.*))?$")
+FIELD = re.compile(r"^    (?:boost::endian::)?([\w:]+) (\w+)(?:\[([^\]]+)\])?;\s*(?:///?<?\s*(\d+)?\s*(.*))?$")
 HIGHEST_SHOWN = 8
 
 
 def constants_and_types():
     constants, types = {}, {}
-    headers = [ROOT / "sub/ondisk.h", *sorted((ROOT / "sub").glob("*file.h")), ROOT / "screen/macrofile.h", ROOT / "print/printerfile.h"]
+    headers = [ROOT / "isam/format.h", ROOT / "sub/ondisk.h", *sorted((ROOT / "sub").glob("*file.h"))]
+    headers += [ROOT / "screen/macrofile.h", ROOT / "print/printerfile.h"]
     for header in headers:
         lines = header.read_text().splitlines()
         for at, line in enumerate(lines):
@@ -55,7 +56,7 @@ def count(text):
 
 
 def kind(name, array):
-    short = {"std::uint8_t": "u8", "char": "char"}.get(name) or re.sub(r"little_(u?)int(\d+)_t", r"\1i\2", name)
+    short = {"std::uint8_t": "u8", "std::int8_t": "i8"}.get(name, re.sub(r"little_(u?)int(\d+)_t", r"\1i\2", name))
     short = short.replace("ui", "u")
     return short if array is None else f"{short} x {count(array)}"
 
@@ -66,7 +67,7 @@ def value(name, array, data):
         text = data.split(b"\0")[0].decode("cp850")
         return '"' + text.rstrip() + '"' if text.isprintable() and text.strip() else ""
     if array is None and name in SIZES:
-        signed = name in ("little_int16_t", "little_int32_t")
+        signed = name in ("std::int8_t", "little_int16_t", "little_int32_t")
         return str(int.from_bytes(data, "little", signed=signed))
     return ""
 
@@ -98,7 +99,7 @@ def layout(shop, type_name, file=None, where=None):
     heads = ["At", "Type", "Field"] + (["Bytes", "Value"] if data else []) + ["Meaning"]
     caption = f"`{type_name}`, {size} bytes"
     if data:
-        caption += f"; the record at {at} of `{file}`"
+        caption += f"; {'here at' if type_name.startswith('ix_') else 'the record at'} {at} of `{file}`"
     return [caption + ":", "", *table(heads, rows(type_name, data))]
 
 

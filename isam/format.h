@@ -53,12 +53,12 @@ inline constexpr int ix_old_version = 350;
 /// and inclusive.
 struct ix_keydef {
     char kname[8];
-    char kdups;  ///< 'J' duplicates allowed, 'N' not
-    std::uint8_t klen;
-    std::int8_t korder;  ///< the count of entries that fills a block
-    char stype[ix_max_segments];
-    std::uint8_t sstart[ix_max_segments];
-    std::uint8_t send[ix_max_segments];
+    char kdups;                            ///< 'J' duplicates allowed, 'N' not
+    std::uint8_t klen;                     ///< length, with the record number that ends a key with duplicates
+    std::int8_t korder;                    ///< the count of entries that fills a block
+    char stype[ix_max_segments];           ///< 'I' integer, 'C' text, for each segment
+    std::uint8_t sstart[ix_max_segments];  ///< first byte of each segment
+    std::uint8_t send[ix_max_segments];    ///< last byte of each segment
     char reserved;
 };
 static_assert(sizeof(ix_keydef) == 42 && offsetof(ix_keydef, kdups) == 8 && offsetof(ix_keydef, klen) == 9 &&
@@ -67,16 +67,16 @@ static_assert(sizeof(ix_keydef) == 42 && offsetof(ix_keydef, kdups) == 8 && offs
 
 /// The part of block 0 that carries data.
 struct ix_header {
-    char fname[11];
-    std::int8_t nkeys;
+    char fname[11];                          ///< name of the pair
+    std::int8_t nkeys;                       ///< keys, at most five
     boost::endian::little_int32_t freehead;  ///< first free record, -1 for none
     boost::endian::little_int32_t nrecs;     ///< record slots, free ones included
     boost::endian::little_int32_t nblocks;   ///< blocks in the index half
-    boost::endian::little_int16_t reclen;
-    char fdesc[19];
-    std::uint8_t inupdate;  ///< not 0 on disk while a shared update is under way
+    boost::endian::little_int16_t reclen;    ///< length of a record
+    char fdesc[19];                          ///< description
+    std::uint8_t inupdate;                   ///< not 0 on disk while a shared update is under way
     char reserved[2];
-    ix_keydef keydef[ix_max_keys];
+    ix_keydef keydef[ix_max_keys];  ///< key 1 first
     boost::endian::little_uint16_t version;
 };
 static_assert(sizeof(ix_header) == ix_header_size && offsetof(ix_header, nkeys) == 11 &&
@@ -88,11 +88,11 @@ static_assert(sizeof(ix_header) == ix_header_size && offsetof(ix_header, nkeys) 
 /// A tree block, or the lock block (`blevel` 0, `bentries` holds bare images of key 1). An entry is the key
 /// and 4 bytes of pointer, little-endian: a record number in a leaf, a child block above.
 struct ix_block {
-    std::int8_t bkey;
-    std::int8_t blevel;  ///< 1 for a leaf
+    std::int8_t bkey;    ///< the key whose tree it belongs to
+    std::int8_t blevel;  ///< levels from here down: 1 for a leaf
     char reserved[2];
-    std::uint8_t bcount;
-    std::uint8_t bentries[ix_entry_bytes];
+    std::uint8_t bcount;                    ///< entries
+    std::uint8_t bentries[ix_entry_bytes];  ///< the entries, and zero bytes behind the last
     char reserved2[2];
 };
 static_assert(sizeof(ix_block) == ix_block_size && offsetof(ix_block, bcount) == 4 &&

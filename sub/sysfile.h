@@ -230,7 +230,7 @@ struct UserSlot {
     std::uint8_t print_connection;   // 21  print set-up: connection
     char terminal[6];                // 22  terminal number, without "tty" or "pts"
     little_uint16_t report_options;  // 28
-    std::uint8_t unused_30[8];       // 30
+    std::uint8_t carried_30[8];      // 30
     std::uint8_t status;             // 38  program_status
     char rights;                     // 39  'I': may not change data
     little_int32_t handover_time;    // 40  seconds since 1970

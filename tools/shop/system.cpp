@@ -50,7 +50,7 @@ void make_users(Shop &shop, Random &random) {
         user.printer = 1;  // the screen
         user.print_flags = 1;
         user.print_connection = 1;
-        put_carried(user.unused_30, random);
+        put_carried(user.carried_30, random);
         user.rights = 'J';
         user.branch = static_cast<std::uint8_t>(i % static_cast<std::size_t>(shop.options.branches));
     }
