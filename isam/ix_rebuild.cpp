@@ -18,7 +18,9 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <span>
+#include <string>
 
 #include "isam/store_internal.h"
 
@@ -299,6 +301,34 @@ bool read_records(ICB *icb, stretch &gathered, std::span<std::uint8_t> chunk, st
     return insert_stretch(icb, gathered);
 }
 
+/// Makes the index half anew by the header in the ICB from `data_size` bytes of records, and gives the pair
+/// back. False at the limit of block numbers; the mark of the unfinished update then stays on disk.
+bool build_index(ICB *icb, stretch &gathered, std::span<std::uint8_t> chunk, off_t data_size) {
+    const std::string name(icb->fname, strnlen(icb->fname, sizeof icb->fname));
+    if (IOCACHE(cache_action::init, icb, 0) == 0) {
+        isam_fatal("%s", term_text(1, 226, "Onvoldoende geheugen voor ixremake"));
+    }
+    ix_initial_image(icb, true);
+    ix_cut_index(icb);
+
+    const auto total = static_cast<std::uint32_t>(static_cast<std::size_t>(data_size) / chunk.size() + 1);
+    ix_progress(0, 0, total, title, name.c_str());
+    const bool done = read_records(icb, gathered, chunk, total);
+    if (done) {
+        ix_progress(1, total, total, title, name.c_str());
+        icb->nrecs = icb->recno;
+        icb->inupdate = 0;
+    }
+    IOCACHE(cache_action::finish, icb, 0);
+    if (done) {
+        IXCLOSE(icb);
+    } else {
+        give_back(icb);
+    }
+    ix_progress(2, total, total, title, name.c_str());
+    return done;
+}
+
 }  // namespace
 
 bool IXBLDIX(const char *name) {
@@ -343,29 +373,9 @@ bool IXBLDIX(const char *name) {
     bool done = ix_same_definition(now, trial) && data_size % reclen == 0 && data_size <= INT_MAX;
     if (done) {
         static_cast<ix_header &>(*icb) = static_cast<const ix_header &>(trial);
-        if (IOCACHE(cache_action::init, icb, 0) == 0) {
-            isam_fatal("%s", term_text(1, 226, "Onvoldoende geheugen voor ixremake"));
-        }
-        ix_initial_image(icb, true);
-        ix_cut_index(icb);
-
         const std::size_t chunk =
             buffer_size / static_cast<std::size_t>(reclen) * static_cast<std::size_t>(reclen);
-        const auto total = static_cast<std::uint32_t>(static_cast<std::size_t>(data_size) / chunk + 1);
-        ix_progress(0, 0, total, title, icb->fname);
-        done = read_records(icb, gathered, {static_cast<std::uint8_t *>(buffer), chunk}, total);
-        if (done) {
-            ix_progress(1, total, total, title, icb->fname);
-            icb->nrecs = icb->recno;
-            icb->inupdate = 0;
-        }
-        IOCACHE(cache_action::finish, icb, 0);
-        if (done) {
-            IXCLOSE(icb);
-        } else {
-            give_back(icb);
-        }
-        ix_progress(2, total, total, title, header.fname);
+        done = build_index(icb, gathered, {static_cast<std::uint8_t *>(buffer), chunk}, data_size);
     } else {
         give_back(icb);
     }
