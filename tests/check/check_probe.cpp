@@ -12,6 +12,9 @@
 //   kill-at=N                 ends itself with SIGKILL before the write to a file of data that comes N writes
 //                             from here: there is no state between two writes
 //   refuse                    no destination is found for reports
+// It runs in the directory of the shop, and wants a terminal and its description like the program itself, for
+// example TERM=xterm-256color TERMINFO=<build>/terminfo. Where standard input is no terminal it ends at once,
+// with no results.
 // Reports are added to `rapport.txt`, the line in which a question was asked to `vragen.txt`, and the flags
 // that stand after each check to `uitkomst.txt`, with the number of writes in the end.
 #include <sys/syscall.h>
