@@ -4,7 +4,6 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <termios.h>
 
 #include <algorithm>
@@ -12,11 +11,11 @@
 #include <chrono>
 #include <climits>
 #include <cstring>
-#include <functional>
 #include <memory>
 
 #include "isam/operator.h"
 #include "scratch_dir.h"
+#include "support/other_process.h"
 
 // A sanitizer has a limit of its own for one area, in place of the one that the process sets.
 extern "C" const char *__asan_default_options();
@@ -26,44 +25,15 @@ extern "C" const char *__asan_default_options() {
 
 namespace {
 
-/// Runs `work` in a child process; true when it returned true there.
-bool in_child(const std::function<bool()> &work) {
-    const pid_t pid = fork();
-    if (pid == 0) {
-        _exit(work() ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-/// Another process that holds a lock until it is told to end.
-struct Holder {
-    pid_t pid = -1;
-    int life[2] = {-1, -1};
-
-    Holder(const std::string &name, lock_action action, off_t start, off_t length) {
-        int ready[2];
-        EXPECT_EQ(pipe(life) + pipe(ready), 0);
-        pid = fork();
-        if (pid == 0) {
-            close(life[1]);
-            const int fd = open(name.c_str(), O_RDWR | O_CREAT, 0600);
-            const char granted = file_lock(action, fd, start, length) ? 'y' : 'n';
-            char c = 0;
-            _exit(write(ready[1], &granted, 1) == 1 && read(life[0], &c, 1) == 0 ? 0 : 1);
-        }
-        close(ready[1]);
-        char granted = 0;
-        EXPECT_EQ(read(ready[0], &granted, 1), 1);
-        EXPECT_EQ(granted, 'y');
-        close(ready[0]);
-    }
-    ~Holder() {
-        close(life[0]);
-        close(life[1]);
-        waitpid(pid, nullptr, 0);
-    }
+/// Another process that holds a lock.
+struct Holder : OtherProcess {
+    Holder(const std::string &name, lock_action action, off_t start, off_t length)
+        : OtherProcess([&] {
+              const int fd = open(name.c_str(), O_RDWR | O_CREAT, 0600);
+              if (!file_lock(action, fd, start, length)) {
+                  _exit(1);
+              }
+          }) {}
 };
 
 /// Stands in for the screen: the first message ends the holder of the lock.
@@ -233,7 +203,7 @@ TEST_F(Files, CopyWaitsForLocks) {
     EXPECT_EQ(messages, 0);
     holder.reset();
     const int fd = open("to", O_RDWR);
-    EXPECT_TRUE(in_child([&] { return file_lock(lock_action::exclusive, fd, 0, 0); })) << "locks are gone";
+    EXPECT_TRUE(elsewhere([&] { return file_lock(lock_action::exclusive, fd, 0, 0); })) << "locks are gone";
     close(fd);
 }
 
@@ -314,7 +284,7 @@ TEST(Memory, LargestArea) {
     std::free(area);
     EXPECT_EQ(mem_largest(&area, 1000, 10), 1000U);
     std::free(area);
-    EXPECT_TRUE(in_child([] {
+    EXPECT_TRUE(elsewhere([] {
 #ifndef __SANITIZE_ADDRESS__
         const struct rlimit gigabyte { 1UL << 30, 1UL << 30 };
         setrlimit(RLIMIT_AS, &gigabyte);
@@ -355,13 +325,13 @@ TEST_F(Files, LocksBetweenProcesses) {
     for (const lock_case &c : cases) {
         holder = std::make_unique<Holder>("data", c.held, c.start, c.length);
         EXPECT_EQ(file_lock(c.wanted, fd, c.wanted_start, c.wanted_length), c.granted) << &c - cases;
-        EXPECT_EQ(file_lock_holder(fd, c.wanted_start, c.wanted_length), c.granted ? 0 : holder->pid);
+        EXPECT_EQ(file_lock_holder(fd, c.wanted_start, c.wanted_length), c.granted ? 0 : holder->pid());
         // What was refused, and a test, leave nothing behind; what was granted keeps others out.
         holder.reset();
-        const bool others = in_child([&] { return file_lock(T, fd, c.wanted_start, c.wanted_length); });
+        const bool others = elsewhere([&] { return file_lock(T, fd, c.wanted_start, c.wanted_length); });
         EXPECT_EQ(others, !c.granted || c.wanted == T) << &c - cases;
         EXPECT_TRUE(file_lock(lock_action::unlock, fd, c.wanted_start, c.wanted_length));
-        EXPECT_TRUE(in_child([&] { return file_lock(E, fd, 0, 0); }));
+        EXPECT_TRUE(elsewhere([&] { return file_lock(E, fd, 0, 0); }));
     }
     close(fd);
     EXPECT_FALSE(file_lock(T, fd, 0, 1));
@@ -391,14 +361,14 @@ TEST_F(Files, RangeLocksWaitAndStartAtThePosition) {
         EXPECT_EQ(message.empty() || message == "Informatie in gebruik op ander scherm", true);
         holder.reset();
         if (c.first >= 0) {
-            EXPECT_TRUE(in_child([&] { return file_lock(T, fd, 0, c.first); }));
-            EXPECT_FALSE(in_child([&] { return file_lock(T, fd, c.first, 1); }));
-            EXPECT_FALSE(in_child([&] { return file_lock(T, fd, c.first + c.length - 1, 1); }));
-            EXPECT_TRUE(in_child([&] { return file_lock(T, fd, c.first + c.length, 0); }));
+            EXPECT_TRUE(elsewhere([&] { return file_lock(T, fd, 0, c.first); }));
+            EXPECT_FALSE(elsewhere([&] { return file_lock(T, fd, c.first, 1); }));
+            EXPECT_FALSE(elsewhere([&] { return file_lock(T, fd, c.first + c.length - 1, 1); }));
+            EXPECT_TRUE(elsewhere([&] { return file_lock(T, fd, c.first + c.length, 0); }));
         }
         lseek(fd, c.position, SEEK_SET);
         EXPECT_EQ(lock_range(fd, c.unlock, c.length), 0);
-        EXPECT_TRUE(in_child([&] { return file_lock(T, fd, 0, 0); }));
+        EXPECT_TRUE(elsewhere([&] { return file_lock(T, fd, 0, 0); }));
     }
     close(fd);
     EXPECT_EQ(lock_range(fd, 3, 1), -1) << "no endless wait on a closed descriptor";
@@ -412,7 +382,7 @@ TEST(LockWait, SleepsWithoutAScreen) {
 }
 
 TEST(Terminal, EchoGoesAndComesBack) {
-    EXPECT_TRUE(in_child([] {
+    EXPECT_TRUE(elsewhere([] {
         int master = -1;
         int slave = -1;
         if (openpty(&master, &slave, nullptr, nullptr, nullptr) != 0 || dup2(slave, 0) != 0) {
@@ -431,7 +401,7 @@ TEST(Terminal, EchoGoesAndComesBack) {
 }
 
 TEST(Terminal, ClosesCharacterDevicesOnly) {
-    EXPECT_TRUE(in_child([] {
+    EXPECT_TRUE(elsewhere([] {
         const int device = open("/dev/null", O_RDWR);
         const int file = open("/proc/self/exe", O_RDONLY);
         int pipe_ends[2];

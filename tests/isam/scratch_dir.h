@@ -12,7 +12,7 @@
 #include <string>
 
 struct ScratchDir : testing::Test {
-    std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::path started_in = std::filesystem::current_path();
     std::string path;
 
     void SetUp() override {
@@ -21,7 +21,7 @@ struct ScratchDir : testing::Test {
         ASSERT_EQ(chdir(path.c_str()), 0);
     }
     void TearDown() override {
-        std::filesystem::current_path(before);
+        std::filesystem::current_path(started_in);
         std::filesystem::remove_all(path);
     }
     static void put(const std::string &name, const std::string &content = "") {

@@ -7,9 +7,11 @@
 #include <csignal>
 #include <cstring>
 #include <functional>
+#include <optional>
 
 #include "isam/store_internal.h"
 #include "support/isam/store_fixture.h"
+#include "support/other_process.h"
 
 namespace {
 
@@ -26,18 +28,6 @@ item of(int number) {
     i.number = number;
     std::snprintf(i.name, sizeof i.name, "n%d", number % 17);
     return i;
-}
-
-/// What another process finds: true when `question` says so there.
-bool elsewhere(const std::function<bool()> &question) {
-    std::fflush(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
-        std::_Exit(question() ? 0 : 1);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 /// True when another process can lock bytes of a half for writing.
@@ -132,34 +122,20 @@ TEST_F(store_lock, HeldRecordIsRefusedElsewhere) {
 TEST_F(store_lock, HeldFreeRecordIsPassedOver) {
     constexpr int deleted = 3;
     item i = of(deleted);
-    int held[2];
-    int done[2];
-    ASSERT_EQ(pipe(held) | pipe(done), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        char byte = 0;
+    std::optional<OtherProcess> holder([] {
         const int fd = ix_fd_open("L.TXT", O_RDWR);
         file_lock(lock_action::sole, fd, deleted * off_t{sizeof(item)}, sizeof(item));
-        close(done[1]);
-        const bool told = write(held[1], &byte, 1) == 1 && read(done[0], &byte, 1) == 0;
-        std::_Exit(told ? 0 : 1);
-    }
-    char byte = 0;
-    ASSERT_EQ(read(held[0], &byte, 1), 1);
+    });
     ASSERT_TRUE(IXREAD(icb, &i));
     IXDELETE(icb, &i);
     i = of(200);
     EXPECT_TRUE(IXWRITE(icb, &i));
     EXPECT_EQ(icb->recno, 10);
     EXPECT_GT(waits, 0);
-    close(done[1]);
-    waitpid(child, nullptr, 0);
+    holder.reset();
     i = of(201);
     EXPECT_TRUE(IXWRITE(icb, &i));
     EXPECT_EQ(icb->recno, deleted) << "the chain still has it";
-    for (const int fd : {held[0], held[1], done[0]}) {
-        close(fd);
-    }
 }
 
 TEST_F(store_lock, ReservationOfAKey) {
@@ -365,26 +341,15 @@ TEST_F(store_lock, TwoHandlesKeepTheirLocks) {
 
     // A refused whole-file lock takes nothing away.
     ASSERT_TRUE(IXREADLOCK(icb, &i));
-    int hold[2];
-    int ready[2];
-    ASSERT_EQ(pipe(hold), 0);
-    ASSERT_EQ(pipe(ready), 0);
-    const pid_t child = fork();
-    char c = 0;
-    if (child == 0) {
-        close(hold[1]);
-        const int fd = ix_fd_open("L.TXT", O_RDWR);
-        file_lock(lock_action::exclusive, fd, 7 * off_t{sizeof(item)}, sizeof(item));
-        (void)!write(ready[1], &c, 1);
-        (void)!read(hold[0], &c, 1);
-        std::_Exit(0);
+    {
+        const OtherProcess holder([] {
+            const int fd = ix_fd_open("L.TXT", O_RDWR);
+            file_lock(lock_action::exclusive, fd, 7 * off_t{sizeof(item)}, sizeof(item));
+        });
+        EXPECT_FALSE(ix_trylock(lock_action::sole, second, second->datfd, 0, 0));
+        EXPECT_FALSE(record_free(3));
+        EXPECT_TRUE(record_free(5));
     }
-    ASSERT_EQ(read(ready[0], &c, 1), 1);
-    EXPECT_FALSE(ix_trylock(lock_action::sole, second, second->datfd, 0, 0));
-    EXPECT_FALSE(record_free(3));
-    EXPECT_TRUE(record_free(5));
-    close(hold[1]);
-    waitpid(child, nullptr, 0);
 
     // A whole-file lock beside a record: each is given up by itself.
     EXPECT_TRUE(IXLOCK(second, ix_lock_file));

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 #include <random>
 
 #include "isam/store_internal.h"
@@ -59,32 +58,6 @@ protected:
     ICB *icb = nullptr;
 };
 
-TEST_F(store_record, WalkEndsWithItsGroup) {
-    struct {
-        bool forward;
-        row start;
-        int parts;
-        std::vector<int> records;
-    } const cases[] = {
-        {true, of(2, 0), 1, {3, 5}}, {true, of(2, 2), 1, {5}},
-        {true, of(4, 0), 0, {}},     {true, of(0, 0), 0, {0, 1, 2, 3, 5, 6, 7, 8}},
-        {true, of(0, 0), 1, {}},     {false, of(2, 9), 1, {5, 3}},
-        {false, of(1, 1), 0, {}},    {false, of(1, 3), 0, {1, 0}},
-        {false, of(2, 1), 1, {}},
-    };
-    for (const auto &c : cases) {
-        row r = c.start;
-        std::vector<int> seen;
-        for (bool more = c.forward ? IXFIRSTR(icb, &r, c.parts) : IXPREVR(icb, &r, c.parts); more;
-             more = c.forward ? IXNEXTR(icb, &r, c.parts) : IXPREVR(icb, &r, c.parts)) {
-            seen.push_back(icb->recno);
-            ASSERT_LT(seen.size(), 20U);
-        }
-        EXPECT_EQ(seen, c.records) << c.start.group << '.' << c.start.number << " parts " << c.parts;
-        EXPECT_EQ(icb->recno, -1);
-    }
-}
-
 TEST_F(store_record, Skip) {
     struct {
         int position;
@@ -108,17 +81,6 @@ TEST_F(store_record, Skip) {
             EXPECT_STREQ(r.name, "naam");
         }
     }
-}
-
-TEST_F(store_record, GetHasThreeResults) {
-    row r = of(9, 9);
-    EXPECT_EQ(IXGET(icb, &r, 9), -1);
-    EXPECT_EQ(r.group, 9);
-    EXPECT_EQ(IXGET(icb, &r, -1), -1);
-    EXPECT_EQ(IXGET(icb, &r, 4), 0);
-    EXPECT_EQ(file_bytes("R.TXT")[64], reinterpret_cast<std::uint8_t *>(&r)[0]);
-    EXPECT_EQ(IXGET(icb, &r, 8), 1);
-    EXPECT_EQ(icb->recno, 8);
 }
 
 TEST_F(store_record, ReadOnlyWritesNothing) {

@@ -1,31 +1,22 @@
 // A directory of its own for each test, and an operator who only takes notes.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
 #include <vector>
 
 #include "isam/isam.h"
+#include "isam/scratch_dir.h"
 #include "support/isam/reference.h"
 #include "support/isam/verify.h"
 
 inline std::vector<std::string> operator_notes;
 inline int operator_answer = 0;
 
-class store_test : public testing::Test {
+class store_test : public ScratchDir {
 protected:
     void SetUp() override {
-        char name[] = "/tmp/store.XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        directory = name;
-        started_in = std::filesystem::current_path();
-        std::filesystem::current_path(directory);
+        ScratchDir::SetUp();
         operator_notes.clear();
         operator_answer = 0;
         isam_operator = {};
@@ -44,13 +35,9 @@ protected:
     }
 
     void TearDown() override {
-        std::filesystem::current_path(started_in);
-        std::filesystem::remove_all(directory);
         isam_operator = {};
+        ScratchDir::TearDown();
     }
-
-    std::filesystem::path directory;
-    std::filesystem::path started_in;
 };
 
 inline bytes file_bytes(const std::string &path) {
