@@ -1,13 +1,7 @@
 // Texts of the program from catalogues that the operator chooses.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
-#include "support/terminal.h"
-#include "tools/shop/shop.h"
+#include "support/run_case.h"
 
 namespace {
 
@@ -16,25 +10,12 @@ namespace fs = std::filesystem;
 const char *const catalogues = RVCHK_CATALOGUES;
 
 /// A shop whose labels were never checked, so that the menu comes.
-class Catalogue : public testing::Test {
+class Catalogue : public RunCase {
 protected:
     void SetUp() override {
-        const auto *info = testing::UnitTest::GetInstance()->current_test_info();
-        directory = fs::path(testing::TempDir()) /
-                    (std::string("catalogue-") + info->name() + std::to_string(getpid()));
-        fs::remove_all(directory);
-        ShopOptions options;
-        options.series = 2;
-        options.customers = 2;
+        RunCase::SetUp();
         options.checked = 1;
-        Shop shop;
-        std::string why;
-        ASSERT_TRUE(build_shop(options, shop, why)) << why;
-        shop.dates.labels = 0;
-        ASSERT_TRUE(write_shop(shop, directory, shop_target::any, why)) << why;
-    }
-    void TearDown() override {
-        fs::remove_all(directory);
+        make([](Shop &shop) { shop.dates.labels = 0; });
     }
     /// Makes <name>.cat in the shop's directory from a source in the form of gencat.
     void compile(const std::string &name, const std::string &source) const {
@@ -43,12 +24,8 @@ protected:
         ASSERT_EQ(std::system(("LC_ALL=C " GENCAT " '" + path + ".cat' '" + path + ".msg'").c_str()), 0);
     }
     [[nodiscard]] Terminal start(const std::string &nlspath, const std::string &lang = "C.UTF-8") const {
-        TerminalOptions options;
-        options.directory = directory;
-        options.environment = {{"NLSPATH", nlspath}, {"LANG", lang}};
-        return Terminal(options);
+        return RunCase::start({.environment = {{"NLSPATH", nlspath}, {"LANG", lang}}});
     }
-    fs::path directory;
 };
 
 TEST_F(Catalogue, LanguageOfTheEnvironmentIsShown) {
@@ -119,9 +96,7 @@ TEST_F(Catalogue, DamagedCatalogueIsNoCatalogue) {
         std::ofstream(directory / "DETAIL.cat", std::ios::binary) << bytes;
         std::ofstream(directory / "TERM351.cat", std::ios::binary) << bytes;
         Terminal t = start(directory.string() + "/%N.cat");
-        ASSERT_TRUE(t.wait_for("<ENTER> voor vervolg"));
-        t.key("ENTER");
-        ASSERT_TRUE(t.wait_for("Uw keuze"));
+        reach_menu(t);
         t.key("CANCEL");
         EXPECT_EQ(t.wait_exit(), 0);
     }

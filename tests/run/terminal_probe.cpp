@@ -1,18 +1,16 @@
-// Opens the description of TERM with a capital and the mode in the first argument, as the program does, shows
-// a text in each attribute, and then the code of every key, numbered. `q` ends it.
+// Opens the description of TERM with a capital, as the program does, shows a text in each attribute, and then
+// the code of every key, numbered. `q` ends it.
 #include <curses.h>
 #include <stdlib.h>
-#include <term.h>
 
 #include <cctype>
 #include <clocale>
 #include <string>
 
-int main(int argc, char **argv) {
+int main() {
     setlocale(LC_ALL, "");
     std::string name = getenv("TERM");
     name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
-    name += argc > 1 ? argv[1] : "";
     SCREEN *screen = newterm(name.c_str(), stdout, stdin);
     if (!screen) {
         return 10;
@@ -20,12 +18,6 @@ int main(int argc, char **argv) {
     cbreak();
     noecho();
     set_escdelay(50);
-    for (const char *string : {init_2string, init_3string}) {
-        if (string) {
-            putp(string);
-        }
-    }
-    fflush(stdout);  // putp goes through stdout, which curses itself passes by
     keypad(stdscr, TRUE);
     static const struct {
         attr_t attribute;
@@ -46,17 +38,13 @@ int main(int argc, char **argv) {
     for (const chtype line : {ACS_ULCORNER, ACS_HLINE, ACS_URCORNER, ACS_VLINE, ACS_LARROW, ACS_RARROW}) {
         addch(line);
     }
-    mvprintw(6, 0, "ready %dx%d", lines, columns);
+    mvprintw(6, 0, "ready %dx%d", LINES, COLS);
     refresh();
     for (int count = 1, key = 0; key != 'q'; ++count) {
         key = getch();
         mvprintw(4, 0, "key %d is %d.", count, key);
         clrtoeol();
         refresh();
-    }
-    if (reset_2string) {
-        putp(reset_2string);
-        fflush(stdout);
     }
     endwin();
     delscreen(screen);

@@ -1,8 +1,7 @@
-// The terminal driver itself, driven with the shell.
+// The terminal driver itself, driven with the shell: what the other tests lean on without seeing it.
 #include "support/terminal.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
 
 namespace {
 
@@ -37,78 +36,6 @@ TEST(Terminal, WaitsAreBoundedAndShowTheScreen) {
     t.key("ENTER");
     EXPECT_EQ(t.wait_exit(), 0);
     EXPECT_FALSE(t.wait_for("niets")) << "ends at once: the program is gone";
-}
-
-TEST(Terminal, StatusAndLastOutputAfterTheEnd) {
-    Terminal t(shell("seq 1 20000; printf 'klaar'; exit 7"));
-    EXPECT_EQ(t.wait_exit(), 7);
-    EXPECT_EQ(t.row(25), "klaar") << t.dump();
-    EXPECT_NE(t.raw().find("\r\n12345\r\n"), std::string::npos);
-
-    Terminal killed(shell("printf op; read x"));
-    ASSERT_TRUE(killed.wait_for("op"));
-    killed.send_signal(SIGTERM);
-    EXPECT_EQ(killed.wait_exit(), 128 + SIGTERM);
-}
-
-TEST(Terminal, EnvironmentDirectoryAndSize) {
-    Terminal t({.program = "/bin/sh",
-                .arguments = {"-c", "echo [$KPOS] [${TERM-geen}] $(pwd) $(stty size)"},
-                .directory = "/usr",
-                .lines = 43,
-                .columns = 132,
-                .environment = {{"KPOS", "ja"}, {"TERM", std::nullopt}}});
-    ASSERT_EQ(t.wait_exit(), 0) << t.dump();
-    EXPECT_EQ(t.row(1), "[ja] [geen] /usr 43 132");
-}
-
-TEST(Terminal, BothSidesChangeTheSize) {
-    const char *script =
-        R"sh(trap 'echo "nu $(stty size)"' WINCH
-             echo klaar; read x; printf '\033[8;25;132t'; while true; do sleep 0.02; done)sh";
-    Terminal t(shell(script));
-    ASSERT_TRUE(t.wait_for("klaar"));
-    t.resize(30, 90);
-    ASSERT_TRUE(t.wait_for("nu 30 90"));
-    t.key("ENTER");
-    ASSERT_TRUE(t.wait_for("nu 25 132"));
-    EXPECT_EQ(t.columns(), 132);
-
-    TerminalOptions fixed = shell(R"sh(printf '\033[8;25;132t\033[?3h'; stty size; read x)sh");
-    fixed.resizable = false;
-    Terminal u(fixed);
-    ASSERT_TRUE(u.wait_for("25 80"));
-}
-
-TEST(Terminal, PrinterOutputStaysOffTheScreen) {
-    Terminal t(shell(R"sh(printf 'a\033[5iregel\033[1m\n\033[4ib'; read x)sh"));
-    ASSERT_TRUE(t.wait_for("ab"));
-    EXPECT_EQ(t.printed(), "regel\033[1m\r\n");
-}
-
-TEST(Terminal, SingleByteCharacterSet) {
-    TerminalOptions options =
-        shell(R"sh(stty -echo; printf '\351\r\n'; read x; printf '%s' "$x" | od -An -tx1; read x)sh");
-    options.encoding = "ISO-8859-1";
-    Terminal t(options);
-    ASSERT_TRUE(t.wait_row(1, "é"));
-    t.type("ë€\n");
-    EXPECT_TRUE(t.wait_for("eb 3f"));
-}
-
-TEST(Terminal, HangUpEndsTheProgram) {
-    Terminal t(shell("printf op; read x; exit 3"));
-    ASSERT_TRUE(t.wait_for("op"));
-    t.hang_up();
-    EXPECT_EQ(t.wait_exit(), 128 + SIGHUP);
-}
-
-TEST(Terminal, ControlKeysAreSignals) {
-    Terminal t(shell("trap 'echo onderbroken; exit 4' INT; printf op; while true; do sleep 0.02; done"));
-    ASSERT_TRUE(t.wait_for("op"));
-    t.key("INTR");
-    EXPECT_EQ(t.wait_exit(), 4);
-    EXPECT_TRUE(t.row(1).find("onderbroken") != std::string::npos || t.row(2) == "onderbroken") << t.dump();
 }
 
 }  // namespace

@@ -7,11 +7,10 @@
 #undef columns
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <cctype>
-#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 
@@ -125,7 +124,7 @@ TEST(Terminfo, EveryVariantHasWhatTheDialogueNeeds) {
     unsetenv("TERMINFO");
 }
 
-TEST(Terminfo, NcursesDeliversTheKeys) {
+TEST(Terminfo, NcursesDeliversKeysAttributesAndLines) {
     const std::map<std::string, int> codes = {
         {"CANCEL", KEY_CANCEL}, {"HELP", KEY_HELP}, {"EXIT", KEY_EXIT}, {"BACKSPACE", KEY_BACKSPACE},
         {"SHTAB", KEY_BTAB},    {"UP", KEY_UP},     {"DOWN", KEY_DOWN}, {"LEFT", KEY_LEFT},
@@ -143,6 +142,12 @@ TEST(Terminfo, NcursesDeliversTheKeys) {
         SCOPED_TRACE(terminal.term);
         Terminal t({.program = TERMINAL_PROBE, .term = terminal.term});
         ASSERT_TRUE(t.wait_for("ready 25x80"));
+        EXPECT_EQ(t.attr_of("bold"), (TerminalAttributes{.bold = true}));
+        EXPECT_EQ(t.attr_of("underline"), (TerminalAttributes{.underline = true}));
+        EXPECT_EQ(t.attr_of("reverse"), (TerminalAttributes{.reverse = true}));
+        EXPECT_EQ(t.attr_of("dim"), (TerminalAttributes{.dim = terminal.dim}));
+        EXPECT_EQ(t.attr_of("blink"), (TerminalAttributes{.blink = terminal.blink}));
+        EXPECT_EQ(t.row(3).substr(0, 12), "┌─┐│");
         int count = 0;
         for (const auto &[name, code] : codes) {
             t.key(name);
@@ -154,74 +159,14 @@ TEST(Terminfo, NcursesDeliversTheKeys) {
     }
 }
 
-TEST(Terminfo, AttributesAndLinesReachTheScreen) {
-    for (const Delivered &terminal : delivered) {
-        if (!present(terminal)) {
-            continue;
-        }
-        SCOPED_TRACE(terminal.term);
-        Terminal t({.program = TERMINAL_PROBE, .term = terminal.term});
-        ASSERT_TRUE(t.wait_for("ready 25x80"));
-        EXPECT_EQ(t.attr_of("bold"), (TerminalAttributes{.bold = true}));
-        EXPECT_EQ(t.attr_of("underline"), (TerminalAttributes{.underline = true}));
-        EXPECT_EQ(t.attr_of("reverse"), (TerminalAttributes{.reverse = true}));
-        EXPECT_EQ(t.attr_of("dim"), (TerminalAttributes{.dim = terminal.dim}));
-        EXPECT_EQ(t.attr_of("blink"), (TerminalAttributes{.blink = terminal.blink}));
-        EXPECT_EQ(t.row(3).substr(0, 12), "┌─┐│");
-    }
-}
-
-TEST(Terminfo, WindowsTakeTheSizeOfTheVariant) {
-    for (const Delivered &terminal : delivered) {
-        if (!present(terminal)) {
-            continue;
-        }
-        for (const Variant &variant : variants) {
-            SCOPED_TRACE(entry_of(terminal, variant.mode));
-            const bool wide = variant.cols == 132, is_long = variant.rows == 43;
-            const bool changes = (wide && terminal.wide_init) || (is_long && terminal.long_init);
-            // A larger window than the normal one must stay as it is.
-            Terminal t({.program = TERMINAL_PROBE,
-                        .arguments = {variant.mode},
-                        .lines = 30,
-                        .columns = 100,
-                        .term = terminal.term});
-            ASSERT_TRUE(t.wait_for("ready"));
-            const bool vt = terminal.reset == normal_vt;
-            EXPECT_EQ(t.columns(), changes ? variant.cols : 100);
-            EXPECT_EQ(t.lines(), changes && !vt ? variant.rows : 30);
-            t.type("q");
-            ASSERT_EQ(t.wait_exit(), 0);
-            EXPECT_EQ(t.columns(), changes ? 80 : 100);
-            EXPECT_EQ(t.lines(), changes && !vt ? 25 : 30);
-        }
-    }
-}
-
-TEST(Terminfo, ScriptCompilesAllWithoutWarning) {
-    char directory[] = "/tmp/entriesXXXXXX";
-    ASSERT_NE(mkdtemp(directory), nullptr);
-    const auto run = [&directory](const std::string &arguments) {
-        const std::string command =
-            std::string(MAKE_ENTRIES) + " -o " + directory + " " + arguments + " 2>&1";
-        std::FILE *pipe = popen(command.c_str(), "r");
-        std::string output;
-        for (int c = 0; (c = std::fgetc(pipe)) != EOF;) {
-            output += static_cast<char>(c);
-        }
-        return std::pair(pclose(pipe), output);
-    };
-    for (const Delivered &terminal : delivered) {
-        if (present(terminal)) {
-            EXPECT_EQ(run(terminal.term), std::pair(0, std::string())) << terminal.term;
-        }
-    }
-    EXPECT_EQ(run("-q no-such-terminal"), std::pair(0, std::string()));
-    EXPECT_NE(run("no-such-terminal").second.find("no-such-terminal"), std::string::npos);
-    EXPECT_NE(run("no-such-terminal").first, 0);
-    // One that is not in the list of the build.
-    EXPECT_EQ(run("pcansi"), std::pair(0, std::string()));
-    EXPECT_TRUE(std::filesystem::exists(std::string(directory) + "/P/Pcansi-w"));
+// The build compiles those in the list; this is one that is not, and a name that nothing describes.
+TEST(Terminfo, ScriptCompilesAnyOther) {
+    const std::string directory = testing::TempDir() + "entries-" + std::to_string(getpid());
+    const std::string script = std::string(MAKE_ENTRIES) + " -o " + directory;
+    EXPECT_EQ(std::system((script + " pcansi").c_str()), 0);
+    EXPECT_TRUE(std::filesystem::exists(directory + "/P/Pcansi-w"));
+    EXPECT_EQ(std::system((script + " -q no-such-terminal").c_str()), 0);
+    EXPECT_NE(std::system((script + " no-such-terminal 2>/dev/null").c_str()), 0);
     std::filesystem::remove_all(directory);
 }
 
