@@ -1,40 +1,30 @@
 // Records of the system file: regions, empty records, locks between programs.
 #include "sub/iotab.h"
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "isam/isam.h"
+#include "isam/scratch_dir.h"
 #include "sub/batchvw.h"
 #include "sub/iofil.h"
+#include "support/other_process.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
-class SystemFile : public testing::Test {
+class SystemFile : public ScratchDir {
 protected:
     void SetUp() override {
-        directory = fs::path(testing::TempDir()) / ("iotab-" + std::to_string(getpid()));
+        ScratchDir::SetUp();
         // A fatal stop waits for Enter; here it meets the end of the input.
         ASSERT_NE(std::freopen("/dev/null", "r", stdin), nullptr);
-        fs::create_directories(directory);
-        fs::current_path(directory);
-        std::ofstream(sys_file_name, std::ios::binary) << std::string(region_actions.end(), '\0');
+        put(sys_file_name, std::string(region_actions.end(), '\0'));
         iotab(tab_action::open, sys_row, nullptr, 0, 0, 0);
     }
     void TearDown() override {
         iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
         sys_user = 0;
-        fs::current_path("/");
-        fs::remove_all(directory);
+        ScratchDir::TearDown();
     }
     static void put_title(std::int32_t number, const char *text) {
         TitleRecord title{};
@@ -42,10 +32,8 @@ protected:
         iotab(tab_action::write, number, title, region_titles);
     }
     static std::string bytes() {
-        std::ifstream file(sys_file_name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+        return get(sys_file_name);
     }
-    fs::path directory;
 };
 
 struct Walk {
@@ -102,7 +90,7 @@ TEST_F(SystemFile, WritesWithinTheRegionOnly) {
 
 TEST_F(SystemFile, ShortRecordIsNotRead) {
     put_title(20, "laatste");
-    fs::resize_file(sys_file_name, 2000 + 19 * 32 + 20);
+    std::filesystem::resize_file(sys_file_name, 2000 + 19 * 32 + 20);
     TitleRecord title{};
     std::int32_t number = 20;
     EXPECT_EQ(iotab(tab_action::read, number, title, region_titles), 0);
@@ -129,42 +117,15 @@ TEST_F(SystemFile, StatusIsWrittenForAUserOnly) {
     EXPECT_EQ(bytes()[static_cast<std::size_t>(region_users.offset(4)) + 38], status_in_chain_update);
 }
 
-/// Runs `work` in another process, which tells when it is done and ends when told.
-template <class Work>
-class OtherProgram {
-public:
-    explicit OtherProgram(Work work) {
-        int ready[2];
-        int stop[2];
-        EXPECT_EQ(pipe(ready) | pipe(stop), 0);
-        process = fork();
-        if (process == 0) {
-            close(stop[1]);
-            iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
-            iotab(tab_action::open, sys_row, nullptr, 0, 0, 0);
-            work();
-            char byte = 0;
-            [[maybe_unused]] ssize_t done = write(ready[1], &byte, 1);
-            done = read(stop[0], &byte, 1);
-            _exit(0);
-        }
-        char byte = 0;
-        EXPECT_EQ(read(ready[0], &byte, 1), 1);
-        close(ready[0]);
-        close(ready[1]);
-        close(stop[0]);
-        stop_end = stop[1];
-    }
-    ~OtherProgram() {
-        close(stop_end);
-        waitpid(process, nullptr, 0);
-    }
-    OtherProgram(const OtherProgram &) = delete;
-    OtherProgram &operator=(const OtherProgram &) = delete;
-
-private:
-    pid_t process = 0;
-    int stop_end = -1;
+/// Another program on the same system file.
+struct OtherProgram : OtherProcess {
+    template <class Work>
+    explicit OtherProgram(const Work &work)
+        : OtherProcess([&work] {
+              iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
+              iotab(tab_action::open, sys_row, nullptr, 0, 0, 0);
+              work();
+          }) {}
 };
 
 TEST_F(SystemFile, RecordLocksKeepProgramsApart) {
@@ -233,7 +194,7 @@ TEST_F(SystemFile, BatchLockIsAByteForKindAndUser) {
 
 // Names are scrambled on file, the head office has that of row 1.
 TEST_F(SystemFile, BranchFileKeepsNamesInItsOwnForm) {
-    std::ofstream("RVFILGEG.TXT", std::ios::binary) << std::string(3 * sizeof(BranchRecord), '\1');
+    put("RVFILGEG.TXT", std::string(3 * sizeof(BranchRecord), '\1'));
     std::strcpy(sys_settings.company, "Schoenhuis");
     sys_settings.branches = 2;
     BranchRecord branch{};
@@ -250,8 +211,7 @@ TEST_F(SystemFile, BranchFileKeepsNamesInItsOwnForm) {
         EXPECT_STREQ(branch.name, expected[number]);
         EXPECT_EQ(branch.carried_600[11], 1);
     }
-    std::ifstream file("RVFILGEG.TXT", std::ios::binary);
-    const std::string on_file{std::istreambuf_iterator<char>(file), {}};
+    const std::string on_file = get("RVFILGEG.TXT");
     EXPECT_EQ(on_file.find("Filiaal"), std::string::npos);
     EXPECT_EQ(on_file.substr(0, 32), std::string(32, '\0')) << "the head office has no name on file";
     EXPECT_EXIT(iofil(fil_action::read, 3, branch), testing::ExitedWithCode(1), "");
