@@ -1,16 +1,11 @@
 #include "support/check_case.h"
 
-#include <poll.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <ostream>
 #include <sstream>
+
+#include "support/terminal.h"
 
 namespace {
 
@@ -24,41 +19,6 @@ std::vector<std::string> lines_of(const char *name) {
         lines.push_back(line);
     }
     return lines;
-}
-
-/// Reads what the program draws until it closes its end; false when that takes longer than a minute.
-bool drain(int line, std::string &tail) {
-    using clock = std::chrono::steady_clock;
-    constexpr std::size_t kept = 4000;
-    const auto deadline = clock::now() + std::chrono::minutes(1);
-    while (clock::now() < deadline) {
-        pollfd input{line, POLLIN, 0};
-        if (poll(&input, 1, 1000) <= 0) {
-            continue;
-        }
-        char buffer[16384];
-        const ssize_t length = read(line, buffer, sizeof buffer);
-        if (length <= 0) {
-            return true;
-        }
-        tail.append(buffer, static_cast<std::size_t>(length));
-        if (tail.find("AFGEBROKEN") != std::string::npos) {
-            // A fatal stop waits for Enter at the terminal itself.
-            (void)!write(line, "\n", 1);
-        }
-        if (tail.size() > kept) {
-            tail.erase(0, tail.size() - kept);
-        }
-    }
-    return false;
-}
-
-int exit_status(pid_t pid) {
-    int status = 0;
-    if (waitpid(pid, &status, 0) != pid) {
-        return -1;
-    }
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 bool holds(const std::vector<std::string> &lines, const std::string &text) {
@@ -97,44 +57,24 @@ CheckRun run_check(const std::string &words, const std::string &answers) {
     for (const char *name : result_files) {
         std::filesystem::remove(name);
     }
-    std::vector<std::string> arguments{RVCHK_CHECK_PROBE};
+    TerminalOptions probe{.program = RVCHK_CHECK_PROBE};
+    if (const char *programs = std::getenv("BIN")) {
+        probe.environment["BIN"] = programs;
+    }
     if (!answers.empty()) {
-        arguments.push_back("answers=" + answers);
+        probe.arguments.push_back("answers=" + answers);
     }
     std::istringstream list(words);
     for (std::string word; list >> word;) {
-        arguments.push_back(word);
+        probe.arguments.push_back(word);
     }
-    std::vector<char *> pointers;
-    for (std::string &argument : arguments) {
-        pointers.push_back(argument.data());
-    }
-    pointers.push_back(nullptr);
-
     CheckRun run;
-    const winsize size{25, 80, 0, 0};
-    int line = -1;
-    const pid_t pid = forkpty(&line, nullptr, nullptr, &size);
-    if (pid == 0) {
-        setenv("TERM", "xterm-256color", 1);
-        setenv("TERMINFO", RVCHK_TERMINFO, 1);
-        setenv("LC_ALL", "C.UTF-8", 1);
-        execv(pointers[0], pointers.data());
-        _exit(127);
+    Terminal t(probe);
+    if (t.wait_for("AFGEBROKEN", std::chrono::minutes(1))) {
+        t.key("ENTER");  // a fatal stop waits for it
     }
-    if (pid < 0) {
-        ADD_FAILURE() << "no pseudo-terminal";
-        return run;
-    }
-    const bool ended = drain(line, run.last_output);
-    if (!ended) {
-        kill(pid, SIGKILL);
-    }
-    run.status = exit_status(pid);
-    if (!ended) {
-        run.status = -1;
-    }
-    close(line);
+    run.status = t.wait_exit();
+    run.last_output = t.raw();
     run.report = lines_of("rapport.txt");
     run.questions = lines_of("vragen.txt");
     for (const std::string &noted : lines_of("uitkomst.txt")) {
