@@ -69,7 +69,8 @@ TEST_F(HandOff, DeviceGetsEveryCopyAndNothingStays) {
 }
 
 TEST_F(HandOff, NameOfADeviceCannotBecomeACommand) {
-    for (const char *device : {"de vice", "~", "caf\x82", "d;touch gotcha;", "d$(touch gotcha)", "d'`touch gotcha`"}) {
+    for (const char *device :
+         {"de vice", "~", "caf\x82", "d;touch gotcha;", "d$(touch gotcha)", "d'`touch gotcha`"}) {
         report(device, 2);
         ASSERT_TRUE(all_gone());
         EXPECT_EQ(count(device, "regel van 42\n"), 2) << device;
