@@ -75,7 +75,7 @@ bool is_help(const field_edit &edit, int key) {
 }
 
 /// True when the key leaves the field at once; text and value are those of the start then.
-bool hard_exit(field_edit &edit, int key) {
+bool hard_exit(const field_edit &edit, int key) {
     if (!key_allowed(key) || (edit.cursor != 0 && key != K_ESC)) {
         return false;
     }

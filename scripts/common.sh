@@ -5,7 +5,7 @@ log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 
 build_packages=(g++ cmake make libc-dev-bin libncurses-dev ncurses-bin ncurses-term libboost-dev)
-test_packages=(python3 libgtest-dev libvterm-dev faketime dpkg-dev file clang libclang-rt-14-dev)
+test_packages=(python3 libgtest-dev libvterm-dev faketime cups cups-client dpkg-dev file clang libclang-rt-14-dev)
 
 # step "What it does" command...: silent when it works, tells what failed and how when it does not.
 step() {

@@ -127,6 +127,14 @@ TEST_F(Destination, TextsOfTheFormGoAroundTheReport) {
     EXPECT_EQ(get("laser1"), "\033E\\regel\n\f\f");
 }
 
+TEST_F(Destination, DirectoryGetsItsFile) {
+    ASSERT_TRUE(XPRT_OPEN({8, 0, 1}, prt_fits_132, nullptr));
+    prt_printf("regel\n");
+    prt_close("");
+    ASSERT_EQ(std::distance(fs::directory_iterator("uit"), {}), 1);
+    EXPECT_EQ(fs::directory_iterator("uit")->path().filename().string().substr(0, 2), "TR");
+}
+
 TEST_F(Destination, TerminalsOfTheOperator) {
     struct Case {
         const char *printer, *file;

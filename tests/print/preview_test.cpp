@@ -229,4 +229,17 @@ TEST_F(Preview, CopiesAndHeadLines) {
     EXPECT_EQ(text.rfind("SET-UPp1 r1\x01\n", 0), 0U);
 }
 
+TEST_F(Preview, LongReportPagesWithoutDelay) {
+    Terminal t(report(1600, 62, 132));
+    ASSERT_TRUE(t.wait_row(25, "(blad 1 van 1600)"));
+    const auto start = std::chrono::steady_clock::now();
+    t.key("END");
+    ASSERT_TRUE(t.wait_row(25, "(blad 1600 van 1600)"));
+    t.key("PGUP");
+    ASSERT_TRUE(t.wait_row(25, "(blad 1599 van 1600)"));
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(time.count(), 2.0);
+    leave(t);
+}
+
 }  // namespace

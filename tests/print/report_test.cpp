@@ -111,6 +111,29 @@ TEST_F(Layout, LinesBecomeOneOrTwo) {
     }
 }
 
+TEST_F(Layout, FormatsOfHelpers) {
+    const struct {
+        const char *made;
+        const char *expected;
+    } cases[] = {
+        {fmt_c(1), "%1c"},
+        {fmt_s(0), "%s"},
+        {fmt_d(5), "%5d"},
+        {fmt_hd(3), "%3hd"},
+        {fmt_ld(-7), "%-7ld"},
+        {fmt_u(2), "%2u"},
+        {fmt_hu(4), "%4hu"},
+        {fmt_lu(9), "%9lu"},
+        {fmt_left_s(8), "%-8.8s"},
+        {fmt_right_s(8), "%8.8s"},
+        {fmt_left_label(12), "%-12.12s: "},
+        {fmt_columns(2, -3, 1), "  %-3.3s "},
+    };
+    for (const auto &each : cases) {
+        EXPECT_STREQ(each.made, each.expected);
+    }
+}
+
 TEST_F(Layout, FieldsAreCutBelowTheLongestField) {
     setenv("MAXFMT", "10", 1);
     open_text();
@@ -234,6 +257,17 @@ TEST_F(Layout, LinesThatOutgrowTheirLimitAreFatal) {
               "PrintBuffer > 32000 Bytes, printline too long");
 }
 
+// The sanitizers stop at such a request themselves.
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(Layout, NoMemoryIsFatal) {
+    EXPECT_EQ(fatal_text([] {
+                  setenv("MAXFMT", "4611686018427387904", 1);
+                  open_text();
+              }),
+              "Onvoldoende geheugen");
+}
+#endif
+
 TEST_F(Layout, HeadFitsOnOneLineOrTakesTwo) {
     const std::string date = date_show_long(date_today());
     open_text(80);
@@ -269,6 +303,21 @@ TEST_F(Layout, NoDestinationLeavesNoJob) {
     // The next report starts as if nothing had happened.
     prt_modules.job_open = [](const print_setup &, std::uint16_t, const char *) { return false; };
     EXPECT_FALSE(open());
+}
+
+TEST_F(Layout, LongReportsCostTheSameForEveryLine) {
+    constexpr int lines = 100000;
+    open_text();
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < lines; i++) {
+        prt_printf("%7ld %3hu %4hu  %-30.30s %8.2f %9d\n", 12345L, static_cast<unsigned short>(7),
+                   static_cast<unsigned short>(12), "omschrijving van een artikel", 12.5, i);
+    }
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    RecordProperty("seconds", std::to_string(time.count()));
+    EXPECT_LT(time.count(), 20.0);
+    EXPECT_EQ(file_size(prt_job.job_file.c_str()), lines * 68L);
+    close_text();
 }
 
 }  // namespace
