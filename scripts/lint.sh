@@ -5,7 +5,8 @@ set -u
 . "$(dirname "$0")/common.sh"
 
 install_missing "${build_packages[@]}" clang-tidy cppcheck
-build_preset release -DRVCHK_TESTS=OFF -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
+cd "$root" || exit 1
+step "Configuring" cmake --preset release -B build/lint -DRVCHK_TESTS=OFF -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
 
 if [ $# -gt 0 ]; then
   files=("$@")
@@ -16,7 +17,7 @@ found=0
 
 # The database has warnings of g++ that clang does not know.
 printf '%s\n' "${files[@]}" |
-  xargs -P "$(nproc)" -n 4 clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null ||
+  xargs -P "$(nproc)" -n 4 clang-tidy -p build/lint --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null ||
   found=1
 
 # Left out, and why:
