@@ -41,9 +41,10 @@ const char *chk_name(int index);
 
 enum class chk_bar : int { open = 1, step = 2, close = 3 };
 /// The progress bar in its window: opens it for `total` with a caption, moves it to `current` of `total`,
-/// closes it.
+/// closes it, whatever the numbers.
 void chk_progress(std::uint32_t current, std::uint32_t total, chk_bar action, const char *text = nullptr);
-/// Clears the last lines of the screen and opens the bar: the start of a pass.
+/// Clears the last lines of the screen and opens the bar: the start of a pass. It ends, broken off or not,
+/// with `chk_progress(0, 0, chk_bar::close)`.
 void chk_phase(const char *caption, std::uint32_t total);
 /// Two lines, at `row` and the row below, that tell the operator to ask for advice first; beeps.
 void chk_warn_consult(int row);
