@@ -18,8 +18,8 @@ constexpr std::size_t at_text = 56;  ///< of the findings, in a report line
 
 class Prices : public CheckCase {
 protected:
-    /// The codes of the findings, in the order of the report; one for a row of equal ones, since the length of
-    /// a chain in the made shop depends on the day.
+    /// The codes of the findings, in the order of the report; one for a row of equal ones, since the length
+    /// of a chain in the made shop depends on the day.
     static std::string found(const CheckRun &run) {
         static const std::map<std::string, std::string> codes = {
             {"prijsblok buiten bestand", "1"},
@@ -58,7 +58,7 @@ TEST_F(Prices, FindMendAndFindNothing) {
     struct fault_case {
         const char *fault;
         const char *found;
-        bool dated;          ///< no label is left without a price; false when it depends on the set that was hit
+        bool dated;  ///< no label is left without a price; false when it depends on the set that was hit
         const char *second;  ///< what the second run finds
     };
     const fault_case cases[] = {
@@ -71,7 +71,7 @@ TEST_F(Prices, FindMendAndFindNothing) {
         {"price-no-supplier", "13", true, "13"},   {"price-free-loop", "", true, ""},
         {"price-free-used", "", true, ""},         {"price-free-head", "", true, ""},
         {"price-file-tail", "", true, ""},         {"price-set-late", "", false, ""},
-        {"price-label-none", "", true, ""},
+        {"price-label-none", "", true, ""},        {"price-free-first", "", true, ""},
     };
     for (const fault_case &each : cases) {
         SCOPED_TRACE(each.fault);

@@ -185,6 +185,30 @@ TEST_F(damaged_block, IndexCutShortWhileOpen) {
     }
 }
 
+// An insertion takes the first free record; one that is none, or leads nowhere, would cost a live one.
+TEST_F(damaged_block, FreeRecordThatCannotBeTaken) {
+    make_sample();
+    const bytes data = file_bytes("S.TXT");
+    const bytes index = file_bytes("S.INX");
+    const std::size_t first = std::size_t{index[12]} * 16;
+    for (const auto &[offset, damage] : {std::pair{0U, "01"}, {1U, "FE FF FF FF"}, {1U, "C8 00 00 00"}}) {
+        for (const int mode : {ix_exclusive, ix_shared}) {
+            put_bytes("S.INX", 0, index);
+            put_bytes("S.TXT", 0, data);
+            put_bytes("S.TXT", first + offset, hex(damage));
+            const bytes damaged = file_bytes("S.TXT");
+            const auto insert = [mode] {
+                const char record[16] = {0, 1};
+                IXWRITE(IXOPEN("S", mode), record);
+            };
+            EXPECT_EXIT(insert(), ExitedWithCode(1), "Niet consistent") << damage << " mode " << mode;
+            EXPECT_EQ(file_bytes("S.TXT"), damaged) << damage << " mode " << mode;
+            ASSERT_TRUE(IXBLDIX("S"));
+            EXPECT_EQ(ix_verify("S"), std::vector<std::string>{});
+        }
+    }
+}
+
 TEST_F(damaged_block, DataCutShortWhileOpen) {
     make_sample();
     ICB *icb = IXOPEN("S", ix_shared);

@@ -200,6 +200,48 @@ TEST_F(Run, MarkerStandsBehindAMenuThatLeftEveryRequiredDateRecent) {
     }
 }
 
+// Files that were missing, or a program that was broken off: the first checks run before the menu comes, and
+// reservations that the dead have left are gone by then.
+TEST_F(Run, MarkOfABadEndRunsTheFirstChecksAtOnce) {
+    for (const char state : {state_missing_files, state_critical_stop, state_normal}) {
+        options.faults = {"index-series-locks"};
+        make();
+        std::fstream system(directory / "RVSYS.TXT", std::ios::binary | std::ios::in | std::ios::out);
+        system.seekp(region_rows.offset(row_status) + 63);
+        system.put(state);
+        system.close();
+        const auto reserved = [this] {
+            const std::string index = bytes("RVSER.INX");
+            return index[static_cast<std::size_t>(index[11] + 1) * 512 + 4];
+        };
+        EXPECT_NE(reserved(), 0);
+        Terminal t = start({.resizable = false});
+        if (state != state_normal) {
+            ASSERT_TRUE(t.wait_for("Wilt u de index van het seriebestand herstellen"));
+            t.key("ENTER");
+            const auto shows = [&t](const char *text) { return t.screen().find(text) != std::string::npos; };
+            const auto stops = [&] { return shows("(blad ") || shows("<ENTER> voor vervolg"); };
+            while (t.wait_until(stops, "a report, or the menu") && shows("(blad ")) {
+                t.key("ESC");
+                ASSERT_TRUE(t.wait_gone("(blad "));
+            }
+        }
+        reach_menu(t);
+        EXPECT_EQ(reserved(), 0);
+        t.key("CANCEL");
+        EXPECT_EQ(t.wait_exit(), 0);
+        const std::string dates =
+            bytes("RVSYS.TXT").substr(static_cast<std::size_t>(region_rows.offset(row_dates)));
+        for (const std::size_t of :
+             {offsetof(SysRow19, labels), offsetof(SysRow19, prices), offsetof(SysRow19, sizes)}) {
+            EXPECT_EQ(dates.substr(of, 2) == std::string(2, '\0'), state == state_normal) << of;
+        }
+        EXPECT_EQ(dates.substr(offsetof(SysRow19, series), 2), std::string(2, '\0'));
+        fs::remove_all(directory);
+    }
+    options.faults.clear();
+}
+
 TEST_F(Run, EachRequiredDateCounts) {
     using Field = little_uint16_t SysRow19::*;
     for (const Field field :

@@ -157,6 +157,14 @@ constexpr ShopFault prices[] = {
          shop.price_chain.free_head = shop.price_chain.end_mark + 9;
          return true;
      }},
+    {"price-free-first", "the free chain of the price file begins in a used block",
+     [](Shop &shop, Random &random) {
+         const PriceSetRecord *set = set_with_blocks(shop, random, 1);
+         if (set != nullptr) {
+             shop.price_chain.free_head = set->chain;
+         }
+         return set != nullptr;
+     }},
     {"price-file-tail", "the price file ends within a block",
      [](Shop &shop, Random &) {
          shop.tails["RVIPG.TXT"] = std::string(17, 'x');
