@@ -15,11 +15,12 @@ Dialogue editing(const char *format, const char *value, const char *allow = "") 
     return Dialogue(Arguments{"edit", format, value, allow});
 }
 
-void expect_rows(const Terminal &t, int first, std::initializer_list<const char *> rows) {
-    int row = first;
-    for (const char *text : rows) {
-        EXPECT_EQ(t.row(row), text) << "row " << row << "\n" << t.dump();
-        row++;
+/// Rows from `first` on, one behind the other with a '/' after each.
+void expect_rows(const Terminal &t, int first, std::string_view rows) {
+    for (int row = first; !rows.empty(); row++) {
+        const std::size_t end = rows.find('/');
+        EXPECT_EQ(t.row(row), rows.substr(0, end)) << "row " << row << "\n" << t.dump();
+        rows.remove_prefix(end + 1);
     }
 }
 
@@ -30,26 +31,9 @@ TEST(Keys, MaskSlotsQueueReplay) {
     ASSERT_TRUE(d.wait_for("tweede"));
     ASSERT_TRUE(d.settle());
     expect_rows(d, 1,
-                {"esc bij cancel 1",
-                 "esc zonder cancel 1",
-                 "f1 bij help 1",
-                 "buiten het masker 0",
-                 "letter als uitgang 0",
-                 "zacht maar niet toegestaan 0",
-                 "zacht 1",
-                 "zacht gewist 0",
-                 "hersteld 1",
-                 "laatste eerst 50049",
-                 "afgebroken 270",
-                 "herhaald 545556",
-                 "wacht 0",
-                 "eerste 112",
-                 "tweede 113",
-                 "F1 |",
-                 "F12|",
-                 "SH_TAB|",
-                 "RGHT|",
-                 "x|"});
+                "esc bij cancel 1/esc zonder cancel 1/f1 bij help 1/buiten het masker 0/letter als uitgang 0/"
+                "zacht maar niet toegestaan 0/zacht 1/zacht gewist 0/hersteld 1/laatste eerst 50049/"
+                "afgebroken 270/herhaald 545556/wacht 0/eerste 112/tweede 113/F1 |/F12|/SH_TAB|/RGHT|/x|/");
 }
 
 TEST(Keys, MacroCommandByKeyAndByMenu) {
@@ -139,56 +123,43 @@ TEST(Field, BytesOfAnotherCharacterSetPassUnchanged) {
 struct HelpPage {
     const char *format;
     const char *allow;
-    std::vector<const char *> rows;  // inner rows 2 to 10
+    std::string text;  // inner rows 2 to 10
 };
 
 TEST(Help, ExplainsTheFormat) {
+    const std::string expects = "Er wordt ingave van een ", digits = "Alle cijfers  toegestaan/";
+    const std::string must = "U moet  1  posities vullen//";
     const HelpPage pages[] = {
-        {"3d,P",
-         "",
-         {"Er wordt ingave van een getal  verwacht", "U mag  3  posities vullen", "",
-          "Alle cijfers  toegestaan", "", "", "", "", "Bereik : 1 t/m 999"}},
-        {"6.2f,EZPN",
-         "up tab cancel",
-         {"Er wordt ingave van een getal  verwacht",
-          "U moet  6  posities vullen , waarvan   2  cijfers na de komma", "", "Alle cijfers  toegestaan", "",
-          "De volgende functietoetsen zijn toe te passen :", "Cursor Up, Tab, CANCEL", "",
-          "Bereik : -99.99 t/m 999.99"}},
-        {"1c[+*C],EIAU",
-         "",
-         {"Er wordt ingave van een tekst  verwacht", "U moet  1  posities vullen", "", "* + C   toegestaan",
-          "", "", "", "", ""}},
-        {"1c[^.,]",
-         "",
-         {"Er wordt ingave van een tekst  verwacht", "U mag  1  posities vullen", "", ", .   niet toegestaan",
-          "", "", "", "", ""}},
-        {"10D",
-         "",
-         {"Er wordt ingave van een datum  verwacht", "U mag  10  posities vullen   (DDMMJJ)", "",
-          "Alle cijfers  toegestaan", "", "", "", "", ""}},
-        {"b",
-         "",
-         {"Er wordt ingave Ja of Nee  verwacht", "U moet  1  posities vullen", "", "J, N  toegestaan", "", "",
-          "", "", ""}},
-        {"4x",
-         "",
-         {"Er wordt ingave van een hexadecimale waarde  verwacht", "U mag  4  posities vullen", "",
-          "Hexadecimale tekens  toegestaan", "", "", "", "", ""}},
+        {"3d,P", "",
+         expects + "getal  verwacht/U mag  3  posities vullen//" + digits + "////Bereik : 1 t/m 999/"},
+        {"6.2f,EZPN", "up tab cancel",
+         expects + "getal  verwacht/U moet  6  posities vullen , waarvan   2  cijfers na de komma//" +
+             digits +
+             "/De volgende functietoetsen zijn toe te passen :/Cursor Up, Tab, CANCEL//"
+             "Bereik : -99.99 t/m 999.99/"},
+        {"1c[+*C],EIAU", "", expects + "tekst  verwacht/" + must + "* + C   toegestaan//////"},
+        {"1c[^.,]", "", expects + "tekst  verwacht/U mag  1  posities vullen//, .   niet toegestaan//////"},
+        {"10D", "", expects + "datum  verwacht/U mag  10  posities vullen   (DDMMJJ)//" + digits + "/////"},
+        {"b", "", "Er wordt ingave Ja of Nee  verwacht/" + must + "J, N  toegestaan//////"},
+        {"4x", "",
+         expects + "hexadecimale waarde  verwacht/U mag  4  posities vullen//"
+                   "Hexadecimale tekens  toegestaan//////"},
     };
     for (const HelpPage &page : pages) {
         SCOPED_TRACE(page.format);
         Dialogue d = editing(page.format, page.format[1] == 'D' ? "01032026" : "0", page.allow);
         ASSERT_TRUE(d.settle("<HELP>"));
         EXPECT_NE(d.row(9).find(" Ingave HELP-informatie "), std::string::npos) << d.dump();
-        int row = 11;
-        for (const char *text : page.rows) {
-            const std::string line = d.row(row++);
+        std::string text;
+        for (int row = 11; row < 20; row++) {
+            const std::string line = d.row(row);
             const auto start = line.find("│");
             ASSERT_NE(start, std::string::npos) << d.dump();
             std::string inner = line.substr(start + 4, line.rfind("│") - start - 4);
             inner.erase(inner.find_last_not_of(' ') + 1);
-            EXPECT_EQ(inner, text);
+            text += inner + "/";
         }
+        EXPECT_EQ(text, page.text);
         EXPECT_EQ(d.cursor().row, 21);
         ASSERT_TRUE(d.settle("x"));
         EXPECT_EQ(d.row(25), "Ongeldige ingave");
@@ -211,18 +182,17 @@ TEST(Prompts, QuestionsWithAndWithoutPreset) {
     ASSERT_TRUE(d.settle("+<ENTER>"));
     EXPECT_EQ(d.row(6), " Zeker? (J/N) J");
     ASSERT_TRUE(d.settle("<CANCEL>"));
-    expect_rows(d, 16, {"uitkomst 1 enter", "uitkomst 1 enter", "uitkomst 1 enter", "uitkomst 0 cancel"});
+    expect_rows(d, 16, "uitkomst 1 enter/uitkomst 1 enter/uitkomst 1 enter/uitkomst 0 cancel/");
 }
 
 TEST(Prompts, FlashBoxes) {
     Dialogue d(Arguments{"flashes"});
     ASSERT_TRUE(d.settle("<F5>"));
     EXPECT_EQ(d.row(10), std::string(24, ' ') + "┌─────────── titel ────────────┐") << d.dump();
+    const std::string left(24, ' ');
     expect_rows(d, 11,
-                {"                        │ eerste regel                 │",
-                 "                        │ tweede                       │",
-                 "                        │ <ENTER> voor vervolg         │",
-                 "                        └──────────────────────────────┘", ""});
+                left + "│ eerste regel                 │/" + left + "│ tweede                       │/" +
+                    left + "│ <ENTER> voor vervolg         │/" + left + "└──────────────────────────────┘//");
     ASSERT_TRUE(d.settle("<ENTER>"));
     EXPECT_EQ(d.row(12), "                        │ Alleen een vraag? (J/N) _    │") << d.dump();
     ASSERT_TRUE(d.settle("n<ENTER>"));
@@ -230,7 +200,7 @@ TEST(Prompts, FlashBoxes) {
     EXPECT_EQ(d.row(12), "                        │ Toch doorgaan? (J/N) J       │");
     ASSERT_TRUE(d.settle("<ENTER>"));
     ASSERT_TRUE(d.wait_for("toetsen bewaard"));
-    expect_rows(d, 16, {"uitkomst 1 enter", "uitkomst 0 enter", "uitkomst 1 enter", "uitkomst 1 enter"});
+    expect_rows(d, 16, "uitkomst 1 enter/uitkomst 0 enter/uitkomst 1 enter/uitkomst 1 enter/");
     // The last box stood for no time at all; nothing of it is left.
     EXPECT_EQ(d.screen().find("xxx"), std::string::npos);
     EXPECT_NE(d.raw().find(std::string(76, 'x')), std::string::npos) << "a line is cut at 76 characters";
@@ -243,17 +213,15 @@ TEST(Prompts, FlashBoxes) {
 TEST(Prompts, MessageBoxes) {
     Dialogue d(Arguments{"boxes"});
     ASSERT_TRUE(d.settle("x"));
+    const std::string left(27, ' ');
     expect_rows(d, 20,
-                {"                           ┌────────────────────────┐",
-                 "                           │ een regel              │",
-                 "                           │ <ENTER> voor vervolg   │",
-                 "                           └────────────────────────┘"});
+                left + "┌────────────────────────┐/" + left + "│ een regel              │/" + left +
+                    "│ <ENTER> voor vervolg   │/" + left + "└────────────────────────┘/");
     EXPECT_EQ(d.bells(), 0);
     ASSERT_TRUE(d.settle("<ENTER>"));
     expect_rows(d, 19,
-                {"                           ┌────────────────────────┐",
-                 "                           │ fout                   │",
-                 "                           │ met twee regels        │"});
+                left + "┌────────────────────────┐/" + left + "│ fout                   │/" + left +
+                    "│ met twee regels        │/");
     EXPECT_EQ(d.bells(), 1);
     ASSERT_TRUE(d.settle("<ENTER>"));
     EXPECT_NE(d.row(19).find(" waarschuwing "), std::string::npos) << d.dump();
@@ -315,10 +283,17 @@ TEST(Prompts, ProgressBars) {
 TEST(Menu, ChoosesByNumberAndByArrows) {
     Dialogue d(Arguments{"menu"});
     ASSERT_TRUE(d.settle());
-    expect_rows(
-        d, 1,
-        {"statusregel", "", " VOLLEDIGE ÉÉN", " 11 Series/etiketten",
-         " 12 Één klant met een tekst die niet in", " 13 Niet beschikbaar", "", " TWEEDE", " 21 Laatste"});
+    for (const auto &[row, text] : {std::pair{1, "statusregel"},
+                                    {2, ""},
+                                    {3, " VOLLEDIGE ÉÉN"},
+                                    {4, " 11 Series/etiketten"},
+                                    {5, " 12 Één klant met een tekst die niet in"},
+                                    {6, " 13 Niet beschikbaar"},
+                                    {7, ""},
+                                    {8, " TWEEDE"},
+                                    {9, " 21 Laatste"}}) {
+        EXPECT_EQ(d.row(row), text);
+    }
     EXPECT_EQ(d.row(24), " Uw keuze 11");
     EXPECT_TRUE(d.attr(4, 2).reverse);
     EXPECT_TRUE(d.attr(4, 39).reverse) << "over the width of the menu";
@@ -402,13 +377,6 @@ TEST(Signals, LeaveAtOnceUnlessHeldOff) {
     EXPECT_EQ(fatal.wait_exit(), 1) << "a fatal stop stays one";
 }
 
-TEST(Signals, ClosedTerminalEndsTheProgram) {
-    Dialogue d(Arguments{"menu"});
-    ASSERT_TRUE(d.settle());
-    d.hang_up();
-    EXPECT_NE(d.wait_exit(), -1);
-}
-
 TEST(Signals, StopAndContinueKeepTheScreen) {
     Dialogue d = editing("6s", "abc");
     ASSERT_TRUE(d.settle("xy"));
@@ -426,18 +394,6 @@ TEST(Signals, StopAndContinueKeepTheScreen) {
     EXPECT_EQ(d.row(5), "         xyz___");
     EXPECT_EQ(d.row(25), "Ongeldige toets") << "the screen keeps its size";
     ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_EQ(d.row(15), "[xyz....] changed enter");
-}
-
-TEST(Signals, NewSizeKeepsTheScreen) {
-    Dialogue d = editing("6s", "abc");
-    ASSERT_TRUE(d.settle("xy"));
-    d.resize(20, 60);
-    ASSERT_TRUE(d.wait_for("Venster te klein"));
-    d.press("q");
-    d.resize(30, 100);
-    ASSERT_TRUE(d.wait_row(5, "xy____"));
-    ASSERT_TRUE(d.settle("z<ENTER>"));
     EXPECT_EQ(d.row(15), "[xyz....] changed enter");
 }
 

@@ -159,9 +159,6 @@ int main(int argc, char **argv) {
         {"characters", characters}, {"full-stack", full_stack},
     };
     const std::string name = argc == 2 ? argv[1] : "";
-    if (name == "early-fatal") {
-        scr_fatal("%s: te vroeg", "PROEF");
-    }
     SCRINIT();
     scenarios.at(name)();
     scr_exit(0);

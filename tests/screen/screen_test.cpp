@@ -215,14 +215,6 @@ TEST(Screen, FatalStopNeedsNoRoomOnTheStack) {
     expect_exit(t, 1);
 }
 
-TEST(Screen, FatalStopBeforeTheSessionIsPlain) {
-    Terminal t(probe("early-fatal"));
-    ASSERT_TRUE(t.wait_for("PROEF: te vroeg"));
-    EXPECT_TRUE(t.wait_for("Neem contact op met de Support-groep"));
-    t.key("ENTER");
-    expect_exit(t, 1);
-}
-
 TEST(Screen, UnknownTerminalIsNamed) {
     for (const auto &[term, name] :
          {std::pair<const char *, const char *>{nullptr, "(TERM)"}, {"qq-1", "(Qq-1)"}}) {
