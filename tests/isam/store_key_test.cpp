@@ -10,39 +10,35 @@ int sign(int n) {
     return (n > 0) - (n < 0);
 }
 
-struct pair_case {
-    const char *a;
-    const char *b;
-    int order;  // of a against b
-};
-
-class text_order : public testing::TestWithParam<pair_case> {};
-
-TEST_P(text_order, TwoLevels) {
-    const pair_case &c = GetParam();
-    std::uint8_t a[12] = {};
-    std::uint8_t b[12] = {};
-    std::memcpy(a, c.a, std::strlen(c.a));
-    std::memcpy(b, c.b, std::strlen(c.b));
-    EXPECT_EQ(sign(coll_cmp(a, b, 12)), c.order);
-    EXPECT_EQ(sign(coll_cmp(b, a, 12)), -c.order);
+TEST(text_order, TwoLevels) {
+    const struct {
+        const char *a, *b;
+        int order;  // of a against b
+    } cases[] = {
+        {"Muller", "muller", 0},        // case doesn't count
+        {"muller", "m\x81ller", -1},    // an accent counts last
+        {"m\x81ller", "mulles", -1},    // and only then
+        {"m\x81ller", "M\x9Aller", 0},  // in either case
+        {"AE", "\x91", 1},              // two letters, no accents
+        {"\x91z", "AEa", 1},            // as two letters
+        {"\xE1", "ss", -1},
+        {"a\x01z", "az", 1},  // ignored at first
+        {"a\x01y", "az", -1},
+        {"a\x7F", "a\x01", 1},
+        {"{", "z", 1},
+        {"\xFF", "\xFE", 1},
+        {"a ", "a", 1},  // a blank is a letter
+        {"abcdefghijkl", "abcdefghijk", 1},
+    };
+    for (const auto &c : cases) {
+        std::uint8_t a[12] = {};
+        std::uint8_t b[12] = {};
+        std::memcpy(a, c.a, std::strlen(c.a));
+        std::memcpy(b, c.b, std::strlen(c.b));
+        EXPECT_EQ(sign(coll_cmp(a, b, 12)), c.order) << c.a << " " << c.b;
+        EXPECT_EQ(sign(coll_cmp(b, a, 12)), -c.order) << c.a << " " << c.b;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(pairs, text_order,
-                         testing::Values(pair_case{"Muller", "muller", 0},        // case doesn't count
-                                         pair_case{"muller", "m\x81ller", -1},    // an accent counts last
-                                         pair_case{"m\x81ller", "mulles", -1},    // and only then
-                                         pair_case{"m\x81ller", "M\x9Aller", 0},  // in either case
-                                         pair_case{"AE", "\x91", 1},              // two letters, no accents
-                                         pair_case{"\x91z", "AEa", 1},            // as two letters
-                                         pair_case{"\xE1", "ss", -1},             //
-                                         pair_case{"a\x01z", "az", 1},            // ignored at first
-                                         pair_case{"a\x01y", "az", -1},           //
-                                         pair_case{"a\x7F", "a\x01", 1},          //
-                                         pair_case{"{", "z", 1},                  //
-                                         pair_case{"\xFF", "\xFE", 1},            //
-                                         pair_case{"a ", "a", 1},                 // a blank is a letter
-                                         pair_case{"abcdefghijkl", "abcdefghijk", 1}));
 
 TEST(text_order, SameAsReference) {
     std::mt19937 random(3);
@@ -58,75 +54,65 @@ TEST(text_order, SameAsReference) {
     }
 }
 
-struct definition_case {
-    int keynr;
-    const char *text;
-    const char *name;
-    char dups;
-    int klen;
-    int korder;
-    const char *types;
-};
+using store_key = store_test;
 
-class key_definition : public store_test, public testing::WithParamInterface<definition_case> {};
-
-TEST_P(key_definition, FromText) {
-    ICB icb{};
-    const definition_case &c = GetParam();
-    IXUPDFCB(&icb, c.keynr, c.text);
-    const ix_keydef &def = icb.keydef[c.keynr - 1];
-    EXPECT_EQ(std::string(def.kname, strnlen(def.kname, 8)), c.name);
-    EXPECT_EQ(def.kdups, c.dups);
-    EXPECT_EQ(def.klen, c.klen);
-    EXPECT_EQ(def.korder, c.korder);
-    EXPECT_EQ(std::string(def.stype, strnlen(def.stype, 10)), c.types);
-    EXPECT_EQ(icb.nkeys, c.keynr);
+TEST_F(store_key, DefinitionFromText) {
+    const struct {
+        int keynr;
+        const char *text, *name;
+        char dups;
+        int klen, korder;
+        const char *types;
+    } cases[] = {
+        {1, "tr_code,I,1,2", "tr_code", 'N', 2, 84, "I"},
+        {1, " nr , I , 1 , 4 ", "nr", 'N', 4, 63, "I"},
+        {2, "code-dev,I,1,2,C,5,44", "code-dev", 'J', 46, 10, "IC"},
+        {2, "NODUPS,cd-cols,I,1,2,I,5,6,I,4,4", "cd-cols", 'N', 5, 56, "III"},
+        {2, "langenaamvan12,C,5,42", "langenaa", 'J', 42, 10, "C"},
+        {1, "k,C,1,60", "k", 'N', 60, 7, "C"},
+        {3, "k,C,1,1,,C,2,2", "k", 'J', 5, 56, "C"},
+        {2, "k,NODUPS,C,1,1,C,2,2,C,3,3,C,4,4,C,5,5,C,6,6,C,7,7,C,8,8,C,9,9,C,10,10,C,11,11", "k", 'N', 10,
+         36, "CCCCCCCCCC"},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.text);
+        ICB icb{};
+        IXUPDFCB(&icb, c.keynr, c.text);
+        const ix_keydef &def = icb.keydef[c.keynr - 1];
+        EXPECT_EQ(std::string(def.kname, strnlen(def.kname, 8)), c.name);
+        EXPECT_EQ(def.kdups, c.dups);
+        EXPECT_EQ(def.klen, c.klen);
+        EXPECT_EQ(def.korder, c.korder);
+        EXPECT_EQ(std::string(def.stype, strnlen(def.stype, 10)), c.types);
+        EXPECT_EQ(icb.nkeys, c.keynr);
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    texts, key_definition,
-    testing::Values(definition_case{1, "tr_code,I,1,2", "tr_code", 'N', 2, 84, "I"},
-                    definition_case{1, " nr , I , 1 , 4 ", "nr", 'N', 4, 63, "I"},
-                    definition_case{2, "code-dev,I,1,2,C,5,44", "code-dev", 'J', 46, 10, "IC"},
-                    definition_case{2, "NODUPS,cd-cols,I,1,2,I,5,6,I,4,4", "cd-cols", 'N', 5, 56, "III"},
-                    definition_case{2, "langenaamvan12,C,5,42", "langenaa", 'J', 42, 10, "C"},
-                    definition_case{1, "k,C,1,60", "k", 'N', 60, 7, "C"},
-                    definition_case{3, "k,C,1,1,,C,2,2", "k", 'J', 5, 56, "C"},
-                    definition_case{
-                        2, "k,NODUPS,C,1,1,C,2,2,C,3,3,C,4,4,C,5,5,C,6,6,C,7,7,C,8,8,C,9,9,C,10,10,C,11,11",
-                        "k", 'N', 10, 36, "CCCCCCCCCC"}));
-
-struct key_case {
-    const char *text;
-    const char *record;  // hexadecimal
-    int parts;           // of the key to be built, 0 for all
-    const char *key;
-};
-
-class key_building : public store_test, public testing::WithParamInterface<key_case> {};
-
-TEST_P(key_building, FromRecord) {
-    const key_case &c = GetParam();
-    ICB icb{};
-    IXUPDFCB(&icb, 2, c.text);
-    icb.blk.bkey = 2;
-    icb.recno = 0x01020304;
-    std::memset(icb.skey, 0xEE, sizeof icb.skey);
-    const bytes record = hex(c.record);
-    IXBLDKEY(&icb, record.data(), IXKEYLEN(&icb, c.parts));
-    EXPECT_EQ(bytes(icb.skey, icb.skey + icb.keydef[1].klen), hex(c.key));
+TEST_F(store_key, BuiltFromRecord) {
+    const struct {
+        const char *text, *record;
+        int parts;  // of the key to be built, 0 for all
+        const char *key;
+    } cases[] = {
+        {"i,I,1,4", "01 02 03 04", 0, "04 03 02 01 01 02 03 04"},
+        {"i,NODUPS,I,1,2,I,3,3", "01 02 03", 0, "02 01 03"},
+        {"i,NODUPS,I,1,3,I,4,4", "01 02 03 04", 0, "00 00 00 04"},  // three bytes weigh nothing
+        {"c,NODUPS,C,1,5", "41 00 42 43 44", 0, "41 00 00 00 00"},  // up to the first zero
+        {"c,NODUPS,C,1,3,I,4,5", "61 62 63 01 02", 0, "61 62 63 02 01"},
+        {"c,C,1,2,I,3,4", "61 62 01 02", 1, "61 62 00 00 00 00 00 00"},  // by parts: no suffix
+        {"c,C,1,2,I,3,4", "61 62 01 02", 2, "61 62 02 01 00 00 00 00"},
+        {"c,C,1,2,I,3,4", "61 62 01 02", 0, "61 62 02 01 01 02 03 04"},
+    };
+    for (const auto &c : cases) {
+        ICB icb{};
+        IXUPDFCB(&icb, 2, c.text);
+        icb.blk.bkey = 2;
+        icb.recno = 0x01020304;
+        std::memset(icb.skey, 0xEE, sizeof icb.skey);
+        const bytes record = hex(c.record);
+        IXBLDKEY(&icb, record.data(), IXKEYLEN(&icb, c.parts));
+        EXPECT_EQ(bytes(icb.skey, icb.skey + icb.keydef[1].klen), hex(c.key)) << c.text << " " << c.parts;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    records, key_building,
-    testing::Values(
-        key_case{"i,I,1,4", "01 02 03 04", 0, "04 03 02 01 01 02 03 04"},
-        key_case{"i,NODUPS,I,1,2,I,3,3", "01 02 03", 0, "02 01 03"},
-        key_case{"i,NODUPS,I,1,3,I,4,4", "01 02 03 04", 0, "00 00 00 04"},  // three bytes weigh nothing
-        key_case{"c,NODUPS,C,1,5", "41 00 42 43 44", 0, "41 00 00 00 00"},  // up to the first zero
-        key_case{"c,NODUPS,C,1,3,I,4,5", "61 62 63 01 02", 0, "61 62 63 02 01"},
-        key_case{"c,C,1,2,I,3,4", "61 62 01 02", 1, "61 62 00 00 00 00 00 00"},  // by parts: no suffix
-        key_case{"c,C,1,2,I,3,4", "61 62 01 02", 2, "61 62 02 01 00 00 00 00"},
-        key_case{"c,C,1,2,I,3,4", "61 62 01 02", 0, "61 62 02 01 01 02 03 04"}));
 
 }  // namespace
