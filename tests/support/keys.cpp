@@ -6,7 +6,6 @@
 #include <term.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cctype>
 
 namespace {
@@ -31,29 +30,6 @@ constexpr KeyName key_names[] = {
     {"CANCEL", "kcan", nullptr}, {"HELP", "khlp", nullptr},     {"EXIT", "kext", nullptr},
 };
 
-// Makes a directory the first place for terminal descriptions, as long as this lives.
-class TerminfoDirectory {
-public:
-    explicit TerminfoDirectory(const std::string &directory) {
-        if (const char *value = getenv("TERMINFO")) {
-            before_ = value;
-        }
-        setenv("TERMINFO", directory.c_str(), 1);
-    }
-    ~TerminfoDirectory() {
-        if (before_.empty()) {
-            unsetenv("TERMINFO");
-        } else {
-            setenv("TERMINFO", before_.c_str(), 1);
-        }
-    }
-    TerminfoDirectory(const TerminfoDirectory &) = delete;
-    TerminfoDirectory &operator=(const TerminfoDirectory &) = delete;
-
-private:
-    std::string before_;
-};
-
 }  // namespace
 
 std::map<std::string, std::string> key_bytes(const std::string &term, const std::string &directory) {
@@ -63,7 +39,7 @@ std::map<std::string, std::string> key_bytes(const std::string &term, const std:
             keys[key.name] = key.bytes;
         }
     }
-    const TerminfoDirectory first(directory);
+    setenv("TERMINFO", directory.c_str(), 1);
     TERMINAL *const current = cur_term;  // a test may have a terminal of its own
     std::string name = term;
     if (!name.empty()) {
@@ -82,9 +58,4 @@ std::map<std::string, std::string> key_bytes(const std::string &term, const std:
         del_curterm(mine);
     }
     return keys;
-}
-
-bool key_known(const std::string &name) {
-    return std::any_of(std::begin(key_names), std::end(key_names),
-                       [&name](const KeyName &key) { return name == key.name; });
 }

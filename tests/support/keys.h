@@ -8,6 +8,3 @@
 /// capital as the program does, or as it stands for other programs. Keys that the description lacks are left
 /// out.
 std::map<std::string, std::string> key_bytes(const std::string &term, const std::string &directory);
-
-/// Whether `name` names a key of any terminal.
-bool key_known(const std::string &name);
