@@ -274,9 +274,7 @@ TEST_F(LabelFile, DeathInAChainUpdateLeavesItsMark) {
         if (status_on_file() != status_in_chain_update) {
             ASSERT_EQ(count.fault, "") << "round " << round;
         }
-        eti_file(eti_action::close);
-        iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
-        is_open = false;
+        close_shop();
     }
 }
 
@@ -339,9 +337,7 @@ TEST_F(LabelFile, BrokenChainsStopTheProgram) {
         const std::int32_t first = shop.series[0].first_block;
         EXPECT_EXIT((dup2(2, 1), walk(first)), testing::ExitedWithCode(1), chain.text) << chain.name;
         EXPECT_EQ(status_on_file(), status_chains_suspect) << chain.name;
-        eti_file(eti_action::close);
-        iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
-        is_open = false;
+        close_shop();
     }
 }
 
@@ -373,9 +369,7 @@ TEST_F(LabelFile, BrokenFreeChainGivesNoBlock) {
         EXPECT_EQ(get("RVETI.TXT"), labels) << head.name;
         EXPECT_EQ(label_row().free_head, shop.label_chain.free_head) << head.name;
         EXPECT_EQ(status_on_file(), status_chains_suspect) << head.name;
-        eti_file(eti_action::close);
-        iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
-        is_open = false;
+        close_shop();
     }
 }
 

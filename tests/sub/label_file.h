@@ -43,6 +43,12 @@ protected:
         sys_user = 1;
         iotab(tab_action::read, sys_user, sys_slot, region_users);
     }
+    /// Ready for the next shop.
+    void close_shop() {
+        eti_file(eti_action::close);
+        iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
+        is_open = false;
+    }
     void open_labels() {
         eti_file(eti_action::open);
         is_open = true;
