@@ -81,13 +81,14 @@ void list_lost(std::int32_t block, const LabelBlock &content) {
 }
 
 /// Locks row 4, and takes what stands there now. The end mark is what the file has; one that another program
-/// has moved is not moved back, for it may stand before the block that it counts.
+/// has moved is not moved back, for it may stand before the block that it counts. One that stands as it was
+/// read is no such thing, and may be damaged.
 void lock_chain() {
     SysRow4Chain chain{};
     iotab_row(tab_action::lock_read, row_label_chain, chain);
     label_work.moved = std::memcmp(&chain, &label_work.chain, sizeof chain) != 0;
     label_work.end = labels_in_file();
-    if (label_work.moved) {
+    if (chain.end_mark != label_work.chain.end_mark) {
         label_work.end = std::max(label_work.end, chain.end_mark.value());
     }
     chain.end_mark = label_work.end;
@@ -185,6 +186,11 @@ void labels_walk_free() {
             chk_eti_raw(raw_action::write, previous, sound);
         } else {
             chain.free_head = end;
+        }
+        // Blocks of a circle that other programs were at have been counted at every turn.
+        count = 0;
+        for (block = chain.free_head; block != end && labels_read(block, content); block = content.next) {
+            count++;
         }
     }
     chain.free_count = count;

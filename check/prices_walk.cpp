@@ -59,6 +59,7 @@ void prefer(const SeriesKey &series, std::uint16_t supplier) {
         record.supplier = supplier;
         IXWRITE(chk_files.rvser, &record);
     } else {
+        record.key = series;
         IXFREE(chk_files.rvser, &record);
     }
     chk_files.rvser->recno = place;
@@ -277,13 +278,15 @@ bool price_block_held(const PriceBlock &block, std::int32_t number) {
     return walked.contains(number);
 }
 
-// The end mark is what the file has; one that another program has moved is not moved back.
+// The end mark is what the file has; one that another program has moved is not moved back. One that stands as
+// it was read may be damaged.
 void prices_walk_free() {
     const leave_guard undisturbed;
     price_lock row;
     SysRow4Chain &chain = row.chain;
     const std::int32_t end = price_blocks_in_file();
-    chain.end_mark = price_work.moved ? std::max(end, chain.end_mark.value()) : end;
+    chain.end_mark =
+        chain.end_mark == price_work.chain.end_mark ? end : std::max(end, chain.end_mark.value());
     chk_bits_grow(static_cast<std::size_t>(chain.end_mark) / 8 + 1);
     if (chain.free_head > chain.end_mark) {
         chain.free_head = chain.end_mark;

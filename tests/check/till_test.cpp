@@ -1,5 +1,6 @@
 // A till at work beside a check run: a second process, on the same files, by the same modules. What it wrote
 // and did not delete itself is there when all is done, and no block stands on two chains.
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <random>
+#include <thread>
 
 #include "check/check.h"
 #include "check/customers.h"
@@ -411,6 +413,35 @@ TEST_F(TillBeside, LosesNothingToACheckRun) {
     }
     std::printf("%ld steps of the till\n", done);
     munmap(book, sizeof *book);
+}
+
+// The other program changes a count, and a check that has seen the row before meets that under its lock.
+TEST_F(TillBeside, MovesNoEndMarkThatWasDamagedBefore) {
+    constexpr std::uint32_t far_away = 2000000000;
+    constexpr struct {
+        int row;
+        const char *check;
+        const char *file;
+        std::size_t block;
+    } chains[] = {{row_label_chain, "labels", eti_file_name, sizeof(LabelBlock)},
+                  {row_price_chain, "prices", "RVIPG.TXT", sizeof(PriceBlock)}};
+    for (const auto &chain : chains) {
+        SCOPED_TRACE(chain.check);
+        make({.series = 5});
+        const std::size_t row = (static_cast<std::size_t>(chain.row) - 1) * sizeof(SysRow4Chain);
+        const int fd = ::open("RVSYS.TXT", O_RDWR | O_CLOEXEC);
+        ASSERT_TRUE(fd >= 0 && file_write_at(fd, &far_away, sizeof far_away, static_cast<off_t>(row + 4)));
+        ASSERT_TRUE(file_lock(lock_action::exclusive, fd, static_cast<off_t>(row), sizeof(SysRow4Chain)));
+        std::thread other([&] {
+            usleep(300000);
+            file_write_at(fd, "\x07", 1, static_cast<off_t>(row + 8));
+            file_lock(lock_action::unlock, fd, static_cast<off_t>(row), sizeof(SysRow4Chain));
+        });
+        check(chain.check, "N");
+        other.join();
+        ::close(fd);
+        EXPECT_EQ(Bytes("RVSYS.TXT").u32(row + 4), Bytes(chain.file).size() / chain.block);
+    }
 }
 
 }  // namespace
