@@ -106,6 +106,7 @@ bool lock_number(OrderNumberRecord &record, std::uint32_t number) {
     if (IXREADLOCK(numbers, &record)) {
         return true;
     }
+    record.number = number;
     IXFREE(numbers, &record);
     return false;
 }
@@ -223,10 +224,14 @@ int open_journal_of(const OrderNumberRecord &record) {
     return last_journal.fd;
 }
 
+/// The serial number that was handed out last; the one before the first where that comes next.
 std::uint32_t last_serial() {
     SysRow5 row{};
     iotab_row(tab_action::read, row_serial, row);
-    return static_cast<std::uint32_t>(std::int32_t{row.last_serial});
+    const std::int32_t last = row.last_serial;
+    return last <= 0 || last >= static_cast<std::int32_t>(label_highest_order)
+               ? journal_lowest_number - 1
+               : static_cast<std::uint32_t>(last);
 }
 
 /// The last serial number before the check.
@@ -242,8 +247,9 @@ bool handed_out_since(const OrderNumberRecord &record) {
     }
     const std::uint32_t number = record.number;
     const std::uint32_t now = last_serial();
-    return serial_at_start <= now ? number > serial_at_start && number <= now
-                                  : number > serial_at_start || number <= now;
+    return serial_at_start <= now
+               ? number > serial_at_start && number <= now
+               : number > serial_at_start || (number >= journal_lowest_number && number <= now);
 }
 
 /// True when the record stands: its order is in the journal, at the place noted. The texts are made equal.
