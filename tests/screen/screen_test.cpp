@@ -116,37 +116,29 @@ TEST(Screen, WideAndLongTerminalsTakeTheirSizeAndGiveItBack) {
     EXPECT_EQ(t.lines(), 25) << "the window has its size again after the end";
 }
 
-struct RealWindow {
-    int lines, columns;
-    const char *normal, *wide;
-};
-
-class ScreenSize : public testing::TestWithParam<RealWindow> {};
-
 // A window that can't be resized: the real size counts where it is smaller than the mode asks for.
-TEST_P(ScreenSize, FollowsASmallerWindowAndKeepsToItsOwnInALargerOne) {
-    TerminalOptions options = probe("sizes");
-    options.lines = GetParam().lines;
-    options.columns = GetParam().columns;
-    options.resizable = false;
-    Terminal t(options);
-    ASSERT_TRUE(t.wait_for(GetParam().normal));
-    t.key("SPACE");
-    ASSERT_TRUE(t.wait_for(GetParam().wide));
-    EXPECT_TRUE(t.wait_for("rand"));
-    t.key("SPACE");
-    ASSERT_TRUE(t.wait_for(GetParam().normal));
-    EXPECT_TRUE(t.wait_gone("rand"));
+TEST(Screen, FollowsASmallerWindowAndKeepsToItsOwnInALargerOne) {
+    const struct {
+        int lines, columns;
+        const char *normal, *wide;
+    } windows[] = {{24, 80, "24 x 80 24 x 80", "24 x 80 24 x 80"},
+                   {43, 132, "25 x 80 25 x 80", "25 x 132 25 x 132"},
+                   {20, 70, "20 x 70 20 x 70", "20 x 70 20 x 70"}};
+    for (const auto &window : windows) {
+        TerminalOptions options = probe("sizes");
+        options.lines = window.lines;
+        options.columns = window.columns;
+        options.resizable = false;
+        Terminal t(options);
+        ASSERT_TRUE(t.wait_for(window.normal));
+        t.key("SPACE");
+        ASSERT_TRUE(t.wait_for(window.wide));
+        EXPECT_TRUE(t.wait_for("rand"));
+        t.key("SPACE");
+        ASSERT_TRUE(t.wait_for(window.normal));
+        EXPECT_TRUE(t.wait_gone("rand"));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Windows, ScreenSize,
-                         testing::Values(RealWindow{24, 80, "24 x 80 24 x 80", "24 x 80 24 x 80"},
-                                         RealWindow{43, 132, "25 x 80 25 x 80", "25 x 132 25 x 132"},
-                                         RealWindow{20, 70, "20 x 70 20 x 70", "20 x 70 20 x 70"}),
-                         [](const auto &window) {
-                             return std::to_string(window.param.lines) + "x" +
-                                    std::to_string(window.param.columns);
-                         });
 
 TEST(Screen, MissingWideDescriptionFallsBackOnTheNormalOne) {
     namespace fs = std::filesystem;
