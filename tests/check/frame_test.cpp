@@ -208,25 +208,6 @@ TEST_F(Frame, BreakingOffLeavesFlagAndDate) {
 
 // ---- Parts that need no screen
 
-TEST_F(Frame, SessionFilesAreOpenBetweenTheTwoCalls) {
-    write("");
-    chk_session_files_open();
-    const session_files open = chk_files;
-    const std::pair<ICB *, int> modes[] = {{open.rvart, 2},  {open.rvgo, 2},   {open.rvlev, 2},
-                                           {open.rvmerk, 2}, {open.rvontv, 0}, {open.rvser, 2},
-                                           {open.rvmaat, 2}, {open.rvmtom, 0}, {open.rvkoers, 0}};
-    for (const auto &[file, mode] : modes) {
-        ASSERT_NE(file, nullptr);
-        EXPECT_EQ(file->mode, mode) << file->fname;
-    }
-    SeriesRecord series{};
-    series.key = shop.series[1].key;
-    EXPECT_TRUE(IXREAD(chk_files.rvser, &series));
-    EXPECT_EQ(series.first_block, shop.series[1].first_block);
-    chk_session_files_close();
-    EXPECT_EQ(chk_files.rvser, nullptr);
-}
-
 struct Finding {
     little_uint32_t group;
     little_int32_t block;
@@ -303,20 +284,6 @@ TEST_F(Lists, BitMapHoldsItsBitsAndNoOther) {
     chk_bits_open(3);
     EXPECT_FALSE(chk_bit_test(8)) << "a new map is clear";
     chk_bits_close();
-}
-
-TEST_F(Lists, PriceBlocksHave40Bytes) {
-    put("RVIPG.TXT", std::string(40, 'a') + std::string(40, 'b') + "tail");
-    EXPECT_EQ(chk_txt_size("RVIPG"), 84);
-    EXPECT_EQ(chk_txt_size("RVIPA"), -1);
-    PriceBlock block{};
-    chk_ipg_raw(raw_action::open);
-    EXPECT_EQ(chk_ipg_raw(raw_action::read, 2, block), 0);
-    EXPECT_EQ(chk_ipg_raw(raw_action::read, 1, block), 1);
-    EXPECT_EQ(block.currency[0], 'b');
-    EXPECT_EQ(chk_ipg_raw(raw_action::write, 0, block), 1);
-    chk_ipg_raw(raw_action::close);
-    EXPECT_EQ(get("RVIPG.TXT"), std::string(80, 'b') + "tail");
 }
 
 }  // namespace

@@ -290,19 +290,4 @@ TEST(SeriesKeys, RangesTextsAndStamps) {
     }
 }
 
-TEST_F(LabelFile, SeriesOfABlockIsLookedUp) {
-    make_plain_shop(20);
-    chk_files.rvser = IXOPEN("RVSER", ix_shared);
-    LabelBlock block{};
-    EXPECT_TRUE(chk_key_empty(block));
-    EXPECT_FALSE(chk_ser_exists(block));
-    block.key = shop.series[7].key;
-    EXPECT_FALSE(chk_key_empty(block));
-    EXPECT_TRUE(chk_ser_exists(block));
-    block.key.colour = 998;
-    EXPECT_FALSE(chk_ser_exists(block));
-    IXCLOSE(chk_files.rvser);
-    chk_files.rvser = nullptr;
-}
-
 }  // namespace
