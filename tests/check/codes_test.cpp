@@ -286,8 +286,7 @@ TEST_F(Codes, WhatIsNoSoundFileIsPassedOver) {
 }
 
 TEST_F(Codes, KilledRepairsLeaveWhatIsSoundAndTheNextMendsTheRest) {
-    const char *wanted = std::getenv("CODES_KILLS");
-    const int kills = wanted == nullptr ? 6 : std::atoi(wanted);
+    const int kills = rounds(6);
     make({.series = 200, .customers = 0});
     std::multiset<std::string> sound;
     const BarcodeRecord pattern = shop.barcodes[0];
@@ -315,8 +314,7 @@ TEST_F(Codes, KilledRepairsLeaveWhatIsSoundAndTheNextMendsTheRest) {
 }
 
 TEST_F(Codes, DamageNeitherLoopsNorDeletesMoreThanIsListed) {
-    const char *wanted = std::getenv("CODES_SEEDS");
-    const int seeds = wanted == nullptr ? 4 : std::atoi(wanted);
+    const int seeds = rounds(4);
     for (int seed = 1; seed <= seeds; seed++) {
         SCOPED_TRACE(seed);
         make({.series = 80, .customers = 0, .seed = static_cast<std::uint64_t>(seed)},

@@ -341,8 +341,7 @@ TEST_F(EanCodes, TillsAreToldOfNewCodes) {
 }
 
 TEST_F(EanCodes, KilledAtAnyMomentTheNextRunMends) {
-    const char *count = std::getenv("RVCHK_KILLS");
-    const int kills = count == nullptr ? 6 : std::atoi(count);
+    const int kills = rounds(6);
     build({"ean-double", "ean-missing", "ean-series-unknown", "index-ean-swapped"});
     const long writes = check("ean", "J").writes;
     for (int round = 0; round < kills; round++) {

@@ -318,8 +318,7 @@ TEST(JournalWalk, WhatCannotBeReadIsNoEnd) {
 /// The run ends at any moment. The journal is the old or the new one, and runs that follow put the list
 /// right.
 TEST_F(Journals, KilledAtAnyMomentTheNextRunMends) {
-    const char *count = std::getenv("RVCHK_KILLS");
-    const int kills = count == nullptr ? 12 : std::atoi(count);
+    const int kills = rounds(12);
     std::string words;
     std::string clean;
     for (int order = 1; order <= 300; order++) {

@@ -1,6 +1,5 @@
 // The label check: what it finds and mends, alone and together; breaking off; ends without warning.
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <random>
 #include <set>
@@ -353,8 +352,7 @@ struct Files {
 static_assert(sizeof(SeriesRecord) == series_bytes && sizeof(LabelBlock) == block_bytes);
 
 TEST_F(Labels, KilledAtAnyMomentLosesNoLabel) {
-    const char *wanted = std::getenv("RVCHK_KILLS");
-    const int rounds = wanted == nullptr ? 6 : std::atoi(wanted);
+    const int rounds = CheckCase::rounds(6);
     std::mt19937 random(static_cast<unsigned>(rounds));
     int killed = 0;
     for (int round = 0; round < rounds; round++) {

@@ -390,8 +390,7 @@ std::vector<int> live_records() {
 
 // Without a limit nearly every record of four files is written.
 TEST_F(Master, KilledRunsLoseNothingAndTheNextMendsTheRest) {
-    const char *wanted = std::getenv("MASTER_KILLS");
-    const int kills = wanted == nullptr ? 6 : std::atoi(wanted);
+    const int kills = rounds(6);
     make({.series = 200, .customers = 0}, {"master-no-model"});
     shop.settings.session_options = 0;
     for (int i = 0; i < kills; i++) {

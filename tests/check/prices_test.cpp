@@ -2,7 +2,6 @@
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <map>
 #include <set>
 
@@ -538,8 +537,7 @@ TEST_F(ManyLabels, InOneSeries) {
 // ---- Ends without warning
 
 TEST_F(Prices, KilledAtAnyMomentTheNextRunMends) {
-    const char *wanted = std::getenv("RVCHK_KILLS");
-    const int kills = wanted == nullptr ? 6 : std::atoi(wanted);
+    const int kills = rounds(6);
     for (int i = 0; i < kills; i++) {
         make({.series = 60, .seed = static_cast<std::uint64_t>(i + 1)},
              {"price-chain-cut", "price-no-block", "price-chain-free", "price-set-late", "price-free-used"});

@@ -261,8 +261,7 @@ TEST_F(Sizes, ARunThatDoesNotCompleteProvesNothing) {
 }
 
 TEST_F(Sizes, KilledAtAnyMoment) {
-    const char *wanted = std::getenv("RVCHK_ROUNDS");
-    const int count = wanted == nullptr ? 4 : std::atoi(wanted);
+    const int count = rounds(4);
     make({.series = 60, .customers = 0}, {"size-name-stale", "size-series-missing", "size-series-groups"});
     for (SeriesRecord &series : shop.series) {
         series.sizes.set(93);
