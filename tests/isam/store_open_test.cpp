@@ -68,9 +68,9 @@ INSTANTIATE_TEST_SUITE_P(
         damage{"nblocks_high", 20, "FF 00 00 00", true}, damage{"nblocks_low", 20, "03 00 00 00", true},
         damage{"reclen0", 24, "00 00", false}, damage{"reclen513", 24, "01 02", false},
         damage{"reclen_short", 24, "08 00", false}, damage{"inupdate", 45, "01", true},
-        damage{"key1_dups", 56, "4A", false}, damage{"klen61", 57, "3D", false},
-        damage{"klen_off", 57, "05", false}, damage{"korder", 58, "7F", true},
-        damage{"type", 59, "58", false}, damage{"start0", 69, "00", false},
+        damage{"key1_dups", 56, "4A", false}, damage{"key1_dups_measured", 56, "4A 08 2A", false},
+        damage{"klen61", 57, "3D", false}, damage{"klen_off", 57, "05", false},
+        damage{"korder", 58, "7F", true}, damage{"type", 59, "58", false}, damage{"start0", 69, "00", false},
         damage{"start_behind_end", 69, "05", false}, damage{"end_outside", 121, "11", false}),
     [](const auto &tested) { return tested.param.what; });
 
@@ -82,6 +82,30 @@ TEST_F(damaged_header, IndexShorterThanABlock) {
     EXPECT_EXIT(IXOPEN("S", ix_shared), ExitedWithCode(1), "QBISAM\\([0-9]+\\): S.INX ");
     ASSERT_EQ(truncate("S.INX", 0), 0);
     EXPECT_FALSE(IXBLDIX("S"));
+}
+
+// Another program has damaged the pair since it was opened here.
+TEST_F(damaged_header, IsMetByAnUpdateOfAnOpenPair) {
+    make_sample();
+    const bytes index = file_bytes("S.INX");
+    const bytes data = file_bytes("S.TXT");
+    for (const damage &each : {damage{"nkeys", 11, "01", true},
+                               {"freehead_high", 12, "C8 00 00 00", true},
+                               {"freehead_low", 12, "FE FF FF FF", true},
+                               {"nrecs", 16, "FF FF FF FF", true},
+                               {"nblocks", 20, "03 00 00 00", true},
+                               {"inupdate", 45, "01", true},
+                               {"klen", 57, "05", true}}) {
+        const auto update = [&each] {
+            ICB *icb = IXOPEN("S", ix_shared);
+            put_bytes("S.INX", each.offset, hex(each.bytes));
+            const char record[16] = {0, 1};
+            IXWRITE(icb, record);
+        };
+        EXPECT_EXIT(update(), ExitedWithCode(1), "Niet consistent") << each.what;
+        EXPECT_EQ(file_bytes("S.TXT"), data) << each.what;
+        put_bytes("S.INX", 0, index);
+    }
 }
 
 struct block_damage {
