@@ -45,7 +45,31 @@ bool number_label(LabelEntry &entry, const journal_walk &walk) {
     return true;
 }
 
-/// The labels of a line's series that came with the order take its new number, if it is one of a label.
+struct numbered_labels {
+    bool changed = false;
+    bool any_low = false;  ///< a label is of an order without a number of its own
+};
+
+/// Gives the labels of a series that came with the order its number; without `write` only looks what that
+/// would change.
+numbered_labels number_chain(const SeriesRecord &series, const journal_walk &walk, bool write) {
+    numbered_labels labels;
+    for (label_chain chain = label_chain_of(series); label_chain_next(chain);) {
+        bool changed = false;
+        for (LabelEntry &entry : chain.content.slots) {
+            changed = number_label(entry, walk) || changed;
+            labels.any_low = labels.any_low || journal_number_low(label_split(entry).order);
+        }
+        if (changed && write) {
+            chk_eti_raw(raw_action::write, chain.block, chain.content);
+        }
+        labels.changed = labels.changed || changed;
+    }
+    return labels;
+}
+
+/// The labels of a line's series that came with the order take its new number, if it is one of a label. The
+/// series is held while they are written; of most orders the labels have it.
 void number_labels(const journal_walk &walk) {
     if (walk.order_number > label_highest_order) {
         return;
@@ -64,22 +88,15 @@ void number_labels(const journal_walk &walk) {
     if (labels_numbered(place)) {
         return;
     }
-    const series_hold hold(series.key);
-    if (!hold.exists()) {
-        return;
-    }
-    bool any_low = false;
-    for (label_chain chain = label_chain_of(hold.record); label_chain_next(chain);) {
-        bool changed = false;
-        for (LabelEntry &entry : chain.content.slots) {
-            changed = number_label(entry, walk) || changed;
-            any_low = any_low || journal_number_low(label_split(entry).order);
+    numbered_labels labels = number_chain(series, walk, false);
+    if (labels.changed) {
+        const series_hold hold(series.key);
+        if (!hold.exists()) {
+            return;
         }
-        if (changed) {
-            chk_eti_raw(raw_action::write, chain.block, chain.content);
-        }
+        labels = number_chain(hold.record, walk, true);
     }
-    if (!any_low) {
+    if (!labels.any_low) {
         chk_bit_set(place);
     }
 }
