@@ -213,6 +213,7 @@ void scr_switch_terminal(const char *mode) {
     cbreak();
     noecho();
     typeahead(-1);
+    intrflush(nullptr, FALSE);  // a key that is a signal must not cut off what is being painted
     terminal_use_size(entry.size);
     scr->scr_base = scr->scr_nwin;
     if (on_stack(stdscr)) {
