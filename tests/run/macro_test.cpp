@@ -92,8 +92,7 @@ TEST_F(Macro, IsRecordedReplayedReplacedAndDeleted) {
 }
 
 TEST_F(Macro, IsChosenFromTheMenuThatComesAfterThreeSeconds) {
-    fs::create_directory(directory / "macros");
-    Terminal t = start({.environment = {{"MACRO", "macros"}}});
+    Terminal t = start();
     reach_menu(t);
     record(t, "x", {"DOWN"});
     record(t, "y", {"DOWN", "DOWN"});
@@ -103,7 +102,6 @@ TEST_F(Macro, IsChosenFromTheMenuThatComesAfterThreeSeconds) {
     ASSERT_TRUE(t.wait_row(6, "0      y     van y"));
     t.keys({"DOWN", "F3"});
     EXPECT_TRUE(t.wait_for("Uw keuze 13"));
-    EXPECT_TRUE(there("macros/MACRO.TXT"));
 }
 
 TEST_F(Macro, DamagedOrUnknownKeysAreRefused) {
@@ -156,12 +154,32 @@ TEST_F(Macro, RecordingEndsAtAHundredKeys) {
     change('l', [](const MacroRecord &record) { EXPECT_EQ(record.count, 99); });
 }
 
+TEST_F(Macro, TwoProgramsRecordAtTheSameTime) {
+    fs::create_directory(directory / "macros");
+    TerminalOptions elsewhere;
+    elsewhere.environment = {{"MACRO", "macros"}};
+    Terminal one = start(elsewhere);
+    Terminal two = start(elsewhere);
+    reach_menu(one);
+    reach_menu(two);
+    const std::string letters = "abcdefgh";
+    for (std::size_t i = 0; i < letters.size(); i += 2) {
+        record(one, letters.substr(i, 1), {"1", "2"});
+        record(two, letters.substr(i + 1, 1), {"1", "3"});
+    }
+    EXPECT_TRUE(there("macros/MACRO.TXT"));
+    one.keys({"F2", "DEL"});
+    for (std::size_t i = 0; i < letters.size(); i++) {
+        EXPECT_TRUE(one.wait_row(5 + static_cast<int>(i), "0      " + letters.substr(i, 1) + "     van"));
+    }
+}
+
 TEST_F(Macro, ReplaysACheckWithItsRepair) {
     make([](Shop &shop) { ASSERT_TRUE(spoil_shop(shop, "label-orphan-unknown", 1)); });
     Terminal t = start();
     reach_menu(t);
-    // Starts entry 11, leaves its list of errors, has them mended; then starts it again, leaves its summary
-    // and shows that it is through.
+    // Starts entry 11, leaves its list of errors, has them mended; then starts it again, leaves its summary and
+    // shows that it is through.
     record(t, "r", {"ENTER", "ESC", "j", "ENTER", "ENTER", "ESC", "DOWN"});
     const auto date_of_labels = [this] {
         const auto row = static_cast<std::size_t>(region_rows.offset(row_dates));
