@@ -53,11 +53,7 @@ struct lock_queue {
     int found = -1;
 
     explicit lock_queue(ICB *of)
-        : icb(of),
-          noted(of->curblk),
-          key(of->blk.bkey),
-          number(of->nkeys + 1),
-          klen(of->plan[0].klen) {
+        : icb(of), noted(of->curblk), key(of->blk.bkey), number(of->nkeys + 1), klen(of->plan[0].klen) {
         lock_until_granted(lock_action::exclusive, icb, icb->ixfd, range(), ix_block_size);
         IXRDIX(icb, number);
         if (icb->curblk != number) {

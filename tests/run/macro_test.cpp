@@ -178,8 +178,8 @@ TEST_F(Macro, ReplaysACheckWithItsRepair) {
     make([](Shop &shop) { ASSERT_TRUE(spoil_shop(shop, "label-orphan-unknown", 1)); });
     Terminal t = start();
     reach_menu(t);
-    // Starts entry 11, leaves its list of errors, has them mended; then starts it again, leaves its summary and
-    // shows that it is through.
+    // Starts entry 11, leaves its list of errors, has them mended; then starts it again, leaves its summary
+    // and shows that it is through.
     record(t, "r", {"ENTER", "ESC", "j", "ENTER", "ENTER", "ESC", "DOWN"});
     const auto date_of_labels = [this] {
         const auto row = static_cast<std::size_t>(region_rows.offset(row_dates));

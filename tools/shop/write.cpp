@@ -83,8 +83,8 @@ void add_system_file(Output &output, const Shop &shop) {
     row(row_dates, bytes_of(shop.dates));
     row(row_transit, bytes_of(shop.transit));
     const auto region = [&](const sys_region &place, std::string_view bytes) {
-        file.pieces.emplace_back(place.base,
-                                 bytes.substr(0, static_cast<std::size_t>(place.highest) * static_cast<std::size_t>(place.size)));
+        file.pieces.emplace_back(place.base, bytes.substr(0, static_cast<std::size_t>(place.highest) *
+                                                                 static_cast<std::size_t>(place.size)));
     };
     region(region_titles, bytes_of_all(shop.titles));
     region(region_users, bytes_of_all(output.users));
@@ -173,7 +173,9 @@ bool own_name(const std::string &name) {
 
 /// Removes the files of an earlier shop, by the list in its marker.
 void remove_earlier(const std::string &directory) {
-    const auto path = [&directory](const std::string &name) { return std::string(directory).append("/").append(name); };
+    const auto path = [&directory](const std::string &name) {
+        return std::string(directory).append("/").append(name);
+    };
     std::ifstream list(path(marker));
     std::set<std::string> seasons;
     for (std::string name; std::getline(list, name);) {
