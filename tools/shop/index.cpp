@@ -1,4 +1,5 @@
 // Index halves, made by the store, and damage to finished pairs.
+#include <algorithm>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -81,7 +82,8 @@ bool damage_index(const std::string &directory, const IndexedFile &file, index_d
     const char in_update = 1;
     switch (damage) {
         case index_damage::cut:
-            done = done && ftruncate(index.fd, size - ix_block_size) == 0;
+            // The header stays: without the definition in it nothing can be mended.
+            done = done && ftruncate(index.fd, std::max<off_t>(size - ix_block_size, ix_block_size)) == 0;
             break;
         case index_damage::in_update:
             done = done && index.put(&in_update, 1, offsetof(ix_header, inupdate));
