@@ -1,8 +1,8 @@
 // Index halves, made by the store, and damage to finished pairs.
-#include <algorithm>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "isam/files.h"
