@@ -7,8 +7,8 @@ The Dutch texts stand in the code, as the defaults of term_text() and detail_tex
                                   room in catalog/en/ for the translation of what is new
     catalog/collect.py --check    changes nothing; tells what does not agree, with status 1
 
-A translation stands below a comment with the Dutch text it was made from, so one that was left behind when the
-Dutch text changed is found. Both calls refuse a number that carries two texts, and a call whose set, number or
+A translation stands below a comment with the Dutch text it was made from, so one that was not changed along with the
+Dutch text is found. Both calls refuse a number that carries two texts, and a call whose set, number or
 text does not stand in it literally.
 """
 import argparse

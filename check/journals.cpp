@@ -46,19 +46,21 @@ void report_failure(const journal_name &name, const journal_walk &walk) {
     const long at = static_cast<long>(walk.at);
     switch (walk.end) {
         case journal_end::unknown_code:
-            journal_report(name,
-                           str_format("%s (kode=%c, fpos=%ld) --> %s", detail_text(24, 5, "Ongeldige kode"),
-                                      shown(walk.code), at, detail_text(24, 8, "FOUT")));
+            journal_report(name, str_format("%s (%s=%c, fpos=%ld) --> %s",
+                                            detail_text(24, 5, "Ongeldige kode"), detail_text(24, 10, "kode"),
+                                            shown(walk.code), at, detail_text(24, 8, "FOUT")));
             break;
         case journal_end::order_misplaced:
-            journal_report(name, str_format("%s (kode=%c, prevkode=%c, fpos=%ld) --> %s",
-                                            detail_text(24, 6, "Ongeldige volgorde"), walk.code,
-                                            walk.previous, at, detail_text(24, 8, "FOUT")));
+            journal_report(
+                name,
+                str_format("%s (%s=%c, %s=%c, fpos=%ld) --> %s", detail_text(24, 6, "Ongeldige volgorde"),
+                           detail_text(24, 10, "kode"), walk.code, detail_text(24, 11, "prevkode"),
+                           walk.previous, at, detail_text(24, 8, "FOUT")));
             break;
         case journal_end::cut_off:
             journal_report(
-                name, str_format("%s (kode=%c, fpos=%ld) --> %s", detail_text(24, 7, "Onvolledig record"),
-                                 walk.code, at, detail_text(24, 8, "FOUT")));
+                name, str_format("%s (%s=%c, fpos=%ld) --> %s", detail_text(24, 7, "Onvolledig record"),
+                                 detail_text(24, 10, "kode"), walk.code, at, detail_text(24, 8, "FOUT")));
             break;
         case journal_end::unreadable:
             journal_report(name,

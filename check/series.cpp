@@ -126,17 +126,19 @@ struct {
 } report;
 
 void print_heads(bool) {
-    prt_printf("%s",
-               "                  ---not---    ---vrd---    ---vrk---    ---cor---    ???"
-               " | ---l.ontdat--  ---l.vrkdat-- |");
+    prt_printf("%s", detail_text(26, 1,
+                                 "                  ---not---    ---vrd---    ---vrk---    ---cor---    ???"
+                                 " | ---l.ontdat--  ---l.vrkdat-- |"));
     prt_newline();
-    prt_printf("%-13.13s ", "serienummer");
+    const char *const labels = detail_text(26, 3, "eti");
+    const char *const series = detail_text(26, 4, "serie");
+    prt_printf("%-13.13s ", detail_text(26, 2, "serienummer"));
     for (int status = label_ordered; status <= label_corrected; status++) {
-        prt_printf("%7.7s%6.6s", "eti", "serie");
+        prt_printf("%7.7s%6.6s", labels, series);
     }
-    prt_printf("%7.7s | ", "eti");
-    prt_printf("%-6.6s %-6.6s  %-6.6s %-6.6s", "eti", "serie", "eti", "serie");
-    prt_printf(" | %s", "adressen");
+    prt_printf("%7.7s | ", labels);
+    prt_printf("%-6.6s %-6.6s  %-6.6s %-6.6s", labels, series, labels, series);
+    prt_printf(" | %s", detail_text(26, 5, "adressen"));
     prt_newline();
     chk_dashes();
 }

@@ -114,9 +114,9 @@ void show_number(std::int32_t number) {
 int group_count = 0;
 
 void print_heads(bool) {
-    prt_printf(fmt_left_s(width_series), "serienummer");
+    prt_printf(fmt_left_s(width_series), detail_text(26, 2, "serienummer"));
     prt_printf(" ");
-    prt_printf(fmt_right_s(width_label), "etiketnr");
+    prt_printf(fmt_right_s(width_label), detail_text(26, 6, "etiketnr"));
     prt_printf(" ");
     prt_printf(fmt_right_s(width_branch), detail_text(3, 272, "vf"));
     prt_printf(" ");

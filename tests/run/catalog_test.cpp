@@ -50,7 +50,7 @@ TEST_F(Catalogue, NamedLanguageServesFatalMessages) {
     fs::remove(directory / "RVSYS.TXT");
     Terminal t = start(std::string(catalogues) + "/en/%N.cat", "nl_NL.UTF-8");
     ASSERT_TRUE(t.wait_for("RVSYS.TXT not present in " + directory.string().substr(0, 30)));
-    EXPECT_TRUE(t.wait_for("PROGRAM BROKEN OFF"));
+    EXPECT_TRUE(t.wait_for("PROGRAM STOPPED"));
     EXPECT_TRUE(t.wait_for("Please contact the Support group"));
     t.key("ENTER");
     EXPECT_EQ(t.wait_exit(), 1);
