@@ -179,12 +179,13 @@ void ing_edit() {
     field.ing_hidden = ing_option('S');
     scr->ing_status = ING_FRESH;
     const mark_room marks = marks_of_field();
+    const kept_last_line last_line;
     bool accept_pending = false;
     for (bool done = false; !done;) {
         show_field(edit, marks);
         int key = next_key(accept_pending);
         scr->ing_exit = key;
-        error("%s", "");
+        last_line.clear_message();
         scr->ing_status &= ~ING_REDO;
         if (is_help(edit, key)) {
             ing_help();

@@ -265,3 +265,38 @@ void error(const char *format, ...) {
     scr->scr_cur = top;
     refresh_rule();
 }
+
+kept_last_line::kept_last_line() : cells_(static_cast<std::size_t>(COLS) + 1) {
+    WINDOW *base = scr->windows[static_cast<std::size_t>(scr->scr_base)].window;
+    int row = 0;
+    int col = 0;
+    getyx(base, row, col);
+    if (mvwin_wchnstr(base, LINES - 1, 0, cells_.data(), COLS) == ERR) {
+        cells_.clear();
+    }
+    wmove(base, row, col);
+    // A message that stands there already hides nothing.
+    const std::size_t length = std::min(std::strlen(scr->scr_msg), cells_.size());
+    for (std::size_t i = 0; i < length; i++) {
+        if ((cells_[i].attr & A_BOLD) != 0) {
+            cells_[i].chars[0] = L' ';
+        }
+    }
+}
+
+void kept_last_line::clear_message() const {
+    if (!showing() || scr->scr_msg[0] == '\0') {
+        return;
+    }
+    error("%s", "");
+    if (cells_.empty()) {
+        return;
+    }
+    WINDOW *base = scr->windows[static_cast<std::size_t>(scr->scr_base)].window;
+    int row = 0;
+    int col = 0;
+    getyx(base, row, col);
+    mvwadd_wchnstr(base, LINES - 1, 0, cells_.data(), COLS);
+    wmove(base, row, col);
+    wnoutrefresh(base);
+}

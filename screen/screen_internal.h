@@ -2,6 +2,7 @@
 #pragma once
 
 #include <csignal>
+#include <vector>
 
 #include "screen/screen.h"
 
@@ -23,6 +24,8 @@ char charset_drawing(char name);
 
 /// Sends a capability of the current description by its terminfo name; false if the description lacks it.
 bool terminal_put(const char *capability);
+/// Lets the whole real window scroll again, which ncurses limits to the lines of the screen.
+void terminal_free_lines();
 /// First byte of what a key of the current description sends, 0 if the description lacks it.
 int terminal_first_byte(const char *capability);
 /// The size that `mode` asks for.
@@ -48,6 +51,17 @@ void terminal_mark_stale();
 void win_set_up(WINDOW *window);
 /// Ends the program when the stack is full.
 void win_require_room();
+/// The last line as it stands below the message: kept while a field is open, since the field may belong to a
+/// question on that line.
+class kept_last_line {
+public:
+    kept_last_line();
+    /// Takes the message away and draws again what it hid.
+    void clear_message() const;
+
+private:
+    std::vector<cchar_t> cells_;
+};
 /// Last row and last column of the current window that take text.
 int win_rows();
 int win_columns();

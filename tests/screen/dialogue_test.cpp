@@ -183,6 +183,15 @@ TEST(Prompts, QuestionsWithAndWithoutPreset) {
     EXPECT_EQ(d.row(6), " Zeker? (J/N) J");
     ASSERT_TRUE(d.settle("<CANCEL>"));
     expect_rows(d, 16, "uitkomst 1 enter/uitkomst 1 enter/uitkomst 1 enter/uitkomst 0 cancel/");
+    // On the last line the question comes back when a message goes, that of the field and that of its help.
+    const std::string question = " Een vraag waar een melding over heen komt? (J/N) ";
+    EXPECT_EQ(d.row(25), question + "N");
+    for (const char *wrong : {"x", "<F1>x<ENTER>"}) {
+        ASSERT_TRUE(d.settle(wrong));
+        EXPECT_EQ(d.row(25).find(question), std::string::npos);
+        ASSERT_TRUE(d.settle("<LEFT>"));
+        EXPECT_EQ(d.row(25), question + "N");
+    }
 }
 
 TEST(Prompts, FlashBoxes) {

@@ -204,6 +204,7 @@ void questions() {
     outcome(17, ing_akkoord(4, 2, "[+],%s", "Met ja"));
     outcome(18, ing_akkoord(5, 2, "[-]"));
     outcome(19, ing_akkoord(6, 2, "[J]Zeker"));
+    outcome(20, ing_akkoord(scr->scr_lines, 2, "[-]%s", "Een vraag waar een melding over heen komt"));
     key_get(win_current());
 }
 
