@@ -1,6 +1,8 @@
 #include <langinfo.h>
+#include <strings.h>
 
 #include <clocale>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -75,11 +77,27 @@ wchar_t line_drawing(unsigned char c) {
     }
 }
 
+/// What the first of the variables that are set says of the character set.
+bool environment_says_utf8() {
+    for (const char *variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char *name = std::getenv(variable);
+        if (name != nullptr && *name != '\0') {
+            const char *set = std::strchr(name, '.');
+            return set != nullptr &&
+                   (strncasecmp(set, ".UTF-8", 6) == 0 || strncasecmp(set, ".UTF8", 5) == 0);
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
 void charset_init() {
     // Only the character set follows the environment: numbers, order and case stay the system's own.
-    std::setlocale(LC_CTYPE, "");
+    // A locale that is named but not installed, as after a login from another machine, still tells the set.
+    if (std::setlocale(LC_CTYPE, "") == nullptr && environment_says_utf8()) {
+        std::setlocale(LC_CTYPE, "C.UTF-8");
+    }
     utf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
     if (!utf8) {
         std::setlocale(LC_CTYPE, "C");
