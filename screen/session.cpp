@@ -201,6 +201,9 @@ void scr_switch_terminal(const char *mode) {
     // Only now is known whether the window has become as large as the mode asks for.
     const screen_size size = terminal_size(mode);
     if (!on_stack(stdscr) && size != entry.size) {
+        // What it has to say on starting would otherwise come when it is deleted, after the end of the
+        // session.
+        doupdate();
         // Deleting a screen in mid-session upsets the others; it goes at the end of the session.
         retired.push_back(entry.screen);
         entry.size = size;
@@ -247,6 +250,7 @@ void scr_end() {
         }
         scr_clear_eol(LINES, 1);
         win_refresh();
+        terminal_free_lines();
         endwin();
     }
     for (int i = scr->scr_nterm - 1; i >= 0; i--) {
@@ -269,6 +273,7 @@ void scr_end() {
 }
 
 void scr_suspend() {
+    terminal_free_lines();
     endwin();
     tty_restore();
 }

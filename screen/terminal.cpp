@@ -86,6 +86,20 @@ bool terminal_put(const char *capability) {
     return true;
 }
 
+void terminal_free_lines() {
+    screen_size real;
+    const char *region = tigetstr("csr");
+    const char *address = tigetstr("cup");
+    if (region == nullptr || region == reinterpret_cast<const char *>(-1) || address == nullptr ||
+        address == reinterpret_cast<const char *>(-1) || !real_size(real)) {
+        return;
+    }
+    putp(tparm(region, 0, real.lines - 1));
+    // That moves the cursor, which ncurses takes to be where it left it.
+    putp(tparm(address, getcury(curscr), getcurx(curscr)));
+    std::fflush(stdout);
+}
+
 int terminal_first_byte(const char *capability) {
     const char *sequence = tigetstr(capability);
     if (sequence == nullptr || sequence == reinterpret_cast<const char *>(-1)) {

@@ -140,6 +140,27 @@ TEST(Screen, FollowsASmallerWindowAndKeepsToItsOwnInALargerOne) {
     }
 }
 
+// Without an alternate screen the shell goes on below the last line, in the whole of the window.
+TEST(Screen, EndsOnTheLastLineWithAllOfTheWindowScrolling) {
+    for (const char *term : {"linux", "vt100"}) {
+        for (const int lines : {25, 43}) {
+            TerminalOptions options = probe("sizes");
+            options.term = term;
+            options.lines = lines;
+            options.resizable = false;
+            Terminal t(options);
+            ASSERT_TRUE(t.wait_for("25 x 80 25 x 80"));
+            for (int i = 0; i < 9; i++) {
+                t.key("SPACE");
+            }
+            expect_exit(t, 0);
+            EXPECT_EQ(t.cursor().row, 25) << term;
+            const std::string raw = t.raw(), region = "\033[1;" + std::to_string(lines) + "r";
+            EXPECT_EQ(raw.rfind('r'), raw.rfind(region) + region.size() - 1) << term;
+        }
+    }
+}
+
 TEST(Screen, MissingWideDescriptionFallsBackOnTheNormalOne) {
     namespace fs = std::filesystem;
     const fs::path only =
@@ -226,10 +247,13 @@ TEST(Screen, EndOfTheInputEndsTheProgram) {
 }
 
 TEST(Screen, ShowsCodePage850OnAnyLine) {
-    for (const std::string encoding : {"UTF-8", "CP850"}) {
+    // The second locale is not installed, but says what the line takes.
+    for (const auto &[encoding, locale] : {std::pair<std::string, const char *>{"UTF-8", "C.UTF-8"},
+                                           {"UTF-8", "xx_XX.utf8"},
+                                           {"CP850", "C"}}) {
         TerminalOptions options = probe("characters");
         options.encoding = encoding;
-        options.environment["LC_ALL"] = encoding == "UTF-8" ? "C.UTF-8" : "C";
+        options.environment["LC_ALL"] = locale;
         Terminal t(options);
         ASSERT_TRUE(t.wait_for("tekens"));
         EXPECT_EQ(t.row(2), "café ü █¨") << encoding;
