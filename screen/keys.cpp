@@ -54,12 +54,6 @@ int read_now(WINDOW *window) {
     return key == KEY_ENTER || key == '\r' ? key_enter : key;
 }
 
-/// Throws away what is typed while the window is too small to show what it would do.
-void discard_input() {
-    char lost[64];
-    (void)!read(STDIN_FILENO, lost, sizeof lost);
-}
-
 /// Signals are let in only while the reader waits, so none slips in between a look at what it left behind
 /// and the wait, and none stops the program in the middle of painting.
 class signal_window {
@@ -249,16 +243,13 @@ int key_read(WINDOW *window, int milliseconds) {
         if (leave_due()) {
             continue;
         }
-        const bool fits = terminal_fits();
+        wnoutrefresh(window);
+        terminal_update();
         if (const int key = pending_signal_key(); key != 0) {
             return key;
         }
-        if (fits) {
-            wnoutrefresh(window);
-            doupdate();
-            if (const int key = read_now(window); key != ERR) {
-                return key;
-            }
+        if (const int key = read_now(window); key != ERR) {
+            return key;
         }
         int wait = -1;
         if (milliseconds >= 0) {
@@ -275,9 +266,6 @@ int key_read(WINDOW *window, int milliseconds) {
                     scr_leave_if_due();
                 }
                 scr_exit(1);
-            }
-            if (!fits) {
-                discard_input();
             }
         } else if (ready < 0 && errno != EINTR) {
             scr_exit(1);

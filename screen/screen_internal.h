@@ -38,10 +38,9 @@ void terminal_use_size(screen_size size);
 void terminal_await_size(const char *mode);
 /// Installs the handlers of SIGINT, SIGQUIT, SIGWINCH, SIGCONT, SIGHUP and SIGTERM.
 void terminal_signals();
-/// Brings the terminal up to date with all windows, unless the real window is now too small for them.
+/// Brings the terminal up to date with what is staged; in a real window that has become too small, with the
+/// part of it that matters most.
 void terminal_update();
-/// False while the real window is too small for the screen; looks again after a change of its size.
-bool terminal_fits();
 /// Has everything painted anew at the next update.
 void terminal_mark_stale();
 
@@ -73,7 +72,7 @@ struct screen_place {
 screen_place win_screen_place(int row, int col);
 /// Stages all lines of the windows `first` to `last`, bottom first.
 void win_stage(int first, int last);
-/// Stages the current window, and shows all that is staged while the real window is large enough.
+/// Stages the current window, and shows all that is staged.
 void win_refresh();
 
 // keys.cpp

@@ -2,8 +2,8 @@
 //
 // The program keeps to the size of its mode (25 by 80, 25 by 132, 43 by 80) in a larger window, and to the
 // real size in a window that is smaller when the mode is entered. A window that shrinks below that size
-// afterwards would be overwritten line on line; a notice stands in it until it is large enough again, and
-// then everything is painted anew.
+// afterwards shows a part of the screen: the last line, where messages and questions stand, and above it the
+// lines around the cursor. Once it is large enough again, everything is painted anew.
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -12,12 +12,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "screen/screen_internal.h"
 
 namespace {
 
 volatile std::sig_atomic_t window_changed = 0;
+screen_size room;  ///< of the window, as last measured
 bool fits = true;
 
 constexpr int step_milliseconds = 20;
@@ -55,12 +57,59 @@ bool real_size(screen_size &size) {
     return true;
 }
 
-void show_notice() {
-    char text[80];
-    std::snprintf(text, sizeof text, term_text(1, 600, "Venster te klein, minimaal %d x %d"), LINES, COLS);
-    terminal_put("clear");
-    std::fputs(text, stdout);
-    std::fflush(stdout);
+/// The first of `shown` lines or columns out of `all` that has `cursor` among them, and `usual` where it can.
+int first_shown(int cursor, int shown, int all, int usual) {
+    if (cursor >= usual && cursor < usual + shown) {
+        return usual;
+    }
+    return std::clamp(cursor - shown / 2, 0, all - shown);
+}
+
+/// Has the next update show no more of the screen than the window has room for.
+void crop() {
+    int row = 0;
+    int col = 0;
+    getyx(newscr, row, col);
+    win_stage(scr->scr_base, scr->scr_nwin - 1);
+    const int last = LINES - 1;
+    const int rows = std::min(room.lines, LINES);
+    // At a right margin that ncurses does not know of, it would lose track of the cursor.
+    const int columns = room.columns < COLS ? std::max(room.columns - 1, 1) : COLS;
+    const int above = rows - 1;
+    const bool on_last = row >= last || above == 0;
+    const int top = on_last ? last - above : first_shown(row, above, last, last - above);
+    const int left = first_shown(col, columns, COLS, 0);
+    // What is blank is not painted: beyond the window it would land on its last line.
+    wbkgdset(newscr, ' ');
+    std::vector<cchar_t> cells(static_cast<std::size_t>(columns) + 1);
+    for (int i = 0; i < LINES; i++) {
+        wmove(newscr, i, 0);
+        if (i < rows) {
+            const int from = i < above ? top + i : above == 0 ? row : last;
+            mvwin_wchnstr(newscr, from, left, cells.data(), columns);
+            mvwadd_wchnstr(newscr, i, 0, cells.data(), columns);
+        }
+        if (i >= rows || columns < COLS) {
+            wmove(newscr, i, i < rows ? columns : 0);
+            wclrtoeol(newscr);
+        }
+    }
+    wmove(newscr, on_last ? above : row - top, col - left);
+}
+
+/// Learns the size of the window after a change.
+void look_again() {
+    if (window_changed == 0) {
+        return;
+    }
+    window_changed = 0;
+    fits = !real_size(room) || (room.lines >= LINES && room.columns >= COLS);
+    int row = 0;
+    int col = 0;
+    getyx(newscr, row, col);
+    terminal_mark_stale();
+    win_stage(scr->scr_base, scr->scr_nwin - 1);
+    wmove(newscr, row, col);
 }
 
 }  // namespace
@@ -151,25 +200,15 @@ void terminal_signals() {
     handle(SIGTERM, on_leave);
 }
 
-bool terminal_fits() {
-    if (window_changed != 0 && !scr->scr_off) {
-        window_changed = 0;
-        screen_size real;
-        fits = !real_size(real) || (real.lines >= LINES && real.columns >= COLS);
-        if (fits) {
-            terminal_mark_stale();
-            win_stage(scr->scr_base, scr->scr_nwin - 1);
-        } else {
-            show_notice();
-        }
-    }
-    return fits;
-}
-
 void terminal_update() {
-    if (!scr->scr_off && terminal_fits()) {
-        doupdate();
+    if (scr->scr_off) {
+        return;
     }
+    look_again();
+    if (!fits) {
+        crop();
+    }
+    doupdate();
 }
 
 void terminal_mark_stale() {
