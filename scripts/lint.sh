@@ -4,9 +4,8 @@
 set -u
 . "$(dirname "$0")/common.sh"
 
-install_missing "${build_packages[@]}" clang-tidy cppcheck
-cd "$root" || exit 1
-step "Configuring" cmake --preset release -B build/lint -DRVCHK_TESTS=OFF -DCMAKE_EXPORT_COMPILE_COMMANDS=ON
+install_missing "${build_packages[@]}" "${lint_packages[@]}"
+configure_preset release -B build/lint
 
 if [ $# -gt 0 ]; then
   files=("$@")

@@ -53,7 +53,7 @@ public:
         }
         while (!book->stop) {
             step();
-            usleep(random() % 600);
+            usleep(static_cast<useconds_t>(random() % 600));
         }
         close();
         std::_Exit(0);

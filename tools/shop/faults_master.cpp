@@ -12,12 +12,12 @@ bool spoil_any(std::vector<Record> &records, Random &random, Change change) {
 
 /// Adds a copy of a record with another number.
 template <typename Record>
-bool add_with_number(std::vector<Record> &records, std::uint32_t number) {
+bool add_with_number(std::vector<Record> &records, std::uint16_t number) {
     if (records.empty()) {
         return false;
     }
     records.push_back(records.front());
-    records.back().number = static_cast<decltype(records.back().number + 0)>(number);
+    records.back().number = number;
     return true;
 }
 
