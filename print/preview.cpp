@@ -289,9 +289,9 @@ void shift(preview_state &s, int columns) {
 
 /// One key; what it asks for, or what the operator chooses in the menu. 0 for nothing.
 int read_request(const preview_state &s) {
-    curs_set(0);
+    scr_reading(true);
     int key = key_get(win_current());
-    curs_set(1);
+    scr_reading(false);
     if (key == K_ESC || key == K_CANCEL) {
         return do_not_print;
     }

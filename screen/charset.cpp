@@ -1,5 +1,4 @@
 #include <langinfo.h>
-#include <strings.h>
 
 #include <clocale>
 #include <cstdlib>
@@ -82,9 +81,7 @@ bool environment_says_utf8() {
     for (const char *variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
         const char *name = std::getenv(variable);
         if (name != nullptr && *name != '\0') {
-            const char *set = std::strchr(name, '.');
-            return set != nullptr &&
-                   (strncasecmp(set, ".UTF-8", 6) == 0 || strncasecmp(set, ".UTF8", 5) == 0);
+            return strcasestr(name, "UTF-8") != nullptr || strcasestr(name, "UTF8") != nullptr;
         }
     }
     return false;

@@ -188,6 +188,7 @@ void ing_edit() {
         last_line.clear_message();
         scr->ing_status &= ~ING_REDO;
         if (is_help(edit, key)) {
+            show_field(edit, marks);  // the message may have hidden it
             ing_help();
             continue;
         }

@@ -285,7 +285,8 @@ kept_last_line::kept_last_line() : cells_(static_cast<std::size_t>(COLS) + 1) {
 }
 
 void kept_last_line::clear_message() const {
-    if (!showing() || scr->scr_msg[0] == '\0') {
+    const auto length = showing() ? static_cast<int>(std::strlen(scr->scr_msg)) : 0;
+    if (length == 0) {
         return;
     }
     error("%s", "");
@@ -296,7 +297,7 @@ void kept_last_line::clear_message() const {
     int row = 0;
     int col = 0;
     getyx(base, row, col);
-    mvwadd_wchnstr(base, LINES - 1, 0, cells_.data(), COLS);
+    mvwadd_wchnstr(base, LINES - 1, 0, cells_.data(), length);
     wmove(base, row, col);
     wnoutrefresh(base);
 }

@@ -130,6 +130,8 @@ void scr_clear_eos(int row, int col);
 [[gnu::format(printf, 4, 5)]] int scr_base_text(attr_t attr, int row, int col, const char *format, ...);
 /// Refreshes the current window, then sleeps.
 void scr_flush(int seconds);
+/// A page is read, without the cursor: a window too small for it shows its top and the last line.
+void scr_reading(bool begins);
 
 /// Shows text in a one-line window on the last screen line for `seconds`.
 [[gnu::format(printf, 3, 4)]] void scr_last_line(attr_t attr, int seconds, const char *format, ...);

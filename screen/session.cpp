@@ -244,6 +244,7 @@ void scr_end() {
         macros.session_save();
     }
     if (scr->scr_nwin > 0) {
+        scr_reading(false);  // ncurses shows the cursor again only on the screen that hid it
         // The way back from a wide or long description gives the window its size again.
         while (scr->scr_nwin > 1) {
             win_close();

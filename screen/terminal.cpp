@@ -21,6 +21,7 @@ namespace {
 volatile std::sig_atomic_t window_changed = 0;
 screen_size room;  ///< of the window, as last measured
 bool fits = true;
+bool page_read = false;
 
 constexpr int step_milliseconds = 20;
 constexpr int await_milliseconds = 300;
@@ -77,8 +78,9 @@ void crop() {
     const int columns = room.columns < COLS ? std::max(room.columns - 1, 1) : COLS;
     const int above = rows - 1;
     const bool on_last = row >= last || above == 0;
-    const int top = on_last ? last - above : first_shown(row, above, last, last - above);
-    const int left = first_shown(col, columns, COLS, 0);
+    const bool page = on_last && page_read;
+    const int top = page ? 0 : on_last ? last - above : first_shown(row, above, last, last - above);
+    const int left = page ? 0 : first_shown(col, columns, COLS, 0);
     // What is blank is not painted: beyond the window it would land on its last line.
     wbkgdset(newscr, ' ');
     std::vector<cchar_t> cells(static_cast<std::size_t>(columns) + 1);
@@ -94,7 +96,7 @@ void crop() {
             wclrtoeol(newscr);
         }
     }
-    wmove(newscr, on_last ? above : row - top, col - left);
+    wmove(newscr, on_last ? above : row - top, std::min(col - left, columns - 1));
 }
 
 /// Learns the size of the window after a change.
@@ -198,6 +200,11 @@ void terminal_signals() {
     handle(SIGCONT, on_window_change);
     handle(SIGHUP, on_leave);
     handle(SIGTERM, on_leave);
+}
+
+void scr_reading(bool begins) {
+    page_read = begins;
+    curs_set(begins ? 0 : 1);
 }
 
 void terminal_update() {

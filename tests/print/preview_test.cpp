@@ -1,4 +1,6 @@
 // The preview as the operator sees it.
+#include <csignal>
+
 #include "report_fixture.h"
 #include "support/terminal.h"
 
@@ -122,6 +124,19 @@ TEST_F(Preview, WideReportTakesAWideScreen) {
     EXPECT_EQ(t.columns(), 80);
     t.key("ENTER");
     EXPECT_EQ(t.wait_exit(), 0);
+
+    // A window that shrinks begins at the top, and a page that the end of the program takes away gives the
+    // cursor back.
+    TerminalOptions plain = report(1, 5, 132);
+    plain.term = "linux";
+    Terminal taken(plain);
+    ASSERT_TRUE(taken.wait_row(25, "(blad 1 van 1)"));
+    taken.resize(10, 132);
+    ASSERT_TRUE(taken.wait_row(10, "(blad 1 van 1)"));
+    EXPECT_TRUE(taken.wait_row(1, "p1 r1."));
+    taken.send_signal(SIGTERM);
+    EXPECT_EQ(taken.wait_exit(), 0);
+    EXPECT_TRUE(taken.cursor().visible);
 }
 
 TEST_F(Preview, WideReportShiftsInAWindowThatStaysNarrow) {

@@ -186,10 +186,10 @@ TEST(Prompts, QuestionsWithAndWithoutPreset) {
     // On the last line the question comes back when a message goes, that of the field and that of its help.
     const std::string question = " Een vraag waar een melding over heen komt? (J/N) ";
     EXPECT_EQ(d.row(25), question + "N");
-    for (const char *wrong : {"x", "<F1>x<ENTER>"}) {
+    for (const auto &[wrong, right] : {std::pair{"x", "<LEFT>"}, {"<F1>x<ENTER>", "<LEFT>"}, {"x", "<F1>"}}) {
         ASSERT_TRUE(d.settle(wrong));
         EXPECT_EQ(d.row(25).find(question), std::string::npos);
-        ASSERT_TRUE(d.settle("<LEFT>"));
+        ASSERT_TRUE(d.settle(right));
         EXPECT_EQ(d.row(25), question + "N");
     }
 }
