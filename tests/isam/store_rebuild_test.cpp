@@ -166,7 +166,8 @@ TEST_F(store_rebuild, MadeAnewDuringTheWait) {
     }
     ASSERT_EQ(read(ready[0], &c, 1), 1);
     void (*const plain)(ICB *) = ix_lock_wait;
-    ix_lock_wait = [](ICB *) {
+    ix_lock_wait = [](ICB *icb) {
+        EXPECT_STREQ(icb->fname, "B");  // shown to the operator
         const char byte = 0;
         (void)!write(go[1], &byte, 1);
         usleep(5000);
