@@ -111,7 +111,7 @@ bool points_to_nothing(const EanRecord &code, SeriesRecord &series) {
 
 void list_code(const EanRecord &code, std::int32_t number) {
     if (std::fprintf(check.list, "%-13.13s%11ld\n", ean_text(code).c_str(), static_cast<long>(number)) < 0) {
-        scr_fatal("%s: errno=%d", check.list_name.c_str(), errno);
+        scr_fatal("%s: errno=%d%s", check.list_name.c_str(), errno, disk_full_text(errno));
     }
 }
 

@@ -36,7 +36,7 @@ struct {
 } work;
 
 [[noreturn]] void work_fail() {
-    scr_fatal("%s: errno=%d", work.name.c_str(), errno);
+    scr_fatal("%s: errno=%d%s", work.name.c_str(), errno, disk_full_text(errno));
 }
 
 void work_close() {

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "isam/catalog.h"
 #include "isam/interrupted_call.h"
 
 namespace {
@@ -247,6 +248,15 @@ const char *file_basename(const char *path) {
         separator = std::strrchr(path, '/');
     }
     return separator == nullptr ? path : separator + 1;
+}
+
+const char *disk_full_text(int error) {
+    if (error != ENOSPC && error != EDQUOT) {
+        return "";
+    }
+    const char *text = term_text(1, 603, " (de schijf is vol)");
+    errno = error;  // the catalogue may have changed it
+    return text;
 }
 
 long disk_free() {

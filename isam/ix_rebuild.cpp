@@ -248,13 +248,14 @@ bool read_old_header(const ix_names &names, ix_header &header) {
     return whole;
 }
 
-/// Opens the pair for the rebuild, the data half made if need be, under the whole-file lock. The lock tells the
-/// operator by `header` whose file he waits for.
+/// Opens the pair for the rebuild, the data half made if need be, under the whole-file lock. The lock tells
+/// the operator by `header` whose file he waits for.
 ICB *open_for_rebuild(const char *name, const ix_names &names, const ix_header &header) {
     const bool existed = file_exists(names.data);
     const int datfd = ix_fd_open(names.data, O_RDWR | O_CREAT);
     if (datfd < 0) {
-        isam_fatal("%s : %s", existed ? "File open mislukt" : "File create mislukt", names.data);
+        isam_fatal("%s : %s%s", existed ? "File open mislukt" : "File create mislukt", names.data,
+                   disk_full_text(errno));
     }
     const int ixfd = ix_fd_open(names.index, O_RDWR);
     if (ixfd < 0) {
