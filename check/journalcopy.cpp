@@ -74,6 +74,9 @@ bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64
     }
     journal_copy copy{file.fd};
     while (journal_next(walk)) {
+        if (walk.code == 'O') {
+            scr_leave_if_due();
+        }
         if (walk.copied) {
             copy.take(walk);
         }
