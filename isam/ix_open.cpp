@@ -328,6 +328,7 @@ void ix_disk_failed(ICB *icb, bool index_half) {
     if (icb->mode == ix_exclusive) {
         const std::uint8_t mark = 1;
         file_write_at(icb->ixfd, &mark, 1, offsetof(ix_header, inupdate));
+        icb->mode = ix_readonly;  // closed on the way out it would write its header, and fail again
     }
     ix_names names;
     ix_resolve(icb->opened_as, names);
