@@ -1,11 +1,13 @@
 // The clean copy of an order journal.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
 #include "check/journals.h"
+#include "isam/owned_file.h"
 #include "screen/screen.h"
 #include "sub/sub.h"
 

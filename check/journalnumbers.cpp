@@ -1,5 +1,6 @@
 // The list of order numbers, and the labels of orders that got another number.
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>

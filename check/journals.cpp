@@ -12,10 +12,12 @@
 #include "check/journals.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cstring>
 
 #include "check/frame.h"
+#include "isam/owned_file.h"
 #include "print/print.h"
 #include "screen/screen.h"
 

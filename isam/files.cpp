@@ -15,28 +15,13 @@
 
 #include "isam/catalog.h"
 #include "isam/interrupted_call.h"
+#include "isam/owned_file.h"
 
 namespace {
 
 constexpr mode_t new_file_mode = 0660;
 /// The range of a whole file, as far as `lock_range` can name it.
 constexpr int lock_everything = 2147483646;
-
-/// Closes a descriptor on every way out.
-struct open_file {
-    int fd = -1;
-    explicit open_file(int descriptor) : fd(descriptor) {}
-    open_file(const open_file &) = delete;
-    open_file &operator=(const open_file &) = delete;
-    ~open_file() {
-        close();
-    }
-    bool close() {
-        const int descriptor = fd;
-        fd = -1;
-        return descriptor < 0 || ::close(descriptor) == 0;
-    }
-};
 
 bool same_file(const struct stat &a, const struct stat &b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
