@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "check/frame.h"
+#include "isam/owned_file.h"
 #include "print/print.h"
 #include "screen/screen.h"
 #include "sub/iomaat.h"
@@ -31,7 +32,7 @@ struct {
     ean_findings findings{"tmp_prt",
                           {{"key-1", false, {{'I', 0, 4}, {'I', 4, 2}, {'I', 6, 2}, {'I', 8, 1}}}}};
     std::string list_name;
-    std::FILE *list = nullptr;
+    open_stream list;
     bool sound = true;
     bool accepted = false;
 } check;
@@ -109,9 +110,14 @@ bool points_to_nothing(const EanRecord &code, SeriesRecord &series) {
     return !IXREAD(chk_files.rvser, &series) || !series.sizes.test(code.size);
 }
 
+[[noreturn]] void list_failed() {
+    scr_fatal("%s: errno=%d%s", check.list_name.c_str(), errno, disk_full_text(errno));
+}
+
 void list_code(const EanRecord &code, std::int32_t number) {
-    if (std::fprintf(check.list, "%-13.13s%11ld\n", ean_text(code).c_str(), static_cast<long>(number)) < 0) {
-        scr_fatal("%s: errno=%d", check.list_name.c_str(), errno);
+    if (std::fprintf(check.list.get(), "%-13.13s%11ld\n", ean_text(code).c_str(), static_cast<long>(number)) <
+        0) {
+        list_failed();
     }
 }
 
@@ -140,9 +146,13 @@ bool check_codes() {
 // ---- Repair
 
 void delete_listed() {
-    std::rewind(check.list);
+    // A code that did not reach the file would be told, and not deleted.
+    if (std::fflush(check.list.get()) != 0) {
+        list_failed();
+    }
+    std::rewind(check.list.get());
     char line[line_bytes + 1];
-    while (std::fread(line, line_bytes, 1, check.list) == 1) {
+    while (std::fread(line, line_bytes, 1, check.list.get()) == 1) {
         line[line_bytes] = '\0';
         const auto number =
             static_cast<std::int32_t>(std::strtol(line + sizeof EanRecord::code, nullptr, 10));
@@ -213,7 +223,7 @@ void open_files() {
     chk_eti_raw(raw_action::open);
     check.findings.open();
     check.list_name = chk_tempname();
-    check.list = std::fopen(check.list_name.c_str(), "w+e");
+    check.list.reset(std::fopen(check.list_name.c_str(), "w+e"));
     if (check.list == nullptr) {
         err_open(program_name, check.list_name.c_str());
     }
@@ -242,7 +252,9 @@ void ask_and_report() {
 
 void close_files() {
     check.findings.close();
-    std::fclose(check.list);
+    if (!close_stream(check.list)) {
+        list_failed();
+    }
     file_delete(check.list_name.c_str());
     chk_eti_raw(raw_action::close);
     IXCLOSE(check.articles);

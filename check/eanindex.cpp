@@ -6,7 +6,6 @@
 //   3  After any fault the index is made anew.
 #include <unistd.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -132,16 +131,15 @@ void delete_doubles(ICB *file, double_list &doubles) {
 
 /// False, and the operator is told so, when the program that makes an index anew can't be found.
 bool rebuild_index() {
-    const char *directory = std::getenv("BIN");
-    const std::string program = std::string(directory == nullptr ? "" : directory) + "/" + rebuild_program;
-    if (directory == nullptr || access(program.c_str(), X_OK) != 0) {
-        msg_error(
-            str_format(detail_text(23, 6, "Programma %s niet gevonden"), rebuild_program).c_str(),
-            directory == nullptr ? detail_text(23, 7, "omgevingsvariabele BIN ontbreekt") : program.c_str(),
-            str_format(detail_text(23, 8, "De index van %s is niet hersteld"), ean_file_name).c_str());
+    const std::string place = program_place(rebuild_program);
+    const std::string program = place + rebuild_program;
+    if (place.empty() || access(program.c_str(), X_OK) != 0) {
+        msg_error(str_format(detail_text(23, 6, "Programma %s niet gevonden"), rebuild_program).c_str(),
+                  place.empty() ? detail_text(23, 7, "omgevingsvariabele BIN ontbreekt") : program.c_str(),
+                  str_format(detail_text(23, 8, "De index van %s is niet hersteld"), ean_file_name).c_str());
         return false;
     }
-    run_program("BIN", str_format("%s %s", rebuild_program, ean_file_name).c_str(), false);
+    run_program(place.c_str(), str_format("%s %s", rebuild_program, ean_file_name).c_str(), false);
     return true;
 }
 

@@ -1,11 +1,13 @@
 // The clean copy of an order journal.
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
 #include "check/journals.h"
+#include "isam/owned_file.h"
 #include "screen/screen.h"
 #include "sub/sub.h"
 
@@ -74,6 +76,9 @@ bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64
     }
     journal_copy copy{file.fd};
     while (journal_next(walk)) {
+        if (walk.code == 'O') {
+            scr_leave_if_due();
+        }
         if (walk.copied) {
             copy.take(walk);
         }

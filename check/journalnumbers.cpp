@@ -1,5 +1,6 @@
 // The list of order numbers, and the labels of orders that got another number.
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -325,8 +326,13 @@ void journal_numbers_end() {
 }
 
 void journal_follow(journal_walk &walk, const journal_name &name) {
+    // The labels of an order that isn't in the copy are found by the old journal only, in this run or never.
+    const bool undisturbed = walk.dropped_low;
     journal_again(walk);
     while (journal_next(walk)) {
+        if (walk.code == 'O' && !undisturbed) {
+            scr_leave_if_due();
+        }
         if (walk.forgotten) {
             delete_number(*walk.forgotten);
         }
@@ -346,6 +352,7 @@ void journal_settle_numbers() {
     OrderNumberRecord record{};
     // A damaged index can lead in a circle.
     for (bool found = IXFIRST(numbers, &record); found && done < total; found = IXNEXT(numbers, &record)) {
+        scr_leave_if_due();
         chk_progress(++done, total, chk_bar::step);
         const std::int32_t here = numbers->recno;
         if (!settle_number(record) && !handed_out_since(record)) {

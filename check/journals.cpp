@@ -12,10 +12,12 @@
 #include "check/journals.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cstring>
 
 #include "check/frame.h"
+#include "isam/owned_file.h"
 #include "print/print.h"
 #include "screen/screen.h"
 
@@ -127,6 +129,7 @@ void check_season(const std::string &directory, journal_name name) {
     }
     each_name(directory + "/ORD%*4d.JRN", dir_kind::files, [&](const std::string &file) {
         if (journal_number(file, name)) {
+            scr_leave_if_due();
             scr_clear_eol(scr->scr_lines - 1, 1);
             scr_text(A_BOLD, scr->scr_lines - 1, 1, "%s/%-13s", directory.c_str(), file.c_str());
             scr_flush(0);
@@ -151,9 +154,9 @@ void open_files() {
     chk_eti_raw(raw_action::open);
 }
 
-/// Leaves nothing half done when the terminal is closed meanwhile.
+/// When the terminal is closed meanwhile the program leaves at the next order: what is left over by then the
+/// next run puts right, as after a program that died.
 bool walk_journals() {
-    const leave_guard undisturbed;
     scr_clear_eol(scr->scr_lines - 1, 1);
     each_name("%*4d%*[ZWK]", dir_kind::directories, [](const std::string &directory) {
         journal_name name{};

@@ -2,8 +2,6 @@
 // numbers.
 #pragma once
 
-#include <unistd.h>
-
 #include <string>
 
 #include "check/journalwalk.h"
@@ -23,19 +21,6 @@ bool journal_season(const std::string &directory, journal_name &name);
 bool journal_number(const std::string &file, journal_name &name);
 /// Prints a line of the report that tells of a journal: its name, what is wrong and where.
 void journal_report(const journal_name &name, const std::string &text);
-
-/// A descriptor, closed at the end of its block.
-struct open_file {
-    int fd;
-    explicit open_file(int descriptor) : fd(descriptor) {}
-    ~open_file() {
-        if (fd >= 0) {
-            close(fd);
-        }
-    }
-    open_file(const open_file &) = delete;
-    open_file &operator=(const open_file &) = delete;
-};
 
 /// Walks through a journal to the end and writes its copy. True when the journal passes; the copy is then
 /// complete on disk.

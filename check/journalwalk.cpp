@@ -99,6 +99,7 @@ void repeat_order(journal_walk &walk, const JournalOrder &order, std::uint32_t n
         walk.forgotten = order.number;
         walk.order_number = number_before;
         walk.labels_follow = true;
+        walk.dropped_low = true;
     } else {
         walk.forgotten = number_before;
         walk.labels_follow = false;

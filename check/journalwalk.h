@@ -55,6 +55,7 @@ struct journal_walk {
     std::uint16_t order_date = 0;
     std::uint32_t group = 0;     ///< article group of the model
     bool labels_follow = false;  ///< labels with a number below 1000 take that of the order
+    bool dropped_low = false;    ///< so far: an order with a number below 1000 that only its labels outlive
     journal_end end = journal_end::open;
     int error = 0;  ///< errno of a read that failed
 

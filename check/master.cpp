@@ -9,8 +9,8 @@
 #include "check/master.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
+#include "isam/owned_file.h"
 #include "screen/screen.h"
 
 namespace {
@@ -23,15 +23,11 @@ master_files files;
 
 /// What the file is too short for stays zero: no saving action in use.
 void read_tills() {
-    const int fd = open(till_file, O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        err_open(module_name, till_file);
-    }
+    const open_file file(open(till_file, O_RDONLY | O_CLOEXEC));
     files.tills = {};
-    if (file_read_at(fd, &files.tills, sizeof files.tills, 0) < 0) {
+    if (file.fd < 0 || file_read_at(file.fd, &files.tills, sizeof files.tills, 0) < 0) {
         err_open(module_name, till_file);
     }
-    close(fd);
 }
 
 std::uint16_t read_session_limit() {

@@ -99,9 +99,6 @@ void open_files() {
     give_up_free_chain();
     chk_bits_open(static_cast<std::size_t>(bapar_end) / 8 + 1);
     rvbaser = pair_open(series_name, ix_readonly, sizeof(CriteriaRecord));
-    if (rvbaser->reclen != static_cast<int>(sizeof(CriteriaRecord))) {
-        err_open(program_name, series_name);  // its records don't fit where they are read to
-    }
     stdchk.open();
 }
 

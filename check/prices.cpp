@@ -9,7 +9,6 @@
 #include "check/prices.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <limits>
 
 #include "check/frame.h"
@@ -35,10 +34,6 @@ void open_files() {
     chk_bits_open(static_cast<std::size_t>(price_work.end) / 8 + 1);
     chk_ipg_raw(raw_action::open);
     price_work.sets = pair_open(set_file, ix_shared, sizeof(PriceSetRecord));
-    if (price_work.sets->reclen != static_cast<int>(sizeof(PriceSetRecord))) {
-        errno = EINVAL;  // another file under this name: its records would not fit
-        err_open(program_name, set_file);
-    }
     price_errors.open();
 }
 

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "check/frame.h"
+#include "isam/owned_file.h"
 #include "print/print.h"
 #include "screen/screen.h"
 #include "sub/iomaat.h"
@@ -31,31 +32,30 @@ constexpr int width_size = 3;
 /// Numbers of labels, one a line, in a file: there may be more than memory should hold.
 struct {
     std::string name;
-    std::FILE *file = nullptr;
+    open_stream file;
     std::uint32_t count = 0;
 } work;
 
 [[noreturn]] void work_fail() {
-    scr_fatal("%s: errno=%d", work.name.c_str(), errno);
+    scr_fatal("%s: errno=%d%s", work.name.c_str(), errno, disk_full_text(errno));
 }
 
 void work_close() {
-    if (work.file != nullptr && std::fclose(work.file) != 0) {
+    if (!close_stream(work.file)) {
         work_fail();
     }
-    work.file = nullptr;
 }
 
 void work_open(const char *mode) {
     work_close();
-    work.file = std::fopen(work.name.c_str(), mode);
+    work.file.reset(std::fopen(work.name.c_str(), mode));
     if (work.file == nullptr) {
         err_open(program_name, work.name.c_str());
     }
 }
 
 void work_add(std::int32_t number) {
-    if (std::fprintf(work.file, "%ld\n", static_cast<long>(number)) < 0) {
+    if (std::fprintf(work.file.get(), "%ld\n", static_cast<long>(number)) < 0) {
         work_fail();
     }
     work.count++;
@@ -64,7 +64,7 @@ void work_add(std::int32_t number) {
 /// The next number; false at the end of the list.
 bool work_next(std::int32_t &number) {
     char line[1024 + 1];
-    if (std::fgets(line, sizeof line, work.file) == nullptr) {
+    if (std::fgets(line, sizeof line, work.file.get()) == nullptr) {
         return false;
     }
     number = static_cast<std::int32_t>(std::strtol(line, nullptr, 10));

@@ -13,29 +13,15 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "isam/catalog.h"
 #include "isam/interrupted_call.h"
+#include "isam/owned_file.h"
 
 namespace {
 
 constexpr mode_t new_file_mode = 0660;
 /// The range of a whole file, as far as `lock_range` can name it.
 constexpr int lock_everything = 2147483646;
-
-/// Closes a descriptor on every way out.
-struct open_file {
-    int fd = -1;
-    explicit open_file(int descriptor) : fd(descriptor) {}
-    open_file(const open_file &) = delete;
-    open_file &operator=(const open_file &) = delete;
-    ~open_file() {
-        close();
-    }
-    bool close() {
-        const int descriptor = fd;
-        fd = -1;
-        return descriptor < 0 || ::close(descriptor) == 0;
-    }
-};
 
 bool same_file(const struct stat &a, const struct stat &b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
@@ -247,6 +233,15 @@ const char *file_basename(const char *path) {
         separator = std::strrchr(path, '/');
     }
     return separator == nullptr ? path : separator + 1;
+}
+
+const char *disk_full_text(int error) {
+    if (error != ENOSPC && error != EDQUOT) {
+        return "";
+    }
+    const char *text = term_text(1, 603, " (de schijf is vol)");
+    errno = error;  // the catalogue may have changed it
+    return text;
 }
 
 long disk_free() {

@@ -43,6 +43,9 @@ bool file_move(const char *from, const char *to, bool replace);
 const char *file_tempname(const char *directory, const char *prefix);
 /// Last component; the separator is '\\' if the path holds one, else '/'.
 const char *file_basename(const char *path);
+/// Words for the end of a message about a write that failed with `error`: that the disk is full, else
+/// nothing. Leaves errno as it was after the write.
+const char *disk_full_text(int error);
 /// Free space of the file system of "." in kilobytes; 2147483647 when that can't be told.
 long disk_free();
 

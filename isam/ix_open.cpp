@@ -229,7 +229,8 @@ ICB *IXCREATE(const char *name, int mode) {
         const bool existed = file_exists(names.data);
         datfd = open_or_create_data(names.data);
         if (datfd < 0) {
-            isam_fatal("%s : %s", existed ? "File open mislukt" : "File create mislukt", names.data);
+            isam_fatal("%s : %s%s", existed ? "File open mislukt" : "File create mislukt", names.data,
+                       disk_full_text(errno));
         }
         ixfd = create_index(names.index);
     } else {
@@ -237,13 +238,14 @@ ICB *IXCREATE(const char *name, int mode) {
         if (ixfd >= 0) {
             datfd = open_or_create_data(names.data);
             if (datfd < 0) {
+                const char *full = disk_full_text(errno);
                 ix_fd_close(ixfd);
-                isam_fatal("File create mislukt : %s", names.data);
+                isam_fatal("File create mislukt : %s%s", names.data, full);
             }
         }
     }
     if (ixfd < 0) {
-        isam_fatal("File create mislukt : %s", names.index);
+        isam_fatal("File create mislukt : %s%s", names.index, disk_full_text(errno));
     }
     ICB *icb = ix_new_icb(name, names, ixfd, datfd, mode);
     const char *slash = std::strrchr(name, '/');
@@ -326,10 +328,12 @@ void ix_disk_failed(ICB *icb, bool index_half) {
     if (icb->mode == ix_exclusive) {
         const std::uint8_t mark = 1;
         file_write_at(icb->ixfd, &mark, 1, offsetof(ix_header, inupdate));
+        icb->mode = ix_readonly;  // closed on the way out it would write its header, and fail again
     }
     ix_names names;
     ix_resolve(icb->opened_as, names);
-    isam_fatal("QBISAM(%d): %s ", error, index_half ? names.index : names.data);
+    const char *full = disk_full_text(error);
+    isam_fatal("QBISAM(%d): %s%s", error, index_half ? names.index : names.data, *full == '\0' ? " " : full);
 }
 
 int ix_flash(int wait, const char *title, const char *text) {

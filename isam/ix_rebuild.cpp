@@ -248,18 +248,21 @@ bool read_old_header(const ix_names &names, ix_header &header) {
     return whole;
 }
 
-/// Opens the pair for the rebuild, the data half made if need be, under the whole-file lock.
-ICB *open_for_rebuild(const char *name, const ix_names &names) {
+/// Opens the pair for the rebuild, the data half made if need be, under the whole-file lock. The lock tells
+/// the operator by `header` whose file he waits for.
+ICB *open_for_rebuild(const char *name, const ix_names &names, const ix_header &header) {
     const bool existed = file_exists(names.data);
     const int datfd = ix_fd_open(names.data, O_RDWR | O_CREAT);
     if (datfd < 0) {
-        isam_fatal("%s : %s", existed ? "File open mislukt" : "File create mislukt", names.data);
+        isam_fatal("%s : %s%s", existed ? "File open mislukt" : "File create mislukt", names.data,
+                   disk_full_text(errno));
     }
     const int ixfd = ix_fd_open(names.index, O_RDWR);
     if (ixfd < 0) {
         isam_fatal("File create mislukt : %s", names.index);
     }
     ICB *icb = ix_new_icb(name, names, ixfd, datfd, ix_exclusive);
+    static_cast<ix_header &>(*icb) = header;
     IXLOCK(icb, ix_lock_file);
     return icb;
 }
@@ -364,7 +367,7 @@ bool IXBLDIX(const char *name) {
         return false;
     }
 
-    ICB *icb = open_for_rebuild(name, names);
+    ICB *icb = open_for_rebuild(name, names, trial);
     // Others may have worked in the pair until the lock was granted, and even have made it anew.
     const off_t data_size = ix_fd_size(icb->datfd);
     ICB now{};
@@ -372,7 +375,6 @@ bool IXBLDIX(const char *name) {
     ix_limit_keys(&now);
     bool done = ix_same_definition(now, trial) && data_size % reclen == 0 && data_size <= INT_MAX;
     if (done) {
-        static_cast<ix_header &>(*icb) = static_cast<const ix_header &>(trial);
         const std::size_t chunk =
             buffer_size / static_cast<std::size_t>(reclen) * static_cast<std::size_t>(reclen);
         done = build_index(icb, gathered, {static_cast<std::uint8_t *>(buffer), chunk}, data_size);

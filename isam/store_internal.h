@@ -78,7 +78,7 @@ int ix_locate(const ix_plan &plan, const std::uint8_t *entries, int count, const
 inline constexpr int ix_sort_max = 3 * ix_max_klen + 4;
 int ix_sort_bytes(const ix_plan &plan, const std::uint8_t *key, std::uint8_t *out);
 
-// ---- Tree (ix_tree.cpp, ix_update.cpp)
+// ---- Tree (ix_tree.cpp, ix_tree_update.cpp)
 
 inline std::uint8_t *ix_entry(ICB *icb, const ix_plan &plan, int n) {
     return icb->blk.bentries + n * plan.esize;

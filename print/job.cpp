@@ -28,8 +28,8 @@ std::FILE *job = nullptr;
         job = nullptr;
     }
     file_delete(prt_job.job_file.c_str());
-    scr_fatal("%s: %s (file=%s, errno=%d)", "REPORT", term_text(1, 602, "Schrijven niet gelukt"),
-              prt_job.job_file.c_str(), why);
+    scr_fatal("%s: %s (file=%s, errno=%d)%s", "REPORT", term_text(1, 602, "Schrijven niet gelukt"),
+              prt_job.job_file.c_str(), why, disk_full_text(why));
 }
 
 /// Puts what was written into the job file; fatal when it can't be.

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 
+#include "isam/owned_file.h"
 #include "screen/screen.h"
 #include "sub/batchvw.h"
 #include "sub/eanhdl.h"
@@ -48,17 +49,15 @@ void each_till_branch(Visit visit) {
 
 void add_line(char kind, const std::string &text) {
     batch_lock(batch_tills, false);
-    const int fd = open(change_file, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, new_file_mode);
-    if (fd < 0) {
+    open_file file(open(change_file, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, new_file_mode));
+    if (file.fd < 0) {
         err_open("eanhdl", change_file);
     }
     const std::string line = str_format("%03d%03d%c%s\n", all_tills, all_tills, kind, text.c_str());
-    const bool written = write(fd, line.data(), line.size()) == static_cast<ssize_t>(line.size());
-    close(fd);
-    batch_unlock(batch_tills);
-    if (!written) {
-        scr_fatal("%s: errno=%d", change_file, errno);
+    if (write(file.fd, line.data(), line.size()) != static_cast<ssize_t>(line.size()) || !file.close()) {
+        scr_fatal("%s: errno=%d%s", change_file, errno, disk_full_text(errno));
     }
+    batch_unlock(batch_tills);
 }
 
 void tell_changes(const SeriesRecord &series, const std::string &code) {

@@ -166,10 +166,6 @@ void ink_open(ink_mode mode) {
     }
     ink.sets =
         pair_open(ink_set_file, mode == ink_mode::write ? ix_shared : ix_readonly, sizeof(PriceSetRecord));
-    if (ink.sets->reclen != static_cast<int>(sizeof(PriceSetRecord))) {
-        errno = EINVAL;  // another file under this name: its records would not fit
-        err_open(module_name, ink_set_file);
-    }
     ink.fd = open(ink_block_file, (mode == ink_mode::write ? O_RDWR : O_RDONLY) | O_CLOEXEC);
     if (ink.fd < 0) {
         err_open(module_name, ink_block_file);

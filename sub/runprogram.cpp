@@ -1,11 +1,27 @@
 #include "sub/runprogram.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 
+#include "isam/program_directory.h"
 #include "print/print.h"
 #include "screen/screen.h"
+
+std::string program_place(const char *program) {
+    if (const char *directory = getenv("BIN")) {
+        return std::string(directory) + "/";
+    }
+    const std::string here = program_directory();
+    for (const char *part : {"/", "/tools/"}) {
+        const std::string place = here + part;
+        if (!here.empty() && access((place + program).c_str(), X_OK) == 0) {
+            return place;
+        }
+    }
+    return "";
+}
 
 int run_program(const char *directory, const char *command, bool wait) {
     std::string path = directory;

@@ -11,6 +11,7 @@
 //   break                     breaks off at the first look for the wish to
 //   kill-at=N                 ends itself with SIGKILL before the write to a file of data that comes N writes
 //                             from here: there is no state between two writes
+//   leave-at=N                likewise, but by SIGTERM, which it obeys at its next safe place
 //   refuse                    no destination is found for reports
 // It runs in the directory of the shop, and wants a terminal and its description like the program itself, for
 // example TERM=xterm-256color TERMINFO=<build>/terminfo. Where standard input is no terminal it ends at once,
@@ -33,12 +34,13 @@
 namespace {
 long writes = 0;
 long last_write = -1;
+int last_signal = SIGKILL;
 }  // namespace
 
 /// The writes to files of data pass here.
 extern "C" ssize_t pwrite(int fd, const void *from, size_t size, off_t offset) {
     if (writes++ == last_write) {
-        kill(getpid(), SIGKILL);
+        kill(getpid(), last_signal);
     }
     return syscall(SYS_pwrite64, fd, from, size, offset);
 }
@@ -219,6 +221,9 @@ void obey(const std::string &word) {
         break_caption = caption;
     } else if (const char *count = value_of(word, "kill-at")) {
         last_write = writes + std::stol(count);
+    } else if (const char *leave = value_of(word, "leave-at")) {
+        last_signal = SIGTERM;
+        last_write = writes + std::stol(leave);
     } else {
         for (const named_check &check : checks) {
             if (word == check.name) {

@@ -315,8 +315,8 @@ TEST(JournalWalk, WhatCannotBeReadIsNoEnd) {
     EXPECT_EQ(walk.error, EBADF);
 }
 
-/// The run ends at any moment. The journal is the old or the new one, and runs that follow put the list
-/// right.
+/// The run is killed, or asked to leave, at any moment. The journal is the old or the new one, and runs that
+/// follow put the list right. One that is asked to leave goes no further than the next order.
 TEST_F(Journals, KilledAtAnyMomentTheNextRunMends) {
     const int kills = rounds(12);
     std::string words;
@@ -329,9 +329,10 @@ TEST_F(Journals, KilledAtAnyMomentTheNextRunMends) {
     const long writes = check("journals").writes;
     for (int round = 0; round < kills; round++) {
         write_journal(words, "17 18 19 4000");
-        check("kill-at=" + std::to_string(writes * round / kills) + " journals");
+        const char *end = round % 2 == 0 ? "leave-at=" : "kill-at=";
+        check(end + std::to_string(writes * round / kills) + " journals");
         const std::string left = bytes_of(journal_file);
-        EXPECT_TRUE(left == journal(words) || left == journal(clean)) << round;
+        EXPECT_TRUE(left == journal(words) || (left == journal(clean) && round > 0)) << round;
         EXPECT_EQ(check("journals").flags, "journals");
         EXPECT_EQ(audit(audit_journals), "");
         EXPECT_GE(label_number(), 5001U);
@@ -364,9 +365,9 @@ TEST_F(Journals, MadeFaultsAreFoundOrMended) {
         const CheckRun first = check("journals");
         const CheckRun second = check("journals");
         EXPECT_EQ(first.flags, fault.report == nullptr ? "journals" : "") << first;
-        EXPECT_EQ(first.report, second.report);
+        EXPECT_EQ(first.report.size(), second.report.size());  // the heads carry the minute
         if (fault.report != nullptr) {
-            EXPECT_TRUE(first.reports(fault.report)) << first;
+            EXPECT_TRUE(first.reports(fault.report) && second.reports(fault.report)) << first << second;
         } else {
             EXPECT_EQ(audit(audit_journals), "");
         }

@@ -166,7 +166,8 @@ TEST_F(store_rebuild, MadeAnewDuringTheWait) {
     }
     ASSERT_EQ(read(ready[0], &c, 1), 1);
     void (*const plain)(ICB *) = ix_lock_wait;
-    ix_lock_wait = [](ICB *) {
+    ix_lock_wait = [](ICB *icb) {
+        EXPECT_STREQ(icb->fname, "B");  // shown to the operator
         const char byte = 0;
         (void)!write(go[1], &byte, 1);
         usleep(5000);
@@ -337,6 +338,14 @@ TEST_F(store_rebuild, DiskFull) {
         IXBLDIX("B");
     };
     EXPECT_EXIT(rebuild(), testing::ExitedWithCode(1), "QBISAM\\(27\\): B.INX ");
+    const auto full = [] {
+        ICB icb{};
+        icb.mode = ix_readonly;
+        std::strcpy(icb.opened_as, "B");
+        errno = ENOSPC;
+        ix_disk_failed(&icb, true);
+    };
+    EXPECT_EXIT(full(), testing::ExitedWithCode(1), "QBISAM\\(28\\): B.INX \\(de schijf is vol\\)");
     EXPECT_EQ(IXCHECK("B"), -1);
     ASSERT_TRUE(IXBLDIX("B"));
     EXPECT_EQ(ix_verify("B"), std::vector<std::string>{});

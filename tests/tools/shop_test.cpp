@@ -221,6 +221,14 @@ TEST_F(ShopTest, EveryFaultSpoilsTheShop) {
 }
 
 TEST_F(ShopTest, FaultsCombine) {
+    // So few codes that two faults often come upon the same one.
+    ShopOptions options = small();
+    options.series = 3;
+    options.faults = {"ean-double", "ean-missing"};
+    for (options.seed = 1; options.seed <= 10; options.seed++) {
+        ASSERT_EQ(make_shop(options, "a"), "");
+        EXPECT_EQ(audit_shop("a", options.today, audit_codes).size(), 2U) << options.seed;
+    }
     for (std::uint64_t seed = 1; seed <= 20; seed++) {
         Random random(seed, 1);
         Shop shop;
@@ -272,6 +280,7 @@ TEST_F(ShopTest, CommandLine) {
         {"a --today 01011960", 1, "1990 to 2040"},
         {"a --fault kapot", 1, "no fault is named"},
         {"a --branches 1 --series 0 --fault series-count", 1, "nothing in this shop"},
+        {"a --series 1 --seed 12 --today 20112013 --fault ean-double --fault ean-missing", 1, "would undo"},
         {"a --digits 6 --series 100001", 1, "too many"},
         {"own", 1, "not from a made shop"},
         {"own --force --series 5", 0, ""},

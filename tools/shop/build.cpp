@@ -1,4 +1,5 @@
 // Putting a shop together.
+#include "tools/shop/faults.h"
 #include "tools/shop/plan.h"
 
 namespace {
@@ -76,14 +77,7 @@ bool build_shop(const ShopOptions &options, Shop &shop, std::string &why) {
     for (const SeriesPlan &series : plan.series) {
         shop.series.push_back(series.record);
     }
-    std::uint64_t n = 0;
-    for (const std::string &name : options.faults) {
-        if (!spoil_shop(shop, name, options.seed + n++)) {
-            why = text_of("nothing in this shop can be spoiled by \"%.60s\"", name.c_str());
-            return false;
-        }
-    }
-    return true;
+    return put_faults(shop, why);
 }
 
 bool spoil_shop(Shop &shop, const std::string &name, std::uint64_t seed) {

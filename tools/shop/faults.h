@@ -18,6 +18,10 @@ extern const std::span<const ShopFault> code_faults;
 extern const std::span<const ShopFault> journal_faults;
 extern const std::span<const ShopFault> index_faults;
 
+/// Puts the faults of the options in. False when one finds nothing to spoil, or only what an earlier one has
+/// spoiled; `why` says which.
+bool put_faults(Shop &shop, std::string &why);
+
 /// Blocks of a chain, first to last.
 template <typename Block>
 std::vector<std::int32_t> chain_of(const std::vector<Block> &blocks, std::int32_t first) {

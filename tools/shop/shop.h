@@ -139,7 +139,7 @@ using ShopLabel = LabelParts;
 bool shop_options_valid(const ShopOptions &options, std::string &why);
 
 /// Makes the shop. The options must be valid. False when they can't be met (more labels than their numbers
-/// have digits for, a fault that finds nothing to spoil); `why` says so.
+/// have digits for, a fault that finds nothing to spoil or would undo another); `why` says so.
 bool build_shop(const ShopOptions &options, Shop &shop, std::string &why);
 
 /// What `write_shop` does with a directory that is not empty.
