@@ -36,8 +36,9 @@ TEST_F(Package, InstallsAndRuns) {
     TerminalOptions installed;
     installed.program = root / "bin/rvchk860";
     installed.directory = directory / "shop";
-    installed.terminfo = root / "share/terminfo";
-    installed.environment = {{"NLSPATH", root / "share/rvchk860/catalog/en/%N.cat"}};
+    // The descriptions are found from where the program is, which is not where the package puts it.
+    installed.environment = {
+        {"TERMINFO", {}}, {"HOME", directory}, {"NLSPATH", root / "share/rvchk860/catalog/en/%N.cat"}};
     Terminal t(installed);
     ASSERT_TRUE(t.wait_for("<ENTER>"));
     t.key("ENTER");
