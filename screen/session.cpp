@@ -184,6 +184,11 @@ int scr_open_terminal(const char *mode) {
     entry.screen = new_screen(mode, entry.size);
     if (entry.screen == nullptr) {
         std::printf("\n%s (%s)\n", term_text(1, 92, "Onbekende terminfo"), description_name(mode).c_str());
+        std::fflush(stdout);
+        std::fprintf(stderr, "%s\n",
+                     term_text(1, 93,
+                               "Start opnieuw met TERM=xterm-256color, of maak met make-entries.sh een\n"
+                               "beschrijving van deze terminal; zie 'man rvchk860'."));
         scr_exit(10);
     }
     if (scr->scr_term >= 0) {
