@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "isam/program_directory.h"
 #include "screen/macros.h"
 #include "screen/screen_internal.h"
 
@@ -42,10 +43,14 @@ void operator_disconnect() {
     isam_operator = {};
 }
 
-/// Entries installed with the program are found too, behind those that the environment names.
+/// The descriptions that belong to the program are found too, after those that the environment names: built
+/// beside the program, or installed with it, wherever that is.
 void terminfo_search_path() {
     const char *paths = getenv("TERMINFO_DIRS");
-    const std::string all = (paths == nullptr ? "" : std::string(paths) + ":") + RVCHK_TERMINFO_DIR ":";
+    std::string all = paths == nullptr ? "" : std::string(paths) + ":";
+    if (const std::string own = program_directory(); !own.empty()) {
+        all += own + "/terminfo:" + own + "/" RVCHK_DATA_FROM_PROGRAM "/terminfo:";
+    }
     setenv("TERMINFO_DIRS", all.c_str(), 1);
 }
 
@@ -179,6 +184,11 @@ int scr_open_terminal(const char *mode) {
     entry.screen = new_screen(mode, entry.size);
     if (entry.screen == nullptr) {
         std::printf("\n%s (%s)\n", term_text(1, 92, "Onbekende terminfo"), description_name(mode).c_str());
+        std::fflush(stdout);
+        std::fprintf(stderr, "%s\n",
+                     term_text(1, 93,
+                               "Start opnieuw met TERM=xterm-256color, of maak met make-entries.sh een\n"
+                               "beschrijving van deze terminal; zie 'man rvchk860'."));
         scr_exit(10);
     }
     if (scr->scr_term >= 0) {

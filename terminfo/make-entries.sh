@@ -1,15 +1,15 @@
 #!/bin/sh
-# Makes the terminal descriptions of rvchk860 from those of the system.
+# Makes the terminal descriptions of rvchk860 from those in terminals.ti and those of the system.
 #
 #     make-entries.sh [-q] [-o DIRECTORY] NAME...
 #
 # For a terminal NAME, as in TERM, three descriptions are compiled: its name with a capital (25 lines of 80
 # columns), the same with "-w" (25 by 132) and with "-l" (43 by 80). They go to DIRECTORY, or without -o to
-# where tic puts them: ~/.terminfo, or the system's place for root. With -q a terminal that the system does not
-# know is skipped; otherwise that is an error.
+# where tic puts them: ~/.terminfo, or the system's place for root. With -q a terminal that is not
+# known is skipped; otherwise that is an error.
 set -eu
 
-blocks=$(dirname "$0")/blocks.ti
+here=$(dirname "$0")
 directory=
 quiet=
 while getopts qo: option; do
@@ -25,18 +25,23 @@ if [ $# -eq 0 ]; then
     exit 2
 fi
 
-source=$(mktemp)
-trap 'rm -f "$source"' EXIT
-cat "$blocks" > "$source"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+source=$work/source.ti
+cat "$here/blocks.ti" > "$source"
 
-# What the system's description does not say: the block that goes before it, and how the terminal is given
+# Our own are found before those of the system, which the empty last place stands for.
+tic -x -o "$work/own" "$here/terminals.ti"
+export TERMINFO_DIRS="$work/own:${TERMINFO_DIRS:-}"
+
+# What the description does not say: the block that goes before it, and how the terminal is given
 # another size: by window, by column mode, or not at all.
 facts() {
     before=rv+keys
     wide=rv+wide
     long=rv+long
     case $1 in
-        xterm-kitty* | screen* | tmux*)
+        xterm-kitty* | xterm-ghostty* | screen* | tmux*)
             before=rv+keys,\ use=rv+margin
             ;;
         xterm* | rxvt* | vte* | gnome* | konsole* | putty* | mintty*)
@@ -87,6 +92,6 @@ if [ -n "$names" ]; then
     tic -x -e "${names#,}" ${directory:+-o "$directory"} "$source"
 fi
 if [ -n "$missing" ] && [ -z "$quiet" ]; then
-    echo "make-entries.sh: the system does not know:$missing" >&2
+    echo "make-entries.sh: no description of:$missing" >&2
     exit 1
 fi

@@ -1,5 +1,6 @@
 // ixreorgk NAME: rebuilds the index of one pair in the current directory. Exit status 0 on success, 1 with a
-// message otherwise. It runs with and without a terminal; progress is shown on a terminal only.
+// message otherwise. `ixreorgk --version` tells what was built. It runs with and without a terminal; progress
+// is shown on a terminal only.
 #include <unistd.h>
 
 #include <cstdio>
@@ -8,6 +9,7 @@
 #include <string>
 
 #include "isam/isam.h"
+#include "tools/version.h"
 
 namespace {
 
@@ -67,6 +69,10 @@ const char *reason(const std::string &name) {
 int main(int argc, char **argv) {
     catalog_open();
     what = argc == 2 ? argv[1] : "";
+    if (what == "--version") {
+        print_version("ixreorgk");
+        return 0;
+    }
     if (argc != 2 || what.empty() || what.find_first_of("./") != std::string::npos) {
         std::fprintf(stderr,
                      "Gebruik: ixreorgk NAAM\n"

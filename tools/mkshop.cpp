@@ -8,6 +8,7 @@
 
 #include "isam/operator.h"
 #include "tools/shop/shop.h"
+#include "tools/version.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ enum option_code {
     option_fault,
     option_force,
     option_help,
+    option_version,
 };
 
 constexpr option options[] = {
@@ -45,6 +47,7 @@ constexpr option options[] = {
     {"fault", required_argument, nullptr, option_fault},
     {"force", no_argument, nullptr, option_force},
     {"help", no_argument, nullptr, option_help},
+    {"version", no_argument, nullptr, option_version},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -64,7 +67,9 @@ constexpr char usage[] =
     "  --seed S           another shop; the same seed gives the same bytes (1)\n"
     "  --today DDMMYYYY   the day that all dates lead up to (today)\n"
     "  --fault NAME       spoils the shop; may be given again, names below\n"
-    "  --force            writes into a directory that holds other files\n";
+    "  --force            writes into a directory that holds other files\n"
+    "  --help             these options, and the names of the faults\n"
+    "  --version          the version, and the commit that was built\n";
 
 [[noreturn]] void complain(const std::string &why) {
     std::fprintf(stderr, "mkshop: %s\n", why.c_str());
@@ -173,6 +178,9 @@ int main(int argc, char **argv) {
                 break;
             case option_help:
                 help();
+                return EXIT_SUCCESS;
+            case option_version:
+                print_version("mkshop");
                 return EXIT_SUCCESS;
             default:  // getopt has told what is wrong
                 return EXIT_FAILURE;

@@ -364,9 +364,9 @@ TEST(EanCode, ValidIsWhatTheSumAndTheLengthSay) {
         {"871234567890", false, false},   {"87123456789a6", false, false}, {"", false, false},
         {"00000000000000", false, false},
     };
+    for (const auto &wanted : codes) {
         for (const int digits : {7, 8}) {
-        for (const std::uint8_t digits : {7, 8}) {
-            sys_country.label_digits = digits;
+            sys_country.label_digits = static_cast<std::uint8_t>(digits);
             EXPECT_EQ(ean_valid(wanted.code), digits == 8 ? wanted.with_long_labels : wanted.valid)
                 << wanted.code;
         }

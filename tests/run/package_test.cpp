@@ -26,18 +26,26 @@ TEST_F(Package, InstallsAndRuns) {
     ASSERT_TRUE(runs(directory, here + CPACK + " --config " + CPACK_CONFIG + " -B packed"));
     ASSERT_TRUE(runs(directory, here + "dpkg-deb -x packed/rvchk860_*.deb root"));
     EXPECT_TRUE(runs(directory, here + "dpkg-deb -f packed/*.deb Depends | grep -q libncursesw"));
+    EXPECT_TRUE(
+        runs(directory, here + "lintian --pedantic --fail-on error,warning,info,pedantic " LINTIAN_OPTIONS
+                               " packed/*.deb"));
     const fs::path root = directory / "root/usr";
-    for (const char *name : {"bin/rvchk860", "bin/ixreorgk", "bin/mkshop", "share/man/man1/rvchk860.1",
-                             "share/man/man1/ixreorgk.1", "share/rvchk860/catalog/en/TERM351.cat",
+    for (const char *name : {"bin/rvchk860", "bin/ixreorgk", "bin/mkshop", "share/man/man1/rvchk860.1.gz",
+                             "share/doc/rvchk860/operator.md", "share/rvchk860/catalog/en/TERM351.cat",
                              "share/rvchk860/catalog/nl/DETAIL.cat", "share/rvchk860/make-entries.sh"}) {
         EXPECT_TRUE(fs::exists(root / name)) << name;
+    }
+    for (const char *tool : {"ixreorgk", "mkshop"}) {
+        EXPECT_TRUE(runs(directory, (root / "bin" / tool).string() + " --version | grep '" + tool +
+                                        " (rvchk860) 8.60\\(, commit [0-9a-f]* *\\|$\\)'"));
     }
     ASSERT_TRUE(runs(directory, (root / "bin/mkshop").string() + " '" + directory.string() + "/shop'"));
     TerminalOptions installed;
     installed.program = root / "bin/rvchk860";
     installed.directory = directory / "shop";
-    installed.terminfo = root / "share/terminfo";
-    installed.environment = {{"NLSPATH", root / "share/rvchk860/catalog/en/%N.cat"}};
+    // The descriptions are found from where the program is, which is not where the package puts it.
+    installed.environment = {
+        {"TERMINFO", {}}, {"HOME", directory}, {"NLSPATH", root / "share/rvchk860/catalog/en/%N.cat"}};
     Terminal t(installed);
     ASSERT_TRUE(t.wait_for("<ENTER>"));
     t.key("ENTER");

@@ -240,6 +240,7 @@ TEST(Screen, UnknownTerminalIsNamed) {
         options.environment["TERM"] = term == nullptr ? std::nullopt : std::optional<std::string>(term);
         Terminal t(options);
         EXPECT_TRUE(t.wait_for(std::string("Onbekende terminfo ") + name));
+        EXPECT_TRUE(t.wait_for("Start opnieuw met TERM=xterm-256color"));
         expect_exit(t, 10);
     }
 }
