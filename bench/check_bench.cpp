@@ -10,11 +10,10 @@
 //
 // Each check runs in a process of its own, in a pseudo-terminal, as in a full run; no progress is drawn. The
 // columns, times in milliseconds of processor time:
-//   first     the first run of the process, with what is done once a session (the index of RVSER anew)
-//   run       the best of the runs after it; of this sys in the kernel; wall by the clock
-//   ns/label  that time by the number of labels, and how many times that of the smallest shop it is
-//   reading   the indexed files by the store's scan, the others by single reads of their records
-//   ratio     run by reading
+//   first     the first run of the process, with what is done once a session (the rebuild of the index of
+//   RVSER) run       the best of the runs after it; of this sys in the kernel; wall by the clock ns/label
+//   that time by the number of labels, and how many times that of the smallest shop it is reading   the
+//   indexed files by the store's scan, the others by single reads of their records ratio     run by reading
 //   own       largest memory that the process had of its own, in megabytes, by a look every few milliseconds
 //   peak      the same with the pages of files that it had mapped, which the kernel takes back at need
 #include <glob.h>

@@ -11,7 +11,7 @@
 inline constexpr std::size_t code_bytes = 13;
 using article_code = char[code_bytes];
 
-/// A code as it is shown, without the zeros behind it.
+/// A code as it is shown, without the zeros after it.
 std::string code_text(const article_code &code);
 
 /// Opens an indexed file for reading and deleting; null for one that is not sound, or has other records. What

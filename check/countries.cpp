@@ -1,5 +1,5 @@
-// The check that every customer has a country of the system's table. One that has not gets it by the
-// postcode, or else the default country; the customers that this leaves without one are listed.
+// The check that every customer has a country of the system's table. A customer without one
+// gets it from the postcode, or else the default country; those that still have none are listed.
 #include <algorithm>
 #include <array>
 

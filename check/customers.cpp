@@ -3,7 +3,7 @@
 //   phase 1  every customer: the record is cleaned in place, its chain is followed. A label is marked when it
 //            is reached, so a chain that runs in a loop ends, and no label is read twice
 //   phase 2  every label block: a sold label with a customer that has no mark is on no chain. That finds the
-//            labels behind the fault of a chain as well
+//            labels after the fault of a chain as well
 //   repair   on request: chains are cut before their fault, labels on no chain are put on one
 //
 // The walk of a chain counts its labels as well. Only the recount of a customer whose chain has a fault needs
@@ -111,8 +111,8 @@ void count_label(customer_totals &totals, const eti_rec &label) {
     totals.amount[kind] += label.amount_c;
 }
 
-/// Follows a chain to its end or its fault. Numbers in a chain have no sign: one that would be negative lies
-/// behind the file as well.
+/// Follows a chain to its end or its fault. Numbers in a chain have no sign: one that would be negative
+/// lies outside the file as well.
 customer_totals walk_chain(const CustomerRecord &customer) {
     customer_totals totals;
     std::int32_t previous = no_label;
@@ -172,7 +172,7 @@ void check_block(std::int32_t number, const LabelBlock &block) {
     }
 }
 
-/// Blocks behind the end mark are no part of the file: no chain may lead there.
+/// Blocks after the end mark are no part of the file: no chain may lead there.
 bool walk_labels() {
     const auto total =
         static_cast<std::uint32_t>(chk_txt_size("RVETI") / static_cast<off_t>(sizeof(LabelBlock)));

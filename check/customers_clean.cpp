@@ -28,7 +28,7 @@ Field fitting(std::int64_t value) {
     return static_cast<Field>(std::min<std::int64_t>(value, std::numeric_limits<Field>::max()));
 }
 
-/// Figures below zero can't be: all are taken from the chain anew.
+/// Figures below zero can't be: all are taken from the chain again.
 bool recount(CustomerRecord &customer, const customer_totals &walked) {
     if ((sys_settings.mode & mode_customer_labels) == 0 ||
         (customer.count_plain >= 0 && customer.count_other >= 0 && customer.count_nine >= 0 &&
@@ -81,7 +81,7 @@ bool move_date_back(CustomerRecord &customer) {
     return true;
 }
 
-/// Blanks in place of zero bytes. A mark behind one of them is taken for a leftover where the tills get the
+/// Blanks in place of zero bytes. A mark after one of them is taken for a leftover where the tills get the
 /// marks; the operator is told.
 bool mend_marks(CustomerRecord &customer) {
     const bool on_tills = (sys_settings.mode & mode_selection_marks) != 0;

@@ -2,7 +2,7 @@
 //
 // Errors come customer by customer, and within one first those of the chain, then the labels that are on no
 // chain, the newest sale first. A customer is held from its first error to its last. The place of a label is
-// at or behind that of the one before it, so all labels of a customer find theirs in one walk of the chain.
+// at or after that of the one before it, so all labels of a customer find theirs in one walk of the chain.
 //
 // A label is written with what follows it before anything leads to it, and the customer's record comes last:
 // a program that dies in between leaves labels that are on no chain, which the next run finds again.
@@ -28,7 +28,7 @@ struct {
     bool created = false;
     bool repaired = false;
     bool marked = false;       ///< the labels on the chain are
-    std::uint32_t before = 0;  ///< label that the next one comes behind; 0 for the head of the chain
+    std::uint32_t before = 0;  ///< label that the next one comes after; 0 for the head of the chain
     std::uint32_t at = 0;      ///< label that it comes before; 0 for the end of the chain
     std::int32_t steps = 0;    ///< labels walked; a chain is no longer than the file
 } held;

@@ -18,7 +18,7 @@ static_assert(sizeof(ean_finding) == 28 && offsetof(ean_finding, code) == 12);
 using ean_findings = error_list<ean_finding>;
 
 /// Proves that each key of RVEAN leads to each of its records. Of records that share a size the latest stays.
-/// An index with a fault is made anew by the program for that, with the file closed meanwhile. False when the
+/// An index with a fault is rebuilt by the program for that, with the file closed meanwhile. False when the
 /// operator has broken off; `sound` is false when an index with a fault had to be left as it is.
 bool ean_check_index(ICB *&file, bool &sound);
 /// Deletes the record of that number, if it still is `expected`.

@@ -3,7 +3,7 @@
 //   1  Each record is looked up by each of its keys. A search that ends elsewhere is a fault; on the key of
 //      the size it may be a second code, so both records are listed.
 //   2  Of the listed records of one size all go but the last by date and code, which is taken off the list.
-//   3  After any fault the index is made anew.
+//   3  After any fault the index is rebuilt.
 #include <unistd.h>
 
 #include <cstring>
@@ -129,7 +129,7 @@ void delete_doubles(ICB *file, double_list &doubles) {
     }
 }
 
-/// False, and the operator is told so, when the program that makes an index anew can't be found.
+/// False, and the operator is told so, when the program that rebuilds an index can't be found.
 bool rebuild_index() {
     const std::string place = program_place(rebuild_program);
     const std::string program = place + rebuild_program;

@@ -74,7 +74,7 @@ public:
     void update(const Record &record) {
         IXREWRITE(icb(), &record);
     }
-    /// First record at or behind the key in `record`, and the next of a walk. With `parts` the first so many
+    /// First record at or after the key in `record`, and the next of a walk. With `parts` the first so many
     /// segments must stay the same.
     bool first(Record &record, int parts = 0) {
         return parts == 0 ? IXFIRST(icb(), &record) : IXFIRSTR(icb(), &record, parts);

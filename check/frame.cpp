@@ -30,7 +30,7 @@ void call(void (*step)()) {
     }
 }
 
-/// What is known of a run behind its walk.
+/// What is known of a run after its walk.
 struct outcome {
     bool broken_off = false;
     bool errors = false;

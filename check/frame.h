@@ -136,7 +136,7 @@ struct chk_course {
     void (*heads)(bool first_page) = nullptr;  ///< column heads of a report page
     void (*report)() = nullptr;  ///< the error lines, or what stands below those that are printed already
     const char *(*success)() = nullptr;  ///< in place of "Geen fouten gevonden!"
-    void (*figures)() = nullptr;         ///< behind that line
+    void (*figures)() = nullptr;         ///< after that line
     void (*finish)() = nullptr;      ///< once the report is gone, with errors or without, unless broken off
     bool (*ask)() = chk_ask_repair;  ///< the question before `repair`
     void (*repair)() = nullptr;

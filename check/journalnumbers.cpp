@@ -255,8 +255,8 @@ std::uint32_t last_serial() {
 /// The last serial number before the check.
 std::uint32_t serial_at_start = 0;
 
-/// True for the number of an order that another program has put in behind the walk of its journal. The
-/// numbers come from row 5, in their order, and begin again behind the highest.
+/// True for the number of an order that another program has put in after the walk of its journal. The
+/// numbers come from row 5, in their order, and begin again after the highest.
 bool handed_out_since(const OrderNumberRecord &record) {
     order_position place{};
     place.number = record.number;

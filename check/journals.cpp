@@ -98,7 +98,7 @@ bool check_journal(const journal_name &name) {
         return false;
     }
     journal_take_copy(name, walk, size);
-    // The copy is the journal now; series are not held behind a lock on the old one.
+    // The copy is the journal now; series are not held after a lock on the old one.
     file_lock(lock_action::unlock, journal.fd, 0, 0);
     journal_follow(walk, name);
     if (walk.end == journal_end::unreadable) {

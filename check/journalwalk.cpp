@@ -3,7 +3,7 @@
 //   1  A byte that is no code ends it, and so does the end of the file within a record, or a read
 //      that fails.
 //   2  A record that may not follow the one before it is out of order. It is dropped; only an order is not
-//      let go that way, unless it stands directly behind another.
+//      let go that way, unless it stands directly after another.
 //   3  Of orders in a row one head is kept, the last with a number of its own.
 //   4  An order with a number below 1000 gets a new one.
 #include "check/journalwalk.h"
@@ -93,7 +93,7 @@ void begin_order(journal_walk &walk, JournalOrder &order) {
     walk.labels_follow = true;
 }
 
-/// An order directly behind another.
+/// An order directly after another.
 void repeat_order(journal_walk &walk, const JournalOrder &order, std::uint32_t number_before) {
     if (journal_number_low(order.number)) {
         walk.forgotten = order.number;

@@ -12,7 +12,7 @@
 
 #include "sub/journalfile.h"
 
-/// Bytes of the payload behind a code; -1 for a byte that is no code.
+/// Bytes of the payload after a code; -1 for a byte that is no code.
 int journal_payload(char code);
 /// True when a record of `code` may follow one of `previous`; a blank stands for the start of the journal.
 bool journal_may_follow(char code, char previous);

@@ -19,7 +19,7 @@ bool tell_rebuilt = false;   ///< in this run
 
 // ---- The series file, before it is walked
 
-/// Makes the index of the series file anew, once a session; outside a full run when the operator wants it.
+/// Rebuilds the index of the series file, once a session; outside a full run when the operator wants it.
 void rebuild_series_index() {
     tell_rebuilt = false;
     if (index_rebuilt ||
@@ -125,7 +125,7 @@ void print_key(bool known, const SeriesKey &key) {
     prt_printf("%-22.22s", known ? text.c_str() : "");
 }
 
-/// The block behind or before the one at fault.
+/// The block after or before the one at fault.
 void print_neighbour(std::int32_t block, bool next) {
     if (block == stdchk_none) {
         prt_printf("%10s", "");

@@ -19,7 +19,7 @@ enum label_error : std::uint8_t {
 /// What a run works on.
 struct label_run {
     SysRow4Chain chain{};    ///< row 4, as it was read at the start or written last
-    std::int32_t known = 0;  ///< blocks in the file at the start; what lies behind is another program's
+    std::int32_t known = 0;  ///< blocks in the file at the start; what lies beyond is another program's
     std::int32_t end = 0;    ///< blocks in the file
     bool moved = false;      ///< other programs have taken or freed blocks during the check
     std::int32_t free_in_chain = 0;  ///< blocks that the free chain held

@@ -1,16 +1,16 @@
 // Repairs of the label check.
 //
-// Mending. A chain is cut behind its last sound block; a series whose very first block is wrong gets a new
+// Mending. A chain is cut after its last sound block; a series whose very first block is wrong gets a new
 // one, empty. Then the blocks that are outside all chains, but belong to a series that exists, are taken
 // together by series: when they and the chain as it is now hold just the labels that the series counts, they
-// are what the chain has lost, and are put behind it.
+// are what the chain has lost, and are put after it.
 //
 // The order of the writes: a new block is taken off the free chain before it is filled, and filled before its
 // series leads to it; lost blocks are strung together before the chain leads to the first of them; a block
 // is emptied before row 4 leads to it. So a run that dies leaves blocks on no chain, which the next run
 // finds, and never one on two.
 //
-// The series is held meanwhile, and row 4 is locked behind it. Where other programs were at the blocks
+// The series is held meanwhile, and row 4 is locked after it. Where other programs were at the blocks
 // during the check, the fault is looked for again first: what is not as it was found is left for the next
 // run.
 #include <algorithm>
@@ -169,7 +169,7 @@ void for_lost_blocks(const ChainError &any, Visit visit) {
 }
 
 /// Puts the lost blocks of a series back in its chain when series, chain and blocks agree on the labels. The
-/// blocks of the chain were met, or lie behind those that are known, so it holds none of the lost.
+/// blocks of the chain were met, or lie after those that are known, so it holds none of the lost.
 void connect_lost(const ChainError &any) {
     const series_hold hold(any.key);
     const chain_lock row;

@@ -1,8 +1,8 @@
 // The three passes of the label check.
 //
 //   1  Walks the chain of each series, and marks each block once. A chain has one error at most; what lies
-//      behind it stays unmarked.
-//   2  Walks the free chain in the same way. Where it is wrong it is cut: what lay behind the cut comes back
+//      after it stays unmarked.
+//   2  Walks the free chain in the same way. Where it is wrong it is cut: what lay after the cut comes back
 //      in pass 3.
 //   3  Looks at the blocks that are not marked. Those without labels go on the free chain, the others are
 //      errors.
@@ -10,9 +10,9 @@
 // Row 4 is written last in a pass. Blocks that a pass has prepared are on no chain until then, so a run that
 // dies loses nothing that the next one does not find.
 //
-// Other programs take and free blocks meanwhile. That shows in row 4, which is read anew under its lock for
+// Other programs take and free blocks meanwhile. That shows in row 4, which is read again under its lock for
 // the second pass and stays locked until the third is done. When it is not what it was at the start, a block
-// that no pass has met may have been put on a chain behind the first pass: the chain of its series is
+// that no pass has met may have been put on a chain after the first pass: the chain of its series is
 // followed once more, and a block without labels, which may be the first of a series that is just being made,
 // is left to the next run.
 #include <algorithm>
@@ -45,7 +45,7 @@ ChainError follow(const SeriesRecord &series) {
         } else if (!(content.key == series.key)) {
             error.code = chk_key_empty(content) ? label_in_free_chain : label_other_series;
         } else if (block < label_work.known ? !chk_bit_set(block) : added++ > eti_max_block()) {
-            error.code = label_seen_before;  // behind the known blocks, only a circle is as long
+            error.code = label_seen_before;  // after the known blocks, only a circle is as long
         }
         if (error.code != 0) {
             break;

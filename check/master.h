@@ -57,9 +57,9 @@ bool empty_text(const char (&field)[N]) {
     return field[0] == '\0';
 }
 
-/// The record that a walk of a file is at, read anew under its lock, to be changed or deleted. `key_bytes` at
-/// the start of a record are its key. When another program has changed the key meanwhile, or the index leads
-/// elsewhere, nothing is done. The walk stays where it is.
+/// The record that a walk of a file is at, read again under its lock, to be changed or deleted. `key_bytes`
+/// at the start of a record are its key. When another program has changed the key meanwhile, or the index
+/// leads elsewhere, nothing is done. The walk stays where it is.
 template <class Record, class Action>
 void at_walk_record(ICB *file, const Record &seen, std::size_t key_bytes, Action action) {
     const std::int32_t place = file->recno;

@@ -1,16 +1,16 @@
 // The check of the order criteria: every block of RVBAPAR.TXT belongs to the chain of one series or is free.
 //
-//   1  the free chain is given up: until it is made anew, blocks are taken behind the end of the file
+//   1  the free chain is given up: until it is rebuilt, blocks are taken after the end of the file
 //   2  each chain is followed; where it goes wrong, one error
 //   3  a block of a series with criteria that lies on no chain is an error too
 //   4  the series with errors are mended without a question, and reported: a chain ends at its last sound
-//      block, and the blocks off the chain are put behind that
+//      block, and the blocks off the chain are put after that
 //   5  what is on no chain by then becomes the free chain
 //
 // A block that is put on a chain is written before what leads to it, so whenever the program stops, a block
 // of a series is on its chain, or the next run finds it off the chain.
 //
-// Other programs that take a block meanwhile take it behind the end that the check began with, and that shows
+// Other programs that take a block meanwhile take it after the end that the check began with, and that shows
 // in row 12. Then a chain is followed once more, with the row locked, before it is mended.
 #include <algorithm>
 #include <limits>
@@ -80,7 +80,7 @@ bool read_series(const SeriesKey &key, CriteriaRecord &record) {
 
 // ---- Opening
 
-/// Empties the free chain. Others that take a block meanwhile take it behind the end of the file, where this
+/// Empties the free chain. Others that take a block meanwhile take it after the end of the file, where this
 /// check frees nothing.
 void give_up_free_chain() {
     SysRow4Chain chain{};
@@ -275,7 +275,7 @@ bool loses_head(const ChainError &error, const CriteriaRecord &record) {
     return error.code < error_seen_before && error.previous < 0 && error.block == record.chain;
 }
 
-/// Puts the blocks off the chain behind its last block, `last`; with chain_end they become the chain.
+/// Puts the blocks off the chain after its last block, `last`; with chain_end they become the chain.
 void append_blocks(CriteriaRecord &record, const std::int32_t last) {
     std::int32_t end = last;
     for_each_error(record.key, [&](const ChainError &error) {
@@ -382,7 +382,7 @@ void repair_and_report() {
         const bool kept = mend_series(key);
         print_series(key, kept ? detail_text(14, 4, "bestelcriteria gecorrigeerd")
                                : detail_text(14, 5, "bestelcriteria verwijderd"));
-        // The next look is behind all errors of this series.
+        // The next look is after all errors of this series.
         error.key = key;
         error.code = std::numeric_limits<std::uint8_t>::max();
     }

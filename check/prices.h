@@ -37,7 +37,7 @@ inline constexpr std::int32_t price_no_block = -1;
 struct price_run {
     ICB *sets = nullptr;    ///< RVIPA
     SysRow4Chain chain{};   ///< row 9, as it was read at the start or written last
-    std::int32_t end = 0;   ///< blocks in the file at the start; what lies behind is another program's
+    std::int32_t end = 0;   ///< blocks in the file at the start; what lies beyond is another program's
     bool moved = false;     ///< other programs have taken or freed blocks during the check
     bool walked = false;    ///< the passes were not broken off
     std::int32_t lost = 0;  ///< blocks on no chain, used or not

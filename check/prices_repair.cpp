@@ -5,7 +5,7 @@
 // at the end.
 //
 // Row 9 is locked for each step. Other programs may have been at the prices since, and row 9 need not show
-// it: a set that is stored anew takes the blocks that it has just freed. So the fault is looked for again
+// it: a set that is stored again takes the blocks that it has just freed. So the fault is looked for again
 // first, and a set is mended by what is wrong with it now.
 #include "check/frame.h"
 #include "check/prices.h"

@@ -121,7 +121,7 @@ void delete_here(const PriceSetRecord &set) {
 
 // ---- The free chain
 
-/// Makes the free chain end behind `previous`.
+/// Makes the free chain end after `previous`.
 void cut_free_chain(SysRow4Chain &chain, std::int32_t previous) {
     PriceBlock block{};
     if (previous != price_no_block && read_block(previous, block)) {
@@ -167,7 +167,7 @@ bool set_exists(const PriceBlock &block) {
     return IXFIND(price_work.sets, &set);
 }
 
-/// A block that no walk has met may be on a chain that another program has made or changed behind the walk.
+/// A block that no walk has met may be on a chain that another program has made or changed after the walk.
 bool taken_since(std::int32_t number, const PriceBlock &block) {
     const price_lock row;
     return prices_series_exists(block.key) && price_block_held(block, number);

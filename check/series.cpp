@@ -257,7 +257,7 @@ bool drop_option_value(SeriesRecord &series, const ArticleGroupRecord &group) {
     return true;
 }
 
-/// What a series has no need of a question for. The record of the walk becomes the one on file.
+/// Mends what needs no question. Afterwards `series` holds the record that is on file.
 void mend_quietly(SeriesRecord &series, const ArticleGroupRecord &group, walked_labels &walked) {
     SeriesRecord changed = series;
     const bool by_record = capitals_in_model(changed);
@@ -277,7 +277,7 @@ void mend_quietly(SeriesRecord &series, const ArticleGroupRecord &group, walked_
     }
 }
 
-/// A series of no brand or no size kind is none.
+/// A series without a brand or without a size kind does not count as a series.
 bool is_void(const SeriesRecord &series) {
     return series.brand == 0 || series.size_kind == 0;
 }

@@ -6,7 +6,7 @@
 
 /// Holds a series while it lives: its record is read under its lock, and a series that does not exist can't
 /// be made meanwhile. A program that changes the labels of a series, or takes a block for it, holds it
-/// likewise, so row 4 is locked behind a series and never before it. Only one is held at a time. A walk of
+/// likewise, so row 4 is locked after a series and never before it. Only one is held at a time. A walk of
 /// the series file that is under way stays where it is.
 class series_hold {
 public:

@@ -28,7 +28,7 @@ struct size_phase {
     void (*columns)();
     std::int64_t (*walk)();
     const char *(*alarm)();  ///< what the operator is told of findings; null: they are mended
-    void (*tidy)();          ///< work behind the report; null for none
+    void (*tidy)();          ///< work after the report; null for none
     bool has_bar;            ///< long enough to be broken off
 };
 const size_phase *phase = nullptr;

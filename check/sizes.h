@@ -6,7 +6,7 @@
 /// Lines that a row of the reports keeps free on its page.
 inline constexpr int sizes_margin = 2;
 
-/// Visits records in the order of the current key, from the one at or behind that in `record`, while the
+/// Visits records in the order of the current key, from the one at or after that in `record`, while the
 /// first `parts` fields of the key stay, until `visit` gives false. An index that does not agree with its
 /// records could lead in a circle: as many steps are taken as there are records.
 template <class Record, class Visit>

@@ -67,7 +67,7 @@ unsigned drop_invalid(SeriesRecord &series) {
     return series.sizes == before ? 0 : reason_invalid;
 }
 
-/// Walks the price groups that are in use: their last sizes belong to the series. Those behind a size that
+/// Walks the price groups that are in use: their last sizes belong to the series. Those after a size that
 /// does not exist are given up. `last` is the group where that ends, -1 for a series without groups.
 unsigned check_groups(SeriesRecord &series, int &last) {
     unsigned reasons = 0;

@@ -81,7 +81,7 @@ bool transit_has_entry(std::int32_t number) {
 }
 
 bool was_received(std::int32_t number) {
-    // The key may reach behind what is known of the record.
+    // The key may reach beyond what is known of the record.
     struct {
         ReceiptRecord known;
         std::uint8_t rest[ix_max_reclen - sizeof(ReceiptRecord)];
@@ -98,7 +98,7 @@ SeriesKey key_of(const eti_rec &label) {
     return key;
 }
 
-/// Column behind the caption on the last line, where the running number stands.
+/// Column after the caption on the last line, where the running number stands.
 int number_column = 1;
 
 void show_caption() {

@@ -13,7 +13,7 @@ const nl_catd catalog_closed = reinterpret_cast<nl_catd>(std::intptr_t{-1});
 nl_catd term_catalog = catalog_closed;
 nl_catd detail_catalog = catalog_closed;
 
-/// The conversions of a format, one behind the other: "%-19.19s: %d%%" gives "%-19.19s%d".
+/// The conversions of a format, one after another: "%-19.19s: %d%%" gives "%-19.19s%d".
 std::string conversions(const char *format) {
     std::string found;
     while ((format = std::strchr(format, '%')) != nullptr) {

@@ -89,7 +89,7 @@ bool each_name(dir_kind kind, Take take) {
     return true;
 }
 
-/// Working directory with a '/' behind it; empty when it has no path.
+/// Working directory with a '/' after it; empty when it has no path.
 std::string working_directory() {
     char *path = getcwd(nullptr, 0);
     std::string result = path == nullptr ? "" : path;

@@ -16,7 +16,7 @@ void replace_all(std::string &text, std::string_view from, std::string_view to) 
     }
 }
 
-/// Length of the set in brackets at `at` (which stands behind the '['), with its closing bracket; 0 if it
+/// Length of the set in brackets at `at` (which stands after the '['), with its closing bracket; 0 if it
 /// isn't closed. A closing bracket that comes first belongs to the set.
 std::size_t set_length(std::string_view format, std::size_t at) {
     const std::size_t begin = at;
@@ -110,7 +110,7 @@ bool format_match(const std::string &format, const std::string &name) {
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     const int items = std::sscanf(text.c_str(), format.c_str(), &found, &length);
 #pragma GCC diagnostic pop
-    // A name may hold the end mark itself; only the one behind it counts.
+    // A name may hold the end mark itself; only the one after it counts.
     return items == 1 && found == end_mark && static_cast<std::size_t>(length) == text.size();
 }
 
@@ -124,7 +124,7 @@ bool wildcard_match(const char *pattern, const char *name) {
     const std::size_t none = std::string_view::npos;
     std::size_t p = 0;
     std::size_t n = 0;
-    std::size_t run_pattern = none;  // behind the last '*': where to go on when its run must grow
+    std::size_t run_pattern = none;  // after the last '*': where to go on when its run must grow
     std::size_t run_name = 0;
     for (;;) {
         if (p < wanted.size() && wanted[p] == '*') {

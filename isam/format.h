@@ -92,7 +92,7 @@ struct ix_block {
     std::int8_t blevel;  ///< levels from here down: 1 for a leaf
     char reserved[2];
     std::uint8_t bcount;                    ///< entries
-    std::uint8_t bentries[ix_entry_bytes];  ///< the entries, and zero bytes behind the last
+    std::uint8_t bentries[ix_entry_bytes];  ///< the entries, and zero bytes after the last
     char reserved2[2];
 };
 static_assert(sizeof(ix_block) == ix_block_size && offsetof(ix_block, bcount) == 4 &&

@@ -217,7 +217,8 @@ void ix_mend(const char *name, std::size_t record_bytes) {
             wanted = at.has_records(record_bytes);
         }
     }
-    // Whoever comes in between takes part in nothing: the rebuild waits for the whole pair.
+    // A program that opens the pair at this moment does no harm: the rebuild waits until it has the pair
+    // alone.
     if (wanted) {
         IXBLDIX(name);
     }

@@ -190,7 +190,7 @@ void ix_limit_keys(ICB *icb) {
         icb->nkeys = ix_max_keys;
     }
     for (ix_keydef &def : icb->keydef) {
-        // Descriptors behind the last key stay zero.
+        // Descriptors after the last key stay zero.
         if (&def - icb->keydef < icb->nkeys) {
             def.korder = static_cast<std::int8_t>(order_of(def.klen));
         }

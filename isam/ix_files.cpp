@@ -26,7 +26,7 @@ namespace {
 
 struct held_range {
     off_t start;
-    off_t end;  // first byte behind
+    off_t end;  // first byte after it
     const ICB *owner;
 };
 

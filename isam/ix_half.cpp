@@ -5,9 +5,9 @@
 // plain writes, which the mapping shows as well.
 //
 // - A mapping reaches beyond the end of the file, to leave room for growth. Only bytes below `known`, the
-//   size as last seen, are touched; a place behind that asks for the size anew and maps more if need be.
+//   size as last seen, are touched; a place beyond that asks for the size again and maps more if need be.
 // - Another process may cut the half meanwhile (a rebuild, an emptied file). The rest of the page that the
-//   end falls in then reads as zeros, and pages behind it raise SIGBUS. The handler puts a page of zeros in
+//   end falls in then reads as zeros, and pages after it raise SIGBUS. The handler puts a page of zeros in
 //   place and marks the view as lost; the reader, who looks at the mark after each copy, drops the view and
 //   reads through the system instead. A block of zeros is never a sound block, and a record of zeros is
 //   rare; both are read once more through the system before they are believed. So a half cut short is seen

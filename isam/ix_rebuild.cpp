@@ -1,4 +1,4 @@
-// IXBLDIX: the index half anew, from the data half and the definition in the old header.
+// IXBLDIX: rebuilds the index half from the data half and the definition in the old header.
 //
 // 1. Read and test the old header. Nothing is changed before it has passed.
 // 2. Lock the whole pair. Write the new header, with all counts at their start and the mark of an unfinished
@@ -128,7 +128,7 @@ struct inserter {
     ICB *icb;
     const ix_plan &plan;
     int key_number;
-    int at = 0;  // place behind the entry inserted last
+    int at = 0;  // place after the entry inserted last
     bool in_leaf = false;
     bool changed = false;
 
@@ -167,7 +167,7 @@ struct inserter {
     }
 
     /// Steps to the place of an entry in the leaf in hand, which is not before `at`. False when it lies
-    /// behind the leaf, and for an equal of the entry inserted last: it goes before all its equals, and some
+    /// after the leaf, and for an equal of the entry inserted last: it goes before all its equals, and some
     /// may stand in other leaves.
     bool place_in_leaf(const std::uint8_t *entry) {
         const int count = icb->blk.bcount;
@@ -195,7 +195,7 @@ struct inserter {
         at = IXLOCKEY(icb, plan.klen);
         while (icb->blk.blevel > 1) {
             if (at >= icb->blk.bcount) {
-                ix_inconsistent(icb);  // a key of all 0xFF lies before the sentinel, no key behind it
+                ix_inconsistent(icb);  // a key of all 0xFF lies before the sentinel, no key after it
             }
             IXRDIX(icb, ix_pointer(plan, icb->cur));
             at = IXLOCKEY(icb, plan.klen);
@@ -304,7 +304,7 @@ bool read_records(ICB *icb, stretch &gathered, std::span<std::uint8_t> chunk, st
     return insert_stretch(icb, gathered);
 }
 
-/// Makes the index half anew by the header in the ICB from `data_size` bytes of records, and gives the pair
+/// Rebuilds the index half by the header in the ICB from `data_size` bytes of records, and gives the pair
 /// back. False at the limit of block numbers; the mark of the unfinished update then stays on disk.
 bool build_index(ICB *icb, stretch &gathered, std::span<std::uint8_t> chunk, off_t data_size) {
     const std::string name(icb->fname, strnlen(icb->fname, sizeof icb->fname));
@@ -368,7 +368,7 @@ bool IXBLDIX(const char *name) {
     }
 
     ICB *icb = open_for_rebuild(name, names, trial);
-    // Others may have worked in the pair until the lock was granted, and even have made it anew.
+    // Others may have worked in the pair until the lock was granted, and even have rebuilt it.
     const off_t data_size = ix_fd_size(icb->datfd);
     ICB now{};
     file_read_at(icb->ixfd, static_cast<ix_header *>(&now), ix_header_size, 0);

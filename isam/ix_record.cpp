@@ -1,6 +1,6 @@
 // Reading: by key, along a key, by record number.
 //
-// A walk that meets an entry whose record is dead, which only a damaged file has, goes on behind that
+// A walk that meets an entry whose record is dead, which only a damaged file has, goes on after that
 // entry's own key. Keys rise (or fall) strictly from step to step, so a walk ends in any tree.
 #include <climits>
 
@@ -12,7 +12,7 @@ bool record_live(ICB *icb, void *record) {
     return ix_read_record(icb, record, icb->recno) && ix_live(record, icb->reclen);
 }
 
-/// Finds a key over `length` bytes, or else the next one behind it.
+/// Finds a key over `length` bytes, or else the next one after it.
 std::int32_t first_from(ICB *icb, int length) {
     const std::int32_t found = IXSEARCH(icb, ix_relation::equal, length);
     return found >= 0 ? found : IXSEARCH(icb, ix_relation::greater, length);

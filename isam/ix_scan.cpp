@@ -36,7 +36,7 @@ bool begin_scan(ICB *icb) {
     return true;
 }
 
-/// Reads the stretch behind `recno`. False when there is nothing there, or the user breaks off.
+/// Reads the stretch after `recno`. False when there is nothing there, or the user breaks off.
 bool fill_buffer(ICB *icb) {
     if (isam_operator.interrupted != nullptr && isam_operator.interrupted()) {
         return false;

@@ -138,7 +138,7 @@ outcome descend(ICB *icb, const ix_plan &plan, int key, ix_relation relation, in
     }
 }
 
-/// The entry behind the one in hand, when that is the key itself: the next step of a walk, without a search.
+/// The entry after the one in hand, when that is the key itself: the next step of a walk, without a search.
 bool step_forward(ICB *icb, const ix_plan &plan, int key, int length, std::int32_t &result) {
     const std::ptrdiff_t offset = icb->cur - icb->blk.bentries;
     if (offset < 0 || icb->blk.blevel != 1 || length != plan.klen || !ix_block_sound(icb, key)) {

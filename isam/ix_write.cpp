@@ -193,7 +193,7 @@ void ix_refresh_header(ICB *icb) {
     }
     const bool defined_alike = ix_same_definition(header, *icb);
     *static_cast<ix_header *>(icb) = header;
-    // A pair made anew with other keys is not the one that was opened.
+    // A pair rebuilt with other keys is not the one that was opened.
     if (header.inupdate != 0 || !defined_alike || header.nblocks < header.nkeys + 2 ||
         header.nblocks > ix_block_limit || header.nrecs < 0 || header.freehead < -1 ||
         header.freehead >= header.nrecs) {

@@ -106,7 +106,7 @@ void UPDFCB_SEG(char type, const void *field, int length);
 void UPDFCB_END(ICB *icb);
 /// Applies one definition text: "description,reclen" for `keynr` 0, else "name,NODUPS,C,1,8,...".
 void IXUPDFCB(ICB *icb, int keynr, const char *text);
-/// Cuts `nkeys` to 5 and computes the order of each key anew.
+/// Cuts `nkeys` to 5 and computes the order of each key again.
 void ix_limit_keys(ICB *icb);
 
 // ---- Keys
@@ -209,11 +209,11 @@ std::int32_t IXCHECK(const char *name);
 bool ix_unfinished(const char *name);
 /// What IXCHECK says, without its messages. A pair that can't be judged counts as sound: opening it tells.
 bool ix_sound(const char *name);
-/// Before a pair is opened: makes the index half anew when IXCHECK refuses the pair and no record of the data
+/// Before a pair is opened: rebuilds the index half when IXCHECK refuses the pair and no record of the data
 /// half is missing. What is beyond that, opening tells. A pair that is open in this process is left alone.
 /// `record_bytes` is the length of the records that the caller expects, 0 when he doesn't know it.
 void ix_mend(const char *name, std::size_t record_bytes);
-/// Makes the index half anew from the data half and the definition in the old header. False, with nothing
+/// Rebuilds the index half from the data half and the definition in the old header. False, with nothing
 /// changed, when these can't serve. The pair may not be open in this process.
 bool IXBLDIX(const char *name);
 

@@ -52,7 +52,7 @@ ICB *ix_new_icb(const char *name, const ix_names &names, int ixfd, int datfd, in
 void ix_free_icb(ICB *icb);
 /// IXINITIX; `marked` leaves the mark of an unfinished update on disk, until the next write of block 0.
 void ix_initial_image(ICB *icb, bool marked);
-/// Cuts the index half behind its lock block. The new header must be on disk by then: the definition of the
+/// Cuts the index half after its lock block. The new header must be on disk by then: the definition of the
 /// file exists nowhere else.
 void ix_cut_index(ICB *icb);
 /// Shows that a file is of the old version; `blanks` end the third line for the temporary flavour.

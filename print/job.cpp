@@ -19,8 +19,8 @@ constexpr char form_feed = '\f';
 
 std::FILE *job = nullptr;
 
-/// Findings that are missing from a report would be missed unseen, so the program goes no further. The part
-/// that is there goes: it may be what has filled the disk.
+/// Nobody would notice that a report lacks findings, so the program stops. The part that was written is
+/// deleted: it may be what filled the disk.
 [[noreturn]] void cannot_write() {
     const int why = errno;
     if (job != nullptr) {

@@ -92,7 +92,7 @@ void close_list() {
     at = {};
 }
 
-/// Deletes the macro that the list stands on, and goes to the one behind it, or else to the one before.
+/// Deletes the macro that the list stands on, and goes to the one after it, or else to the one before.
 void delete_macro() {
     MacroRecord record = at.record;
     if (IXREADLOCK(at.icb, &record)) {

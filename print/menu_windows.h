@@ -22,7 +22,7 @@ struct tr_menu;
 /// A menu without items. `width` is that inside the frame. Lack of memory is fatal.
 tr_menu *tr_menu_new(unsigned flags, int row, int col, int width, const char *title);
 void tr_menu_free(tr_menu *menu);
-/// Adds an item at the end. The letter behind "&" in the text is its hot letter; `key` (0 for none) chooses
+/// Adds an item at the end. The letter after "&" in the text is its hot letter; `key` (0 for none) chooses
 /// it too. A heading without a text is a line.
 void tr_menu_add(tr_menu *menu, const char *text, int result, tr_item kind, int key);
 /// Enables or disables, or renews the text of, the item with that result.

@@ -88,7 +88,7 @@ void move_bar(pick_view &view, int to) {
     draw_row(view, to);
 }
 
-/// Goes on from the last record shown, with the bar on it or on the one behind it. False at the last record.
+/// Goes on from the last record shown, with the bar on it or on the one after it. False at the last record.
 bool go_on(pick_view &view, int behind) {
     const long last = view.top + last_shown(view);
     go(view, last);

@@ -126,7 +126,7 @@ void show_line(preview_state &s, attr_t attr, int row) {
     scr_text(attr, row, 1, "%s", shown.c_str());
 }
 
-/// Shows lines of the page in the rows `from` to `to`. Returns whether the page goes on behind them.
+/// Shows lines of the page in the rows `from` to `to`. Returns whether the page goes on after them.
 bool show_lines(preview_state &s, attr_t attr, int from, int to) {
     for (int row = from; row <= to; row++) {
         s.job.read_line(s.line);
@@ -187,7 +187,7 @@ void show_page(preview_state &s, long start, int page) {
     s.redraw_head = true;
 }
 
-/// Goes on to behind the next form feed from where the file was read last; false when there is none.
+/// Goes on to after the next form feed from where the file was read last; false when there is none.
 bool page_forward(preview_state &s) {
     if (!s.job.skip_page()) {
         return false;

@@ -48,7 +48,7 @@ struct print_job {
     int rpt_page = 0;           ///< current page, 0 before the first
     int rpt_line = 0;           ///< line on the page, from 1; past every page before the first
     int rpt_pages = 0;          ///< pages begun
-    long start_offset = 0;      ///< size of the job file behind the set-up text
+    long start_offset = 0;      ///< size of the job file after the set-up text
     std::string setup_text;     ///< bytes sent to the printer at the start and at the end
     std::string end_text;
     std::string device;  ///< path or name of the spooler's destination
@@ -101,7 +101,7 @@ column_format<long> fmt_ld(int width);
 column_format<unsigned> fmt_u(int width);
 column_format<unsigned short> fmt_hu(int width);
 column_format<unsigned long> fmt_lu(int width);
-/// Text cut and filled to the width, at the left or the right of its column; with ": " behind it.
+/// Text cut and filled to the width, at the left or the right of its column; with ": " after it.
 column_format<const char *> fmt_left_s(int width);
 column_format<const char *> fmt_right_s(int width);
 column_format<const char *> fmt_left_label(int width);

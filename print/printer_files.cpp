@@ -1,6 +1,6 @@
 // The four printer files: where they lie, making them, and reading them.
 //
-// A file is made anew where its index is missing or not sound. The data half is kept, so printers survive a
+// A file is rebuilt where its index is missing or not sound. The data half is kept, so printers survive a
 // damaged index. The screen is put in last: a start that was broken off before that finds an empty data half.
 #include <fcntl.h>
 #include <unistd.h>

@@ -7,9 +7,9 @@
 //     1. The growth of a piece is what it takes beyond its column. It starts that much further to the left,
 //        so its right edge stays where the layout wants it.
 //     2. A grown number that would touch what stands there goes to the second line, and so does a number
-//        that would touch a digit. Text stays on the main line, and so does the first number behind a text,
+//        that would touch a digit. Text stays on the main line, and so does the first number after a text,
 //        unless it has grown.
-//     3. In its line a piece never overwrites: it moves to behind what is there.
+//     3. In its line a piece never overwrites: it moves to after what is there.
 //     4. Both lines are kept equally long with blanks.
 #include <algorithm>
 #include <cerrno>

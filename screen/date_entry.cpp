@@ -36,7 +36,7 @@ std::string with_separators(std::string text) {
     return text;
 }
 
-/// A group of which one digit was typed: the digit moves to the second place, behind a zero.
+/// A group of which one digit was typed: the digit moves to the second place, after a zero.
 void fill_group(std::size_t at) {
     char *digits = ing_text + at;
     if (digits[0] == ' ' && digits[1] != ' ') {

@@ -114,7 +114,7 @@ int hexadecimal_of_next_key() {
     return digits[0];
 }
 
-/// A day or month of one digit, closed with a hyphen: the digit moves behind a zero, the hyphen falls on its
+/// A day or month of one digit, closed with a hyphen: the digit moves after a zero, the hyphen falls on its
 /// separator.
 void close_group(field_edit &edit) {
     if (edit.cursor == text_length()) {

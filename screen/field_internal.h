@@ -8,7 +8,7 @@
 
 inline constexpr std::size_t ing_text_size = 258;
 
-/// The text being edited. All bytes behind its end are zero, since character fields are written whole.
+/// The text being edited. All bytes after its end are zero, since character fields are written whole.
 extern char ing_text[ing_text_size];
 /// The value of a number, a date or a yes/no field.
 extern double ing_value;

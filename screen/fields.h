@@ -29,7 +29,7 @@ struct field_description {
     int ing_row = 0;  ///< place in the current window
     int ing_col = 0;
     int ing_len = 0;   ///< width
-    int ing_prec = 0;  ///< digits behind the point
+    int ing_prec = 0;  ///< digits after the decimal point
     char ing_type = '\0';
     char ing_opts[ing_max_options + 1] = "";
     bool ing_numeric = false;
@@ -39,7 +39,7 @@ struct field_description {
     void *ing_target = nullptr;  ///< the caller's variable
 };
 
-/// A caller's variable: its address, and the bytes behind it where they are known (0 if not).
+/// A caller's variable: its address, and the bytes after it where they are known (0 if not).
 struct field_target {
     void *address = nullptr;
     std::size_t room = 0;

@@ -142,7 +142,7 @@ void allow_keys() {
     }
 }
 
-/// A listed set is the complete list of what may be typed; one behind ^ only takes away.
+/// A listed set is the complete list of what may be typed; one after ^ only takes away.
 void read_character_set(format_input &input) {
     ing_charset = charset_given::none;
     std::string_view &rest = input.rest;

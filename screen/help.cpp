@@ -7,7 +7,7 @@ namespace {
 
 constexpr int last_text_key = 254;
 
-/// Places texts one behind the other on a row.
+/// Places texts one after another on a row.
 class line_writer {
 public:
     explicit line_writer(int row) : row_(row) {}

@@ -41,7 +41,7 @@ void terminal_signals();
 /// Brings the terminal up to date with what is staged; in a real window that has become too small, with the
 /// part of it that matters most.
 void terminal_update();
-/// Has everything painted anew at the next update.
+/// Has everything painted again at the next update.
 void terminal_mark_stale();
 
 // window.cpp

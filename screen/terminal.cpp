@@ -3,7 +3,7 @@
 // The program keeps to the size of its mode (25 by 80, 25 by 132, 43 by 80) in a larger window, and to the
 // real size in a window that is smaller when the mode is entered. A window that shrinks below that size
 // afterwards shows a part of the screen: the last line, where messages and questions stand, and above it the
-// lines around the cursor. Once it is large enough again, everything is painted anew.
+// lines around the cursor. Once it is large enough again, everything is painted again.
 #include <sys/ioctl.h>
 #include <unistd.h>
 

@@ -17,7 +17,7 @@ bool ean_read_code(ICB *file, EanRecord &record, std::string_view code);
 /// Reads the code of a size, on key 2 whatever key is current. After a failure `record` holds the key.
 bool ean_read_series(ICB *file, EanRecord &record, const SeriesKey &key, std::uint8_t size);
 
-/// The characters of a code, without the zeros behind it.
+/// The characters of a code, without the zeros after it.
 std::string ean_text(const EanRecord &record);
 /// True for 8, 12 or 13 digits of which the last makes the sum right; not for what is a label number here.
 bool ean_valid(std::string_view code);

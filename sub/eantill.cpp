@@ -76,7 +76,7 @@ void tell_changes(const SeriesRecord &series, const std::string &code) {
 }
 
 /// The amount of the price group in which a size falls: each group reaches up to its last size, the last one
-/// in use over all behind it.
+/// in use over all after it.
 std::int32_t price_of(const SeriesRecord &series, std::uint8_t index) {
     size_view(session_sizes, sys_settings.size_system, series.size_kind, &series.sizes);
     std::size_t group = 0;

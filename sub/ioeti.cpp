@@ -194,7 +194,7 @@ bool read_label(std::int32_t number, eti_rec &rec) {
     return fill(rec);
 }
 
-/// From the slot behind the current one to the next label of the chain.
+/// From the slot after the current one to the next label of the chain.
 bool next_label(eti_action action, std::int32_t &number, eti_rec &rec) {
     if (eti.number == no_block) {
         return false;
@@ -232,7 +232,7 @@ bool owns_block(const eti_rec &rec) {
            eti.block.key.number == rec.number;
 }
 
-/// Puts a block behind the last of the chain. The mark in the user slot and the lock of row 4 stand from
+/// Puts a block after the last of the chain. The mark in the user slot and the lock of row 4 stand from
 /// before the first of the three writes until after the last: a program that dies between them is found out,
 /// and who holds the row meets no block that belongs to nobody yet.
 void add_block(std::int32_t &number, const eti_rec &rec) {
@@ -368,7 +368,7 @@ int eti_next_kind(eti_action action, std::int32_t &number, eti_rec &rec, int sta
         err_internal(module_name, 4);
     }
     int found = eti_file(action, number, rec);
-    // A label read by number may be an empty slot, with others behind it.
+    // A label read by number may be an empty slot, with others after it.
     if (found == 0 && action == eti_action::read) {
         found = eti_file(eti_action::next, number, rec);
     }

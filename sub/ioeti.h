@@ -66,7 +66,7 @@ enum class eti_action : char {
     next = 'N',       ///< next label of the chain; 0 at its end
     write = 'W',      ///< write the label, with number 0 into the first free slot of the chain; 1
     remove = 'D',     ///< delete the label, if it is the current one: 0, else 1
-    new_block = 'I',  ///< put a block behind the chain of the series of `rec`, and go to its first slot; 0
+    new_block = 'I',  ///< put a block after the chain of the series of `rec`, and go to its first slot; 0
     lock_read = 'X',  ///< labels have no locks of their own: internal error
 };
 /// Works on the one open label file, by its current block and slot. `number` is a label number. A chain that
@@ -87,7 +87,7 @@ std::int32_t eti_next_serial();
 
 /// Reads a block; false when it isn't in the file.
 using eti_block_reader = bool (*)(std::int32_t block, LabelBlock &buffer);
-/// Takes the block at the head of the free chain, or one behind the end of the file, and moves head, end
+/// Takes the block at the head of the free chain, or one after the end of the file, and moves head, end
 /// mark and count of `chain`. Nothing is written. -1, with `chain` as it was, when the head does not lead to
 /// a free block, or no block number is left.
 std::int32_t eti_take_block(SysRow4Chain &chain, eti_block_reader read);

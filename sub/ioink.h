@@ -47,7 +47,7 @@ void ink_close();
 void ink_reopen();
 
 enum class ink_action : char { next = 'N', previous = 'P', first = 'F' };
-/// Reads a set by its key: the next, the previous, or the first at or behind the key in `set`, with the same
+/// Reads a set by its key: the next, the previous, or the first at or after the key in `set`, with the same
 /// first `parts` fields of the key (0: any). False when there is none, and where a damaged index leads
 /// astray.
 bool ink_read(ink_action action, PriceSetRecord &set, int parts);
@@ -60,7 +60,7 @@ enum class ink_report : int { warning = 1, fatal = 2 };
 int ink_block_read(std::int32_t block, PriceBlock &buffer, ink_report report);
 /// Writes a block; failure is fatal.
 void ink_block_write(std::int32_t block, const PriceBlock &buffer);
-/// Takes the block at the head of the free chain, or one behind the end of the file, and writes row 9, whose
+/// Takes the block at the head of the free chain, or one after the end of the file, and writes row 9, whose
 /// lock the caller holds. Returns its number; the head in `row` is the block that will follow. A head that
 /// does not lead to a free block is fatal.
 std::int32_t ink_block_alloc(SysRow4Chain &row);
@@ -76,7 +76,7 @@ void ink_set_load(const PriceSetRecord &set);
 /// chain takes the place of the one stored with that chain. Other sets of the series and supplier give way in
 /// the set's period: they are deleted, shortened, or cut in two. Without any price the set is not stored.
 /// Only sizes of the view `session_sizes` are stored, in its order. `quiet` keeps the files as they are;
-/// otherwise they are opened anew.
+/// otherwise they are opened again.
 void ink_set_put(PriceSetRecord &set, bool quiet = false);
 /// Deletes the set and gives its blocks to the free chain; its chain becomes -1. 0 when the chain could not
 /// be followed to its end.

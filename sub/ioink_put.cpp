@@ -189,7 +189,7 @@ bool sets_in_order(const PriceSetRecord &set) {
     return true;
 }
 
-/// Of sets in order only those that end in the new period or behind it and begin before its end are met.
+/// Of sets in order only those that end in the new period or after it and begin before its end are met.
 void clip_neighbours(const PriceSetRecord &set, SysRow4Chain &row) {
     const bool upright = set.begin_date <= set.end_date;
     if (!upright) {

@@ -58,5 +58,5 @@ void mtrange(mt_view *view, const SizeBitmap &sizes);
 void size_view(mt_view *&view, int system, int kind, const SizeBitmap *sizes = nullptr);
 /// The view that the modules share; null while none has been asked for.
 extern mt_view *session_sizes;
-/// Closes it, so that the next use reads the kind anew: other programs may have changed it since.
+/// Closes it, so that the next use reads the kind again: other programs may have changed it since.
 void size_view_forget();

@@ -107,7 +107,7 @@ bool read_record(tab_action action, const record_place &place) {
     return !is_empty(place);
 }
 
-/// Never makes the file longer: a record behind its end was not read from it either.
+/// Never makes the file longer: a record after its end was not read from it either.
 void write_record(tab_action action, const record_place &place) {
     if (place.inside() && place.offset() + place.length() > present_size()) {
         errno = EFBIG;

@@ -31,7 +31,7 @@ extern std::int32_t sys_row;
 /// told at the action; a read gives 1 for a whole record that is not all zero; next leaves the number at
 /// highest + 1 when there is none, previous at 0. A number outside the region reads, writes and locks
 /// nothing; only the writes give 1 for it. Fatal are a missing file and one that lacks rows, a failing read,
-/// write or lock call, and a write behind the end of the file.
+/// write or lock call, and a write after the end of the file.
 int iotab(tab_action action, std::int32_t &number, void *buffer, std::int32_t base, std::int32_t highest,
           std::size_t size);
 

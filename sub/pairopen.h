@@ -9,9 +9,9 @@
 inline constexpr std::size_t any_length = 0;
 
 /// Opens an indexed file with records of `record_bytes`, or `any_length`. An index half that a program has
-/// left unsound, such as one that was killed, is made anew first; the bar of the rebuild shows it. A file
+/// left unsound, such as one that was killed, is rebuilt first; the bar of the rebuild shows it. A file
 /// with records of another length is as fatal as one that can't be opened.
 ICB *pair_open(const char *name, int mode, std::size_t record_bytes);
-/// Makes the index half anew if a program has died within an update or a rebuild, and leaves other damage as
+/// Rebuilds the index half if a program has died within an update or a rebuild, and leaves other damage as
 /// it is.
 void pair_finish(const char *name, std::size_t record_bytes);

@@ -30,7 +30,7 @@ void open_raw(raw_file &file) {
               static_cast<long>(place_of(file, block)));
 }
 
-/// False behind the end of the file. A block that the disk does not give is not taken for one that is
+/// False past the end of the file. A block that the disk does not give is not taken for one that is
 /// missing: a repair would cut off what follows it.
 bool read_raw(raw_file &file, std::int32_t block, void *buffer) {
     if (block < 0) {

@@ -3,7 +3,7 @@
 // Words, in the order in which they are done:
 //   labels series prices ...  the check of that name, as outside a full run
 //   11 12 13                  the entry of the menu with that number
-//   full                      the checks behind this word run as in a full run
+//   full                      the checks after this word run as in a full run
 //   trusted                   the labels count as sound, as after an orderly end of the run before
 //   answers=JN.X              answers to the questions and waits, in order: yes, no, the default, cancel.
 //                             When they have run out the last one is given again; without any: yes

@@ -74,7 +74,7 @@ const Finding findings[] = {
     {"ean-size-unknown", true, "5400000000027", "5400000000027"},
     {"ean-article-unknown", true, "5400000000034", "5400000000034"},
     {"ean-article-unknown", false, "5400000000034", "5400000000034"},
-    // A double registration goes without a question, and an index with a fault is made anew.
+    // A double registration goes without a question, and an index with a fault is rebuilt.
     {"ean-double", true, nullptr, nullptr},
     {"ean-double", false, nullptr, nullptr},
     {"index-ean-swapped", true, nullptr, nullptr},
@@ -219,8 +219,8 @@ TEST_F(EanCodes, WithoutTheProgramTheOperatorIsToldAndTheCheckDoesNotPass) {
 
 TEST_F(EanCodes, InstoreCodesComeFromTheGeneratorAndTakeNobodysPlace) {
     build({}, 0);
-    // Of the first series no size has a code; the last number before the generator begins anew is in use, and
-    // so are many behind it.
+    // Of the first series no size has a code; the last number before the generator begins again is in use,
+    // and so are many after it.
     const SeriesRecord &series = shop.series[0];
     std::vector<unsigned> sizes;
     std::erase_if(shop.ean_codes, [&](const EanRecord &code) {

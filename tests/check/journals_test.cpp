@@ -135,7 +135,7 @@ struct Outcome {
     const char *kept;    ///< the list after the first run
     const char *second;  ///< and after the second
     unsigned label;      ///< order number of the label that was of order 17
-    const char *report;  ///< of a failure, behind the name
+    const char *report;  ///< of a failure, after the name
     unsigned later = 0;  ///< and of the label after the second run, where it changes once more
     std::int32_t last_serial = 5000;
 };

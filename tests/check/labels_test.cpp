@@ -370,7 +370,7 @@ TEST_F(Labels, KilledAtAnyMomentLosesNoLabel) {
         const long writes = check("labels", "NJ").writes;
         write();
         for (int n = 0; n < 3; n++) {
-            // The second run makes the index anew first, and is killed while it does.
+            // The second run rebuilds the index first, and is killed while it does.
             const char *answers = n == 1 ? "JJ" : "NJ";
             const std::string moment = std::to_string(static_cast<long>(random()) % (n == 1 ? 50 : writes));
             const CheckRun run = run_check("kill-at=" + moment + " labels", answers);

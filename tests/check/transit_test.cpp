@@ -154,7 +154,7 @@ TEST_F(Transit, MarksOutsideSoundSeriesAndNumbersAreNotLookedAt) {
         write();
         EXPECT_EQ(check("transit", "N").flags, "transit");
     }
-    // A block behind the last that a label number of six digits can name.
+    // A block after the last that a label number of six digits can name.
     make_without_entries({.series = 60, .labels = 25, .label_digits = 6}, 0);
     const LabelBlock marked = shop.label_blocks[static_cast<std::size_t>(missing[0].label - 1) / 10];
     make({.series = 20, .label_digits = 6});

@@ -37,7 +37,7 @@ const std::set<std::string> left_to_a_human = {
 /// for a series of two suppliers that prefers none; a code file that is not consistent is left alone.
 const std::set<std::string> passed_over = {"journal-number-none", "price-no-supplier", "index-barcode-cut"};
 
-/// What passed checks leave in agreement. What a customer bought is counted anew only on request.
+/// What passed checks leave in agreement. What a customer bought is counted again only on request.
 constexpr unsigned audited = audit_all & ~audit_amounts;
 
 int count_from(const char *variable, int preset) {
@@ -67,7 +67,7 @@ protected:
         }
         return last;
     }
-    /// What is wrong behind a run that has passed: some mends, and what they uncover, settle in the next run.
+    /// What is wrong after a run that has passed: some mends, and what they uncover, settle in the next run.
     std::string wrong_in_the_end() {
         std::string wrong = audit(audited);
         if (!wrong.empty()) {

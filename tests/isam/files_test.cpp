@@ -238,7 +238,7 @@ TEST_F(Files, Move) {
     std::filesystem::remove_all(other);
 }
 
-/// The letters and number behind `prefix` that come after those of `name`.
+/// The letters and number after `prefix` that come after those of `name`.
 std::string next_temp(std::string name, std::size_t prefix) {
     char *letters = name.data() + prefix;
     if (std::strncmp(letters, "ZZ", 2) == 0) {

@@ -240,7 +240,7 @@ struct run {
     void write_step() {
         area = some_record();
         if (below(2) == 0) {
-            // Another record, or the same one with other fields behind key 1.
+            // Another record, or the same one with other fields after key 1.
             bytes other = random_record();
             std::copy(other.begin() + icb->keydef[0].klen, other.end(), area.begin() + icb->keydef[0].klen);
         }

@@ -128,7 +128,7 @@ TEST_F(store_rebuild, RefusedWithNothingChanged) {
     EXPECT_EQ(file_bytes("B.TXT"), data);
 }
 
-// A data half behind the reach of 32-bit offsets: refused by all, in spite of fitting counts.
+// A data half beyond the reach of 32-bit offsets: refused by all, in spite of fitting counts.
 TEST_F(store_rebuild, DataHalfTooLong) {
     define("B");
     ASSERT_TRUE(IXBLDIX("B"));
@@ -213,7 +213,7 @@ TEST_F(store_rebuild, CheckFollowsTheChain) {
     } const cases[] = {
         {"B.INX", 12, hex("FF*4"), 0, 0, 0},                                               // an empty chain
         {"B.TXT", second, bytes(index.begin() + 12, index.begin() + 16), -1, free, free},  // a cycle
-        {"B.TXT", second, hex("FF FF 00 00"), -1, free, free},                             // behind the end
+        {"B.TXT", second, hex("FF FF 00 00"), -1, free, free},                             // after the end
         {"B.TXT", second + 7, hex("00"), -1, free - 1, free - 1},   // a live record in it
         {"B.TXT", second, hex("FF*4"), 1, 1, 1},                    // the end, early
         {"B.INX", 45, hex("01"), -1, free, free},                   // a half-done update

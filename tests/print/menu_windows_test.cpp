@@ -80,7 +80,7 @@ TEST(PickList, MovesByRowsAndPages) {
     t.key("ENTER");
     ASSERT_TRUE(t.wait_row(1, "gekozen 2"));
     EXPECT_TRUE(t.wait_gone("Lijst"));
-    // It starts anew at the record where the caller stands, and there are those before it.
+    // It starts again at the record where the caller stands, and there are those before it.
     t.key("ENTER");
     ASSERT_TRUE(shows(t, ">2 3 4 5"));
     t.key("UP");

@@ -174,7 +174,7 @@ TEST_F(Run, MarkerStandsBehindAMenuThatLeftEveryRequiredDateRecent) {
         // These have no date that is asked for.
         {"goods in transit", "11 12 13", true, "n", {"transit-no-entry"}},
         {"journals", "11 12 13", true, "", {"journal-code"}},
-        // The program that makes the index anew is found beside the running one.
+        // The program that rebuilds the index is found beside the running one.
         {"codes", "11 12 13", true, "", {"index-ean-swapped"}},
     };
     for (const Session &each : sessions) {

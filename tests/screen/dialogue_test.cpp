@@ -15,7 +15,7 @@ Dialogue editing(const char *format, const char *value, const char *allow = "") 
     return Dialogue(Arguments{"edit", format, value, allow});
 }
 
-/// Rows from `first` on, one behind the other with a '/' after each.
+/// Rows from `first` on, one after another with a '/' after each.
 void expect_rows(const Terminal &t, int first, std::string_view rows) {
     for (int row = first; !rows.empty(); row++) {
         const std::size_t end = rows.find('/');

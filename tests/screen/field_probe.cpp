@@ -1,7 +1,7 @@
 // A program that goes through one dialogue of the screen layer, for the tests that type into it.
 //   field_probe edit FORMAT VALUE KEYS [MIN [MAX]]   one field; shows what came of it
 //   field_probe SCENARIO
-// <F2> and z write a mark behind all output, so that a test knows that its keys have been worked off.
+// <F2> and z write a mark after all output, so that a test knows that its keys have been worked off.
 #include <unistd.h>
 
 #include <algorithm>

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Shows the number of the step behind all else, so that a test knows when the screen is complete.
+/// Shows the number of the step after everything else, so that a test knows when the screen is complete.
 int wait_key() {
     static int step = 0;
     scr_flush(0);

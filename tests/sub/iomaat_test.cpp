@@ -34,7 +34,7 @@ protected:
             add(made, own, 1, {{1, "44", 4}, {3, "38", 2}, {5, "36", 1}, {90, "40", 3}});
             // As damage leaves it: links outside, a number left out, and one for two sizes.
             add(made, own, 2, {{1, "a", 1}, {2, "b", 96}, {3, "c", 255}, {4, "d", 3}, {5, "e", 3}});
-            // By sequence number. Outside the tables, and behind the end, there are no sizes.
+            // By sequence number. Outside the tables, and after the end, there are no sizes.
             add(made, other, 1, {{1, "S", 20}, {2, "M", 10}, {3, "L", 96}, {4, "XL", 30}, {6, "?", 5}});
         });
         ASSERT_EQ(sys_settings.size_system, own);

@@ -12,7 +12,7 @@ enum audit_part : unsigned {
     audit_transit = 8,     ///< goods in transit
     audit_criteria = 16,   ///< order criteria
     audit_customers = 32,  ///< customers, and the chains of their labels where these are kept
-    audit_amounts = 64,    ///< what customers bought, counted anew
+    audit_amounts = 64,    ///< what customers bought, counted again
     audit_master = 128,    ///< reference files, and what series refer to
     audit_codes = 256,     ///< EAN codes, replaced codes, order numbers at suppliers
     audit_journals = 512,  ///< order journals and the list of order numbers

@@ -78,7 +78,7 @@ void link_free(std::vector<Block> &blocks, const Numbers &numbers, SysRow4Chain 
 std::string lay_out_labels(ShopPlan &plan) {
     Random random = plan.random(stream_layout);
     Shop &shop = plan.shop;
-    // Where the labels of a series stand in its chain: one behind the other, with a hole now and then
+    // Where the labels of a series stand in its chain: one after another, with a hole now and then
     // where a label was deleted.
     std::vector<std::vector<std::size_t>> slots(plan.series.size());
     std::vector<std::size_t> chunks(plan.series.size());

@@ -128,7 +128,7 @@ struct Shop {
     std::vector<OrderNumberRecord> order_numbers;
     std::vector<Journal> journals;
 
-    std::map<std::string, std::string> tails;  ///< bytes behind the last record, by name of a plain file
+    std::map<std::string, std::string> tails;  ///< bytes after the last record, by name of a plain file
     std::vector<std::pair<std::string, index_damage>> index_damages;  ///< by name of an indexed file
 };
 

@@ -11,7 +11,7 @@ using bytes = std::vector<std::uint8_t>;
 
 /// Compares two text fields of `n` bytes by building both strings of weights in full.
 int reference_coll_cmp(const std::uint8_t *a, const std::uint8_t *b, int n);
-/// Key of a record, with the record number behind it when the key has duplicates.
+/// Key of a record, with the record number after it when the key has duplicates.
 bytes reference_key(const ix_keydef &def, const std::uint8_t *record, std::int32_t number);
 /// Compares two whole keys.
 int reference_compare(const ix_keydef &def, const std::uint8_t *a, const std::uint8_t *b);
