@@ -31,6 +31,6 @@ cppcheck --quiet --enable=warning,style,performance,portability --std=c++20 --in
   --suppress=nullPointerRedundantCheck --suppress=ctunullpointer --suppress=redundantAssignment \
   --suppress=unusedStructMember --suppress=invalidLifetime \
   --suppress=CastIntegerToAddressAtReturn --suppress=passedByValue \
-  -D__cplusplus=202002L -DRVCHK_DATADIR='""' -I . "${files[@]}" || found=1
+  -D__cplusplus=202002L -I . "${files[@]}" || found=1
 [ "$found" -eq 0 ] && echo "Nothing found."
 exit "$found"
