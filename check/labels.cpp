@@ -1,5 +1,5 @@
-// The label check: every block of the label file belongs to just one chain, that of a series or the free
-// chain. All other checks rest on it.
+// The label check: every block of the label file belongs to exactly one chain, that of a series or the free
+// chain. All other checks rely on it.
 #include "check/labels.h"
 
 #include "check/frame.h"
@@ -19,7 +19,7 @@ bool tell_rebuilt = false;   ///< in this run
 
 // ---- The series file, before it is walked
 
-/// Makes the index of the series file anew, once a session; outside a full run when the operator wants it.
+/// Rebuilds the index of the series file once a session; outside a full run only when the operator wants it.
 void rebuild_series_index() {
     tell_rebuilt = false;
     if (index_rebuilt ||
@@ -36,8 +36,8 @@ void rebuild_series_index() {
     chk_files.rvser = pair_open("RVSER", mode, sizeof(SeriesRecord));
 }
 
-/// Deletes what unfinished work on the series file has left: index halves under other names that no program
-/// can use.
+/// Deletes what unfinished work on the series file left: index halves under other names that no program can
+/// use.
 void remove_leftovers() {
     std::string name = str_format("%s.*", "RVSER");
     if (!DIRECTORY(dir_action::open, name)) {
@@ -125,7 +125,7 @@ void print_key(bool known, const SeriesKey &key) {
     prt_printf("%-22.22s", known ? text.c_str() : "");
 }
 
-/// The block behind or before the one at fault.
+/// The block after or before the one at fault.
 void print_neighbour(std::int32_t block, bool next) {
     if (block == stdchk_none) {
         prt_printf("%10s", "");
