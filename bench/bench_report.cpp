@@ -7,7 +7,7 @@
 namespace {
 
 struct row {
-    std::int64_t place;  // in the list of all, which the runs may not keep to
+    std::int64_t place;  // in the list of all; the runs may come in another order
     std::string what;
     const char *unit;
     std::map<std::string, double> best;
@@ -32,7 +32,7 @@ void note(const benchmark::BenchmarkReporter::Run &run) {
     best->second = fresh ? time : std::min(best->second, time);
 }
 
-// The library's own interface asks for a derived class.
+// The library's interface requires a derived class.
 struct noting_reporter : benchmark::ConsoleReporter {
     void ReportRuns(const std::vector<Run> &runs) override {
         for (const Run &run : runs) {

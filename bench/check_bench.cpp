@@ -10,12 +10,13 @@
 //
 // Each check runs in a process of its own, in a pseudo-terminal, as in a full run; no progress is drawn. The
 // columns, times in milliseconds of processor time:
-//   first     the first run of the process, with what is done once a session (the rebuild of the index of
-//   RVSER) run       the best of the runs after it; of this sys in the kernel; wall by the clock ns/label
-//   that time by the number of labels, and how many times that of the smallest shop it is reading   the
-//   indexed files by the store's scan, the others by single reads of their records ratio     run by reading
-//   own       largest memory that the process had of its own, in megabytes, by a look every few milliseconds
-//   peak      the same with the pages of files that it had mapped, which the kernel takes back at need
+//   first     the first run of the process, with what is done once a session (rebuilding the index of RVSER)
+//   run       the best of the later runs; sys is its part in the kernel, wall is by the clock
+//   ns/label  that time divided by the number of labels, and its ratio to that of the smallest shop
+//   reading   the indexed files by the store's scan, the others by single reads of their records
+//   ratio     run divided by reading
+//   own       largest memory of the process's own, in megabytes, measured every few milliseconds
+//   peak      the same with the pages of files that it had mapped, which the kernel takes back when needed
 #include <glob.h>
 #include <poll.h>
 #include <pty.h>
@@ -176,8 +177,8 @@ bool open_job(const print_setup &, std::uint16_t, const char *) {
     return prt_job_start();
 }
 
-/// A line of /proc/PID/status, in megabytes; 0 when the process is gone. What the kernel keeps for rusage
-/// counts the process that this one was started from.
+/// A line of /proc/PID/status, in megabytes; 0 when the process is gone. The kernel's figure for rusage
+/// includes the process that this one was started from.
 double memory(const std::string &pid, const std::string &line_name) {
     std::ifstream status("/proc/" + pid + "/status");
     for (std::string line; std::getline(status, line);) {
@@ -217,8 +218,8 @@ std::string setting(const char *name, const char *otherwise) {
     return value == nullptr ? otherwise : value;
 }
 
-/// Runs a check in the current directory; reads what it draws until it ends. Gives the largest memory that
-/// it had of its own.
+/// Runs a check in the current directory and reads what it draws until it ends. Returns the largest memory
+/// that it had of its own.
 double run_in_terminal(const measured_check &check, int rounds) {
     constexpr int look_every = 4;  // milliseconds
     constexpr std::size_t tail = 4000;

@@ -22,9 +22,9 @@
 //   scan                  the next record in the order of the file (IXSEQ; SQLite: rowid)
 //   insert                a tenth as many records again, keys in random order, into the full file with both
 //                         keys. SQLite does it in one transaction, the store's shared mode in one for each
-//   rebuild sorted        rebuilds both indexes over a file in the order of key 1 (SQLite: CREATE INDEX
-//   twice) rebuild random        the same with the records in random order check                 IXCHECK with
-//   every tenth record in the free chain (SQLite: PRAGMA quick_check,
+//   rebuild sorted        both indexes over a file in the order of key 1 (SQLite: CREATE INDEX twice)
+//   rebuild random        the same with the records in random order
+//   check                 IXCHECK with every tenth record in the free chain (SQLite: PRAGMA quick_check,
 //                         which reads far more)
 // Nobody syncs. The table at the end counts processor time, user and system.
 #include <unistd.h>

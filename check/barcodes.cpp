@@ -1,4 +1,4 @@
-// The check of the codes that stood on a size of a series and have been replaced, in RVBARC.
+// The check of replaced codes, in RVBARC: codes that a size of a series had before.
 //
 // A shop need not have the file. An entry must point to a series and to a size of it; the repair deletes
 // those that don't.
@@ -63,7 +63,7 @@ void print_row(const BarcodeRecord &record, const SeriesRecord &series, fault fo
     groups.end_row();
 }
 
-/// False when the operator broke off.
+/// False when the operator cancelled.
 bool walk_file() {
     ICB *file = code_file_open(file_name, sizeof(BarcodeRecord));
     if (file == nullptr) {

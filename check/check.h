@@ -23,8 +23,8 @@ extern bool ok_barcodes;
 extern bool ok_journals;
 /// One of the three entries of the menu is running its sequence.
 extern bool chk_full_run;
-/// A check of the sequence was broken off. A pass of earlier in the session does not stand for it: the
-/// sequence stops, and there is no summary.
+/// The operator cancelled a check of the sequence. The sequence then stops without a summary, even when that
+/// check passed earlier in the session.
 extern bool chk_broken_off;
 
 /// Open and close the files of `chk_files`, which stay open for the whole run.
@@ -42,10 +42,10 @@ bool chk_all_recent();
 /// Zeroes what row 19 must not carry from one session into the next.
 void chk_reset_dates();
 
-/// Deletes the temporary files of earlier days and tells what that yields when it is much.
+/// Deletes the temporary files of earlier days, and tells the operator when that frees much space.
 void chk_remove_temp();
 
-/// The marker RVCHK860.OK. A marker that can't be removed or made is fatal: it would tell a lie.
+/// The marker RVCHK860.OK. Failing to remove or write it is fatal: what it says would not be true.
 void chk_marker_remove();
 void chk_marker_write();
 bool chk_marker_exists();
@@ -72,7 +72,7 @@ void chk_order_numbers();
 void chk_barcodes();
 void chk_journals();
 
-/// The checks that a damaged system asks for before the menu.
+/// The checks that a damaged system needs before the menu is shown.
 void chk_startup_run();
 /// The menu of the three check sequences, until the operator leaves it.
 void chk_menu();

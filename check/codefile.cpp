@@ -12,7 +12,7 @@ constexpr int rows_a_group = 5;
 constexpr int margin = 3;
 constexpr int escape_bytes = 3;
 
-/// A code up to its last byte that is not zero.
+/// A code without its trailing zero bytes.
 std::string plain_text(const article_code &code) {
     std::string text(code, code_bytes);
     text.resize(text.find_last_not_of('\0') + 1);

@@ -11,15 +11,16 @@
 inline constexpr std::size_t code_bytes = 13;
 using article_code = char[code_bytes];
 
-/// A code as it is shown, without the zeros after it.
+/// A code as it is shown, without its trailing zero bytes.
 std::string code_text(const article_code &code);
 
-/// Opens an indexed file for reading and deleting; null for one that is not sound, or has other records. What
-/// a program that died has left is made sound first: a repair that was killed hides nothing.
+/// Opens an indexed file for reading and deleting; null when it is not sound or has other records. What a
+/// program that died left is mended first, so that a killed repair hides nothing.
 ICB *code_file_open(const char *name, std::size_t record_bytes);
 
-/// The codes that a repair is to delete, in a temporary text file: a line each, with the supplier before the
-/// code. Bytes that would make a code more than one word stand as a backslash and two hexadecimal digits.
+/// The codes that a repair is to delete, in a temporary text file: a line for each, the supplier before the
+/// code. A byte that would split a code into several words is written as a backslash and two hexadecimal
+/// digits.
 class delete_list {
 public:
     delete_list() = default;
@@ -69,8 +70,8 @@ private:
 std::string size_code(std::uint8_t kind, std::uint8_t size);
 
 /// Calls `visit` for each record in key order. Each step starts from the key in the index, not from the one
-/// in the record; and since a damaged index can lead in a circle, no more steps are made than there are
-/// records. False when the operator broke off.
+/// in the record. A damaged index can lead in a circle, so there are no more steps than records. False when
+/// the operator cancelled.
 template <class Record, class Visit>
 bool each_in_key_order(ICB *file, Visit visit) {
     Record record{};
@@ -89,7 +90,7 @@ bool each_in_key_order(ICB *file, Visit visit) {
     return !ing_interrupted();
 }
 
-/// Deletes the record with the code of `key`, if it is still one that `faulty` says yes to under its lock.
+/// Deletes the record with the code of `key`, if `faulty` still says yes to it under its lock.
 template <class Record, class Faulty>
 void delete_faulty(ICB *file, const Record &key, Faulty faulty) {
     Record record = key;

@@ -1,5 +1,5 @@
-// The check that every customer has a country of the system's table. A customer without one
-// gets it from the postcode, or else the default country; those that still have none are listed.
+// The check that every customer has a country that is in the system's table. A customer without one gets it
+// from the postcode, or else gets the default country; those who still have none are listed.
 #include <algorithm>
 #include <array>
 
@@ -38,7 +38,7 @@ void close_all() {
     errors.close();
 }
 
-/// An empty code is no country, and an empty record of the table names none.
+/// An empty code is not a country, and an empty record of the table does not name one.
 bool is_known(const char *code) {
     return code[0] != '\0' && std::any_of(table.begin(), table.end(), [&](const CountryRecord &country) {
                return std::memcmp(country.code, code, code_length) == 0;

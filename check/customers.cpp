@@ -1,13 +1,13 @@
 // The check of the customers and of the chains of their labels.
 //
-//   phase 1  every customer: the record is cleaned in place, its chain is followed. A label is marked when it
-//            is reached, so a chain that runs in a loop ends, and no label is read twice
-//   phase 2  every label block: a sold label with a customer that has no mark is on no chain. That finds the
-//            labels after the fault of a chain as well
-//   repair   on request: chains are cut before their fault, labels on no chain are put on one
+//   phase 1  every customer: the record is cleaned in place and its chain is followed. A label is marked when
+//            it is reached, so a circular chain ends and no label is read twice
+//   phase 2  every label block: a sold label that has a customer but no mark is on no chain. This also finds
+//            the labels after the fault of a chain
+//   repair   on request: chains are cut before their fault, and labels on no chain are put on one
 //
-// The walk of a chain counts its labels as well. Only the recount of a customer whose chain has a fault needs
-// a walk of its own, which goes on for as long as there are labels.
+// The walk of a chain also counts its labels. Only a customer who is recounted and whose chain has a fault
+// needs a second walk, which continues as long as labels can be read.
 #include "check/customers.h"
 
 #include <algorithm>
@@ -111,8 +111,8 @@ void count_label(customer_totals &totals, const eti_rec &label) {
     totals.amount[kind] += label.amount_c;
 }
 
-/// Follows a chain to its end or its fault. Numbers in a chain have no sign: one that would be negative
-/// lies outside the file as well.
+/// Follows a chain to its end or its fault. Numbers in a chain have no sign: one that would be negative is
+/// also past the end of the file.
 customer_totals walk_chain(const CustomerRecord &customer) {
     customer_totals totals;
     std::int32_t previous = no_label;
@@ -172,7 +172,7 @@ void check_block(std::int32_t number, const LabelBlock &block) {
     }
 }
 
-/// Blocks after the end mark are no part of the file: no chain may lead there.
+/// Blocks past the end mark are not part of the file: no chain may lead there.
 bool walk_labels() {
     const auto total =
         static_cast<std::uint32_t>(chk_txt_size("RVETI") / static_cast<off_t>(sizeof(LabelBlock)));
@@ -274,7 +274,7 @@ void print_errors() {
 
 // ---- Repair
 
-/// The repair tells on a report of its own what it does; without one it is not done.
+/// The repair tells what it does on a report of its own; without that report it is not done.
 bool ask_repair() {
     if (customer_errors.empty() || ing_akkoord(scr->scr_lines - 1, 1, "[+]%s",
                                                detail_text(22, 23, "Herstellen foutieve klanten")) == 0) {

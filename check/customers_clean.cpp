@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Gives a customer that has none the stamp before the present one, by which the tills see it as changed.
+/// Gives a customer without a stamp the one before the present stamp, so that the tills see it as changed.
 bool give_stamp(CustomerRecord &customer) {
     if (customer.stamp != 0) {
         return false;
@@ -28,7 +28,7 @@ Field fitting(std::int64_t value) {
     return static_cast<Field>(std::min<std::int64_t>(value, std::numeric_limits<Field>::max()));
 }
 
-/// Figures below zero can't be: all are taken from the chain again.
+/// Figures below zero are impossible: all figures are then counted again from the chain.
 bool recount(CustomerRecord &customer, const customer_totals &walked) {
     if ((sys_settings.mode & mode_customer_labels) == 0 ||
         (customer.count_plain >= 0 && customer.count_other >= 0 && customer.count_nine >= 0 &&
@@ -45,7 +45,7 @@ bool recount(CustomerRecord &customer, const customer_totals &walked) {
     return true;
 }
 
-/// Deletes the extension that an earlier customer of this number has left.
+/// Deletes the extension left by an earlier customer with this number.
 bool drop_old_extension(CustomerRecord &customer) {
     if (customer.extension_date == 0) {
         return false;
@@ -68,7 +68,7 @@ bool drop_old_extension(CustomerRecord &customer) {
     return false;
 }
 
-/// A date that has still to come was meant a hundred years earlier.
+/// A date that does not lie in the past was meant a hundred years earlier.
 bool move_date_back(CustomerRecord &customer) {
     if (customer.past_date < date_today()) {
         return false;
@@ -81,8 +81,8 @@ bool move_date_back(CustomerRecord &customer) {
     return true;
 }
 
-/// Blanks in place of zero bytes. A mark after one of them is taken for a leftover where the tills get the
-/// marks; the operator is told.
+/// Replaces zero bytes by blanks. Where the tills get the marks, a mark after a zero byte is taken for a
+/// leftover, and the operator is told.
 bool mend_marks(CustomerRecord &customer) {
     const bool on_tills = (sys_settings.mode & mode_selection_marks) != 0;
     constexpr int last = sizeof customer.marks - 1;

@@ -1,14 +1,14 @@
 // The repair of customers' chains.
 //
-// Errors come customer by customer, and within one first those of the chain, then the labels that are on no
-// chain, the newest sale first. A customer is held from its first error to its last. The place of a label is
-// at or after that of the one before it, so all labels of a customer find theirs in one walk of the chain.
+// Errors come customer by customer: first those of the chain, then the labels on no chain, newest sale first.
+// A customer is held from its first error to its last. Each label belongs at or after the place of the one
+// before it, so one walk of the chain finds the places of all labels of a customer.
 //
-// A label is written with what follows it before anything leads to it, and the customer's record comes last:
-// a program that dies in between leaves labels that are on no chain, which the next run finds again.
+// A label is written, with its link to the next one, before anything leads to it; the customer's record is
+// written last. So a program that dies in between leaves labels on no chain, which the next run finds again.
 //
-// A till may have sold or taken back since the walk. So a chain is cut only where it still leads to the
-// fault, and the labels that it holds now are marked before others are put on it.
+// A till may have sold or taken back goods since the walk. So a chain is cut only where it still leads to the
+// fault, and the labels now on it are marked before others are put on it.
 #include <cstdio>
 #include <cstring>
 
@@ -17,7 +17,7 @@
 
 namespace {
 
-/// The customer whose errors are at hand.
+/// The customer whose errors are being mended.
 struct {
     bool taken = false;
     std::uint32_t number = 0;
@@ -27,9 +27,9 @@ struct {
     bool changed = false;
     bool created = false;
     bool repaired = false;
-    bool marked = false;       ///< the labels on the chain are
-    std::uint32_t before = 0;  ///< label that the next one comes after; 0 for the head of the chain
-    std::uint32_t at = 0;      ///< label that it comes before; 0 for the end of the chain
+    bool marked = false;       ///< the labels on the chain are marked
+    std::uint32_t before = 0;  ///< label after which the next one is put; 0 for the head of the chain
+    std::uint32_t at = 0;      ///< label before which it is put; 0 for the end of the chain
     std::int32_t steps = 0;    ///< labels walked; a chain is no longer than the file
 } held;
 
@@ -79,8 +79,8 @@ void let_go() {
     held = {};
 }
 
-/// Makes the customer that labels were sold to. A key that is there leads to a damaged record, which is no
-/// reason to write over it.
+/// Makes the customer that labels were sold to. When the key exists after all, its record is damaged and is
+/// not overwritten.
 void create() {
     ICB *file = customer_check.customers;
     CustomerRecord there{};
@@ -100,7 +100,7 @@ void create() {
     lock_held();
 }
 
-/// Gives a label another one to lead on to; false when it can't be read.
+/// Makes a label lead to another one; false when it can't be read.
 bool lead_on(std::int32_t number, std::uint32_t next) {
     eti_rec label;
     if (eti_file(eti_action::read, number, label) == 0) {
@@ -111,7 +111,7 @@ bool lead_on(std::int32_t number, std::uint32_t next) {
     return true;
 }
 
-/// Marks what the chain holds by now, so that no label is put on it a second time.
+/// Marks the labels now on the chain, so that none is put on it a second time.
 void mark_chain() {
     eti_rec label;
     std::int32_t left = customer_check.highest_label;
@@ -139,7 +139,7 @@ void cut_chain(const CustomerError &error) {
     }
 }
 
-/// Goes on to the first label of the chain that was not sold later. False when the chain can't be followed.
+/// Moves on to the first label of the chain that was not sold later. False when the chain can't be followed.
 bool find_place(day_number sold) {
     while (held.at != 0) {
         eti_rec walked;
@@ -177,7 +177,7 @@ void put_on_chain(std::int32_t number) {
     } else {
         lead_on(static_cast<std::int32_t>(held.before), here);
     }
-    held.at = here;  // of one day, the label put on last comes first
+    held.at = here;  // of labels sold on one day the last one put on comes first
     chk_bit_set(number);
 }
 

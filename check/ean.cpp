@@ -1,10 +1,10 @@
 // The check of the EAN codes.
 //
-//   A  Every size of every series has a code, in a shop that asks for that.
+//   A  Every size of every series has a code, in a shop that requires codes.
 //   B  Every code points to a size of a series, or to a small article.
-//   C  The index of the codes is sound, and no size has two.
-// With the operator's leave the sizes without a code get one of the shop's own, and the codes that point to
-// nothing go.
+//   C  The index of the codes is sound, and no size has two codes.
+// When the operator agrees, the sizes without a code get one of the shop's own, and the codes that point to
+// nothing are deleted.
 #include "check/ean.h"
 
 #include <cerrno>
@@ -70,7 +70,7 @@ void check_series(const SeriesRecord &series) {
     }
 }
 
-/// False when the operator has broken off. A shop that does not ask for codes has no size without one.
+/// False when the operator cancelled. A shop that does not require codes has no findings here.
 bool check_sizes() {
     if (sys_country.ean_check_option == 0) {
         return true;
@@ -121,7 +121,7 @@ void list_code(const EanRecord &code, std::int32_t number) {
     }
 }
 
-/// False when the operator has broken off.
+/// False when the operator cancelled.
 bool check_codes() {
     EanRecord code{};
     SeriesRecord series{};
@@ -237,7 +237,7 @@ bool has_errors() {
     return !check.sound || !check.findings.empty();
 }
 
-/// The question comes before the report, which shows what the answer leaves to be done.
+/// The question comes before the report, because the report shows what is left to do after the answer.
 void ask_and_report() {
     if (check.findings.empty()) {
         return;

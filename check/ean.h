@@ -6,8 +6,8 @@
 
 /// A size without a code, or a code that points to nothing. Key 1: series, size.
 struct ean_finding {
-    SeriesKey key;           ///< of a code of a small article only the group counts
-    std::uint8_t size;       ///< without a code: position in the series; else the size index of the code
+    SeriesKey key;           ///< for a code of a small article only the group counts
+    std::uint8_t size;       ///< without a code: position in the series; otherwise the size index of the code
     std::uint8_t size_kind;  //
     std::uint8_t carried[2];
     char code[13];  ///< empty for a size without a code
@@ -17,11 +17,11 @@ static_assert(sizeof(ean_finding) == 28 && offsetof(ean_finding, code) == 12);
 
 using ean_findings = error_list<ean_finding>;
 
-/// Proves that each key of RVEAN leads to each of its records. Of records that share a size the latest stays.
-/// An index with a fault is rebuilt by the program for that, with the file closed meanwhile. False when the
-/// operator has broken off; `sound` is false when an index with a fault had to be left as it is.
+/// Checks that each key of RVEAN leads to each of its records. Of several records for one size the latest
+/// stays. A faulty index is rebuilt by ixreorgk, with the file closed meanwhile. False when the operator
+/// cancelled; `sound` is false when a faulty index had to be left as it is.
 bool ean_check_index(ICB *&file, bool &sound);
-/// Deletes the record of that number, if it still is `expected`.
+/// Deletes the record with that number, if it is still `expected`.
 void ean_delete(ICB *file, std::int32_t number, const EanRecord &expected);
 
 /// Column heads and rows of the report.

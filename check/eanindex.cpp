@@ -1,8 +1,9 @@
-// The index of the EAN codes, and sizes with two of them.
+// The index of the EAN codes, and sizes with two codes.
 //
 //   1  Each record is looked up by each of its keys. A search that ends elsewhere is a fault; on the key of
-//      the size it may be a second code, so both records are listed.
-//   2  Of the listed records of one size all go but the last by date and code, which is taken off the list.
+//      the size the other record may be a second code, so both are listed.
+//   2  Of the listed records of one size the last by date and code is taken off the list; the others are
+//      deleted.
 //   3  After any fault the index is rebuilt.
 #include <unistd.h>
 
@@ -45,7 +46,7 @@ void list_double(double_list &doubles, const EanRecord &record, std::int32_t pla
     doubles.add(item);
 }
 
-/// Where the search for a record by a key ends, -1 for nowhere. Records of a size are not told apart.
+/// Where the search for a record by a key ends; -1 when it finds nothing. Records of one size count as equal.
 std::int32_t search(ICB *file, int key, std::int32_t place, const EanRecord &record) {
     IXSWITCH(file, key);
     file->recno = place;
@@ -54,7 +55,7 @@ std::int32_t search(ICB *file, int key, std::int32_t place, const EanRecord &rec
     return found ? std::int32_t{file->recno} : -1;
 }
 
-/// Looks each record up by each key. False when the operator has broken off.
+/// Looks each record up by each key. False when the operator cancelled.
 bool find_faults(ICB *file, double_list &doubles, std::uint32_t &faults) {
     const std::int32_t records = file->nrecs;
     chk_phase("RVEAN.INX", static_cast<std::uint32_t>(records));
@@ -92,7 +93,7 @@ bool same_size(const EanRecord &a, const EanRecord &b) {
            a.size == b.size;
 }
 
-/// Takes the record that stands off the list: the last of its size by date and code.
+/// Takes the record to keep off the list: the last of each size by date and code.
 void spare_last(double_list &doubles) {
     IXSWITCH(doubles.icb(), 2);
     ean_double before{};
@@ -129,7 +130,7 @@ void delete_doubles(ICB *file, double_list &doubles) {
     }
 }
 
-/// False, and the operator is told so, when the program that rebuilds an index can't be found.
+/// False, after telling the operator, when the rebuild program can't be found.
 bool rebuild_index() {
     const std::string place = program_place(rebuild_program);
     const std::string program = place + rebuild_program;

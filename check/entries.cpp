@@ -7,13 +7,13 @@
 
 namespace {
 
-/// One check of a sequence; the next is run only when this one has passed.
+/// One check of a sequence; the next one runs only when this one has passed.
 struct check_step {
     void (*run)();
     bool *passed;
 };
 
-/// Runs the steps in order; true when all have passed in this session and none was broken off.
+/// Runs the steps in order; true when all have passed in this session and none was cancelled.
 bool run_sequence(std::span<const check_step> steps) {
     chk_broken_off = false;
     for (const check_step &step : steps) {
@@ -34,7 +34,7 @@ bool transit_in_use() {
     return sys_settings.branches > 1 && first_byte != 0;
 }
 
-/// A shop without goods in transit passes that check unseen.
+/// A shop without goods in transit passes this check without running it.
 void run_transit_check() {
     if (!transit_in_use()) {
         ok_transit = true;

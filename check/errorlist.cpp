@@ -22,7 +22,7 @@ std::string chk_tempname(const char *suffix) {
 void temporary_list::open(const std::string &file_name) {
     close();
     name = file_name.empty() ? chk_tempname() : file_name;
-    // The definition takes addresses within a record; what stands there does not matter.
+    // The definition takes addresses within a record, whatever the record contains.
     const std::vector<char> record(static_cast<std::size_t>(definition.record_length));
     file = IXCREATE(name.c_str(), ix_exclusive);
     UPDFCB_INX(definition.name, record.data(), definition.record_length);

@@ -23,11 +23,11 @@ struct list_definition {
     std::vector<list_key> keys;
 };
 
-/// A name for a temporary file of this user in the current directory, that neither a file nor a pair has.
-/// The clean-up at start-up removes what is left of it on a later day.
+/// A name for a temporary file of this user in the current directory that no file or pair has yet. A file
+/// that is left behind is removed by the clean-up at start-up on a later day.
 std::string chk_tempname(const char *suffix = "");
 
-/// The file behind an error list. Its records are visited in the order of the current key.
+/// The file that holds an error list. Its records are visited in the order of the current key.
 class temporary_list {
 public:
     explicit temporary_list(list_definition layout) : definition(std::move(layout)) {}
@@ -70,20 +70,20 @@ public:
     void add(const Record &record) {
         IXWRITE(icb(), &record);
     }
-    /// Writes a record back that a walk is at; its keys may not have changed.
+    /// Writes back the record that a walk is at; its keys may not have changed.
     void update(const Record &record) {
         IXREWRITE(icb(), &record);
     }
-    /// First record at or after the key in `record`, and the next of a walk. With `parts` the first so many
-    /// segments must stay the same.
+    /// The first record at or after the key in `record`, and the next one of a walk. With `parts`, that many
+    /// leading segments must stay the same.
     bool first(Record &record, int parts = 0) {
         return parts == 0 ? IXFIRST(icb(), &record) : IXFIRSTR(icb(), &record, parts);
     }
     bool next(Record &record, int parts = 0) {
         return parts == 0 ? IXNEXT(icb(), &record) : IXNEXTR(icb(), &record, parts);
     }
-    /// Calls `visit` for each record in key order. It may update the record, and may walk the list itself
-    /// only over a copy.
+    /// Calls `visit` for each record in key order. `visit` may update the record; to walk the list itself it
+    /// has to use a copy of the record.
     template <class Visit>
     void for_each(Visit visit) {
         Record record{};

@@ -1,15 +1,15 @@
 // The course of a check, from the status line to the run after a repair.
 //
 //   1  status line, files, rows, error list; in some checks the destination of the report comes first
-//   2  the walk. A check that the operator breaks off closes its files and leaves flag and date alone
+//   2  the walk. A check that the operator cancels closes its files and leaves flag and date alone
 //   3  repairs that need no question
 //   4  the report: the errors; or, outside a full run, that there are none
-//   5  without errors: flag, and today as the date of the last error-free run
+//   5  without errors: the flag is set, and today becomes the date of the last error-free run
 //   6  the report goes to its destination, and the check does what it does after every full walk
 //   7  with errors: the question, and on yes the repair
-//   8  files and error list are closed; after a repair all this once more, which shows what is left
+//   8  files and error list are closed; after a repair everything is done once more, to show what is left
 //
-// A repair never leads to the date directly, but by way of the run that follows it.
+// A repair never sets the date itself; only the run that follows it does.
 #include "check/frame.h"
 
 #include "print/print.h"
@@ -120,7 +120,7 @@ bool run_once(const chk_course &course) {
     } else {
         run.errors = course.has_errors != nullptr && course.has_errors();
         if (run.errors) {
-            // At once: the program may be left at the questions that come before the report.
+            // At once: the program may be left at a question that comes before the report.
             if (course.withdraws) {
                 *course.flag = false;
             }

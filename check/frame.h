@@ -1,8 +1,8 @@
-// What every check of the run is made of, and the course that it follows.
+// The parts that every check uses, and the course that it follows.
 //
 // A check fills in a `chk_course` and calls `chk_perform`. The course shows the status line, opens what the
 // check needs, walks, prints the report, sets flag and date when there is nothing to report, asks whether to
-// repair, repairs, and starts again. A check that does not go that way uses the parts singly.
+// repair, repairs, and starts again. A check that works differently uses the parts one by one.
 #pragma once
 
 #include <string>
@@ -40,11 +40,11 @@ const char *chk_name(int index);
 // ---- Screen
 
 enum class chk_bar : int { open = 1, step = 2, close = 3 };
-/// The progress bar in its window: opens it for `total` with a caption, moves it to `current` of `total`,
+/// The progress bar in its window: opens it for `total` with a caption, moves it to `current` of `total`, or
 /// closes it, whatever the numbers.
 void chk_progress(std::uint32_t current, std::uint32_t total, chk_bar action, const char *text = nullptr);
-/// Clears the last lines of the screen and opens the bar: the start of a pass. It ends, broken off or not,
-/// with `chk_progress(0, 0, chk_bar::close)`.
+/// Clears the last lines of the screen and opens the bar at the start of a pass. The pass ends, cancelled or
+/// not, with `chk_progress(0, 0, chk_bar::close)`.
 void chk_phase(const char *caption, std::uint32_t total);
 /// Two lines, at `row` and the row below, that tell the operator to ask for advice first; beeps.
 void chk_warn_consult(int row);
@@ -55,16 +55,16 @@ bool chk_ask_repair();
 
 /// Opens the report on the operator's print set-up, 132 columns wide. False when no destination was chosen.
 bool chk_open_report();
-/// Begins a page. A title without ":" gets the program's title in front. The first page tells the date of the
-/// last error-free run (0: never) when `show_date` is set, and of which package and directory this is.
+/// Begins a page. A title without ":" gets the program's title in front. The first page also shows the
+/// package and directory and, when `show_date` is set, the date of the last error-free run (0: never).
 void chk_report_header(const char *title, bool show_date, day_number date);
 /// A line of "-" across the report.
 void chk_dashes();
 /// True when fewer than `margin` lines are left on the page, or none was begun.
 bool chk_page_full(int margin);
-/// Report line that leaves it to the shop to look after the prices of the series above.
+/// A report line which says that the shop itself must check the prices of the series above.
 void chk_note_prices();
-/// The report that all checks of an entry have passed; `title` is the name of the entry's phrase.
+/// The report that all checks of an entry have passed; `title` is the number of the entry's phrase.
 void chk_print_summary(int title);
 
 // ---- Dates of the last error-free runs
@@ -73,13 +73,13 @@ void chk_print_summary(int title);
 using chk_date = little_uint16_t SysRow19::*;
 /// The date in row 19, read fresh from the file; 0 for never.
 day_number chk_last_date(chk_date field);
-/// Writes today, with the row locked meanwhile.
+/// Writes today's date, with the row locked meanwhile.
 void chk_write_date(chk_date field);
 
 // ---- Files and blocks
 
-/// The first record of a scan by `IXSEQ` from the front. A scan of the file that another walk has left
-/// unfinished would go on where that stopped, and what lies before would be passed over: it is ended first.
+/// The first record of a scan by `IXSEQ` from the front. A scan of the file that another walk left unfinished
+/// would continue where it stopped and miss the records before that, so it is ended first.
 bool chk_scan_first(ICB *file, void *record);
 /// Size in bytes of NAME.TXT, -1 when there is none.
 off_t chk_txt_size(const char *name);
@@ -93,7 +93,7 @@ void chk_bits_open(std::size_t bytes);
 bool chk_bit_test(std::int64_t bit);
 /// Sets a bit; false when it was set before.
 bool chk_bit_set(std::int64_t bit);
-/// Makes the map longer; the bits that are new are clear.
+/// Makes the map longer; the new bits are clear.
 void chk_bits_grow(std::size_t bytes);
 void chk_bits_close();
 
@@ -101,7 +101,7 @@ void chk_bits_close();
 
 /// When the report of a check is opened.
 enum class chk_report_time {
-    first,        ///< before anything else, the status line too; lines are printed during the walk
+    first,        ///< before anything else, even the status line; lines are printed during the walk
     before_walk,  ///< the same, once the check has opened its files
     after_walk,   ///< there is always a job, which is dropped when nothing is printed
     as_needed,    ///< after the walk, and only when there is something to print
@@ -129,15 +129,15 @@ struct chk_course {
     chk_refusal refusal{};
 
     void (*open)() = nullptr;                  ///< files, rows, error list
-    bool (*walk)() = nullptr;                  ///< the passes; false when the operator broke off
+    bool (*walk)() = nullptr;                  ///< the passes; false when the operator cancelled
     bool (*has_errors)() = nullptr;            ///< asked after the walk
     void (*mend)() = nullptr;                  ///< repairs that need no question, before the report
     void (*preface)() = nullptr;               ///< below the head of the first report page
     void (*heads)(bool first_page) = nullptr;  ///< column heads of a report page
-    void (*report)() = nullptr;  ///< the error lines, or what stands below those that are printed already
-    const char *(*success)() = nullptr;  ///< in place of "Geen fouten gevonden!"
-    void (*figures)() = nullptr;         ///< after that line
-    void (*finish)() = nullptr;      ///< once the report is gone, with errors or without, unless broken off
+    void (*report)() = nullptr;                ///< the error lines, or what comes below lines printed earlier
+    const char *(*success)() = nullptr;        ///< in place of "Geen fouten gevonden!"
+    void (*figures)() = nullptr;               ///< after that line
+    void (*finish)() = nullptr;      ///< once the report is gone, with or without errors, unless cancelled
     bool (*ask)() = chk_ask_repair;  ///< the question before `repair`
     void (*repair)() = nullptr;
     void (*close)() = nullptr;  ///< called on every way out, once `open` has run
@@ -146,5 +146,5 @@ struct chk_course {
 /// Runs a check, again after each repair. Afterwards its flag tells whether it has passed.
 void chk_perform(const chk_course &course);
 /// For the check that is running: begins a page with the heads when fewer than `margin` lines are left. True
-/// when a page was begun.
+/// when it began one.
 bool chk_room(int margin);

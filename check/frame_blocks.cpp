@@ -23,7 +23,7 @@ std::uint8_t mask_of(std::int64_t bit) {
 }  // namespace
 
 bool chk_scan_first(ICB *file, void *record) {
-    file->recno = file->nrecs;  // after its last record a scan under way ends
+    file->recno = file->nrecs;  // after the last record a scan that is under way ends
     return IXSEQ(file, record) || (!ing_interrupted() && IXSEQ(file, record));
 }
 

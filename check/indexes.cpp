@@ -1,4 +1,4 @@
-// Release of the keys that programs which ended badly have left reserved in the indexed files.
+// Releases the keys that programs which ended badly left reserved in the indexed files.
 #include <cstring>
 
 #include "check/check.h"
@@ -9,7 +9,7 @@ namespace {
 // Header, one root and the lock block: a smaller index half holds no lock block.
 constexpr off_t smallest_index = 1535;
 
-/// Temporary pairs are passed over: what a killed run left behind must not keep the next one from starting.
+/// Temporary pairs are skipped: what a killed run left behind must not keep the next one from starting.
 bool is_temporary(const std::string &name) {
     return name.starts_with("TP") || name.starts_with("PR") || name.starts_with("TMPEAN.");
 }
@@ -39,7 +39,7 @@ void ixclear(const std::string &name) {
     }
     pair_finish(name.c_str(), any_length);
     if (!ix_sound(name.c_str()) && !ix_unfinished(name.c_str())) {
-        return;  // whoever works on it mends it, tells, or passes it over
+        return;  // whoever uses the pair mends it, reports it or skips it
     }
     ICB *icb = IXOPEN(name.c_str(), ix_shared);
     const int lock_block = icb->nkeys + 1;

@@ -15,7 +15,7 @@ namespace {
 
 constexpr mode_t copy_mode = 0660;
 constexpr std::size_t buffer_size = 65536;
-/// A copy of this size holds no order: the journal goes.
+/// A copy of this size holds no order: the journal is deleted.
 constexpr std::int64_t bytes_without_order = 69;
 
 struct journal_copy {
@@ -56,7 +56,7 @@ struct journal_copy {
     }
 };
 
-/// What was renamed or deleted in a season is so on disk.
+/// Makes sure that renames and deletions in a season are on disk.
 void sync_season(const std::string &path) {
     const open_file directory(
         open(path.substr(0, path.find('/')).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

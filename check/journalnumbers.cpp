@@ -1,4 +1,4 @@
-// The list of order numbers, and the labels of orders that got another number.
+// The list of order numbers, and the labels of renumbered orders.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -28,8 +28,8 @@ error_list<order_position> positions("tmp_ordnr", {{"key-1", false, {{'I', 0, 4}
 
 // ---- Labels
 
-/// Series whose labels all have an order number of their own, by the place of their record: a series comes in
-/// many orders, and need not be walked for each of them.
+/// Series whose labels all have an order number of their own, by the place of their record. A series occurs
+/// in many orders, and need not be walked for each of them.
 std::int32_t series_at_start = 0;
 
 bool labels_numbered(std::int32_t series) {
@@ -48,11 +48,11 @@ bool number_label(LabelEntry &entry, const journal_walk &walk) {
 
 struct numbered_labels {
     bool changed = false;
-    bool any_low = false;  ///< a label is of an order without a number of its own
+    bool any_low = false;  ///< a label belongs to an order without a number of its own
 };
 
-/// Gives the labels of a series that came with the order its number; without `write` only looks what that
-/// would change.
+/// Gives the labels of a series that came with the order its number; without `write` it only looks what would
+/// change.
 numbered_labels number_chain(const SeriesRecord &series, const journal_walk &walk, bool write) {
     numbered_labels labels;
     for (label_chain chain = label_chain_of(series); label_chain_next(chain);) {
@@ -69,8 +69,8 @@ numbered_labels number_chain(const SeriesRecord &series, const journal_walk &wal
     return labels;
 }
 
-/// The labels of a line's series that came with the order take its new number, if it is one of a label. The
-/// series is held while they are written; of most orders the labels have it.
+/// Gives the labels of a line's series that came with the order its new number, if the number fits in a
+/// label. The series is held while they are written; for most orders the labels have the number already.
 void number_labels(const journal_walk &walk) {
     if (walk.order_number > label_highest_order) {
         return;
@@ -114,7 +114,7 @@ bool text_equal(const char (&a)[N], const char (&b)[N]) {
     return std::strncmp(a, b, N) == 0;
 }
 
-/// Reads and locks an order number; one that is not there is not reserved.
+/// Reads and locks an order number; a number that does not exist is not reserved.
 bool lock_number(OrderNumberRecord &record, std::uint32_t number) {
     record = {};
     record.number = number;
@@ -149,7 +149,7 @@ void place_record(OrderNumberRecord &record, const journal_name &name) {
     record.letter = name.letter;
 }
 
-/// The orders of a shop keep their texts where a kind of its own has been given leave to.
+/// True for an order of the kind that may keep its own text, where the shop allows it.
 bool keeps_text(const JournalOrder &order) {
     return (sys_settings.journal_options & option_own_text) != 0 && order.kind == order_kind_own_text;
 }
@@ -163,8 +163,8 @@ void note_position(std::uint32_t number, std::int64_t at) {
     }
 }
 
-/// Puts the place and the text of an order in its record; a text that is empty is none. False when both
-/// stand there already.
+/// Puts the place and the text of an order in its record; an empty text is ignored. False when both are there
+/// already.
 bool follow_order(OrderNumberRecord &record, const JournalOrder &order, const journal_name &name) {
     const OrderNumberRecord before = record;
     place_record(record, name);
@@ -174,8 +174,8 @@ bool follow_order(OrderNumberRecord &record, const JournalOrder &order, const jo
     return std::memcmp(&before, &record, sizeof record) != 0;
 }
 
-/// Brings the list of order numbers into line with an order of a journal. An order without leave to keep its
-/// text gives none to the list here: that the journal keeps it is settled at the end, when all have passed.
+/// Updates the list of order numbers for an order of a journal. An order that may not keep its text gives
+/// none to the list here; the texts of list and journal are settled at the end, when all have passed.
 void list_order(const journal_walk &walk, const journal_name &name) {
     JournalOrder order;
     std::memcpy(&order, walk.payload.data(), sizeof order);
@@ -209,7 +209,7 @@ void list_order(const journal_walk &walk, const journal_name &name) {
 
 // ---- The order numbers, when all journals have passed
 
-/// The journal that was opened last for the order numbers, which come season by season.
+/// The journal last opened for the order numbers, which come season by season.
 struct {
     std::string path;
     int fd = -1;
@@ -229,7 +229,7 @@ int open_journal_of(const OrderNumberRecord &record) {
     journal_name file{};
     const std::string path = journal_path(name);
     const std::size_t slash = path.find('/');
-    // Numbers of more than four digits, and letters that could lead elsewhere, name no journal.
+    // Numbers of more than four digits, and letters that could lead elsewhere, do not name a journal.
     if (slash == std::string::npos || !journal_season(path.substr(0, slash), season) ||
         !journal_number(path.substr(slash + 1), file)) {
         return -1;
@@ -242,7 +242,7 @@ int open_journal_of(const OrderNumberRecord &record) {
     return last_journal.fd;
 }
 
-/// The serial number that was handed out last; the one before the first where that comes next.
+/// The serial number handed out last; when the first number comes next, the one before it.
 std::uint32_t last_serial() {
     SysRow5 row{};
     iotab_row(tab_action::read, row_serial, row);
@@ -255,8 +255,8 @@ std::uint32_t last_serial() {
 /// The last serial number before the check.
 std::uint32_t serial_at_start = 0;
 
-/// True for the number of an order that another program has put in after the walk of its journal. The
-/// numbers come from row 5, in their order, and begin again after the highest.
+/// True for the number of an order that another program added after the walk of its journal. The numbers come
+/// from row 5 in ascending order, and start again after the highest.
 bool handed_out_since(const OrderNumberRecord &record) {
     order_position place{};
     place.number = record.number;
@@ -270,7 +270,7 @@ bool handed_out_since(const OrderNumberRecord &record) {
                : number > serial_at_start || (number >= journal_lowest_number && number <= now);
 }
 
-/// True when the record stands: its order is in the journal, at the place noted. The texts are made equal.
+/// True when the record is right: its order is in the journal, at the noted place. Makes the texts equal.
 bool settle_number(const OrderNumberRecord &record) {
     order_position place{};
     place.number = record.number;

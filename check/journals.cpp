@@ -1,14 +1,13 @@
 // The check of the order journals and of the list of their order numbers.
 //
 // For each journal of each season:
-//   1  A walk proves the order of its records, and writes the clean copy beside it.
-//   2  A journal that fails is left as it is, with its copy beside it, and nothing that stood in it has any
-//      effect.
-//   3  The copy of one that passes takes its place, once it is complete on disk.
-//   4  A second walk, through the old journal, brings the list of order numbers into line and has the labels
-//      follow an order that got another number. A run that dies before leaves orders with their new numbers
+//   1  A walk checks the order of its records, and writes the clean copy beside it.
+//   2  A journal that fails is left as it is, with its copy beside it, and nothing in it has any effect.
+//   3  The copy of a journal that passes replaces it, once the copy is complete on disk.
+//   4  A second walk, through the old journal, updates the list of order numbers and gives the labels of
+//      renumbered orders their new number. A run that dies before this leaves orders with their new numbers
 //      in the journal, and the next run does the same for these.
-// When all have passed, each order number is looked up in its journal; one that isn't there goes.
+// When all have passed, each order number is looked up in its journal; one that isn't there is deleted.
 #include "check/journals.h"
 
 #include <fcntl.h>
@@ -91,14 +90,14 @@ bool check_journal(const journal_name &name) {
         report_failure(name, walk);
         return false;
     }
-    // A program that does not look at the lock has written: its order is in the journal, and not in the copy.
+    // A program that ignores the lock has written: its order is in the journal, but not in the copy.
     if (!(journal_state_of(journal.fd) == before)) {
         journal_report(name, str_format("%s --> %s", detail_text(24, 9, "Gewijzigd tijdens controle"),
                                         detail_text(24, 8, "FOUT")));
         return false;
     }
     journal_take_copy(name, walk, size);
-    // The copy is the journal now; series are not held after a lock on the old one.
+    // The copy is the journal now. The lock on the old one is released before any series is held.
     file_lock(lock_action::unlock, journal.fd, 0, 0);
     journal_follow(walk, name);
     if (walk.end == journal_end::unreadable) {
@@ -122,7 +121,7 @@ void each_name(std::string pattern, dir_kind kind, Visit visit) {
 }
 
 void check_season(const std::string &directory, journal_name name) {
-    // One that can't be entered would look like a season without journals.
+    // A directory that can't be entered would look like a season without journals.
     if (access(directory.c_str(), R_OK | W_OK | X_OK) != 0) {
         any_failed = true;
         return;

@@ -1,10 +1,10 @@
 // The walk through an order journal.
 //
-//   1  A byte that is no code ends it, and so does the end of the file within a record, or a read
+//   1  A byte that is not a code ends the walk, and so does the end of the file within a record, or a read
 //      that fails.
-//   2  A record that may not follow the one before it is out of order. It is dropped; only an order is not
-//      let go that way, unless it stands directly after another.
-//   3  Of orders in a row one head is kept, the last with a number of its own.
+//   2  A record that may not follow the one before it is out of order, and is dropped. Only an order ends the
+//      walk instead, unless it comes directly after another order.
+//   3  Of several orders in a row one head is kept, the last with a number of its own.
 //   4  An order with a number below 1000 gets a new one.
 #include "check/journalwalk.h"
 
@@ -40,8 +40,8 @@ const code_rule *rule_of(char code) {
     return nullptr;
 }
 
-/// The next `size` bytes; null when the journal ends before, or can't be read, which then has ended the walk.
-/// They stay in place until the next call.
+/// The next `size` bytes, which stay in place until the next call. Null when the journal ends before that or
+/// can't be read; the walk has then ended.
 std::uint8_t *take(journal_walk &walk, std::size_t size) {
     if (walk.buffer.size() - walk.buffer_used < size) {
         const std::int64_t at = walk.buffer_at + static_cast<std::int64_t>(walk.buffer_used);
@@ -81,7 +81,7 @@ Payload payload_of(const journal_walk &walk) {
     return payload;
 }
 
-/// An order in its place.
+/// An order in its proper place.
 void begin_order(journal_walk &walk, JournalOrder &order) {
     if (journal_number_low(order.number)) {
         walk.forgotten = order.number;
@@ -93,7 +93,7 @@ void begin_order(journal_walk &walk, JournalOrder &order) {
     walk.labels_follow = true;
 }
 
-/// An order directly after another.
+/// An order directly after another one.
 void repeat_order(journal_walk &walk, const JournalOrder &order, std::uint32_t number_before) {
     if (journal_number_low(order.number)) {
         walk.forgotten = order.number;
@@ -123,7 +123,7 @@ void take_order(journal_walk &walk) {
     }
 }
 
-/// What could not be read is no end of the file: a copy up to there is no copy.
+/// A failed read is not the end of the file, and a copy up to there is not complete.
 bool finish(journal_walk &walk, journal_end end) {
     if (walk.end == journal_end::open) {
         walk.end = end;

@@ -1,8 +1,8 @@
 // The records of an order journal, one after another, and what becomes of each.
 //
-// A journal is a stream from outside: any byte may stand where a code is expected, and it may end within a
-// record. Nothing here writes. A walk can be done twice over the same journal, first for the copy and then
-// for what follows from it; it gives the same new numbers both times.
+// A journal comes from outside: any byte may be where a code is expected, and it may end within a record.
+// Nothing here writes. The same journal can be walked twice, first for the copy and then for what follows
+// from it; both walks give the same new numbers.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 #include "sub/journalfile.h"
 
-/// Bytes of the payload after a code; -1 for a byte that is no code.
+/// Bytes of the payload after a code; -1 for a byte that is not a code.
 int journal_payload(char code);
 /// True when a record of `code` may follow one of `previous`; a blank stands for the start of the journal.
 bool journal_may_follow(char code, char previous);
@@ -22,17 +22,17 @@ inline bool journal_number_low(std::uint32_t number) {
     return number >= 1 && number < journal_lowest_number;
 }
 
-/// An order that is given a number when it still has one below 1000.
+/// True for an order that gets a new number when it has one below 1000.
 inline bool journal_order_numbered(const JournalOrder &order) {
     return order.kind != order_kind_own_text && order.status == order_status_numbered;
 }
 
-/// What has ended a walk.
+/// Why a walk ended.
 enum class journal_end {
     open,          ///< not yet
     passed,        ///< the last record was in order
     empty,         ///< the journal has no record
-    unknown_code,  ///< a byte that is no code
+    unknown_code,  ///< a byte that is not a code
     order_misplaced,
     cut_off,       ///< the journal ends within a record
     unreadable,    ///< what follows can't be read, for the reason in `error`
@@ -44,11 +44,11 @@ struct journal_walk {
     char code = ' ';
     char previous = ' ';                     ///< code of the record before it
     std::int64_t at = 0;                     ///< place of the code in the journal
-    std::span<std::uint8_t> payload;         ///< of an order with its new number
+    std::span<std::uint8_t> payload;         ///< for an order, with its new number
     bool copied = false;                     ///< belongs in the copy
-    bool replaces = false;                   ///< of an order: in place of the head just before it
-    bool renumbered = false;                 ///< of an order: it has a new number
-    std::optional<std::uint32_t> forgotten;  ///< a number that no order has any longer
+    bool replaces = false;                   ///< for an order: it replaces the head just before it
+    bool renumbered = false;                 ///< for an order: it has a new number
+    std::optional<std::uint32_t> forgotten;  ///< a number that no order has any more
 
     // The order that the record belongs to.
     std::uint32_t order_number = 0;
@@ -74,6 +74,6 @@ struct journal_walk {
 void journal_begin(journal_walk &walk, int fd, std::int32_t (*next_number)());
 /// Goes back to the start; the numbers handed out come again.
 void journal_again(journal_walk &walk);
-/// The next record. False at the end, which `walk.end` then tells; code and place are those of the record
+/// The next record. False at the end; `walk.end` then says why, and code and place are those of the record
 /// that made the journal fail.
 bool journal_next(journal_walk &walk);

@@ -1,13 +1,13 @@
 // The search for a label that came with another one.
 //
-// In most series it is a walk along the chain. Where the walks of one series add up, its labels are listed by
-// what they are searched for, so that a series of many labels and many days does not take a walk for each.
+// In most series it is a walk along the chain. When the walks of one series add up, its labels are listed by
+// what they are searched for, so that a series with many labels and many days does not need a walk for each.
 #include "check/errorlist.h"
 #include "check/labelprices.h"
 
 namespace {
 
-constexpr std::uint32_t most_walked = 2000;  ///< labels of a series, before they are listed
+constexpr std::uint32_t most_walked = 2000;  ///< labels walked in a series before they are listed
 constexpr int parts_of_arrival = 4;          ///< of the key, up to the size
 
 /// The first label of its size among those that came together. Key 1: all fields up to `size`.
@@ -27,7 +27,7 @@ error_list<Arrival> arrivals(
 std::uint32_t walked = 0;
 bool listed = false;
 
-/// Without its size, by which there are several.
+/// Without the size, since several sizes arrive together.
 Arrival arrival_of(const eti_rec &label) {
     Arrival arrival{};
     arrival.supplier = label.supplier;
@@ -37,7 +37,7 @@ Arrival arrival_of(const eti_rec &label) {
     return arrival;
 }
 
-/// The two came at the same time: both are still on order, or both were delivered together.
+/// True when the two came together: both are still on order, or both were delivered together.
 bool came_together(const eti_rec &label, const eti_rec &other) {
     if (other.supplier != label.supplier || other.date_in != label.date_in) {
         return false;

@@ -1,11 +1,11 @@
-// The prices of the labels. Every label finds a purchase price for its size, in the set of its supplier that
-// is valid on the day the label came into being. One that finds none is given the price that its own price
+// The prices of the labels. Every label must find a purchase price for its size, in the set of its supplier
+// that is valid on the day the label was made. One that finds none gets the purchase price that its own price
 // amounts to:
 //
 //   1  in the set, when only its size is missing there, at the rate of a label that came with it
-//   2  in a set of that one day, when there is none, at the rate of its supplier or its day
+//   2  in a set of that one day, when there is no set, at the rate of its supplier or its day
 //
-// What was missing is reported, and not asked about: the labels show what prices there were.
+// What was missing is reported, without a question: the labels show what prices there were.
 #include "check/labelprices.h"
 
 #include <algorithm>
@@ -39,7 +39,7 @@ static_assert(offsetof(LabelPrice, sizes) == 12 && offsetof(LabelPrice, size_kin
 error_list<LabelPrice> label_prices(
     "epchk", {{"prijs", false, {{'I', 0, 4}, {'I', 4, 2}, {'I', 6, 2}, {'I', 8, 2}, {'I', 10, 2}}}});
 
-/// The set of the label before, while it is still as it was read.
+/// The set of the previous label, as long as it is still as it was read.
 struct held_set {
     bool valid = false;
     PriceSetRecord set{};
@@ -84,7 +84,7 @@ void note(const PriceSetRecord &set, unsigned size) {
     label_prices.add(record);
 }
 
-/// A damaged kind may have two sizes with one sequence number; only one of them is met in its order.
+/// In a damaged kind two sizes may have one sequence number; only one of them is found by it.
 bool in_kind(unsigned size) {
     size_cursor cursor{};
     cursor.index = static_cast<std::uint8_t>(size);
@@ -97,7 +97,7 @@ SeriesKey owner_of(const eti_rec &label) {
 }
 
 /// Stores the price. Row 9 is locked first: what another program has done to the set since it was read stays,
-/// and a size that it has given a price keeps that.
+/// and so does a price that it gave the size.
 void store_price(const eti_rec &label, bool has_set, PriceSetRecord set, std::int32_t price) {
     SysRow4Chain row{};
     PriceSetRecord now{};
@@ -125,7 +125,7 @@ void give_price(const SeriesRecord &series, const label_place &label, bool has_s
         set.size_kind = series.size_kind;
     }
     note(set, label.rec.size);
-    // A price for a size that is not in the kind can't be stored; the size check tells of such labels.
+    // A price for a size that is not in the kind can't be stored; the size check reports such labels.
     if (!in_kind(label.rec.size)) {
         return;
     }
@@ -143,7 +143,8 @@ void give_price(const SeriesRecord &series, const label_place &label, bool has_s
     store_price(label.rec, has_set, set, price);
 }
 
-/// A label without a price of its own gets the lowest. The series is held meanwhile: a till may have sold it.
+/// Gives a label without a price of its own the lowest one. The series is held meanwhile: a till may have
+/// sold the label.
 void give_lowest_price(const SeriesRecord &series, label_place &label) {
     const series_hold hold(series.key);
     const std::int32_t number = label.number;

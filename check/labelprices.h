@@ -1,4 +1,4 @@
-// Prices for labels that have none: what the walk shares with the working out of a price.
+// Prices for labels that have none: what the walk shares with the calculation of a price.
 #pragma once
 
 #include "sub/sub.h"
@@ -10,14 +10,14 @@ struct label_place {
 };
 
 /// The first label of the series that came with this one and whose size has a price in the set; false when
-/// there is none. Leaves the label file at the label it was at.
+/// there is none. The label file stays at the label it was at.
 bool companion_find(const SeriesRecord &series, const label_place &label, const PriceSetRecord &set,
                     eti_rec &other);
 /// Called before the labels of each series, and at the end of the check.
 void companion_begin();
 void companion_end();
 
-/// Reads what the rates are worked out with.
+/// Reads what is needed to calculate the rates.
 void label_rates_open();
 /// The supplier of a number; all zero when there is none. Valid until the next call.
 const SupplierRecord &label_supplier(std::uint16_t number);

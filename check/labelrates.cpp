@@ -18,7 +18,7 @@ struct {
     double rate = 0.0;
 } rates;
 
-/// A currency that the table does not know has decimals, as most have.
+/// A currency that is not in the table has decimals, as most have.
 bool has_no_decimals(const char (&code)[3]) {
     for (const CurrencyRecord &currency : rates.currencies) {
         if (std::memcmp(currency.code, code, sizeof code) == 0) {
@@ -34,8 +34,8 @@ price_units units_of(const PriceSetRecord &set) {
             .labels_whole = std::getenv("KPOS") != nullptr};
 }
 
-/// The rate of a day, or else the last before it. A record without a unit is none; one without a value says
-/// that its day has no rate, and gives 0.
+/// The rate of a day, or else the last one before it. A record without a unit does not count; one without a
+/// value says that its day has no rate, and gives 0.
 double read_rate(const char (&currency)[3], day_number day) {
     const key_switch key(chk_files.rvkoers, 1);
     RateRecord record{};
@@ -57,7 +57,7 @@ double read_rate(const char (&currency)[3], day_number day) {
     return no_rate;
 }
 
-/// Labels of a series often share their day.
+/// Keeps the last rate, since labels of a series often have the same day.
 double rate_of_day(const char (&currency)[3], day_number day) {
     if (rates.rate <= 0 || rates.asked.date != day ||
         std::memcmp(rates.asked.currency, currency, sizeof currency) != 0) {
@@ -68,7 +68,7 @@ double rate_of_day(const char (&currency)[3], day_number day) {
     return rates.rate;
 }
 
-/// The fixed rate of the label's supplier when it is of this currency, else that of the label's day.
+/// The fixed rate of the label's supplier when it is for this currency, otherwise that of the label's day.
 double rate_of_label(const eti_rec &label, const char (&currency)[3]) {
     const SupplierRecord &supplier = label_supplier(label.supplier);
     if (std::memcmp(supplier.currency, currency, sizeof currency) == 0) {
@@ -80,7 +80,7 @@ double rate_of_label(const eti_rec &label, const char (&currency)[3]) {
     return rate_of_day(currency, label.status == label_ordered ? label.date_in : label.date_moved);
 }
 
-/// What stands in for a rate of 0: that of today.
+/// Today's rate in place of a rate of 0.
 double usable(double rate, const char (&currency)[3]) {
     if (rate == 0.0) {
         rate = rate_of_day(currency, date_today());

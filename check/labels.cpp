@@ -1,5 +1,5 @@
-// The label check: every block of the label file belongs to just one chain, that of a series or the free
-// chain. All other checks rest on it.
+// The label check: every block of the label file belongs to exactly one chain, that of a series or the free
+// chain. All other checks rely on it.
 #include "check/labels.h"
 
 #include "check/frame.h"
@@ -19,7 +19,7 @@ bool tell_rebuilt = false;   ///< in this run
 
 // ---- The series file, before it is walked
 
-/// Rebuilds the index of the series file, once a session; outside a full run when the operator wants it.
+/// Rebuilds the index of the series file once a session; outside a full run only when the operator wants it.
 void rebuild_series_index() {
     tell_rebuilt = false;
     if (index_rebuilt ||
@@ -36,8 +36,8 @@ void rebuild_series_index() {
     chk_files.rvser = pair_open("RVSER", mode, sizeof(SeriesRecord));
 }
 
-/// Deletes what unfinished work on the series file has left: index halves under other names that no program
-/// can use.
+/// Deletes what unfinished work on the series file left: index halves under other names that no program can
+/// use.
 void remove_leftovers() {
     std::string name = str_format("%s.*", "RVSER");
     if (!DIRECTORY(dir_action::open, name)) {

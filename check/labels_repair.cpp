@@ -1,18 +1,17 @@
 // Repairs of the label check.
 //
-// Mending. A chain is cut after its last sound block; a series whose very first block is wrong gets a new
-// one, empty. Then the blocks that are outside all chains, but belong to a series that exists, are taken
-// together by series: when they and the chain as it is now hold just the labels that the series counts, they
-// are what the chain has lost, and are put after it.
+// Mending. A chain is cut after its last sound block; a series whose very first block is wrong gets a new,
+// empty one. Then the blocks that are outside all chains but belong to an existing series are taken together
+// by series. When they and the present chain hold exactly the labels that the series counts, they are what
+// the chain has lost, and are put at its end.
 //
 // The order of the writes: a new block is taken off the free chain before it is filled, and filled before its
-// series leads to it; lost blocks are strung together before the chain leads to the first of them; a block
-// is emptied before row 4 leads to it. So a run that dies leaves blocks on no chain, which the next run
-// finds, and never one on two.
+// series leads to it; lost blocks are linked together before the chain leads to the first of them; a block is
+// emptied before row 4 leads to it. So a run that dies may leave blocks on no chain, which the next run
+// finds, but never a block on two chains.
 //
-// The series is held meanwhile, and row 4 is locked after it. Where other programs were at the blocks
-// during the check, the fault is looked for again first: what is not as it was found is left for the next
-// run.
+// The series is held meanwhile, and row 4 is locked after it. Where other programs changed blocks during the
+// check, the fault is looked for again first: what is no longer as it was found is left to the next run.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -28,7 +27,7 @@ namespace {
 
 constexpr std::int32_t chain_end = -1;
 
-/// As long as it lives the user slot tells that chains are being changed, and the program is not to leave.
+/// While it lives, the user slot says that chains are being changed, and the program may not be left.
 struct chain_update {
     leave_guard undisturbed;
     chain_update() {
@@ -41,7 +40,7 @@ struct chain_update {
     chain_update &operator=(const chain_update &) = delete;
 };
 
-/// Row 4 under its lock, for as long as it lives.
+/// Locks row 4 for as long as the object lives.
 class chain_lock {
 public:
     chain_lock() {
@@ -62,7 +61,7 @@ public:
     SysRow4Chain chain{};
 };
 
-/// True when the chain of a series is wrong now as it was when it was walked.
+/// True when the chain of a series is still wrong in the way that the walk found.
 bool still_wrong(const SeriesRecord &series, const ChainError &error) {
     std::set<std::int32_t> walked;
     LabelBlock content;
@@ -84,7 +83,7 @@ bool still_wrong(const SeriesRecord &series, const ChainError &error) {
     return code == error.code && block == error.block && previous == error.previous;
 }
 
-/// Gives a series a first block of its own, empty. False when it does not lead to the wrong block any more.
+/// Gives a series an empty first block of its own. False when it no longer leads to the wrong block.
 bool renew_first_block(series_hold &series, chain_lock &row, const ChainError &error) {
     if (!series.exists() || series.record.first_block != error.block) {
         return false;
@@ -138,7 +137,7 @@ void count_labels(const LabelBlock &content, status_counts &counts) {
     }
 }
 
-/// The last block of the chain of a series, whose labels are counted; -1 when it has no sound chain.
+/// The last block of the chain of a series, whose labels are counted; -1 when the chain is not sound.
 std::int32_t count_chain(const SeriesRecord &series, status_counts &counts) {
     std::int32_t last = stdchk_none;
     std::int32_t steps = 0;
@@ -154,7 +153,7 @@ std::int32_t count_chain(const SeriesRecord &series, status_counts &counts) {
     return last;
 }
 
-/// Visits the lost blocks of the series of `any`, in the order of their numbers.
+/// Visits the lost blocks of the series that `any` belongs to, in the order of their numbers.
 template <class Visit>
 void for_lost_blocks(const ChainError &any, Visit visit) {
     constexpr int same_code = stdchk_series_parts + 1;
@@ -168,8 +167,9 @@ void for_lost_blocks(const ChainError &any, Visit visit) {
     }
 }
 
-/// Puts the lost blocks of a series back in its chain when series, chain and blocks agree on the labels. The
-/// blocks of the chain were met, or lie after those that are known, so it holds none of the lost.
+/// Puts the lost blocks of a series back on its chain when series, chain and blocks agree on the labels. The
+/// blocks of the chain were met by the walk, or are past the known blocks, so none of the lost ones is among
+/// them.
 void connect_lost(const ChainError &any) {
     const series_hold hold(any.key);
     const chain_lock row;
@@ -229,7 +229,7 @@ void labels_mend() {
     });
 }
 
-// While the question stood, a block may have got on the chain of its series, or a new owner.
+// While the question was open, a block may have been put on the chain of its series, or got a new owner.
 void labels_release() {
     const chain_update mark;
     std::optional<series_hold> hold;

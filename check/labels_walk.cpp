@@ -1,20 +1,20 @@
 // The three passes of the label check.
 //
-//   1  Walks the chain of each series, and marks each block once. A chain has one error at most; what lies
+//   1  Walks the chain of each series, and marks each block once. A chain has at most one error; what comes
 //      after it stays unmarked.
-//   2  Walks the free chain in the same way. Where it is wrong it is cut: what lay after the cut comes back
-//      in pass 3.
+//   2  Walks the free chain in the same way. It is cut where it is wrong; what comes after the cut is met
+//      again in pass 3.
 //   3  Looks at the blocks that are not marked. Those without labels go on the free chain, the others are
 //      errors.
 //
-// Row 4 is written last in a pass. Blocks that a pass has prepared are on no chain until then, so a run that
-// dies loses nothing that the next one does not find.
+// Row 4 is written last in a pass. Until then the blocks that the pass has prepared are on no chain, so when
+// a run dies the next one finds them all.
 //
-// Other programs take and free blocks meanwhile. That shows in row 4, which is read again under its lock for
-// the second pass and stays locked until the third is done. When it is not what it was at the start, a block
-// that no pass has met may have been put on a chain after the first pass: the chain of its series is
-// followed once more, and a block without labels, which may be the first of a series that is just being made,
-// is left to the next run.
+// Other programs take and free blocks meanwhile. Row 4 shows this; it is read again under its lock for the
+// second pass and stays locked until the third is done. When it has changed since the start, a block that no
+// pass has met may have been put on a chain after the first pass. So the chain of its series is followed once
+// more, and a block without labels is left to the next run, because it may be the first of a series that is
+// just being made.
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -45,7 +45,7 @@ ChainError follow(const SeriesRecord &series) {
         } else if (!(content.key == series.key)) {
             error.code = chk_key_empty(content) ? label_in_free_chain : label_other_series;
         } else if (block < label_work.known ? !chk_bit_set(block) : added++ > eti_max_block()) {
-            error.code = label_seen_before;  // after the known blocks, only a circle is as long
+            error.code = label_seen_before;  // past the known blocks, only a circle is as long
         }
         if (error.code != 0) {
             break;
@@ -80,9 +80,9 @@ void list_lost(std::int32_t block, const LabelBlock &content) {
     label_errors.add(error);
 }
 
-/// Locks row 4, and takes what stands there now. The end mark is what the file has; one that another program
-/// has moved is not moved back, for it may stand before the block that it counts. One that stands as it was
-/// read is no such thing, and may be damaged.
+/// Locks row 4, and takes its present content. The end mark becomes that of the file. One that another
+/// program has changed is not moved back, because it may be written before the block that it counts; one that
+/// is unchanged may be damaged.
 void lock_chain() {
     SysRow4Chain chain{};
     iotab_row(tab_action::lock_read, row_label_chain, chain);
@@ -146,7 +146,7 @@ bool labels_walk_series() {
     const auto last = static_cast<std::uint32_t>(std::max<std::int32_t>(file->nrecs, 1) - 1);
     chk_phase(detail_text(3, 660, "FASE-1: controleren series"), last);
     SeriesRecord series;
-    // The scan itself looks for the operator's wish to break off, and must be run to its end.
+    // The scan itself looks whether the operator wants to cancel, and must be run to its end.
     for (bool more = chk_scan_first(file, &series); more; more = IXSEQ(file, &series)) {
         if (!chk_key_valid(series.key)) {
             list_invalid(series.key);
@@ -187,7 +187,7 @@ void labels_walk_free() {
         } else {
             chain.free_head = end;
         }
-        // Blocks of a circle that other programs were at have been counted at every turn.
+        // In a circle, blocks that other programs changed have been counted at every turn.
         count = 0;
         for (block = chain.free_head; block != end && labels_read(block, content); block = content.next) {
             count++;

@@ -1,11 +1,11 @@
-// The check of the master data. It asks nothing: what can be put right is put right during the walk.
+// The check of the master data. It asks nothing: what can be corrected is corrected during the walk.
 //
 //   1  settings of the tills, and the highest session number that was given out
 //   2  the reference files, each from front to back: descriptions, references, session numbers
 //   3  their findings, class by class
 //   4  the series, with a line for each finding
 //
-// A field that was put right and told is an error of this run, so the check passes in the one that follows.
+// A field that was corrected and reported is an error of this run, so the check passes in the next one.
 #include "check/master.h"
 
 #include <fcntl.h>
@@ -21,7 +21,7 @@ constexpr std::uint8_t option_session_limit = 1;
 
 master_files files;
 
-/// What the file is too short for stays zero: no saving action in use.
+/// What a file that is too short lacks stays zero: no saving action in use.
 void read_tills() {
     const open_file file(open(till_file, O_RDONLY | O_CLOEXEC));
     files.tills = {};
@@ -49,7 +49,7 @@ void open_files() {
     files.turnover = pair_open("RVOMZGRP", ix_shared, sizeof(TurnoverGroupRecord));
     files.staff = pair_open("RVVKP", ix_shared, sizeof(StaffRecord));
     if ((sys_settings.mode & mode_customers) != 0) {
-        IXCLOSE(pair_open("RVKLT", ix_shared, any_length));  // only to prove that it can be
+        IXCLOSE(pair_open("RVKLT", ix_shared, any_length));  // only to make sure that it can be opened
     }
 }
 

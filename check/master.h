@@ -4,8 +4,8 @@
 #include "check/frame.h"
 #include "sub/masterfile.h"
 
-/// The classes of findings in the reference files, as they are printed. The numbers are those by which the
-/// package knows them; 14 and 18 are no longer given.
+/// The classes of findings in the reference files, in the order in which they are printed. The package knows
+/// them by these numbers; 14 and 18 are no longer used.
 enum master_class : int {
     group_no_name = 1,
     group_no_turnover = 2,
@@ -29,8 +29,8 @@ enum master_class : int {
 
 /// Forgets all findings and errors.
 void master_clear();
-/// A finding of a class at a number; counts as an error. A number beyond those of the class is told as the
-/// highest of them.
+/// Adds a finding of a class at a number; it counts as an error. A number above the highest of the class is
+/// reported as that highest one.
 void master_find(master_class finding, unsigned number);
 /// An error outside the classes.
 void master_count_error();
@@ -38,16 +38,16 @@ long master_errors();
 /// A line for each finding: class by class, and within a class by number.
 void master_print_classes();
 
-/// Files that only this check needs, and the settings that it goes by.
+/// Files that only this check needs, and its settings.
 struct master_files {
     ICB *articles = nullptr;  ///< RVARTREG
     ICB *turnover = nullptr;  ///< RVOMZGRP
     ICB *staff = nullptr;     ///< RVVKP
     TillSettings tills{};
-    std::uint16_t session_limit = 0;  ///< the highest session number that was given out
+    std::uint16_t session_limit = 0;  ///< the highest session number given out
 };
 
-/// The walks. False when the operator broke off.
+/// The walks. False when the operator cancelled.
 bool master_walk_references(const master_files &files);
 bool master_walk_series();
 
@@ -57,9 +57,9 @@ bool empty_text(const char (&field)[N]) {
     return field[0] == '\0';
 }
 
-/// The record that a walk of a file is at, read again under its lock, to be changed or deleted. `key_bytes`
-/// at the start of a record are its key. When another program has changed the key meanwhile, or the index
-/// leads elsewhere, nothing is done. The walk stays where it is.
+/// The record that a walk of a file is at, read again under its lock, to be changed or deleted. The first
+/// `key_bytes` bytes of a record are its key. Nothing is done when another program has changed the key
+/// meanwhile, or the index leads elsewhere. The walk stays where it is.
 template <class Record, class Action>
 void at_walk_record(ICB *file, const Record &seen, std::size_t key_bytes, Action action) {
     const std::int32_t place = file->recno;

@@ -99,7 +99,7 @@ struct class_layout {
     const char *(*remedy)();  ///< null where the text says it all
 };
 
-// Turnover groups above 9999 are faulty but not deleted, so they can come up.
+// Turnover groups above 9999 are faulty but not deleted, so they can occur.
 constexpr class_layout classes[] = {
     {group_no_name, highest_group, master_data, article_group, no_description, nullptr},
     {group_no_turnover, highest_group, master_data, article_group, no_turnover, define_turnover},

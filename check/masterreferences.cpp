@@ -1,5 +1,5 @@
-// The walks of the reference files. A record with an impossible number goes without a word; what can be put
-// right from what the shop itself says is put right on the spot.
+// The walks of the reference files. A record with an impossible number is deleted silently; what can be
+// corrected from the shop's own data is corrected on the spot.
 #include "check/master.h"
 #include "screen/screen.h"
 #include "sub/iofil.h"
@@ -47,7 +47,7 @@ void lower_sessions(Record &record, std::uint16_t limit) {
     }
 }
 
-/// True for a number of list A that stands for no size system.
+/// True for a number of list A that is not a size system.
 bool size_system_unknown(std::int32_t number) {
     NameRecord name{};
     return number != 0 && iotab(tab_action::read, number, name, region_size_systems) == 0;
@@ -144,7 +144,7 @@ bool walk_brands(const master_files &files) {
     });
 }
 
-/// The head office, whose number is the number of branches; before it the branches, where there are several.
+/// The branches, where there are several, and the head office, whose number is the number of branches.
 bool walk_branches(const master_files &) {
     const int head_office = sys_settings.branches;
     for (int number = head_office < 2 ? head_office : 0; number <= head_office; number++) {
@@ -177,7 +177,7 @@ bool walk_staff(const master_files &files) {
     });
 }
 
-/// Of a small article the record of the article itself is looked at, not those of the branches.
+/// For a small article the record of the article itself is checked, not those of the branches.
 bool walk_articles(const master_files &files) {
     return walk<SmallArticleRecord>(files.articles, [&](const SmallArticleRecord &article) {
         if (article.number < 1 || article.number > number_highest) {

@@ -87,7 +87,7 @@ void test_references(const SeriesRecord &series, finding_set &found) {
     found[no_label_kind] = series.target_group == 0 && at_hand.group.label_kind == 0;
 }
 
-/// Fills in what a series may not be without.
+/// Fills in the fields that a series must have.
 void fill_in(SeriesRecord &series) {
     if (series.letter == '\0') {
         series.letter = ' ';

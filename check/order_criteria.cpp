@@ -1,17 +1,17 @@
 // The check of the order criteria: every block of RVBAPAR.TXT belongs to the chain of one series or is free.
 //
-//   1  the free chain is given up: until it is rebuilt, blocks are taken after the end of the file
+//   1  the free chain is given up: until it is rebuilt, blocks are added at the end of the file
 //   2  each chain is followed; where it goes wrong, one error
-//   3  a block of a series with criteria that lies on no chain is an error too
+//   3  a block of a series with criteria that is on no chain is an error too
 //   4  the series with errors are mended without a question, and reported: a chain ends at its last sound
 //      block, and the blocks off the chain are put after that
-//   5  what is on no chain by then becomes the free chain
+//   5  blocks that are then on no chain become the free chain
 //
-// A block that is put on a chain is written before what leads to it, so whenever the program stops, a block
-// of a series is on its chain, or the next run finds it off the chain.
+// A block is written before anything leads to it. So whenever the program stops, a block of a series is on
+// its chain, or the next run finds it off the chain.
 //
-// Other programs that take a block meanwhile take it after the end that the check began with, and that shows
-// in row 12. Then a chain is followed once more, with the row locked, before it is mended.
+// Other programs that need a block meanwhile add it past the end that the check began with, and row 12 shows
+// this. Then a chain is followed once more, with the row locked, before it is mended.
 #include <algorithm>
 #include <limits>
 #include <set>
@@ -49,7 +49,7 @@ bool read_block(std::int32_t block, CriteriaBlock &buffer) {
     return raw_access(criteria_blocks, raw_action::read, block, &buffer) != 0;
 }
 
-/// Row 12 under its lock, for as long as it lives.
+/// Locks row 12 for as long as the object lives.
 class criteria_lock {
 public:
     criteria_lock() {
@@ -80,7 +80,7 @@ bool read_series(const SeriesKey &key, CriteriaRecord &record) {
 
 // ---- Opening
 
-/// Empties the free chain. Others that take a block meanwhile take it after the end of the file, where this
+/// Empties the free chain. Programs that need a block meanwhile add it at the end of the file, where this
 /// check frees nothing.
 void give_up_free_chain() {
     SysRow4Chain chain{};
@@ -120,7 +120,8 @@ void add_error(const SeriesKey &key, criteria_error code, std::int32_t block, st
     stdchk.add(error);
 }
 
-/// What is wrong with a block that the chain of a series leads to. `visit` gives false for one seen before.
+/// What is wrong with a block that the chain of a series leads to. `visit` gives false for a block seen
+/// before.
 template <class Visit>
 criteria_error judge_block(const SeriesKey &key, std::int32_t block, CriteriaBlock &buffer, Visit visit) {
     if (!read_block(block, buffer)) {
@@ -162,7 +163,7 @@ chain_fault follow(const CriteriaRecord &record, Visit visit) {
 void check_chain(const CriteriaRecord &record) {
     std::int32_t added = 0;
     const chain_fault fault = follow(record, [&](std::int32_t block) {
-        // Behind the blocks of the start, only a circle is as long as all numbers.
+        // Past the blocks of the start, only a circle has as many blocks as there are numbers.
         return block < bapar_end ? chk_bit_set(block) : added++ < eti_max_block();
     });
     if (fault.code != error_none) {
@@ -170,12 +171,12 @@ void check_chain(const CriteriaRecord &record) {
     }
 }
 
-/// The blocks that the chain of a series holds by now, and what is wrong with it.
+/// The blocks that are now on the chain of a series, and what is wrong with it.
 chain_fault follow_now(const CriteriaRecord &record, std::set<std::int32_t> &blocks) {
     return follow(record, [&](std::int32_t block) { return blocks.insert(block).second; });
 }
 
-/// False when the operator broke off.
+/// False when the operator cancelled.
 bool check_chains() {
     const auto total = static_cast<std::uint32_t>(rvbaser->nrecs);
     chk_phase(detail_text(3, 660, "FASE-1: controleren series"), total);
@@ -191,7 +192,7 @@ bool check_chains() {
 
 constexpr int count_width = 20;
 
-/// A line that tells how far a pass has come.
+/// A line that shows how far a pass has come.
 void show_pass(int row, const char *title) {
     scr_text(A_DIM, row, 1, "%s", title);
     scr_text(A_DIM, row + 1, 1, "%-*.*s", count_width, count_width, detail_text(14, 3, "Aantal verwerkt"));
@@ -201,8 +202,8 @@ void show_count(int row, std::int32_t count) {
     scr_text(A_BOLD, row + 1, 1 + count_width, "%-8ld", static_cast<long>(count));
 }
 
-/// A block off the chain counts as seen: it has an owner, so it is not freed, whether it gets back on the
-/// chain in this run or not.
+/// A block off the chain counts as seen: it has an owner, so it is not freed, even when it does not get back
+/// on the chain in this run.
 void find_lost_blocks() {
     constexpr int row = 7;
     show_pass(row, detail_text(13, 3, "FASE-2: controleren vrijketting"));
@@ -253,7 +254,7 @@ void set_next(std::int32_t block, std::int32_t next) {
     }
 }
 
-/// The last block of a chain that has been mended; chain_end when it still does not end.
+/// The last block of a mended chain; chain_end when the chain still does not end.
 std::int32_t last_block(const CriteriaRecord &record) {
     std::int32_t block = record.chain;
     for (std::int32_t steps = 0; steps < eti_max_block(); steps++) {
@@ -269,8 +270,8 @@ std::int32_t last_block(const CriteriaRecord &record) {
     return chain_end;
 }
 
-/// A chain whose first block is no block of the series. That the first block was seen before can only be by
-/// a second record of the same series, and this one may be sound.
+/// True when the first block of the chain does not belong to the series. A first block that was seen before
+/// is no such case: that takes a second record of the same series, and this one may be sound.
 bool loses_head(const ChainError &error, const CriteriaRecord &record) {
     return error.code < error_seen_before && error.previous < 0 && error.block == record.chain;
 }
@@ -294,7 +295,7 @@ void append_blocks(CriteriaRecord &record, const std::int32_t last) {
     });
 }
 
-/// True when the chain is wrong now as it was found, and none of the blocks off the chain is on it.
+/// True when the chain is still wrong as it was found, and none of the blocks off the chain is on it.
 bool still_wrong(const SeriesKey &key, const CriteriaRecord &record) {
     std::set<std::int32_t> blocks;
     const chain_fault now = follow_now(record, blocks);
@@ -312,7 +313,7 @@ bool still_wrong(const SeriesKey &key, const CriteriaRecord &record) {
     return now == found && same_blocks;
 }
 
-/// Mends the chain of a series; false when nothing was left of it and its record is gone.
+/// Mends the chain of a series; false when nothing was left of it and its record was deleted.
 bool mend_series(const SeriesKey &key) {
     const criteria_lock row;
     CriteriaRecord record{};
@@ -390,8 +391,8 @@ void repair_and_report() {
 
 // ---- Free blocks
 
-/// Makes the free chain of all blocks that are on no chain. The row is locked meanwhile: a block that another
-/// program adds must not be counted out again.
+/// Makes the free chain from all blocks that are on no chain. The row is locked meanwhile, so that a block
+/// that another program adds is not dropped from the count.
 void free_blocks() {
     constexpr int row = 10;
     const leave_guard undisturbed;

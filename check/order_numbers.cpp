@@ -1,7 +1,7 @@
 // The check of the order numbers that suppliers use for articles.
 //
-// Each supplier with such numbers has a file of his own, XNRS and his number in four digits. A number must
-// belong to a series, to a size of it, and the series must have a price set of the supplier. The repair
+// Each supplier with such numbers has a file, XNRS and the supplier's number in four digits. A number must
+// belong to a series and to a size of it, and the series must have a price set of the supplier. The repair
 // deletes the numbers that don't.
 #include <algorithm>
 
@@ -100,7 +100,7 @@ void print_row(const SupplierNumberRecord &record, int supplier, fault found) {
     groups.end_row();
 }
 
-/// False when the operator broke off.
+/// False when the operator cancelled.
 bool walk_supplier(int supplier) {
     show_supplier(supplier);
     ICB *file = code_file_open(file_name(supplier).c_str(), sizeof(SupplierNumberRecord));

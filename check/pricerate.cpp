@@ -21,7 +21,7 @@ std::string digits_of(double number, int width) {
     return {text, static_cast<std::size_t>(length)};
 }
 
-/// The decimal with the fewest digits after its decimal point that lies between two others.
+/// The decimal between two others that has the fewest digits after the point.
 double shortest_between(double low, double high) {
     constexpr int usual_width = 15;
     const std::string upper = digits_of(high, usual_width);

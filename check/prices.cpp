@@ -2,7 +2,7 @@
 //
 //   1  series that prefer no supplier are given the one that has prices for them
 //   2  FASE-1, each set: its series is there, its chain is sound, its sizes are those of its blocks
-//   3  FASE-2, the free chain ends at the end of the file, and is cut where it does not
+//   3  FASE-2, the free chain must end at the end of the file, and is cut where it goes wrong
 //   4  FASE-3, blocks that were seen on no chain
 //   5  report, question, repair; then all blocks on no chain go to the free chain
 //   6  the prices of the labels, which also write the date

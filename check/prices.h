@@ -9,12 +9,12 @@ enum price_error_code : std::uint8_t {
     price_outside = 1,            ///< a set without a chain, or a block that can't be read
     price_other_set = 2,          ///< a chain reaches a block of another set
     price_in_free_chain = 3,      ///< a chain reaches an empty block
-    price_seen_before = 4,        ///< a chain reaches a block that stood on one already
-    price_lost_no_set = 5,        ///< a used block on no chain, its set is not there
-    price_lost = 6,               ///< a used block on no chain, its set is there
-    price_lost_no_series = 7,     ///< a used block on no chain, its series is not there
+    price_seen_before = 4,        ///< a chain reaches a block that is on one already
+    price_lost_no_set = 5,        ///< a used block on no chain; its set does not exist
+    price_lost = 6,               ///< a used block on no chain; its set exists
+    price_lost_no_series = 7,     ///< a used block on no chain; its series does not exist
     price_wrong_sizes = 11,       ///< the set's sizes are not those of its blocks
-    price_set_no_series = 12,     ///< a set of a series that is not there
+    price_set_no_series = 12,     ///< a set of a series that does not exist
     price_no_main_supplier = 13,  ///< a series that prefers no supplier has prices of several
 };
 
@@ -37,26 +37,27 @@ inline constexpr std::int32_t price_no_block = -1;
 struct price_run {
     ICB *sets = nullptr;    ///< RVIPA
     SysRow4Chain chain{};   ///< row 9, as it was read at the start or written last
-    std::int32_t end = 0;   ///< blocks in the file at the start; what lies beyond is another program's
+    std::int32_t end = 0;   ///< blocks in the file at the start; later ones are another program's
     bool moved = false;     ///< other programs have taken or freed blocks during the check
-    bool walked = false;    ///< the passes were not broken off
+    bool walked = false;    ///< all passes were completed
     std::int32_t lost = 0;  ///< blocks on no chain, used or not
 };
 extern price_run price_work;
-/// Blocks that RVIPG has by now.
+/// The number of blocks now in RVIPG.
 std::int32_t price_blocks_in_file();
 extern error_list<PriceError> price_errors;
 
-/// The series that prefer no supplier are given theirs. False when the operator broke off.
+/// Gives the series that prefer no supplier the one they have prices of. False when the operator cancelled.
 bool prices_walk_series();
-/// Phase 1, sets and their chains. False when the operator broke off.
+/// Phase 1, sets and their chains. False when the operator cancelled.
 bool prices_walk_sets();
-/// Phase 2, the free chain, which is cut where it leads astray; row 9 is written.
+/// Phase 2, the free chain, which is cut where it goes wrong; row 9 is written.
 void prices_walk_free();
 /// Phase 3, blocks on no chain.
 void prices_walk_rest();
 
-/// Row 9 under its lock, for as long as it lives. Whoever changes a price set or its blocks holds it.
+/// Locks row 9 for as long as the object lives. Every program that changes a price set or its blocks holds
+/// this lock.
 class price_lock {
 public:
     price_lock();
@@ -69,10 +70,10 @@ public:
 };
 
 bool prices_series_exists(const SeriesKey &series);
-/// Looks for what is wrong with a set as it is now, without regard to other chains: code 0, or the code, the
-/// block and the one before it.
+/// Looks for what is wrong with a set as it is now, ignoring other chains. The code is 0 for a sound set;
+/// otherwise there are a code, the block and the one before it.
 PriceError price_fault(const PriceSetRecord &set);
-/// True for a block that the chain of its set holds by now. Row 9 must be locked.
+/// True for a block that is now on the chain of its set. Row 9 must be locked.
 bool price_block_held(const PriceBlock &block, std::int32_t number);
 
 /// Mends what was found.

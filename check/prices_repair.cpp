@@ -1,19 +1,19 @@
 // The repair of the price check.
 //
-// A chain is cut before the block at fault, and its set then says what is left of it; a set of which nothing
-// is left goes. What was cut off belongs to the blocks that no walk has seen, and those go to the free chain
-// at the end.
+// A chain is cut before the block at fault, and its set then describes what is left; a set of which nothing
+// is left is deleted. The blocks that were cut off are among those that no walk has seen, which go on the
+// free chain at the end.
 //
-// Row 9 is locked for each step. Other programs may have been at the prices since, and row 9 need not show
+// Row 9 is locked for each step. Other programs may have changed the prices since, and row 9 need not show
 // it: a set that is stored again takes the blocks that it has just freed. So the fault is looked for again
-// first, and a set is mended by what is wrong with it now.
+// first, and what is mended is what is wrong with the set now.
 #include "check/frame.h"
 #include "check/prices.h"
 #include "screen/screen.h"
 
 namespace {
 
-/// The set that an error tells of; false when it is gone.
+/// The set that an error belongs to; false when it is gone.
 bool read_set(const PriceError &error, PriceSetRecord &set) {
     set = {};
     set.key = error.key;
@@ -60,7 +60,7 @@ void cut_behind(std::int32_t number) {
     }
 }
 
-/// What is to be mended: of a set, what is wrong with it now.
+/// What is to be mended: for a set, what is wrong with it now.
 PriceError present_fault(const PriceError &found) {
     PriceSetRecord set;
     if (found.code >= price_set_no_series ||
@@ -125,7 +125,7 @@ void mark_free_chain(const SysRow4Chain &chain) {
     }
 }
 
-/// False for a block that a set has got hold of during the check.
+/// False for a block that a set has taken during the check.
 bool is_lost(std::int32_t number) {
     PriceBlock block{};
     return !chk_bit_test(number) && !(chk_ipg_raw(raw_action::read, number, block) != 0 &&
@@ -134,8 +134,8 @@ bool is_lost(std::int32_t number) {
 
 }  // namespace
 
-// Row 9 is written when all blocks are linked: until then the chain that it leads to is whole, and those
-// linked already are on none.
+// Row 9 is written when all blocks are linked: until then the chain that it leads to is whole, and the blocks
+// already linked are on no chain.
 void prices_free_lost() {
     const leave_guard undisturbed;
     price_lock row;

@@ -32,7 +32,7 @@ bool is_empty(const PriceBlock &block) {
 
 // ---- Preferred suppliers
 
-/// Suppliers of a series' sets, as a count of changes along its key, and the last set.
+/// The number of suppliers of a series' sets, counted as changes along the key, and the last set.
 int count_suppliers(const SeriesKey &series, PriceSetRecord &last) {
     int changes = 0;
     std::uint16_t supplier = 0;
@@ -49,7 +49,7 @@ int count_suppliers(const SeriesKey &series, PriceSetRecord &last) {
     return changes;
 }
 
-/// Writes the supplier in the series as it stands now; another user may have been at it since the walk.
+/// Writes the supplier to the series as it is now; another user may have changed the series since the walk.
 void prefer(const SeriesKey &series, std::uint16_t supplier) {
     SeriesRecord record{};
     record.key = series;
@@ -68,7 +68,7 @@ void prefer(const SeriesKey &series, std::uint16_t supplier) {
 // ---- Chains of sets
 
 /// Follows the chain of a set; 0 when it is sound, and `sizes` are those of its blocks. `visit` gives false
-/// for a block that was seen before.
+/// for a block seen before.
 template <class Visit>
 std::uint8_t test_chain(const PriceSetRecord &set, PriceError &error, SizeBitmap &sizes, Visit visit) {
     error.block = set.chain;
@@ -98,7 +98,7 @@ void check_chain(const PriceSetRecord &set) {
     SizeBitmap sizes{};
     std::int32_t added = 0;
     error.code = test_chain(set, error, sizes, [&](std::int32_t block) {
-        // Behind the known blocks only a circle is as long as the sizes are many.
+        // Past the known blocks only a circle has more blocks than there are sizes.
         return block < price_work.end ? chk_bit_set(block) : added++ <= static_cast<int>(size_highest);
     });
     if (error.code != 0) {
@@ -108,7 +108,7 @@ void check_chain(const PriceSetRecord &set) {
     }
 }
 
-/// Deletes the set that the walk is at, if it still is without an end.
+/// Deletes the set that the walk is at, if it still has no end date.
 void delete_here(const PriceSetRecord &set) {
     const price_lock row;
     const std::int32_t place = price_work.sets->recno;
@@ -167,7 +167,7 @@ bool set_exists(const PriceBlock &block) {
     return IXFIND(price_work.sets, &set);
 }
 
-/// A block that no walk has met may be on a chain that another program has made or changed after the walk.
+/// A block that no walk has met may be on a chain that another program made or changed after the walk.
 bool taken_since(std::int32_t number, const PriceBlock &block) {
     const price_lock row;
     return prices_series_exists(block.key) && price_block_held(block, number);
@@ -278,8 +278,8 @@ bool price_block_held(const PriceBlock &block, std::int32_t number) {
     return walked.contains(number);
 }
 
-// The end mark is what the file has; one that another program has moved is not moved back. One that stands as
-// it was read may be damaged.
+// The end mark becomes that of the file. One that another program has changed is not moved back; one that is
+// unchanged may be damaged.
 void prices_walk_free() {
     const leave_guard undisturbed;
     price_lock row;

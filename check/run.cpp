@@ -11,8 +11,8 @@ namespace {
 constexpr build_stamp build{"Jan 26 2015", "11:45:07"};
 constexpr std::uint8_t last_trusted_status = 9;
 
-/// Master data that still wait to be processed stop the run before it has changed anything. A directory that
-/// can't be read would look like one without them.
+/// Master data that still waits to be processed stops the run before it has changed anything. A directory
+/// that can't be read would look like one without such data.
 void refuse_waiting_master_data() {
     DIR *directory = opendir(".");
     if (directory == nullptr) {
@@ -54,14 +54,14 @@ void restore_print_setup() {
     sys_slot.print_connection = kept_print_setup.connection;
 }
 
-/// Labels that were not proved sound warn the programs that come after this one.
+/// Warns the programs that come after this one when the labels were not proved sound.
 void warn_of_labels() {
     if (!ok_labels) {
         set_program_status(status_chains_suspect);
     }
 }
 
-/// The end of a run whose terminal is closed: the slot tells what is known, the marker is not for such a run.
+/// Ends a run whose terminal was closed: the slot says what is known; the marker is not for such a run.
 void leave_run() {
     restore_print_setup();
     warn_of_labels();

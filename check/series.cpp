@@ -1,9 +1,9 @@
-// The series check: what a series says of its labels is what the labels say. The chains have been checked
+// The series check: what a series says about its labels is what the labels say. The chains have been checked
 // before, so they can be followed.
 //
-// All differences are found in one pass and printed as they come. The repair takes the labels' side. A series
-// is held while it or its labels are written, and what is written follows from what it holds then: a till may
-// have sold of it since the walk read it.
+// All differences are found in one pass and printed as they are found. The repair takes the labels' side. A
+// series is held while it or its labels are written, and what is written is worked out from what it holds
+// then: a till may have sold from it since the walk read it.
 #include <algorithm>
 #include <array>
 
@@ -38,16 +38,16 @@ struct walked_labels {
     bool undated = false;  ///< a label without a date
 };
 
-/// What a walk of the labels may write. The series is held for all but the first.
+/// What a walk of the labels may write. The series is held for all but `nothing`.
 enum class label_mend { nothing, dates, all };
 
-/// A shop that says it has no branches is one shop.
+/// A shop that says it has no branches counts as one.
 int branch_count() {
     return std::max<int>(sys_settings.branches, 1);
 }
 
-/// Walks the labels of a series. A label without a date gets one. With `all` those of an impossible status
-/// are deleted, and the others brought back into a branch that exists.
+/// Walks the labels of a series. A label without a date gets one. With `all`, labels with an impossible
+/// status are deleted, and the others are put back in a branch that exists.
 walked_labels chk_walk_labels(const SeriesRecord &series, label_mend mend) {
     const bool fix = mend == label_mend::all;
     walked_labels walked;
@@ -233,7 +233,7 @@ const char *caption() {
     return detail_text(2, 936, "controleren series");
 }
 
-/// Small letters of the model code become capitals.
+/// Turns the small letters of the model code into capitals.
 bool capitals_in_model(SeriesRecord &series) {
     bool changed = false;
     for (char &letter : series.model) {
@@ -248,7 +248,7 @@ bool capitals_in_model(SeriesRecord &series) {
     return changed;
 }
 
-/// A value goes that only another article group may hold.
+/// Clears a value that only series of other article groups may have.
 bool drop_option_value(SeriesRecord &series, const ArticleGroupRecord &group) {
     if (group.option != 0 || (series.option_value & 0xFF) == 0) {
         return false;
@@ -257,7 +257,7 @@ bool drop_option_value(SeriesRecord &series, const ArticleGroupRecord &group) {
     return true;
 }
 
-/// Mends what needs no question. Afterwards `series` holds the record that is on file.
+/// Mends what needs no question. The record of the walk becomes the one on file.
 void mend_quietly(SeriesRecord &series, const ArticleGroupRecord &group, walked_labels &walked) {
     SeriesRecord changed = series;
     const bool by_record = capitals_in_model(changed);

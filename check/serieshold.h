@@ -1,13 +1,13 @@
-// A series that other programs are kept from while it is looked at or mended.
+// Keeps other programs away from a series while it is looked at or mended.
 #pragma once
 
 #include "sub/seriesfile.h"
 #include "sub/sessionfiles.h"
 
-/// Holds a series while it lives: its record is read under its lock, and a series that does not exist can't
-/// be made meanwhile. A program that changes the labels of a series, or takes a block for it, holds it
-/// likewise, so row 4 is locked after a series and never before it. Only one is held at a time. A walk of
-/// the series file that is under way stays where it is.
+/// Holds a series while the object lives: its record is read under its lock, and a series that does not exist
+/// can't be made meanwhile. Every program that changes the labels of a series, or takes a block for it, holds
+/// it too; so row 4 is locked after a series and never before it. Only one series is held at a time. A walk
+/// of the series file stays where it is.
 class series_hold {
 public:
     explicit series_hold(const SeriesKey &series);
@@ -18,7 +18,7 @@ public:
     [[nodiscard]] bool exists() const {
         return found;
     }
-    /// Writes `record`, whose key may not have changed, and lets the series go.
+    /// Writes `record`, whose key may not have changed, and releases the series.
     void rewrite();
     /// Deletes the series.
     void remove();

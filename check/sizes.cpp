@@ -1,10 +1,10 @@
 // The size check: the size kinds are sound, and labels, price sets and series use only sizes of their kind.
 //
-//   1  size kinds: the sequence numbers of a kind run from 1 on without a gap. For a human to mend. Then
-//      descriptions of sizes that have none are deleted
-//   2  labels: each has a size of the kind of its series. For a human to mend
-//   3  series: the sizes and the price groups of each agree with its labels and price sets. What does not is
-//      mended on the way, so it does not keep the check from passing
+//   1  size kinds: the sequence numbers of a kind run from 1 without a gap. A human has to mend this. Then
+//      the descriptions that their size kind does not know of are deleted
+//   2  labels: each has a size of the kind of its series. A human has to mend this
+//   3  series: the sizes and the price groups of each agree with its labels and price sets. Differences are
+//      mended on the way, so they do not keep the check from passing
 //
 // Each phase has a report of its own, and runs only when the one before has passed. The chains of labels have
 // been checked before, so they can be followed.
@@ -27,9 +27,9 @@ struct size_phase {
     const char *(*title)();
     void (*columns)();
     std::int64_t (*walk)();
-    const char *(*alarm)();  ///< what the operator is told of findings; null: they are mended
+    const char *(*alarm)();  ///< what the operator is told about findings; null: they are mended
     void (*tidy)();          ///< work after the report; null for none
-    bool has_bar;            ///< long enough to be broken off
+    bool has_bar;            ///< long enough to be cancelled
 };
 const size_phase *phase = nullptr;
 day_number last_date = 0;
@@ -93,8 +93,8 @@ std::int64_t check_kinds() {
     return errors;
 }
 
-/// True when the size has a description by its kind. A record of another kind, which only a damaged index
-/// leads to, tells nothing against it.
+/// True when the size has a description according to its kind. A record of another kind, which only a damaged
+/// index leads to, does not count against it.
 bool is_described(const SizeNameRecord &name) {
     SizeKindRecord kind{};
     kind.system = name.system;
@@ -124,7 +124,7 @@ void delete_stale_names() {
 
 // ---- Phase 2: sizes of labels
 
-/// How often each size is missing. The first so many sizes have room.
+/// How often each size is missing. There is room for the first `Room` sizes.
 template <std::size_t Room>
 class missing_sizes {
 public:
@@ -222,7 +222,7 @@ std::int64_t check_labels() {
     SeriesRecord series;
     for (bool more = chk_scan_first(file, &series); more; more = IXSEQ(file, &series)) {
         if (ing_interrupted() || !check_label_sizes(series)) {
-            file->recno = file->nrecs;  // a scan has to come to its end
+            file->recno = file->nrecs;  // a scan has to be run to its end
         }
         sizes_bar_step();
     }
@@ -269,7 +269,7 @@ void alarm_operator(const char *text) {
     win_close();
 }
 
-/// False when the check ends here: findings for a human, no report, or broken off.
+/// False when the check ends here: findings for a human, no report, or cancelled.
 bool run_phase(const size_phase &which) {
     phase = &which;
     scr_text(A_DIM, which.row, 1, "%s", which.caption());

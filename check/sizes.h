@@ -3,12 +3,12 @@
 
 #include "check/frame.h"
 
-/// Lines that a row of the reports keeps free on its page.
+/// Lines that must be free on the page for a row of a report.
 inline constexpr int sizes_margin = 2;
 
-/// Visits records in the order of the current key, from the one at or after that in `record`, while the
-/// first `parts` fields of the key stay, until `visit` gives false. An index that does not agree with its
-/// records could lead in a circle: as many steps are taken as there are records.
+/// Visits records in the order of the current key, from the one at or after the key in `record`, as long as
+/// the first `parts` fields of the key stay the same and `visit` gives true. An index that does not agree
+/// with its records could lead in a circle, so there are no more steps than records.
 template <class Record, class Visit>
 void sizes_walk_by_key(ICB *file, Record &record, int parts, Visit visit) {
     std::int32_t steps = 0;
@@ -36,7 +36,7 @@ void sizes_walk_labels(const SeriesRecord &series, Visit visit) {
     }
 }
 
-/// Makes the shared view one of the size kind of a series.
+/// Sets the shared view to the size kind of a series.
 void sizes_view_kind(const SeriesRecord &series);
 
 /// The bar of a phase that goes through all series.
@@ -44,6 +44,6 @@ void sizes_bar_open();
 void sizes_bar_step();
 void sizes_bar_close();
 
-/// Phase 3: mends the sizes and price groups of all series. Gives the number of series mended.
+/// Phase 3: mends the sizes and price groups of all series. Returns the number of series mended.
 std::int64_t sizes_check_series();
 void sizes_series_columns();

@@ -55,7 +55,7 @@ unsigned add_missing(SeriesRecord &series, const SizeBitmap &sizes) {
     return series.sizes == before ? 0 : reason_missing;
 }
 
-/// Size 0 means nothing, so it goes unseen.
+/// Drops sizes that do not exist. Size 0 means nothing, so it is ignored.
 unsigned drop_invalid(SeriesRecord &series) {
     SizeBitmap before{};
     for (unsigned i = 1; i <= size_highest; i++) {
@@ -67,8 +67,8 @@ unsigned drop_invalid(SeriesRecord &series) {
     return series.sizes == before ? 0 : reason_invalid;
 }
 
-/// Walks the price groups that are in use: their last sizes belong to the series. Those after a size that
-/// does not exist are given up. `last` is the group where that ends, -1 for a series without groups.
+/// Walks the price groups that are in use: their last sizes belong to the series. Groups after one whose size
+/// does not exist are given up. `last` is the group where the walk ends, -1 for a series without groups.
 unsigned check_groups(SeriesRecord &series, int &last) {
     unsigned reasons = 0;
     last = -1;

@@ -56,7 +56,7 @@ bool walk() {
     return each_customer(file, chk_name(phrase_check_titles), check_title);
 }
 
-/// Told before the report: this is for the shop to mend, in one of two ways.
+/// Tells the operator before the report that the shop has to mend this, in one of two ways.
 void tell_what_to_do() {
     win_open3(scr->scr_lines - 11, 1, 10, 80);
     win_title("%s", "");

@@ -1,9 +1,9 @@
 // The check of goods in transit: a label that carries the mark has an entry in RVGO.
 //
-// The labels without one are reported during the walk and noted in a work list, a text file. On the
-// operator's word each gets an entry, with one new document number for each pair of branches; a second report
-// gives these numbers. What an entry was made for when the program stops half-way, the next run does not find
-// any more.
+// The labels without one are reported during the walk and noted in a work list, a text file. When the
+// operator agrees, each gets an entry, with one new document number for each pair of branches; a second
+// report gives these numbers. If the program stops half-way, the next run no longer finds the labels that
+// already got an entry.
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -29,7 +29,7 @@ constexpr int width_size = 3;
 
 // ---- Work list
 
-/// Numbers of labels, one a line, in a file: there may be more than memory should hold.
+/// Numbers of labels, one a line, in a file, because there may be too many for memory.
 struct {
     std::string name;
     open_stream file;
@@ -81,7 +81,7 @@ bool transit_has_entry(std::int32_t number) {
 }
 
 bool was_received(std::int32_t number) {
-    // The key may reach beyond what is known of the record.
+    // The key may reach past the known part of the record.
     struct {
         ReceiptRecord known;
         std::uint8_t rest[ix_max_reclen - sizeof(ReceiptRecord)];
@@ -98,7 +98,7 @@ SeriesKey key_of(const eti_rec &label) {
     return key;
 }
 
-/// Column after the caption on the last line, where the running number stands.
+/// Column after the caption on the last line, for the running number.
 int number_column = 1;
 
 void show_caption() {
@@ -197,7 +197,7 @@ void check_block(std::int32_t block, const LabelBlock &buffer) {
     show_number(eti_number(block, labels_per_block - 1));
 }
 
-/// Blocks above the highest number hold no labels: none has such a number.
+/// Blocks above the highest number hold no labels, since no label has such a number.
 bool walk() {
     LabelBlock buffer;
     for (std::int32_t block = 0; block <= eti_max_block() && chk_eti_raw(raw_action::read_on, 0, buffer) != 0;
@@ -215,8 +215,8 @@ bool walk() {
 /// Document number of each pair of branches, from and to.
 using document_list = std::map<std::pair<int, int>, std::int32_t>;
 
-/// The digit that brings the sum of all digits, weighed by 3 and 1 in turn from the last of `number` on, to a
-/// multiple of 10.
+/// The digit that makes the sum of all digits a multiple of 10, when they are weighted by 3 and 1 in turn
+/// from the last digit of `number` on.
 int check_digit(std::int32_t number) {
     int sum = 0;
     int weight = 3;
@@ -298,7 +298,7 @@ void repair() {
         eti_rec label;
         const bool found = eti_file(eti_action::read, number, label) != 0;
         show_number(number);
-        // Another program may have moved the label while the question stood.
+        // Another program may have moved the label while the question was open.
         if (found && label.in_transit != 0 && !transit_has_entry(number)) {
             make_entry(number, label, documents);
         }

@@ -4,7 +4,7 @@
 #   RVCHK_FUZZ_SECONDS   most seconds, 5 when it isn't given
 # An input that fails stays in the directory, which is then named.
 set -u
-# What a stopped program leaves to the system is no leak of its own.
+# What a stopped program leaves to the system is not a leak of its own.
 export ASAN_OPTIONS=detect_leaks=0
 directory=$(mktemp -d)
 mkdir "$directory/corpus" && cd "$directory" || exit 1

@@ -1,5 +1,5 @@
-// Catalogue texts: the input is what the catalogue gives for every text. Where the text is a format, the
-// caller's arguments are what its default asks for, and nothing else may be taken.
+// Catalogue texts: the catalogue gives the input for every text. Where the text is a format, the caller's
+// arguments are those that its default asks for, and it may take no others.
 #include <nl_types.h>
 
 #include <cstdio>
@@ -30,14 +30,14 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     text.assign(reinterpret_cast<const char *>(data), size);
-    // A width of a billion blanks is sound, and takes a second.
+    // A width of a billion blanks is valid, but takes a second.
     for (std::size_t at = 0, digits = 0; at < text.size(); ++at) {
         digits = text[at] >= '0' && text[at] <= '9' ? digits + 1 : 0;
         if (digits > 5) {
             return 0;
         }
     }
-    // Buffers of exactly what the caller says are what shows a read or a write too far.
+    // Buffers of exactly the size that the caller states show a read or a write too far.
     char *name = new char[4]{'a', 'b', 'c', '\0'};
     char out[300];
 #pragma clang diagnostic push

@@ -1,6 +1,6 @@
-// Order journals: any bytes. A walk stays within the journal, and gives the same copy and the same numbers
-// when it is done again. The copy of a journal in which nothing is out of order is clean: it is its own copy,
-// and no order of it gets another number.
+// Order journals: any bytes. A walk stays within the journal, and a second one gives the same copy and the
+// same numbers. The copy of a journal in which nothing is out of order is clean: it is its own copy, and none
+// of its orders gets another number.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -58,8 +58,8 @@ std::string copy_of(journal_walk &walk, std::size_t size, bool &in_order) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    // Payloads are long and codes rare in random bytes: each byte of the input stands for a record, or for
-    // itself, and its low bits for what matters in the payload.
+    // Payloads are long, and codes are rare in random bytes. So each byte of the input means a record, or
+    // itself, and its low bits set what matters in the payload.
     std::string bytes;
     for (std::size_t i = 0; i < size; i++) {
         const char code = "OMDTSEBLF"[data[i] % 9];

@@ -1,5 +1,5 @@
 // File patterns: the first line of the input is the pattern, the rest the name. A pattern may store nothing
-// after the end mark's character and the length, whatever directives it holds.
+// past the end mark's character and the length, whatever directives it holds.
 #include <cstdio>
 #include <cstdlib>
 #include <string>

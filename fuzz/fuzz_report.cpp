@@ -1,7 +1,7 @@
 // Formats of report lines. The first byte sets the width of the page, the next the room for a field, the
 // third how many bytes of arguments follow; the rest are formats, each ended by a zero byte, in which the
-// codes from 128 stand for parts of conversions, and from 192 for whole ones. All pieces of a line have to
-// stand in its one or two print lines, whatever moved where.
+// codes from 128 stand for parts of conversions, and from 192 for whole ones. All pieces of a line have to be
+// in its one or two print lines, wherever they moved.
 #include <sys/mman.h>
 
 #include <algorithm>
@@ -54,7 +54,7 @@ char *text_place() {
     return place;
 }
 
-/// Where a text may be wanted every whole number is the address of one.
+/// Where a text may be expected, every whole number is the address of one.
 void set_arguments(const std::string &bytes, bool texts) {
     char *const place = text_place();
     const std::size_t length = std::min(bytes.size(), text_room - 1);
@@ -93,7 +93,7 @@ std::string shown(std::string text) {
     return text;
 }
 
-/// Whether the library finds other arguments for this format, or reads a modifier in another way.
+/// True when the library takes other arguments for this format, or reads a modifier in another way.
 bool library_differs(const std::string &format) {
     const auto takes = std::count(format.begin(), format.end(), '%');
     bool differs = static_cast<std::size_t>(takes) > reals;

@@ -181,7 +181,7 @@ void demand_sound() {
 
 int first_fd = 0;
 
-/// A refused open leaves the descriptors of a program that was to end.
+/// A refused open leaves descriptors open, since the program was to end.
 void close_what_is_left() {
     for (int fd = first_fd; fd < first_fd + 8; ++fd) {
         if (fcntl(fd, F_GETFD) != -1) {
@@ -225,7 +225,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     ICB *icb = nullptr;
     try {
-        // An open that is refused leaks its memory, as the program would have ended; so few are tried.
+        // An open that is refused leaks its memory, since the program would have ended; so few are tried.
         ix_header header{};
         std::memcpy(&header, pair.index.data(), std::min(pair.index.size(), sizeof header));
         const bool hopeful =

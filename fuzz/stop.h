@@ -1,4 +1,4 @@
-// The end of the program, which a fuzzer lives through: thrown in place of the fatal stop, caught where the
+// The end of the program, which a fuzzer survives: an exception in place of the fatal stop, caught where the
 // input ends.
 #pragma once
 

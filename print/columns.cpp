@@ -1,4 +1,4 @@
-// Formats made for a column width.
+// Formats for a given column width.
 #include <cstdlib>
 #include <string>
 

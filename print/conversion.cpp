@@ -12,7 +12,7 @@ namespace {
 
 enum class modifier { none, hh, h, l, ll, L };
 
-// The conversions here are put together from a format that the compiler has tested.
+// The conversions here are put together from a format that the compiler has checked.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 template <typename T>
@@ -29,7 +29,7 @@ std::size_t nominal_length(std::size_t room, const std::string &conversion, T ze
 }
 #pragma GCC diagnostic pop
 
-/// A conversion as far as it says how to print: "%", flags, width and precision.
+/// The part of a conversion that says how to print: "%", flags, width and precision.
 struct layout {
     std::string text = "%";
     bool sized = false;
@@ -67,7 +67,7 @@ modifier take_modifier(const char *&at) {
     return found;
 }
 
-/// Argument of the width that the modifier tells.
+/// The next argument, in the width that the modifier tells.
 long long signed_argument(modifier how, std::va_list &args) {
     switch (how) {
         case modifier::l:
@@ -124,7 +124,7 @@ bool FormatWalk::next(report_piece &piece) {
     return true;
 }
 
-/// Text up to the next conversion, as much of it as the work buffer holds. "%%" is a percent sign.
+/// Text up to the next conversion, as much as the work buffer holds. "%%" is a percent sign.
 void FormatWalk::literal(report_piece &piece) {
     std::size_t length = 0;
     const std::size_t room = std::max<std::size_t>(work_.size() - 1, 1);
@@ -140,8 +140,8 @@ void FormatWalk::literal(report_piece &piece) {
     piece.real = {work_.data(), length};
 }
 
-/// A width or precision: digits, or the next argument for "*". Never more than a line can have: the library
-/// takes its time over fields of millions.
+/// A width or precision: digits, or the next argument for "*". Never more than a line can have, because the
+/// library is slow with fields of millions.
 int FormatWalk::star_or_digits(bool &given) {
     constexpr long widest = 32000;
     given = true;

@@ -1,7 +1,7 @@
-// From the print set-up of the user and the pages that a report fits to the destination of its job.
+// Finds the destination of a job from the user's print set-up and the pages that the report fits.
 //
-// How far the set-up leads decides whether the operator is asked: a printer, one way to it and one page form
-// that fits are taken in silence; where a choice is left, there is a list.
+// How much the set-up decides determines whether the operator is asked: a single printer, connection and page
+// form that fits are taken without a question; where a choice is left, there is a list.
 #include "print/destination.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ bool only_connection(const printer_table &table, int printer, ConnectionRecord &
     return !IXNEXTR(icb, &walk, 1);
 }
 
-/// Number of forms that fit, two at most; `record` is the first of them.
+/// The number of forms that fit, two at most; `record` is the first of them.
 int fitting_forms(const printer_table &table, int printer, std::uint16_t options, PropertyRecord &record) {
     ICB *icb = table.properties.icb;
     PropertyRecord walk{};
@@ -107,7 +107,7 @@ bool find_destination(print_setup setup, std::uint16_t options, print_destinatio
             break;
     }
     if (found.general.printer == screen_printer) {
-        // The screen has no device behind it but a file of the caller's.
+        // The screen has no device, except a file of the caller's.
         found.screen = true;
         found.general = {};
         found.connection = {};
@@ -121,7 +121,7 @@ void tell_bad_output(const char *text) {
     }
 }
 
-/// A report that goes to a file of the caller's: its width is all that has to be found.
+/// A report that goes to a file of the caller's: only its width has to be found.
 bool find_file_form(std::uint16_t options, const char *output_file, print_destination &found) {
     if (output_file == nullptr) {
         tell_bad_output(term_text(1, 88, "No outputfile supplied"));
@@ -164,12 +164,12 @@ void fill_form(const print_destination &found) {
     prt_job.preview = found.screen;
     prt_job.setup_text = printer_bytes(found.property.setup_text);
     prt_job.end_text = printer_bytes(found.property.end_text);
-    // A form that tells no length has no end.
+    // A form without a length has endless pages.
     prt_job.rpt_lines = found.property.lines == 0 ? endless : static_cast<int>(found.property.lines);
     prt_job.rpt_width = found.property.columns;
 }
 
-/// False, and told to the operator, when the directory of the device can't take a file.
+/// False, after telling the operator, when the directory of the device can't take a file.
 bool fill_device(const ConnectionRecord &connection, const char *output_file) {
     std::string device = output_file != nullptr ? output_file : printer_text(connection.device);
     prt_job.to_directory = !device.empty() && connection.to_directory != 0;

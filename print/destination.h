@@ -10,12 +10,12 @@
 
 // printer_files.cpp
 
-/// Path of a printer file: in the directory that ZUVPRT names, else in the current one. A value that is no
-/// directory is told to the operator, once until prt_path_forget.
+/// Path of a printer file: in the directory that ZUVPRT names, otherwise in the current one. A value that is
+/// not a directory is reported to the operator, only once until prt_path_forget is called.
 std::string prt_path(const char *name);
 void prt_path_forget();
-/// Makes sure that the four printer files are there and sound, with the screen as printer 1 in those that are
-/// new. False when that can't be done.
+/// Makes sure that the four printer files exist and are sound; new ones get the screen as printer 1. False
+/// when that can't be done.
 bool prt_tables_ready();
 
 /// A printer file, open for reading.
@@ -29,7 +29,7 @@ public:
     ICB *icb;
 };
 
-/// The three files that tell of destinations.
+/// The three files that describe destinations.
 struct printer_table {
     printer_file general{"TR_PTRG"};
     printer_file connections{"TR_PTRC"};
@@ -44,7 +44,7 @@ bool find_printer(const printer_table &table, int printer, PrinterRecord &record
 bool find_connection(const printer_table &table, int printer, int connection, ConnectionRecord &record);
 bool find_property(const printer_table &table, int printer, int property, PropertyRecord &record);
 
-/// A text field of a record, without what fills it up.
+/// A text field of a record, without its padding.
 template <std::size_t N>
 std::string printer_text(const char (&field)[N]) {
     std::string text(field, N);
@@ -72,9 +72,9 @@ bool prt_job_open(const print_setup &setup, std::uint16_t options, const char *o
 
 // destination_list.cpp
 
-/// Lets the operator pick a destination, of the printer and the connection of the set-up where it has them.
-/// One that is the only one is taken unasked. False when there is none.
+/// Lets the operator pick a destination, limited to the printer and the connection of the set-up where it has
+/// them. A single destination is taken without a question. False when there is none.
 bool prt_use_maintain(const printer_table &table, const print_setup &setup, std::uint16_t options,
                       print_destination &found);
-/// Asks for the columns of a report: 40, 80 or 132; 0 when the operator gives it up.
+/// Asks for the columns of a report: 40, 80 or 132; 0 when the operator cancels.
 int prt_ask_columns(std::uint16_t options);

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int last_short_page = 66;
 constexpr int endless = 9999;
-/// More than any shop has; a damaged file shall not fill the memory.
+/// More than any shop has; a damaged file must not fill the memory.
 constexpr std::size_t most_choices = 10000;
 
 /// A connection of a printer with one of its page forms.
@@ -101,7 +101,7 @@ void gather(destination_list &list, const print_setup &setup, std::uint16_t opti
     }
 }
 
-/// There is no way out of the list but a pick.
+/// The list can only be left with a pick.
 void let_pick(destination_list &list) {
     shown = &list;
     pick_list *window = pick_new(move, input, heads, row_text);

@@ -1,8 +1,8 @@
 // Hand-off of a finished job: a spooler, a device, the printer on a terminal, a directory.
 //
-// Where a shell does the work it runs in the background, so that a slow printer keeps nobody waiting. All
-// copies of a job are one background command: its steps have to follow each other, since each copy goes on
-// with the file that the one before has left.
+// Work that a shell does runs in the background, so that a slow printer keeps nobody waiting. All copies of a
+// job are one background command: its steps have to follow each other, since each copy uses the file that the
+// one before has left.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,8 +20,8 @@
 
 namespace {
 
-/// Standard error goes nowhere for the life of this guard: what a command says there would land in the
-/// middle of the screen.
+/// Sends standard error nowhere while it lives: the messages of a command would land in the middle of the
+/// screen.
 class quiet_errors {
 public:
     quiet_errors() : saved_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3)) {
@@ -43,8 +43,8 @@ private:
     int saved_;
 };
 
-/// What is started during the life of this guard outlives the terminal: a report is not lost when the program
-/// ends, or its window is closed, before the printer has taken it.
+/// What is started while it lives outlives the terminal: a report is not lost when the program ends, or its
+/// window is closed, before the printer has taken it.
 class hang_up_ignored {
 public:
     hang_up_ignored() {
@@ -73,7 +73,7 @@ void to_spooler(const char *lp_options) {
                lp_options + " " + file + "; rm " + file);
 }
 
-/// Each copy but the last leaves a file of the same content to the next one.
+/// Each copy but the last leaves a file with the same content for the next one.
 void to_device() {
     const std::string device = shell_word(prt_job.device);
     std::string commands;
@@ -93,7 +93,7 @@ void to_device() {
     run_behind(commands);
 }
 
-/// The printer of a terminal that another user sits at.
+/// The printer on the terminal of another user.
 void to_other_terminal() {
     const std::string file = shell_word(prt_job.job_file);
     std::string commands;
@@ -110,7 +110,7 @@ int put_byte(int c) {
     return std::fputc(c, stdout);
 }
 
-/// Sends a capability of the terminal; one that its description lacks sends nothing.
+/// Sends a capability of the terminal, or nothing when its description lacks it.
 void send_capability(const char *name) {
     const char *sequence = scr == nullptr ? nullptr : tigetstr(name);
     if (sequence != nullptr && sequence != reinterpret_cast<const char *>(-1)) {
@@ -153,7 +153,7 @@ void to_own_terminal() {
     }
     file_delete(prt_job.job_file.c_str());
     if (scr != nullptr) {
-        // Where the terminal has no printer, the text has come down on the screen.
+        // When the terminal has no printer, the text has appeared on the screen.
         wrefresh(curscr);
     }
 }
@@ -173,8 +173,8 @@ std::string final_name(std::string path) {
     return path;
 }
 
-/// A job appears under its final name only when it is complete. A job of that name that has not been
-/// fetched yet is left alone: then another name is taken.
+/// A job appears under its final name only when it is complete. When a job of that name has not been fetched
+/// yet, it is left alone and another name is taken.
 void to_directory() {
     constexpr int attempts = 100;
     const std::string arriving = prt_job.device;

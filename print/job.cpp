@@ -19,8 +19,8 @@ constexpr char form_feed = '\f';
 
 std::FILE *job = nullptr;
 
-/// Nobody would notice that a report lacks findings, so the program stops. The part that was written is
-/// deleted: it may be what filled the disk.
+/// A report without all its findings would look complete, so the program stops. The part that was written is
+/// deleted: it may be what has filled the disk.
 [[noreturn]] void cannot_write() {
     const int why = errno;
     if (job != nullptr) {
@@ -32,7 +32,7 @@ std::FILE *job = nullptr;
               prt_job.job_file.c_str(), why, disk_full_text(why));
 }
 
-/// Puts what was written into the job file; fatal when it can't be.
+/// Puts what was written into the job file; fatal when that fails.
 void flush_job() {
     if (std::fflush(job) != 0 || std::ferror(job) != 0) {
         cannot_write();
@@ -78,7 +78,7 @@ std::string blanks(long count) {
     return std::string(count > 0 ? static_cast<std::size_t>(count) : 0, ' ');
 }
 
-/// The dialogues around a report are to find the keyboard as if the operator had left the last field.
+/// The dialogues around a report must find the keyboard as if the operator had just left a field.
 void exit_key_pressed() {
     if (scr != nullptr) {
         scr->ing_exit = K_CANCEL;

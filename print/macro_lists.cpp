@@ -13,7 +13,7 @@ namespace {
 
 constexpr int key_escape = 27;
 
-/// The macro file behind the list on the screen, and the record that the list stands on.
+/// The macro file shown in the list, and the record that the list is at.
 struct macro_cursor {
     ICB *icb = nullptr;
     MacroRecord record{};
@@ -21,7 +21,7 @@ struct macro_cursor {
 };
 macro_cursor at;
 const char *foot = "";
-/// Deleting: <Del> leaves the list with the record it stands on.
+/// Deleting: <Del> leaves the list with the record that it is at.
 bool takes_delete = false;
 
 /// Moves `n` records in the order of the keys, as far as there are any.
@@ -67,7 +67,7 @@ std::string row_text() {
     return str_format("%-6u %-5s %-30s", static_cast<unsigned>(at.record.user), name, description.c_str());
 }
 
-/// The list; true with the record that was picked in `at`.
+/// The list; true when a record was picked, which is then in `at`.
 bool run_list() {
     const std::unique_ptr<pick_list, void (*)(pick_list *)> list{pick_new(move, input, heads, row_text),
                                                                  pick_free};
@@ -92,7 +92,7 @@ void close_list() {
     at = {};
 }
 
-/// Deletes the macro that the list stands on, and goes to the one after it, or else to the one before.
+/// Deletes the macro that the list is at, and goes to the one after it, or else to the one before.
 void delete_macro() {
     MacroRecord record = at.record;
     if (IXREADLOCK(at.icb, &record)) {

@@ -19,13 +19,13 @@ enum class tr_item : int { disabled = 0, enabled = 1, heading = 2 };
 
 struct tr_menu;
 
-/// A menu without items. `width` is that inside the frame. Lack of memory is fatal.
+/// A menu without items. `width` is the width inside the frame. Lack of memory is fatal.
 tr_menu *tr_menu_new(unsigned flags, int row, int col, int width, const char *title);
 void tr_menu_free(tr_menu *menu);
 /// Adds an item at the end. The letter after "&" in the text is its hot letter; `key` (0 for none) chooses
-/// it too. A heading without a text is a line.
+/// the item too. A heading without a text is a line.
 void tr_menu_add(tr_menu *menu, const char *text, int result, tr_item kind, int key);
-/// Enables or disables, or renews the text of, the item with that result.
+/// Enables or disables the item with that result, or changes its text.
 void tr_menu_enable(tr_menu *menu, int result, bool on);
 void tr_menu_text(tr_menu *menu, int result, const char *text);
 /// State of the item with that result; tr_item_on is set when it is enabled.
@@ -38,5 +38,6 @@ int tr_menu_choices(const tr_menu *menu);
 /// Result of the item with that hot letter or key, enabled or not; 0 for none.
 int tr_menu_find(const tr_menu *menu, int key);
 /// Lets the operator choose, beginning at the item with the result `first`. Returns the result of an enabled
-/// item, 0 when there was no choice. A waiting key that names an enabled item chooses it unseen.
+/// item, 0 when there was no choice. A waiting key that names an enabled item chooses it before the menu is
+/// shown.
 int tr_menu_run(tr_menu *menu, int first);

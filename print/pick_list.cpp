@@ -1,5 +1,5 @@
-// Pick lists. The window shows a stretch of the records; the one in its first row, and how far the caller's
-// current record lies from it, is all that the list knows of them.
+// Pick lists. The window shows a range of the records. The list knows only which record is in its first row,
+// and how far the caller's current record is from that one.
 #include "print/pick_list.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ struct pick_view {
     pick_list &list;
     int row = 0, col = 0, height = 0, width = 0;
     int first_row = 1;                 ///< window row of the first record
-    int rows = 1;                      ///< records that find room
+    int rows = 1;                      ///< records that fit
     long top = 0;                      ///< record in the first row, counted from where the list began
     long position = 0;                 ///< the caller's record, counted in the same way
     int current = 0;                   ///< row of the bar, from 0
@@ -88,14 +88,14 @@ void move_bar(pick_view &view, int to) {
     draw_row(view, to);
 }
 
-/// Goes on from the last record shown, with the bar on it or on the one after it. False at the last record.
+/// Continues from the last record shown, with the bar on it or on the one after it. False at the last record.
 bool go_on(pick_view &view, int behind) {
     const long last = view.top + last_shown(view);
     go(view, last);
     if (!step(view, 1)) {
         return false;
     }
-    // Where one record finds room the next one takes its place.
+    // When only one record fits, the next one takes its place.
     view.rows > 1 ? fill(view, last, behind) : fill(view, last + 1, 0);
     return true;
 }

@@ -1,5 +1,5 @@
-// Pick lists: a scrolling window over records of the caller, who reaches them through four functions. They
-// know nothing of printing.
+// Pick lists: a scrolling window over records of the caller, reached through four functions. They know
+// nothing of printing.
 //
 //     pick_list *list = pick_new(move, input, heads, row_text);
 //     list->title = " Kleuren ";
@@ -10,8 +10,8 @@
 #include <string>
 
 struct pick_list {
-    /// Moves the caller's current record by `n`, to the end of the records at most. True when all steps were
-    /// made; for 0 when there is a current record.
+    /// Moves the caller's current record by `n`, at most to the end of the records. True when all steps were
+    /// made; for 0, when there is a current record.
     bool (*move)(int n);
     /// Reads a key or a field on the last line of the window, which sets the last key of the session.
     void (*input)();
@@ -28,6 +28,6 @@ struct pick_list {
 /// A list over records; `heads` may be null. Null when memory is short.
 pick_list *pick_new(bool (*move)(int n), void (*input)(), void (*heads)(), std::string (*row_text)());
 void pick_free(pick_list *list);
-/// Lets the operator pick, beginning at the caller's current record. True with the current record on the
-/// pick; false when there is no record, or none was picked.
+/// Lets the operator pick, beginning at the caller's current record. True when one was picked, which is then
+/// the current record; false when there is no record, or none was picked.
 bool pick_run(pick_list *list);

@@ -1,7 +1,7 @@
 // The preview: pages through a finished job file on the whole screen.
 //
-// The form feed is the only page mark. The first lines of a page stay on the screen while the operator goes
-// on within it; below them the screen shows the file from `view_pos` on. Where `view_pos` is the start of the
+// The form feed is the only page mark. The first lines of a page stay on the screen while the operator moves
+// on within it; below them the screen shows the file from `view_pos` on. When `view_pos` is the start of the
 // page, those first lines are not shown a second time.
 #include <algorithm>
 #include <cstdio>
@@ -113,7 +113,7 @@ void set_menu_state(const preview_state &s) {
 // ---------------------------------------------------------------------------------------------------------
 // Drawing
 
-/// The line as far as it shows: shifted, cut to the window, control characters as points.
+/// The visible part of the line: shifted, cut to the window, control characters as points.
 void show_line(preview_state &s, attr_t attr, int row) {
     const auto left = static_cast<std::size_t>(s.left);
     if (left >= s.line.size()) {
@@ -126,7 +126,7 @@ void show_line(preview_state &s, attr_t attr, int row) {
     scr_text(attr, row, 1, "%s", shown.c_str());
 }
 
-/// Shows lines of the page in the rows `from` to `to`. Returns whether the page goes on after them.
+/// Shows lines of the page in the rows `from` to `to`. Returns whether the page continues after them.
 bool show_lines(preview_state &s, attr_t attr, int from, int to) {
     for (int row = from; row <= to; row++) {
         s.job.read_line(s.line);
@@ -187,7 +187,7 @@ void show_page(preview_state &s, long start, int page) {
     s.redraw_head = true;
 }
 
-/// Goes on to after the next form feed from where the file was read last; false when there is none.
+/// Moves past the next form feed, from where the file was read last; false when there is none.
 bool page_forward(preview_state &s) {
     if (!s.job.skip_page()) {
         return false;
@@ -234,7 +234,7 @@ struct question {
     int highest;
 };
 
-/// Asks for a number from 1 to `highest`; false when the operator gives it up.
+/// Asks for a number from 1 to `highest`; false when the operator cancels.
 bool ask(const question &what, int &value) {
     win_open2(what.row, what.col, 3, 40);
     win_title("%s", what.title);
@@ -377,7 +377,7 @@ bool PRT_SCR() {
         return false;
     }
     s.menu = make_menu();
-    // It would stand on the page number.
+    // It would cover the page number.
     busy_hold();
     reserve_line(s.line);
     scr_switch_terminal(prt_job.rpt_width > 80 ? "-w" : "");

@@ -43,7 +43,7 @@ void preview_file::read_line(std::string &line) {
         c = getc_unlocked(file);
     }
     if (c == '\r') {
-        // A line feed after it belongs to the same end.
+        // A line feed after it belongs to the same line end.
         const int next = getc_unlocked(file);
         if (next == '\n') {
             c = next;

@@ -15,12 +15,12 @@ struct preview_file {
     void close();
     long position() const;
     void seek(long offset);
-    /// Reads a line of at most `width` characters; what goes on after them is skipped.
+    /// Reads a line of at most `width` characters; the rest of it is skipped.
     void read_line(std::string &line);
     bool at_end() const {
         return last_char == EOF;
     }
-    /// Goes past the next form feed; false, at the end of the file, when there is none.
+    /// Moves past the next form feed; false at the end of the file, when there is none.
     bool skip_page();
     /// Start of the page before the one that starts at `page`; `start` when that is the first.
     long page_before(long page);

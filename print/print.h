@@ -1,7 +1,7 @@
 // Chief header of the reports: the report writer, its format helpers, and the hand-off to a printer.
 //
 // A report is written line by line into a job file. `XPRT_OPEN` opens the job, `prt_close` gives it to its
-// destination. Only one job is open at a time; without one the calls below do nothing, `prt_close` apart.
+// destination. Only one job is open at a time; without one the calls below do nothing, except `prt_close`.
 //
 //     if (!XPRT_OPEN(setup, prt_fits_132, nullptr)) return;
 //     if (prt_job.rpt_line > prt_job.rpt_lines - 2) prt_head(company, "%s", title);
@@ -57,11 +57,11 @@ struct print_job {
 };
 extern print_job prt_job;
 
-/// Opens a report for a destination that fits `options`; `output_file` may be null. False when there is
-/// none: the caller has no job then.
+/// Opens a report for a destination that fits `options`; `output_file` may be null. False when there is none;
+/// the caller then has no job.
 bool XPRT_OPEN(const print_setup &setup, std::uint16_t options, const char *output_file);
-/// Ends the report and gives it to its destination, behind a preview where the job has one. A job without
-/// output is dropped. `lp_options` goes into the spooler's command as it stands.
+/// Ends the report and gives it to its destination, after a preview where the job has one. A job without
+/// output is dropped. `lp_options` goes into the spooler's command unchanged.
 void prt_close(const char *lp_options);
 
 // ---------------------------------------------------------------------------------------------------------
@@ -101,14 +101,14 @@ column_format<long> fmt_ld(int width);
 column_format<unsigned> fmt_u(int width);
 column_format<unsigned short> fmt_hu(int width);
 column_format<unsigned long> fmt_lu(int width);
-/// Text cut and filled to the width, at the left or the right of its column; with ": " after it.
+/// Text cut and filled to the width, at the left or the right of its column, or with ": " after it.
 column_format<const char *> fmt_left_s(int width);
 column_format<const char *> fmt_right_s(int width);
 column_format<const char *> fmt_left_label(int width);
 /// A text column between blanks; a width below 0 puts the text at its left.
 column_format<const char *> fmt_columns(int before, int width, int after);
 
-/// prt_printf without the compiler's test of the format: for the overload below only.
+/// prt_printf without the compiler's check of the format: only for the overload below.
 void prt_column(const char *format, ...);
 /// One value in a column.
 template <typename T>

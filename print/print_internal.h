@@ -1,4 +1,4 @@
-// What the files of this layer share with each other only.
+// What only the files of this layer share.
 #pragma once
 
 #include <string>
@@ -9,9 +9,10 @@
 /// What the report writer asks of the modules above it.
 struct print_modules {
     /// Finds the destination and opens the job (`prt_job` and its file). False when there is none, and always
-    /// false while the entry is empty.
+    /// while the entry is empty.
     bool (*job_open)(const print_setup &setup, std::uint16_t options, const char *output_file);
-    /// Shows the finished job file; true to print it. While the entry is empty a job is printed unseen.
+    /// Shows the finished job file; true to print it. While the entry is empty a job is printed without a
+    /// preview.
     bool (*preview)();
 };
 extern print_modules prt_modules;
@@ -25,9 +26,9 @@ void report_stop();
 
 // job.cpp: the job file.
 
-/// Opens a new job file for the destination in `prt_job`, writes the set-up text and puts page and line
-/// before the first page. Tests whether the device is a destination of the spooler. Tells the operator when
-/// the file can't be made; false then.
+/// Opens a new job file for the destination in `prt_job`, writes the set-up text and sets page and line to
+/// before the first page. Finds out whether the device is a destination of the spooler. False, after telling
+/// the operator, when the file can't be made.
 bool prt_job_start();
 /// Tells the operator that a report's file can't be written.
 void job_cannot_open(const std::string &path);
@@ -41,11 +42,11 @@ bool job_interrupted();
 /// Shows the closed job file page by page; the operator may set the number of copies. True to print it.
 bool PRT_SCR();
 
-// handoff.cpp: the way out of the house.
+// handoff.cpp: from the job file to the destination.
 
 /// Gives the closed job file to its destination, which deletes it there.
 void job_hand_off(const char *lp_options);
-/// Runs a shell command with nothing said on the terminal; true when it ends with status 0.
+/// Runs a shell command that shows nothing on the terminal; true when it ends with status 0.
 bool shell_run(const std::string &command);
 /// Path of the terminal that the operator sits at; empty when there is none.
 std::string terminal_path();

@@ -1,7 +1,8 @@
 // The four printer files: where they lie, making them, and reading them.
 //
-// A file is rebuilt where its index is missing or not sound. The data half is kept, so printers survive a
-// damaged index. The screen is put in last: a start that was broken off before that finds an empty data half.
+// A file whose index is missing or not sound is rebuilt. The data half is kept, so printers survive a damaged
+// index. The screen is added last: when a start was interrupted before that, the next one finds an empty data
+// half.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -95,7 +96,7 @@ const file_kind kinds[] = {
     {"TR_PTRCA", capability_definition, nullptr},
 };
 
-/// The store ends the program on a file that it can't open, and a printer is not worth that.
+/// The store ends the program when it can't open a file, and a printer is not worth that.
 bool can_be_opened(const std::string &path, int flags) {
     const int fd = open(path.c_str(), O_RDWR | O_CLOEXEC | flags, 0666);
     if (fd < 0) {
@@ -105,7 +106,7 @@ bool can_be_opened(const std::string &path, int flags) {
     return true;
 }
 
-/// Makes an index half; with a data half that is there, over what it holds.
+/// Makes an index half; when there is a data half, over what it holds.
 bool make_index(const file_kind &kind, const std::string &path) {
     const bool had_data = file_exists((path + ".TXT").c_str());
     if (!can_be_opened(path + ".TXT", had_data ? 0 : O_CREAT) || !can_be_opened(path + ".INX", O_CREAT)) {

@@ -6,10 +6,10 @@
 //
 //     1. The growth of a piece is what it takes beyond its column. It starts that much further to the left,
 //        so its right edge stays where the layout wants it.
-//     2. A grown number that would touch what stands there goes to the second line, and so does a number
-//        that would touch a digit. Text stays on the main line, and so does the first number after a text,
-//        unless it has grown.
-//     3. In its line a piece never overwrites: it moves to after what is there.
+//     2. A grown number that would touch what is there goes to the second line, and so does a number that
+//        would touch a digit. Text stays on the main line, and so does the first number after a text, unless
+//        it has grown.
+//     3. A piece never overwrites what is in its line: it moves past it.
 //     4. Both lines are kept equally long with blanks.
 #include <algorithm>
 #include <cerrno>
@@ -48,7 +48,7 @@ const char *no_memory() {
     return term_text(1, 17, "Onvoldoende geheugen");
 }
 
-/// A setting of the environment, or `fallback` when it is not there. Fatal when it is not a number above 0.
+/// A setting of the environment, or `fallback` when it is not set. Fatal when it is not a number above 0.
 long setting(const char *variable, const char *shown, long fallback) {
     const char *text = std::getenv(variable);
     if (text == nullptr) {

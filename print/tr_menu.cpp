@@ -55,7 +55,7 @@ struct tr_menu {
     int width = 0;  ///< inside the frame
     std::string title;
     std::vector<item> items;
-    int shown = 0;  ///< items that find room on the screen
+    int shown = 0;  ///< items that fit on the screen
 };
 
 namespace {
@@ -68,7 +68,7 @@ item &at(tr_menu &menu, int index) {
     return menu.items[static_cast<std::size_t>(index)];
 }
 
-/// The item with that result; null, and told to the operator, when there is none.
+/// The item with that result; null, after telling the operator, when there is none.
 const item *find(const tr_menu &menu, int result) {
     for (const item &it : menu.items) {
         if (it.result == result && !it.heading) {
@@ -140,7 +140,8 @@ void draw(tr_menu &menu, int index, bool current) {
     }
 }
 
-/// Where the choice begins: the wanted item, else the first enabled one, else the first that is no heading.
+/// Where the choice begins: the wanted item, else the first enabled one, else the first that is not a
+/// heading.
 int first_item(tr_menu &menu, int first) {
     int enabled = -1;
     int any = -1;
