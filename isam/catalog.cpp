@@ -13,7 +13,7 @@ const nl_catd catalog_closed = reinterpret_cast<nl_catd>(std::intptr_t{-1});
 nl_catd term_catalog = catalog_closed;
 nl_catd detail_catalog = catalog_closed;
 
-/// The conversions of a format, one after another: "%-19.19s: %d%%" gives "%-19.19s%d".
+/// The conversions of a format, one after the other: "%-19.19s: %d%%" gives "%-19.19s%d".
 std::string conversions(const char *format) {
     std::string found;
     while ((format = std::strchr(format, '%')) != nullptr) {
@@ -29,8 +29,8 @@ std::string conversions(const char *format) {
     return found;
 }
 
-/// What follows the flags, width and precision decides what the caller has to pass; a width or precision of
-/// its own is free, one that is passed is not.
+/// What a format expects to be passed: each conversion's length and letter, and a `*` for a width or
+/// precision that is passed. A translation may change flags, and widths written out in the text.
 std::string argument_types(const char *format) {
     std::string types;
     for (const char c : conversions(format)) {
@@ -46,7 +46,7 @@ const char *lookup(nl_catd catalog, int set, int number, const char *fallback) {
         return fallback;
     }
     const char *text = catgets(catalog, set, number, fallback);
-    // A text that is not a format may hold any percent sign; nothing takes its conversions then.
+    // A text that is not used as a format may hold any percent sign.
     const bool is_format = !argument_types(fallback).empty();
     return is_format && argument_types(text) != argument_types(fallback) ? fallback : text;
 }
@@ -61,8 +61,8 @@ void close_one(nl_catd &catalog) {
 }  // namespace
 
 void catalog_open() {
-    // Numbers, order and case are the system's own. The character set belongs to the terminal and stays as
-    // the screen session has set it.
+    // Numbers, sorting and case follow no locale. The character set belongs to the terminal: it stays as the
+    // screen session set it.
     for (const int category : {LC_NUMERIC, LC_TIME, LC_MONETARY, LC_COLLATE, LC_MESSAGES}) {
         std::setlocale(category, "C");
     }

@@ -1,5 +1,5 @@
-// The message catalogues. Every text a user sees is fetched by set and number; the Dutch default built
-// into the program appears when the catalogue, or the text in it, is missing.
+// The message catalogues. Every text a user sees is fetched by set and number; the Dutch default built into
+// the program is shown when the catalogue, or the text in it, is missing.
 #pragma once
 
 /// Sets the locale and opens TERM351 (terminal and file layers) and DETAIL (application). A catalogue

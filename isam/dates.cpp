@@ -10,12 +10,13 @@ namespace {
 constexpr day_number day_2000 = 36526;
 constexpr std::array<int, 12> month_lengths = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 
-/// `year` counts from 1900 or is its last two digits: both tell a leap year by divisibility.
+/// `year` is the count since 1900 or the last two digits of the year. Either tells a leap year: it is
+/// divisible by 4.
 int month_length(int year, int month) {
     return month == 2 && year % 4 == 0 ? 29 : month_lengths[static_cast<std::size_t>(month - 1)];
 }
 
-/// Days before 1 January of the year that counts from 1900. Year 0 has 366 days.
+/// Days before 1 January of `year`, counted since 1900. Year 0 has 366 days.
 int days_before_year(int year) {
     return (year * 36525 + 99) / 100;
 }
@@ -50,7 +51,7 @@ std::tm local_now() {
 
 std::array<char, 11> date_buffer;
 
-/// dd-mm- and the year into the shared buffer.
+/// Writes dd-mm- and the year into the shared buffer.
 const char *show(day_number date, bool with_century) {
     std::array<char, 9> plain;
     date_to_str(plain.data(), date, with_century);

@@ -14,15 +14,15 @@ inline constexpr day_number day_1980 = 29221;
 day_number date_today();
 /// Seconds since local midnight.
 int time_now();
-/// True for a ddmmyy or ddmmyyyy text of digits that names an existing day (29 February when the last two
-/// year digits are divisible by 4).
+/// True when a text of digits, ddmmyy or ddmmyyyy, names an existing day. 29 February exists when the last
+/// two digits of the year are divisible by 4.
 bool date_valid(const char *text);
-/// Day number of ddmmyy (years below 51 are 20yy) or ddmmyyyy; 0 when invalid or before 1900.
+/// Day number of ddmmyy (years below 51 are 20yy) or ddmmyyyy; 0 when it is invalid or before 1900.
 day_number date_from_str(const char *text);
 /// Writes ddmmyy, or ddmmyyyy when `with_century`, into `buffer` (7 or 9 bytes); blanks for date 0.
 char *date_to_str(char *buffer, day_number date, bool with_century);
-/// ddmmyy, dd-mm-yy and dd-mm-yyyy; one static buffer is shared by the three. Date 0 gives blanks for the
-/// digits, the hyphens stay.
+/// A date as ddmmyy, dd-mm-yy or dd-mm-yyyy, in one static buffer shared by the three. For date 0 the digits
+/// are blank and the hyphens stay.
 const char *date_plain(day_number date);
 const char *date_show(day_number date);
 const char *date_show_long(day_number date);

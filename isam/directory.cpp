@@ -1,8 +1,8 @@
 // Walks over the names in a directory.
 //
-// A walk reads the whole directory when it opens, keeps the matching names and sorts them, so names that
-// are made or deleted meanwhile do not disturb it. Opening changes to the pattern's directory and back;
-// from then on a walk needs no descriptor and does not depend on the working directory.
+// A walk reads the whole directory when it opens, keeps the matching names and sorts them, so files that are
+// made or deleted meanwhile do not disturb it. Opening changes to the pattern's directory and back. After
+// that a walk needs no descriptor and does not depend on the working directory.
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -33,7 +33,7 @@ struct walk {
 
 std::vector<walk> walks;  // innermost last
 
-/// Goes back to the present working directory on every way out, wherever that lies by then.
+/// Notes the working directory and goes back to it on every way out, even if it has been moved meanwhile.
 struct kept_directory {
     int fd = again_if_interrupted([] { return open(".", O_PATH | O_DIRECTORY | O_CLOEXEC); });
     bool left = false;
@@ -41,7 +41,8 @@ struct kept_directory {
     kept_directory(const kept_directory &) = delete;
     kept_directory &operator=(const kept_directory &) = delete;
     ~kept_directory() {
-        // The callers delete by names relative to their directory: going on elsewhere is not an option.
+        // Callers delete files by names relative to their directory, so going on in another one would be
+        // dangerous.
         if (left && fchdir(fd) != 0) {
             isam_fatal("DIRECTORY : CHDIR");
         }
@@ -74,7 +75,7 @@ bool has_kind(DIR *stream, const dirent *entry, dir_kind kind) {
            (directories ? S_ISDIR(status.st_mode) : S_ISREG(status.st_mode));
 }
 
-/// Calls `take` with each name of a kind in the working directory. False when it can't be read.
+/// Calls `take` with each name of `kind` in the working directory. False when it can't be read.
 template <class Take>
 bool each_name(dir_kind kind, Take take) {
     const std::unique_ptr<DIR, close_stream> stream(opendir("."));
@@ -89,7 +90,7 @@ bool each_name(dir_kind kind, Take take) {
     return true;
 }
 
-/// Working directory with a '/' after it; empty when it has no path.
+/// The working directory with a '/' added; empty when it has no path.
 std::string working_directory() {
     char *path = getcwd(nullptr, 0);
     std::string result = path == nullptr ? "" : path;
@@ -100,7 +101,7 @@ std::string working_directory() {
     return result;
 }
 
-/// Takes everything up to the last '/' off a pattern and returns it.
+/// Cuts everything up to the last '/' off a pattern and returns it.
 std::string cut_directory(std::string &pattern) {
     const std::size_t length = pattern.rfind('/') + 1;
     std::string directory = pattern.substr(0, length);

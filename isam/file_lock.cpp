@@ -1,5 +1,5 @@
-// Advisory locks between the programs that share a shop's files. All locks of a process on a file vanish
-// when it closes any descriptor of that file, and when it ends.
+// Advisory locks between the programs that share a shop's files. A process loses all its locks on a file when
+// it closes any descriptor of that file, and when it ends.
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -27,7 +27,7 @@ bool set_lock(short type, int fd, off_t start, off_t length) {
     return again_if_interrupted([&] { return fcntl(fd, F_SETLK, &range); }) == 0;
 }
 
-/// Asks what keeps this process from a write lock. False when that can't be told.
+/// Asks which lock keeps this process from a write lock. False when that can't be told.
 bool ask_lock(struct flock &range, int fd, off_t start, off_t length) {
     range = range_of(F_WRLCK, start, length);
     return again_if_interrupted([&] { return fcntl(fd, F_GETLK, &range); }) == 0;

@@ -16,7 +16,7 @@ void replace_all(std::string &text, std::string_view from, std::string_view to) 
     }
 }
 
-/// Length of the set in brackets at `at` (which stands after the '['), with its closing bracket; 0 if it
+/// Length of the set in brackets that starts at `at`, just after the '[', closing bracket included; 0 if it
 /// isn't closed. A closing bracket that comes first belongs to the set.
 std::size_t set_length(std::string_view format, std::size_t at) {
     const std::size_t begin = at;
@@ -26,8 +26,8 @@ std::size_t set_length(std::string_view format, std::size_t at) {
     return end == std::string_view::npos ? 0 : end + 1 - begin;
 }
 
-/// Length of the directive whose '%' stands at `at`; 0 for one that is broken or would store something. A
-/// pattern may come from outside, and sscanf has no place to store anything but the final character.
+/// Length of the directive whose '%' is at `at`; 0 when it is malformed or would store something. A pattern
+/// may come from outside, and sscanf is given no place to store anything but the final character.
 std::size_t directive_length(std::string_view format, std::size_t at) {
     const std::size_t begin = at++;
     const auto peek = [&] { return at < format.size() ? format[at] : '\0'; };
@@ -105,12 +105,12 @@ bool format_match(const std::string &format, const std::string &name) {
     const std::string text = name + ' ' + end_mark;
     char found = ' ';
     int length = 0;
-    // The format is built at run time; `stores_nothing` has seen to it that these two are all it stores.
+    // The format is built at run time; `stores_nothing` has made sure that these two are all it stores.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     const int items = std::sscanf(text.c_str(), format.c_str(), &found, &length);
 #pragma GCC diagnostic pop
-    // A name may hold the end mark itself; only the one after it counts.
+    // A name may hold the end mark itself; only the one after the name counts.
     return items == 1 && found == end_mark && static_cast<std::size_t>(length) == text.size();
 }
 
@@ -124,7 +124,7 @@ bool wildcard_match(const char *pattern, const char *name) {
     const std::size_t none = std::string_view::npos;
     std::size_t p = 0;
     std::size_t n = 0;
-    std::size_t run_pattern = none;  // after the last '*': where to go on when its run must grow
+    std::size_t run_pattern = none;  // just after the last '*': where to go on when its run must grow
     std::size_t run_name = 0;
     for (;;) {
         if (p < wanted.size() && wanted[p] == '*') {

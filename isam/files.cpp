@@ -39,7 +39,7 @@ bool write_all(int fd, const char *data, std::size_t size) {
     return true;
 }
 
-/// Copies from the present position of one descriptor to that of the other.
+/// Copies from the current position of one descriptor to that of the other.
 bool copy_bytes(int from, int to) {
     static std::array<char, 256> last_resort;
     void *area = nullptr;
@@ -57,7 +57,7 @@ bool copy_bytes(int from, int to) {
     return n == 0;
 }
 
-/// Second half of `file_copy`: `from` is open, and locked where that can be.
+/// Second half of `file_copy`: `from` is open, and locked where locking works.
 bool copy_into(int from, const char *to, int how) {
     const int mode = how > 0 ? O_APPEND : how == 0 ? O_TRUNC : O_EXCL;
     // A file must not be copied into itself: truncating would destroy it, appending would never end.
@@ -71,7 +71,7 @@ bool copy_into(int from, const char *to, int how) {
     if (out.fd < 0) {
         return false;
     }
-    // A printer device has no position; it counts as 0 and is never removed.
+    // A printer device has no position; it counts as 0, and the device is never removed.
     const off_t position = std::max<off_t>(lseek(out.fd, 0, how > 0 ? SEEK_END : SEEK_CUR), 0);
     const int length = position > lock_everything ? 0 : lock_everything - static_cast<int>(position);
     const bool regular = fstat(out.fd, &target) == 0 && S_ISREG(target.st_mode);
@@ -87,7 +87,7 @@ bool copy_into(int from, const char *to, int how) {
     return copied;
 }
 
-/// True when both paths lead to one file that has no second name: then a move has nothing to do, and
+/// True when both paths lead to the same file and it has no second name. A move then has nothing to do, and
 /// deleting the target first would lose the file.
 bool is_own_name(const char *from, const char *to) {
     struct stat a {};
@@ -192,7 +192,7 @@ const char *file_tempname(const char *directory, const char *prefix) {
     static int number = -1;
     static std::array<char, 2> letters{'A', 'A'};
 
-    // As many rounds as there are names: then every one of them is taken.
+    // After as many rounds as there are names, every one of them is taken.
     constexpr int names = 26 * 26 * 100;
     for (int round = 0; round <= names; round++) {
         if (number >= 0 && (letters[0] != 'Z' || letters[1] != 'Z')) {

@@ -12,7 +12,6 @@ ssize_t file_read_at(int fd, void *buffer, std::size_t size, off_t offset);
 /// Writes `size` bytes at `offset`, going on after EINTR and partial writes. False with errno on an error.
 bool file_write_at(int fd, const void *buffer, std::size_t size, off_t offset);
 
-/// Action of `file_lock`.
 enum class lock_action : char {
     exclusive = 'E',  ///< write lock, granted or not
     sole = 'S',       ///< read lock, kept only when no other process holds any lock on the range
@@ -32,44 +31,44 @@ off_t file_size(const char *path);
 bool file_is_dir(const char *path);
 /// True when the file is gone; an absent file counts as success.
 bool file_delete(const char *path);
-/// Copies a file. `how` above 0 appends, 0 replaces, below 0 needs a target that does not exist yet. Both
-/// ends are locked meanwhile. False on any failure, and for a file onto itself; a fresh target is then
-/// removed.
+/// Copies a file. `how` above 0 appends, 0 replaces, below 0 requires that the target does not exist yet.
+/// Both files are locked meanwhile. False on any failure, and when both are the same file; a target made by
+/// the failed copy is removed.
 bool file_copy(const char *from, const char *to, int how);
 /// Moves a file by link, or by copy across file systems. Without `replace` an existing target fails.
 bool file_move(const char *from, const char *to, bool replace);
-/// Path of a name that is free at this moment: prefix (4 characters at most), two letters, two digits.
-/// Static buffer; empty on failure. The caller makes the file.
+/// Path of a name that is free at the moment: prefix (4 characters at most), two letters, two digits. Static
+/// buffer; empty on failure. The caller makes the file.
 const char *file_tempname(const char *directory, const char *prefix);
-/// Last component; the separator is '\\' if the path holds one, else '/'.
+/// Last component; the separator is '\\' if the path contains one, else '/'.
 const char *file_basename(const char *path);
 /// Words for the end of a message about a write that failed with `error`: that the disk is full, else
 /// nothing. Leaves errno as it was after the write.
 const char *disk_full_text(int error);
-/// Free space of the file system of "." in kilobytes; 2147483647 when that can't be told.
+/// Free space of the file system of "." in kilobytes; 2147483647 when it is unknown.
 long disk_free();
 
 /// Action of `DIRECTORY`.
 enum class dir_action : char { open = 'O', next = 'N', close = 'C' };
 /// Kind of entry that a walk lists.
 enum class dir_kind : int { files = 1, directories = 2 };
-/// Walks the names that match a pattern, sorted in byte order; walks nest up to 11 deep.
-/// open: `text` is the pattern; false when nothing matches, and then no close is owed. next: the next name
-/// goes into `text`; false at the end. close: ends the innermost walk; true.
+/// Walks the names that match a pattern, sorted in byte order; walks nest up to 11 deep. open: `text` is the
+/// pattern; false when nothing matches, and then no close is needed. next: puts the next name in `text`;
+/// false at the end. close: ends the innermost walk; true.
 bool DIRECTORY(dir_action action, std::string &text, dir_kind kind = dir_kind::files);
-/// Number of regular files that match; the directory part is cut from `pattern`. Plain wildcards fold case.
+/// Number of regular files that match; the directory part is cut from `pattern`. Plain wildcards ignore case.
 int FILES_PRESENT(std::string &pattern);
 /// True when `name` matches `pattern` of * and ?, without regard to case; a final ".*" is optional.
 bool wildcard_match(const char *pattern, const char *name);
 
-/// `lockf` on a plain file from its present position: operation 3 locks, 4 seeks to the end first, 13 and
-/// 14 unlock in the same way. A lock held by another process is waited for as long as it takes. Returns 0;
-/// -1 with errno when the descriptor can't be locked at all. A length below 1 does nothing.
+/// `lockf` on a plain file from its current position: operation 3 locks, 4 seeks to the end first, 13 and 14
+/// unlock in the same way. Waits as long as it takes for a lock held by another process. Returns 0; -1 with
+/// errno when the descriptor can't be locked at all. A length below 1 does nothing.
 int lock_range(int fd, int operation, int length);
 /// Tells the operator for one second that another screen is using the data.
 void lock_wait();
 
-/// Largest zero-filled area between `minimum` and `maximum` bytes that can be had, halving on failure;
+/// Allocates a zero-filled area of `maximum` bytes, or half as much each time that fails, down to `minimum`;
 /// stored in `where`, to be released with free(). Returns its size, 0 (and null) if even `minimum` fails. A
 /// `maximum` below `minimum` counts as `minimum`.
 std::size_t mem_largest(void **where, std::size_t minimum, std::size_t maximum);

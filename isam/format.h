@@ -1,7 +1,7 @@
 // The two halves of an indexed file on disk.
 //
-// A pair NAME.INX / NAME.TXT holds one logical file. Every other program of the package reads these bytes,
-// so nothing here may change. Integers are little-endian, except inside keys.
+// A pair NAME.INX / NAME.TXT holds one logical file. Every other program of the package reads these bytes, so
+// nothing in this layout may change. Integers are little-endian, except inside keys.
 //
 // Data half: records of `reclen` bytes, record n at n * reclen, no header. A free record is byte 0xFF, the
 // number of the next free record in bytes 1 to 4 (-1 ends the chain), and 0xFF from byte 5 to the end.
@@ -65,7 +65,7 @@ static_assert(sizeof(ix_keydef) == 42 && offsetof(ix_keydef, kdups) == 8 && offs
               offsetof(ix_keydef, korder) == 10 && offsetof(ix_keydef, stype) == 11 &&
               offsetof(ix_keydef, sstart) == 21 && offsetof(ix_keydef, send) == 31);
 
-/// The part of block 0 that carries data.
+/// The part of block 0 that is in use.
 struct ix_header {
     char fname[11];                          ///< name of the pair
     std::int8_t nkeys;                       ///< keys, at most five

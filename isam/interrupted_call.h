@@ -1,9 +1,9 @@
-// Own header of the lowest layer: system calls that a signal cut short.
+// Internal header of the lowest layer: system calls that a signal cut short.
 #pragma once
 
 #include <cerrno>
 
-/// Makes a system call again for as long as a signal interrupts it.
+/// Repeats a system call for as long as a signal interrupts it.
 template <class Call>
 auto again_if_interrupted(Call call) {
     auto result = call();

@@ -1,8 +1,9 @@
 // Write-back cache of 50 index blocks for bulk work in exclusive mode.
 //
 // Slot k - 1 belongs to the root of key k and is never evicted. The others serve all blocks. Each access to
-// one of them makes all others a step older. When they are full, those clearly older than the average go,
-// so that one eviction makes room for many blocks; blocks that follow each other on disk go in one write.
+// one of them makes all the others one step older. When they are full, those clearly older than the average
+// are evicted, so that one eviction makes room for many blocks. Blocks that follow each other on disk go in
+// one write.
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -42,7 +43,7 @@ void write_slots(ICB *icb, std::array<int, slot_count> &slots, int count) {
     }
 }
 
-/// Evicts the slots at or below an age; returns the lowest of them.
+/// Evicts the slots at or below an age; returns the lowest slot freed.
 int evict(ICB *icb, int threshold) {
     std::array<int, slot_count> dirty;
     std::array<int, slot_count> gone;
@@ -92,7 +93,7 @@ std::size_t find_slot(ICB *icb, std::int32_t block, bool &hit) {
     if (free_slot < 0) {
         free_slot = evict(icb, static_cast<int>(sum / slot_count));
         if (free_slot < 0) {
-            // All ages alike and above the threshold, which only a very high average brings about.
+            // All ages are equal and above the threshold, which happens only when the average is very high.
             free_slot =
                 static_cast<int>(std::min_element(cage.begin() + icb->nkeys, cage.end()) - cage.begin());
             evict(icb, cage[static_cast<std::size_t>(free_slot)]);

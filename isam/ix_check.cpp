@@ -1,5 +1,5 @@
-// IXCHECK: the lengths of the halves, the mark of an unfinished update, and the free chain. The trees are
-// not looked at. And what is made of a pair that a program has left unsound, before it is opened again.
+// IXCHECK: the lengths of the halves, the mark of an unfinished update, and the free chain. The trees are not
+// looked at. Also the mending of a pair that a program left unsound, before it is opened again.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -13,10 +13,10 @@
 
 namespace {
 
-/// Blocks short of the limit at which the operator is warned.
+/// The operator is warned when fewer blocks than this are left below the limit.
 constexpr int near_limit = 648;
 
-/// Follows the free chain. Returns its length; -1 when it doesn't end, or leads to what isn't a free record.
+/// Follows the free chain. Returns its length; -1 when it doesn't end, or leads to a record that isn't free.
 std::int32_t walk_free_chain(ICB *icb, const char *data_path) {
     const int reclen = icb->reclen;
     const std::time_t start = std::time(nullptr);
@@ -50,7 +50,7 @@ std::int32_t walk_free_chain(ICB *icb, const char *data_path) {
     return position >= 0 ? -1 : count;
 }
 
-/// Warns of an index half that is nearly full; ends the program when the operator will not go on.
+/// Warns of an index half that is nearly full; ends the program when the operator doesn't want to go on.
 void warn_of_limit(const ICB *icb) {
     if (icb->nblocks <= ix_block_limit - near_limit) {
         return;
@@ -65,7 +65,7 @@ void warn_of_limit(const ICB *icb) {
     }
 }
 
-/// The check proper, under the header lock; `quiet` without the warning of a nearly full index half.
+/// The check proper, under the header lock. With `quiet` there is no warning of a nearly full index half.
 std::int32_t check_pair(ICB *icb, const ix_names &names, bool quiet) {
     const off_t index_size = ix_fd_size(icb->ixfd);
     if (icb->inupdate != 0 || index_size != off_t{icb->nblocks} * ix_block_size) {
@@ -89,7 +89,7 @@ std::int32_t check_pair(ICB *icb, const ix_names &names, bool quiet) {
     return result;
 }
 
-/// A pair under its header lock: as it stands between the updates of others.
+/// A look at a pair under its header lock, so never in the middle of another program's update.
 class glance {
 public:
     explicit glance(const char *name) {
@@ -102,7 +102,7 @@ public:
             return;
         }
         icb = ix_new_icb(name, names, ixfd, -1, ix_shared);
-        // The lock tells the operator whose file he waits for.
+        // The header is read first, since the wait for the lock shows the operator the file's name.
         file_read_at(ixfd, static_cast<ix_header *>(icb), offsetof(ix_header, inupdate), 0);
         IXLOCK(icb, ix_lock_header);
         readable = file_read_at(ixfd, static_cast<ix_header *>(icb), ix_header_size, 0) == ix_header_size &&
@@ -118,11 +118,11 @@ public:
     glance(const glance &) = delete;
     glance &operator=(const glance &) = delete;
 
-    /// Both halves are there, in a form that can be judged.
+    /// True when both halves are there, in a form that can be judged.
     [[nodiscard]] bool whole() const {
         return readable && data_size >= 0;
     }
-    /// The header that a rebuild begins with, beside records.
+    /// True for the header that a rebuild starts with while there are records: the rebuild died.
     [[nodiscard]] bool rebuild_died() const {
         return icb->nrecs == 0 && icb->freehead == -1 && icb->nblocks == icb->nkeys + 2 && data_size > 0;
     }
@@ -132,7 +132,8 @@ public:
     [[nodiscard]] bool sound() {
         return check_pair(icb, names, true) >= 0;
     }
-    /// Cuts off the part of a record that a dying insertion has left at the end; no rebuild would take it.
+    /// Cuts off the part of a record that an insertion left at the end when it died; a rebuild would refuse
+    /// it.
     void cut_begun_record() {
         const off_t counted = off_t{icb->nrecs} * icb->reclen;
         if (icb->inupdate != 0 && counted >= 0 && ix_definition_sound(*icb) && data_size > counted &&
@@ -140,8 +141,9 @@ public:
             data_size = counted;
         }
     }
-    /// No record of the data half is missing, and a rebuild will take for records what is one. A length that
-    /// the caller knows proves the definition; else the counts have to agree with it.
+    /// True when no record of the data half is missing and a rebuild would divide it into the right records.
+    /// A record length that the caller knows proves that the definition is right; otherwise the counts must
+    /// agree.
     [[nodiscard]] bool has_records(std::size_t record_bytes) const {
         if (icb->reclen < 1 || data_size % icb->reclen != 0) {
             return false;
@@ -151,7 +153,7 @@ public:
         return rebuild_died() || (behind >= 0 && (known || behind <= (icb->inupdate != 0 ? 1 : 0)));
     }
 
-    bool in_use = false;  ///< by an open ICB of this process
+    bool in_use = false;  ///< an ICB of this process has the pair open
 
 private:
     ix_names names{};
@@ -188,7 +190,7 @@ std::int32_t IXCHECK(const char *name) {
         }
         ix_stamp_version(header, ixfd);
     }
-    // `inupdate` stays zero here, so that the read of block 0 isn't refused for it.
+    // `inupdate` stays zero here, or the read of block 0 would be refused.
     file_read_at(ixfd, static_cast<ix_header *>(icb), offsetof(ix_header, inupdate), 0);
     IXLOCK(icb, ix_lock_header);
     IXRDIX(icb, 0);
@@ -217,8 +219,8 @@ void ix_mend(const char *name, std::size_t record_bytes) {
             wanted = at.has_records(record_bytes);
         }
     }
-    // A program that opens the pair at this moment does no harm: the rebuild waits until it has the pair
-    // alone.
+    // Another program may use the pair before the rebuild starts. That does no harm: the rebuild waits until
+    // it has the whole pair to itself.
     if (wanted) {
         IXBLDIX(name);
     }

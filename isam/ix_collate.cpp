@@ -13,7 +13,7 @@ struct letter {
     char secondary;
 };
 
-// Code page 850. The secondary weights of grave and acute are as the package has them.
+// Code page 850. The secondary weights of grave and acute are those of the other programs of the package.
 constexpr letter letters[] = {
     {128, 'C', '5'},  {135, 'C', '5'}, {129, 'U', '"'}, {154, 'U', '"'},  {130, 'E', '`'},  {131, 'A', '^'},
     {182, 'A', '^'},  {132, 'A', '"'}, {142, 'A', '"'}, {133, 'A', '\''}, {183, 'A', '\''}, {134, 'A', '*'},
@@ -53,7 +53,7 @@ constexpr ix_weights make_weights() {
 
 constexpr std::size_t longest = 256;
 
-/// The weights of a field, both strings zero-padded.
+/// The weights of a field: two strings, each padded with zeros.
 struct weighed {
     std::uint8_t primary[2 * longest] = {};
     std::uint8_t secondary[longest] = {};
@@ -76,8 +76,8 @@ struct weighed {
     }
 };
 
-/// Both strings in full, for fields where bytes no longer stand below each other. Behind the longer of the
-/// two primary strings both are zero, so comparing the whole areas is comparing up to there.
+/// Compares the weights of both fields in full, for fields whose bytes no longer line up. After the longer of
+/// the two primary strings both areas are zero, so comparing whole areas gives the same result.
 int compare_shifted(const std::uint8_t *a, const std::uint8_t *b, std::size_t n) {
     const weighed left(a, n);
     const weighed right(b, n);
@@ -93,8 +93,8 @@ int coll_cmp(const void *a, const void *b, int n) {
     const auto *x = static_cast<const std::uint8_t *>(a);
     const auto *y = static_cast<const std::uint8_t *>(b);
     const std::size_t length = n <= 0 ? 0 : std::min(static_cast<std::size_t>(n), longest);
-    // Equal bytes give equal weights on both sides, whatever their kind, so up to the first unequal bytes of
-    // an unusual kind the weights of both fields stand in step.
+    // Equal bytes give equal weights on both sides, whatever their kind. So the weights of both fields line
+    // up until the first unequal bytes of an unusual kind.
     int accent = 0;
     for (std::size_t i = 0; i < length; ++i) {
         const std::uint8_t p = x[i];

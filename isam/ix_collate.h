@@ -1,5 +1,5 @@
 // Order of text in keys: each byte has a primary weight (the letter without case and accent) and a secondary
-// weight (the accent). Three bytes count as two letters; control characters weigh nothing at first.
+// weight (the accent). Three bytes count as two letters; control characters have no primary weight.
 #pragma once
 
 #include <array>
@@ -8,7 +8,7 @@
 struct ix_weights {
     std::array<std::uint8_t, 256> primary;
     std::array<std::uint8_t, 256> secondary;
-    /// 0: gives one primary weight. 1: gives none. 2: gives two, the two table values, and no secondary.
+    /// 0: one primary weight. 1: none. 2: two, which are the two table values, and no secondary weight.
     std::array<std::uint8_t, 256> kind;
 };
 

@@ -1,4 +1,4 @@
-// The definition of a file, by texts, and what is derived from it.
+// The definition of a file, given as texts, and what is derived from it.
 #include <algorithm>
 #include <climits>
 #include <cstdio>
@@ -13,12 +13,12 @@ namespace {
 
 constexpr std::size_t definition_size = 133;
 
-// The one definition in the making.
+// The one definition being made.
 char *pending_text = nullptr;
 int pending_key = -1;
 const char *pending_base = nullptr;
 
-/// Takes the next token off `text`, stripped of blanks; empty at the end.
+/// Cuts the next token off `text` and strips its blanks; empty at the end.
 std::string next_token(std::string_view &text) {
     const std::size_t comma = text.find(',');
     std::string_view token = text.substr(0, comma);
@@ -42,7 +42,7 @@ int order_of(int klen) {
     return ix_entry_bytes / (klen + 4);
 }
 
-/// Bytes of a segment; its ends are single bytes, and so is what their difference is taken in.
+/// Length of a segment. Its ends are single bytes, and so their difference is taken in a single byte.
 int segment_length(const ix_keydef &def, int s) {
     return static_cast<std::uint8_t>(def.send[s] - def.sstart[s]) + 1;
 }
@@ -97,8 +97,8 @@ void define_key(ICB *icb, int keynr, std::string_view text) {
     }
 }
 
-// Fills in and doesn't return the plan: g++ 12 drops calls of a function that does nothing but store such a
-// result in place.
+// Fills in the plan instead of returning it: g++ 12 drops calls of a function that does nothing but store
+// such a result in place.
 void make_plan(const ix_keydef &def, ix_plan &plan) {
     plan = {};
     plan.integers = true;
@@ -160,7 +160,7 @@ bool ix_same_definition(const ix_header &a, const ix_header &b) {
 }
 
 bool ix_header_sound(const ix_header &header, off_t index_size, off_t data_size, bool temporary) {
-    // The data half of the temporary flavour may be that of another pair, and then follows other counts.
+    // In the temporary flavour the data half may belong to another pair, and then follows that pair's counts.
     return ix_definition_sound(header) && header.nblocks >= header.nkeys + 2 &&
            header.nblocks <= ix_block_limit && off_t{header.nblocks} * ix_block_size <= index_size &&
            header.nrecs >= 0 && off_t{header.nrecs} * header.reclen <= INT_MAX &&

@@ -1,9 +1,9 @@
 // The descriptors of the store, and the locks that this process holds through them.
 //
-// The system keeps record locks by process and file, not by descriptor: whoever closes any descriptor of a
-// file drops every lock of the process on it, and an unlock by one handle takes the lock of another handle
-// with it. Two ICBs on one pair must not do that to each other. So there is a table of the files that are
-// open, by device and inode:
+// The system keeps record locks by process and file, not by descriptor: closing any descriptor of a file
+// drops every lock of the process on it, and an unlock through one handle also removes the lock of another.
+// Two ICBs on one pair must not do that to each other. So there is a table of the open files, by device and
+// inode:
 //
 // 1. A descriptor whose file has another user in this process isn't closed but parked, and serves the next
 //    opening; the last user closes them all. (A descriptor that is opened past this table still drops the
@@ -26,7 +26,7 @@ namespace {
 
 struct held_range {
     off_t start;
-    off_t end;  // first byte after it
+    off_t end;  // first byte after the range
     const ICB *owner;
 };
 
@@ -38,7 +38,7 @@ struct open_file {
     std::vector<held_range> held;
 };
 
-// Never destroyed: what is closed on the way out of the process still looks into it.
+// Never destroyed: files closed while the process ends still use it.
 std::vector<open_file> &files = *new std::vector<open_file>;
 
 open_file *file_of(int fd) {
@@ -60,7 +60,7 @@ void unlock(int fd, off_t start, off_t end) {
     }
 }
 
-/// Unlocks the parts of a range that are in no noted range.
+/// Unlocks the parts of a range that lie in no noted range.
 void unlock_uncovered(const open_file &file, int fd, off_t start, off_t end) {
     std::vector<held_range> over;
     for (const held_range &range : file.held) {
@@ -77,7 +77,7 @@ void unlock_uncovered(const open_file &file, int fd, off_t start, off_t end) {
     unlock(fd, start, end);
 }
 
-/// A sole lock on a range of which another ICB of this process covers a part.
+/// Takes a sole lock on a range that another ICB of this process holds in part.
 bool sole_beside(const open_file &file, int fd, off_t start, off_t end) {
     struct flock lock {};
     lock.l_type = F_RDLCK;
@@ -94,8 +94,8 @@ bool sole_beside(const open_file &file, int fd, off_t start, off_t end) {
     return false;
 }
 
-/// A parked descriptor of the file at `path` that can do what is asked, so that a file that stays open in
-/// one place and is opened over and over in another doesn't use up the descriptors; -1 when there is none.
+/// A parked descriptor of the file at `path` that has the access asked for; -1 when there is none. Without it
+/// a file that stays open in x opened over and over in another would use up the descriptors.
 int take_parked(const char *path, int flags) {
     struct stat info {};
     if ((flags & O_TRUNC) != 0 || stat(path, &info) != 0) {

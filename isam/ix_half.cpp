@@ -5,13 +5,14 @@
 // plain writes, which the mapping shows as well.
 //
 // - A mapping reaches beyond the end of the file, to leave room for growth. Only bytes below `known`, the
-//   size as last seen, are touched; a place beyond that asks for the size again and maps more if need be.
+//   size as last seen, are touched; for a place past that the size is asked for again, and more is mapped if
+//   need be.
 // - Another process may cut the half meanwhile (a rebuild, an emptied file). The rest of the page that the
 //   end falls in then reads as zeros, and pages after it raise SIGBUS. The handler puts a page of zeros in
-//   place and marks the view as lost; the reader, who looks at the mark after each copy, drops the view and
-//   reads through the system instead. A block of zeros is never a sound block, and a record of zeros is
-//   rare; both are read once more through the system before they are believed. So a half cut short is seen
-//   as a read that returns nothing, as ever.
+//   place and marks the view as lost. The reader looks at the mark after each copy; it then drops the view
+//   and reads through the system instead. A block of zeros is never sound and a record of zeros is rare, so
+//   both are read again through the system before they are believed. A half cut short thus shows as a read
+//   that returns nothing, just as without a view.
 // - A half that can't be mapped is read with pread.
 //
 // A block is copied before it is looked at: it may be half-written at the moment of the copy, but it can't
@@ -54,7 +55,7 @@ void on_bus_error(int, siginfo_t *info, void *) {
             }
         }
     }
-    sigaction(SIGBUS, &previous_action, nullptr);  // not ours: the access faults again
+    sigaction(SIGBUS, &previous_action, nullptr);  // not ours: the access will fault again
 }
 
 void catch_bus_errors() {
@@ -94,7 +95,7 @@ bool view_map(ix_view &view, int fd, off_t size) {
     return true;
 }
 
-/// Makes the bytes up to `end` readable through the view; false when the file ends before, or can't be
+/// Makes the bytes up to `end` readable through the view; false when the file ends before that or can't be
 /// mapped.
 bool view_reach(ix_view &view, int fd, off_t end) {
     if (view.refused) {
@@ -108,7 +109,7 @@ bool view_reach(ix_view &view, int fd, off_t end) {
     return end <= size && view_map(view, fd, size);
 }
 
-/// True when what was just copied from the view is to be believed.
+/// True when what was just copied from the view can be believed.
 bool view_intact(ix_view &view) {
     std::atomic_signal_fence(std::memory_order_seq_cst);
     if (slots[static_cast<std::size_t>(view.slot - 1)].lost != 0) {
@@ -183,7 +184,7 @@ void ix_write_blocks(ICB *icb, std::int32_t block, const void *from, int count) 
 
 namespace {
 
-/// Place of a record; a place that the format's offsets can't reach ends the program.
+/// Place of a record; ends the program when the format's offsets can't reach it.
 off_t seek_record(const ICB *icb, std::int32_t number) {
     const off_t offset = off_t{number} * icb->reclen;
     if (offset < 0 || offset > INT_MAX) {
@@ -216,7 +217,7 @@ void ix_write_record(ICB *icb, const void *record, std::int32_t number) {
     const off_t offset = seek_record(icb, number);
     const auto size = static_cast<std::size_t>(icb->reclen);
     if (!file_write_at(icb->datfd, record, size, offset)) {
-        // A part of a record at the end would keep the pair from being rebuilt.
+        // Part of a record at the end would keep the pair from being rebuilt.
         const int error = errno;
         const off_t end = ix_fd_size(icb->datfd);
         if (end > offset && end < offset + static_cast<off_t>(size)) {

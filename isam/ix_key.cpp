@@ -94,8 +94,8 @@ int IXCOMP(const ICB *icb, const void *a, const void *b, int length) {
                           static_cast<const std::uint8_t *>(b), length);
 }
 
-// Entries ascend, and a comparison over fewer bytes ascends with them, so halving finds the very entry that
-// going through them one by one finds.
+// Entries ascend, also when fewer bytes are compared. So a binary search finds the same entry as going
+// through them one by one.
 int ix_locate(const ix_plan &plan, const std::uint8_t *entries, int count, const std::uint8_t *key,
               int length, bool above) {
     int low = 0;

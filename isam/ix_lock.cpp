@@ -24,8 +24,8 @@ void lock_until_granted(lock_action action, ICB *icb, int fd, off_t start, off_t
     }
 }
 
-/// Both halves. Whoever updates the file holds the header while he tries for a free record, so waiting for
-/// the header with all records held would never end: they are given up for the time of the wait.
+/// Locks both halves. A program that updates the file holds the header while it tries to lock a free record.
+/// Waiting for the header with all records locked would never end, so they are given up during the wait.
 void lock_whole_file(ICB *icb) {
     for (;;) {
         if (icb->tempfile == 0) {
@@ -42,7 +42,7 @@ void lock_whole_file(ICB *icb) {
     }
 }
 
-/// The lock block, held for one look at it. The block that was in hand comes back at the end.
+/// The lock block, locked while it is looked at. The block that was current is current again at the end.
 struct lock_queue {
     ICB *icb;
     std::int32_t noted;
@@ -57,7 +57,7 @@ struct lock_queue {
         lock_until_granted(lock_action::exclusive, icb, icb->ixfd, range(), ix_block_size);
         IXRDIX(icb, number);
         if (icb->curblk != number) {
-            ix_inconsistent(icb);  // the half ends before its lock block, and a root came instead
+            ix_inconsistent(icb);  // the half ends before its lock block, and a root was read instead
         }
         count = std::min<int>(icb->blk.bcount, ix_entry_bytes / klen);
         for (int n = 0; n < count && found < 0; ++n) {
@@ -71,7 +71,7 @@ struct lock_queue {
         ix_range_lock(lock_action::unlock, icb, icb->ixfd, range(), ix_block_size);
         IXRDIX(icb, noted);
         if (icb->blk.bkey != key && key >= 1) {
-            ix_root(icb, key);  // a rebuild meanwhile gave the block to another key, or took it away
+            ix_root(icb, key);  // a rebuild meanwhile gave the block to another key or removed it
         }
     }
 
@@ -107,7 +107,7 @@ bool reserve_key(ICB *icb) {
 }
 
 void release_key(ICB *icb) {
-    // The queue is nearly always empty, and a reservation of this process can't have left it unseen.
+    // The queue is nearly always empty, and then no reservation of this process can be in it.
     ix_block queue_block;
     if (ix_read_block(icb, icb->nkeys + 1, &queue_block) && queue_block.bcount == 0) {
         return;
@@ -160,7 +160,7 @@ bool IXLOCK(ICB *icb, int number) {
             ix_range_lock(lock_action::unlock, icb, icb->ixfd, 0, ix_block_size);
             return true;
         case ix_unlock_header:
-            // The header's range is a part of the whole-file lock, which an update must not give away.
+            // The header's range is part of the whole-file lock, which an update must not give up.
             if (icb->flocked == 0) {
                 ix_range_lock(lock_action::unlock, icb, icb->ixfd, 0, ix_block_size);
             }

@@ -15,10 +15,10 @@
 
 namespace {
 
-/// Bytes of the header that are read first: up to, and not with, `inupdate`.
+/// Bytes of the header that are read first: up to `inupdate`, without it.
 constexpr int header_head = offsetof(ix_header, inupdate);
 
-/// Writes past a limit on file sizes are to fail, and not to kill.
+/// A write past a limit on file sizes must fail, not kill the program.
 void ignore_size_signal() {
     struct sigaction action {};
     if (sigaction(SIGXFSZ, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
@@ -76,7 +76,7 @@ bool same_file(const char *path, int fd) {
            named.st_ino == open.st_ino;
 }
 
-/// Gives the ICB the file of that name, made if need be, unless it has it already.
+/// Opens the file of that name for the ICB, unless it already has it; makes the file if need be.
 void reopen(ICB *icb, std::int32_t &fd, ix_view &view, const std::string &path) {
     if (same_file(path.c_str(), fd)) {
         return;
@@ -104,7 +104,7 @@ bool ix_resolve(const char *name, ix_names &names) {
     if (length == 0 || length + 5 > sizeof names.index) {
         return false;
     }
-    // A full stop in the directory part is none of the name's.
+    // A full stop in the directory part does not count.
     const char *base = std::strrchr(name, '/');
     const char *stop = std::strchr(base == nullptr ? name : base, '.');
     names.temporary = stop != nullptr;
@@ -167,7 +167,7 @@ void ix_tell_version(const ix_header &header, bool temporary, int blanks) {
 void ix_stamp_version(ix_header &header, int ixfd) {
     if (header.version != ix_version && header.version != ix_old_version) {
         header.version = ix_version;
-        // Only the version's own bytes go back: another user may be writing the counts.
+        // Only the bytes of the version are written: another user may be writing the counts.
         file_write_at(ixfd, &header.version, sizeof header.version, offsetof(ix_header, version));
     }
 }
@@ -210,7 +210,7 @@ ICB *IXOPEN(const char *name, int mode) {
     IXLOCK(icb, ix_unlock_header);
     if (mode == ix_exclusive) {
         IXLOCK(icb, ix_lock_file);
-        read_header(icb, names);  // others may have worked in the file until now
+        read_header(icb, names);  // others may have changed the file until now
     }
     IXSWITCH(icb, 1);
     return icb;

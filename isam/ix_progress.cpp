@@ -1,4 +1,4 @@
-// Progress of long work. The bar itself is drawn by the screen.
+// Progress of long work. The screen layer draws the bar.
 #include <cstdarg>
 #include <cstdio>
 

@@ -1,16 +1,16 @@
-// IXBLDIX: rebuilds the index half from the data half and the definition in the old header.
+// IXBLDIX: makes the index half anew from the data half and the definition in the old header.
 //
 // 1. Read and test the old header. Nothing is changed before it has passed.
 // 2. Lock the whole pair. Write the new header, with all counts at their start and the mark of an unfinished
-//    update, over the old one; then cut the index half. A rebuild that dies is noticed by that mark. Without
-//    it, a program that has the pair open would go on after its lock is gone as if the file were empty, and
-//    write its next record over the first.
-// 3. Read the data half once, in chunks. Link free records into the new chain. Gather the entries of live
-//    ones, for each key apart.
+//    update, over the old one; then cut the index half. The mark shows when a rebuild has died. Without it, a
+//    program that has the pair open would then go on as if the file were empty, and write its next record
+//    over the first.
+// 3. Read the data half once, in chunks. Link free records into the new chain. Gather the entries of the live
+//    ones, separately for each key.
 // 4. When the area for entries is full, and at the end: for each key put the gathered entries in key order,
-//    and insert them in the tree through the block cache. In key order each leaf is met once, whatever the
-//    order of the records.
-// 5. Write the cache, and at closing the header with its true counts.
+//    and insert them in the tree through the block cache. In key order each leaf is visited once, whatever
+//    the order of the records.
+// 5. Write the cache, and on closing the header with its true counts.
 #include <fcntl.h>
 
 #include <algorithm>
@@ -34,8 +34,8 @@ constexpr std::size_t chunk_least = 1024;
 constexpr std::size_t chunk_most = 16384;
 constexpr std::size_t area_least = 1 << 16;
 
-/// An entry in the order to come: the 8 bytes of its sorting form in which entries differ first, and its
-/// place among those gathered.
+/// An entry to be sorted: the first 8 bytes of its sorting form in which entries differ, and its place among
+/// those gathered.
 struct ranked {
     std::uint64_t rank;
     std::uint32_t at;
@@ -54,7 +54,7 @@ struct stretch {
         for (int k = 0; k < icb->nkeys; ++k) {
             each += static_cast<std::size_t>(icb->plan[k].esize);
         }
-        // No more than the data half can fill.
+        // No more than the records of the data half need.
         const std::size_t most = std::clamp((records + 1) * each, area_least, ix_rebuild_area);
         const std::size_t size = mem_largest(&area, area_least, most);
         room = size / each;
@@ -123,7 +123,7 @@ void rank_entries(const ix_plan &plan, const std::uint8_t *entries, std::span<ra
     });
 }
 
-/// Inserts entries that come in key order. The leaf in hand is written when the next entry lies outside.
+/// Inserts entries that come in key order. The current leaf is written when the next entry lies outside it.
 struct inserter {
     ICB *icb;
     const ix_plan &plan;
@@ -157,7 +157,7 @@ struct inserter {
         changed = false;
     }
 
-    /// Writes the leaf in hand.
+    /// Writes the current leaf.
     void leave() {
         if (changed) {
             IXWRIX(icb, icb->curblk);
@@ -166,9 +166,9 @@ struct inserter {
         in_leaf = false;
     }
 
-    /// Steps to the place of an entry in the leaf in hand, which is not before `at`. False when it lies
-    /// after the leaf, and for an equal of the entry inserted last: it goes before all its equals, and some
-    /// may stand in other leaves.
+    /// Moves to the place of an entry in the current leaf, which is not before `at`. False when the place
+    /// lies past the leaf, and when the entry equals the one inserted last: it goes before all its equals,
+    /// and some of them may be in other leaves.
     bool place_in_leaf(const std::uint8_t *entry) {
         const int count = icb->blk.bcount;
         const std::uint8_t *last = icb->blk.bentries + (at - 1) * plan.esize;
@@ -195,7 +195,7 @@ struct inserter {
         at = IXLOCKEY(icb, plan.klen);
         while (icb->blk.blevel > 1) {
             if (at >= icb->blk.bcount) {
-                ix_inconsistent(icb);  // a key of all 0xFF lies before the sentinel, no key after it
+                ix_inconsistent(icb);  // even a key of all 0xFF lies before the sentinel
             }
             IXRDIX(icb, ix_pointer(plan, icb->cur));
             at = IXLOCKEY(icb, plan.klen);
@@ -248,8 +248,8 @@ bool read_old_header(const ix_names &names, ix_header &header) {
     return whole;
 }
 
-/// Opens the pair for the rebuild, the data half made if need be, under the whole-file lock. The lock tells
-/// the operator by `header` whose file he waits for.
+/// Opens the pair for the rebuild under the whole-file lock, and makes the data half if need be. While it
+/// waits for the lock the operator is shown the file's name from `header`.
 ICB *open_for_rebuild(const char *name, const ix_names &names, const ix_header &header) {
     const bool existed = file_exists(names.data);
     const int datfd = ix_fd_open(names.data, O_RDWR | O_CREAT);
@@ -267,13 +267,13 @@ ICB *open_for_rebuild(const char *name, const ix_names &names, const ix_header &
     return icb;
 }
 
-/// Gives the pair back without writing its header.
+/// Closes the pair without writing its header.
 void give_back(ICB *icb) {
     IXLOCK(icb, ix_unlock_file);
     ix_free_icb(icb);
 }
 
-/// Steps 3 and 4. `recno` ends as the count of records.
+/// Steps 3 and 4. `recno` is the number of records afterwards.
 bool read_records(ICB *icb, stretch &gathered, std::span<std::uint8_t> chunk, std::uint32_t total) {
     const auto reclen = static_cast<std::size_t>(icb->reclen);
     std::int32_t number = 0;
@@ -304,8 +304,8 @@ bool read_records(ICB *icb, stretch &gathered, std::span<std::uint8_t> chunk, st
     return insert_stretch(icb, gathered);
 }
 
-/// Rebuilds the index half by the header in the ICB from `data_size` bytes of records, and gives the pair
-/// back. False at the limit of block numbers; the mark of the unfinished update then stays on disk.
+/// Makes the index half anew from the header in the ICB and `data_size` bytes of records, and closes the
+/// pair. False at the limit of block numbers; the mark of the unfinished update then stays on disk.
 bool build_index(ICB *icb, stretch &gathered, std::span<std::uint8_t> chunk, off_t data_size) {
     const std::string name(icb->fname, strnlen(icb->fname, sizeof icb->fname));
     if (IOCACHE(cache_action::init, icb, 0) == 0) {
@@ -346,7 +346,7 @@ bool IXBLDIX(const char *name) {
     if (!read_old_header(names, header)) {
         return false;
     }
-    // The definition is tested in the form that it will have: at most five keys, and their orders computed.
+    // The definition is tested in its final form: at most five keys, with their orders computed.
     ICB trial{};
     static_cast<ix_header &>(trial) = header;
     ix_limit_keys(&trial);
@@ -368,7 +368,7 @@ bool IXBLDIX(const char *name) {
     }
 
     ICB *icb = open_for_rebuild(name, names, trial);
-    // Others may have worked in the pair until the lock was granted, and even have rebuilt it.
+    // Until the lock was granted others may have changed the pair, or even made it anew.
     const off_t data_size = ix_fd_size(icb->datfd);
     ICB now{};
     file_read_at(icb->ixfd, static_cast<ix_header *>(&now), ix_header_size, 0);

@@ -1,7 +1,7 @@
 // Reading: by key, along a key, by record number.
 //
-// A walk that meets an entry whose record is dead, which only a damaged file has, goes on after that
-// entry's own key. Keys rise (or fall) strictly from step to step, so a walk ends in any tree.
+// A walk that meets an entry whose record is dead, which only a damaged file has, goes on from that entry's
+// own key. Keys always rise (or always fall) from step to step, so a walk ends in any tree.
 #include <climits>
 
 #include "isam/store_internal.h"
@@ -18,19 +18,19 @@ std::int32_t first_from(ICB *icb, int length) {
     return found >= 0 ? found : IXSEARCH(icb, ix_relation::greater, length);
 }
 
-/// Finds the key before `skey`. The search for the key itself brings its leaf in hand.
+/// Finds the key before `skey`. The search for the key itself makes its leaf current.
 std::int32_t step_back(ICB *icb, int length) {
     IXSEARCH(icb, ix_relation::equal, length);
     return IXSEARCH(icb, ix_relation::less, length);
 }
 
-/// Ends a step of a walk: within the group of `group` bytes that `skey` had at the start, to a live record.
+/// Ends a step of a walk: goes on to a live record whose key still has the first `parts` segments of `skey`.
 bool walk_to_record(ICB *icb, void *record, int parts, bool forward) {
     const int klen = ix_current_plan(icb).klen;
     const int group = parts > 0 ? IXKEYLEN(icb, parts) : 0;
     std::uint8_t start[ix_max_klen];
     std::memcpy(start, icb->skey, sizeof start);
-    std::int32_t left = icb->nrecs;  // entries out of order can lead in a circle
+    std::int32_t left = icb->nrecs;  // entries out of order can lead round in a circle
     while (icb->recno >= 0) {
         if (group > 0 && IXCOMP(icb, start, icb->cur, group) != 0) {
             icb->recno = -1;
@@ -49,7 +49,8 @@ bool walk_to_record(ICB *icb, void *record, int parts, bool forward) {
     return icb->recno >= 0;
 }
 
-/// Ends a step by partial key: the segments before the last one are held, and the key goes into the record.
+/// Ends a step by partial key: the segments before the last one must be the same; the key goes into the
+/// record.
 bool key_to_record(ICB *icb, void *record, int parts) {
     if (icb->recno >= 0 && parts > 1 && IXCOMP(icb, icb->skey, icb->cur, IXKEYLEN(icb, parts - 1)) != 0) {
         icb->recno = -1;
@@ -71,8 +72,8 @@ void build_whole(ICB *icb, const void *record) {
     ix_build_key(ix_current_plan(icb), icb->skey, static_cast<const std::uint8_t *>(record), icb->recno);
 }
 
-/// Whether the key is really absent. A search beside another user's update may miss a key that is there;
-/// under the header lock none can be under way.
+/// Whether the key is really absent. A search during another user's update may miss a key that is there;
+/// under the header lock no update can be under way.
 bool truly_absent(ICB *icb, int klen) {
     if (icb->flocked != 0) {
         return true;
@@ -119,7 +120,7 @@ bool IXREAD(ICB *icb, void *record) {
 }
 
 // Between the search and the grant of the lock another user may have written or deleted the key. So the
-// search is done again under the lock, and the lock is given up when it no longer fits what is found.
+// search is repeated under the lock, and the lock is given up when it no longer fits what is found.
 bool IXREADLOCK(ICB *icb, void *record) {
     ix_demand(icb, "IXREADLOCK");
     build_whole(icb, record);

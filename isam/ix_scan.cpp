@@ -1,4 +1,4 @@
-// IXSEQ: the data half front to back, past the index.
+// IXSEQ: reads the data half from front to back without the index.
 #include <cstdlib>
 
 #include "isam/store_internal.h"
@@ -11,7 +11,7 @@ constexpr std::size_t scan_bytes = 16384;
 struct {
     const ICB *owner;
     std::uint8_t *buffer;
-    std::int32_t room;   // records that the buffer holds
+    std::int32_t room;   // records that the buffer can hold
     std::int32_t first;  // record at its start
     std::int32_t count;  // records read into it
 } scan;
@@ -36,7 +36,7 @@ bool begin_scan(ICB *icb) {
     return true;
 }
 
-/// Reads the stretch after `recno`. False when there is nothing there, or the user breaks off.
+/// Reads the records after `recno` into the buffer. False when there are none, or the user breaks off.
 bool fill_buffer(ICB *icb) {
     if (isam_operator.interrupted != nullptr && isam_operator.interrupted()) {
         return false;
@@ -64,7 +64,7 @@ void ix_scan_forget(const ICB *icb) {
 bool IXSEQ(ICB *icb, void *record) {
     ix_demand(icb, "IXSEQ");
     if (scan.owner != icb) {
-        end_scan();  // a scan of another file that wasn't run to its end
+        end_scan();  // the scan of another file did not run to its end
         if (!begin_scan(icb)) {
             return false;
         }

@@ -1,15 +1,15 @@
 // Reading blocks, and the search.
 //
-// A search starts from the block in hand and not from the root:
+// A search starts from the current block, not from the root:
 //
-// 1. Unless the file is ours alone, read that block afresh.
+// 1. Unless the file is ours alone, read that block again.
 // 2. Climb while the key may lie outside the block, by the parents noted on the last descent.
 // 3. Descend to the leaf.
 //
-// Readers take no lock, and may meet a tree in the middle of another process's update, or parents noted
-// long ago. So nothing that is read is believed before it is tested: on the climb whatever can't be the
-// parent leads to the root, and on the descent it leads to a fresh start there. It is damage when the file
-// is ours alone, or when it is still met while no process is at work in the tree.
+// Readers take no lock, and may meet a tree in the middle of another process's update, or parents noted long
+// ago. So everything that is read is tested first. A block that can't be right leads to the root on the
+// climb, and to a new start at the root on the descent. It counts as damage when the file is ours alone, or
+// when it is still found while no process is at work in the tree.
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,7 +21,7 @@ int ix_block_limit = 4194304;
 
 namespace {
 
-/// Tells of a block that isn't there, on the last line of the screen.
+/// Reports a block that isn't there, on the last line of the screen.
 void tell_missing_block(const ICB *icb, int block) {
     if (isam_operator.last_line != nullptr) {
         char text[80];
@@ -31,17 +31,17 @@ void tell_missing_block(const ICB *icb, int block) {
     }
 }
 
-/// True when the block's own numbers are such as a sound tree of key `key` has them.
+/// True when the block's own numbers can be those of a sound tree of key `key`.
 bool numbers_sound(const ix_block &block, const ix_plan &plan, int key) {
     return block.bkey == key && block.blevel >= 1 && block.blevel <= ix_max_level && block.bcount >= 1 &&
            block.bcount <= plan.korder;
 }
 
-/// What a search meets.
+/// The result of a search.
 enum class outcome { found, absent, unsound };
 
-/// Looks at a block on the climb without reading it in. True when the key may lie outside of it, so that
-/// the way goes on to `up`; false when it is to be read in, or can't be looked at.
+/// Looks at a block on the climb without reading it in. True when the key may lie outside it, so that the
+/// climb goes on to `up`; false when the block must be read in, or can't be looked at.
 bool pass_by(ICB *icb, const ix_plan &plan, int key, std::int32_t number, int low, int high, int length,
              std::int32_t &up) {
     if (icb->cached != 0 || number == key) {
@@ -66,7 +66,7 @@ bool pass_by(ICB *icb, const ix_plan &plan, int key, std::int32_t number, int lo
     return up >= 1;
 }
 
-/// Brings the block in hand up to one that holds the place of the key: at the latest the root.
+/// Climbs from the current block to one that holds the place of the key, the root at the latest.
 void climb(ICB *icb, const ix_plan &plan, int key, int low, int high, int length) {
     while (icb->curblk != key) {
         std::int32_t up = key;
@@ -95,7 +95,7 @@ void climb(ICB *icb, const ix_plan &plan, int key, int low, int high, int length
     }
 }
 
-/// Goes down from the block in hand. `result` is the pointer of the entry found.
+/// Goes down from the current block. `result` is the pointer of the entry found.
 outcome descend(ICB *icb, const ix_plan &plan, int key, ix_relation relation, int length,
                 std::int32_t &result) {
     result = -1;
@@ -115,7 +115,8 @@ outcome descend(ICB *icb, const ix_plan &plan, int key, ix_relation relation, in
         }
         icb->cur = ix_entry(icb, plan, at);
         if (at == count) {
-            // Only a key of all 0xFF isn't below the sentinel, and then nothing lies above it.
+            // Only a key of all 0xFF can get here in a sound tree: it is not below the sentinel, and nothing
+            // lies above it.
             return icb->curblk == key && relation == ix_relation::greater ? outcome::absent
                                                                           : outcome::unsound;
         }
@@ -138,7 +139,7 @@ outcome descend(ICB *icb, const ix_plan &plan, int key, ix_relation relation, in
     }
 }
 
-/// The entry after the one in hand, when that is the key itself: the next step of a walk, without a search.
+/// The entry after the current one, when that is the key itself: the next step of a walk, without a search.
 bool step_forward(ICB *icb, const ix_plan &plan, int key, int length, std::int32_t &result) {
     const std::ptrdiff_t offset = icb->cur - icb->blk.bentries;
     if (offset < 0 || icb->blk.blevel != 1 || length != plan.klen || !ix_block_sound(icb, key)) {
@@ -158,12 +159,12 @@ bool step_forward(ICB *icb, const ix_plan &plan, int key, int length, std::int32
     return true;
 }
 
-/// What was met while another process may be at work in the tree can be a moment's state.
+/// An unsound block found while another process is at work in the tree may be sound a moment later.
 struct patience {
     int attempts = 0;
-    int quiet = 0;  // in a row, while nobody was at work
+    int quiet = 0;  // attempts in a row while nobody was at work
 
-    /// Waits for such a moment to pass. False when what was met is damage.
+    /// Waits for such a moment to pass. False when what was found is damage.
     bool once_more(const ICB *icb) {
         if (icb->mode == ix_exclusive || ++attempts > 2000) {
             return false;
@@ -197,7 +198,8 @@ bool ix_block_exists(ICB *icb, std::int32_t block) {
     if (block < icb->nblocks) {
         return true;
     }
-    // Another user's update, or a header read before it: what counts is the file.
+    // Another user's update may have added blocks that the header in memory does not count, so the file
+    // decides.
     return icb->mode != ix_exclusive && ((off_t{block} + 1) * ix_block_size <= icb->index_view.known ||
                                          (off_t{block} + 1) * ix_block_size <= ix_fd_size(icb->ixfd));
 }
@@ -233,7 +235,7 @@ void IXRDIX(ICB *icb, int block) {
             tell_missing_block(icb, block);
             if (block > 0) {
                 block = key;
-                icb->blk.bkey = static_cast<std::int8_t>(key);  // a short read may have left anything
+                icb->blk.bkey = static_cast<std::int8_t>(key);  // a short read may have left anything here
             }
         }
     }

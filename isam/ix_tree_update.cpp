@@ -1,16 +1,16 @@
 // Insertion with its split, and deletion.
 //
-// A full block splits 70 to 30: the left part moves to a new block, and the right part stays where it is,
-// so that the parent's entry for it holds and readers on their way find it. On disk the order is left part,
-// right part, parent. A root's two parts both move, and the root keeps its number.
+// A full block splits 70 to 30: the left part moves to a new block and the right part stays, so that the
+// parent's entry for it stays valid and other readers still find it. They are written in the order left part,
+// right part, parent. When a root splits, both parts move and the root keeps its number.
 //
 // A parent's entry for a child is found by its key, and then by its pointer: keys of a "no duplicates" key
-// above key 1 may be equal all the same, and then the key alone doesn't tell the child.
+// above key 1 may be equal all the same, and then the key alone doesn't identify the child.
 #include "isam/store_internal.h"
 
 namespace {
 
-/// Reads the parent of the block in hand and stops at the entry that points to `child`.
+/// Reads the parent of the current block and stops at the entry that points to `child`.
 void read_parent(ICB *icb, std::int32_t child) {
     const int level = icb->blk.blevel;
     const std::int32_t parent = icb->path[level];
@@ -55,8 +55,8 @@ std::int32_t new_block(ICB *icb) {
     return number;
 }
 
-/// Splits the full block in hand. True when `skey` and `newptr` then are to go into its parent, which is
-/// the block in hand afterwards; false when it was the root.
+/// Splits the current block, which is full. True when `skey` and `newptr` must go into its parent, which is
+/// then the current block; false when it was the root.
 bool split(ICB *icb, const ix_plan &plan) {
     const int level = icb->blk.blevel;
     const int key = icb->blk.bkey;
@@ -109,8 +109,8 @@ bool split(ICB *icb, const ix_plan &plan) {
     return false;
 }
 
-/// The highest key of `child` has become `high`: writes it into the parent's entry, and further up for as
-/// long as that entry is the last of its block. `skey` still holds the key that was there.
+/// The highest key of `child` has become `high`: writes it into the parent's entry, and further up as long as
+/// that entry is the last of its block. `skey` still holds the old key.
 void set_high(ICB *icb, std::int32_t child, const std::uint8_t *high) {
     const ix_plan &plan = ix_current_plan(icb);
     for (;;) {
@@ -124,7 +124,7 @@ void set_high(ICB *icb, std::int32_t child, const std::uint8_t *high) {
     }
 }
 
-/// From a leaf to the first entry of the next one. False at the end of the tree.
+/// Moves from a leaf to the first entry of the next one. False at the end of the tree.
 bool next_leaf(ICB *icb, const ix_plan &plan, int key) {
     do {
         if (icb->curblk == key) {
@@ -186,7 +186,7 @@ void IXDELKEY(ICB *icb, std::int32_t number) {
         if (icb->cur != ix_entry(icb, plan, icb->blk.bcount)) {
             return;
         }
-        // The block's highest key is gone.
+        // The block's highest key was deleted.
         target = icb->curblk;
         if (icb->blk.bcount > 0) {
             std::uint8_t high[ix_max_klen];
@@ -214,7 +214,7 @@ bool ix_find_entry(ICB *icb, std::int32_t number) {
         icb->cur += plan.esize;
         if (icb->cur == ix_entry(icb, plan, icb->blk.bcount)) {
             if (++leaves > icb->nblocks) {
-                ix_inconsistent(icb);  // a child that two entries point to leads in a circle
+                ix_inconsistent(icb);  // a child that two entries point to leads round in a circle
             }
             equal = next_leaf(icb, plan, key);
         }

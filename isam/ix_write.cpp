@@ -2,10 +2,10 @@
 //
 // An update of a shared file runs under the header lock and has three stages on disk: block 0 with `inupdate`
 // 1; the index blocks and the record; block 0 with the new counts and `inupdate` 0. A process that dies in
-// between leaves the mark, and the file is refused until it is rebuilt.
+// between leaves the mark, and the file is then refused until it is rebuilt.
 //
-// Whether a key exists is decided under that lock. What the caller has seen before it may have changed,
-// unless he holds the record or has reserved the key.
+// Whether a key exists is decided under that lock. What the caller saw before may have changed, unless it
+// holds the record or has reserved the key.
 #include "isam/store_internal.h"
 
 namespace {
@@ -16,9 +16,9 @@ void mark_update(ICB *icb) {
     --icb->inupdate;
 }
 
-/// A writer that died in exclusive mode leaves blocks and records behind the header's counts. A new one would
-/// be written over one of them, so such a file can be read but not written. The data half of the temporary
-/// flavour may be that of another pair.
+/// A writer that died in exclusive mode leaves blocks and records that the header doesn't count. A new one
+/// would overwrite them, so such a file can be read but not written. In the temporary flavour the data half
+/// may belong to another pair, so its length is not tested.
 void demand_length(ICB *icb) {
     if (icb->measured == 0) {
         if (ix_fd_size(icb->ixfd) != off_t{icb->nblocks} * ix_block_size || icb->nblocks < icb->nkeys + 2 ||
@@ -47,8 +47,8 @@ void end_update(ICB *icb) {
     }
 }
 
-/// Makes key `k` current. Shared trees are entered at the root, since the way up from the block in hand may
-/// be out of date.
+/// Makes key `k` current. Shared trees are entered at the root, since the remembered way up from the current
+/// block may be out of date.
 void enter_key(ICB *icb, int k) {
     if (icb->mode == ix_exclusive) {
         IXSWITCH(icb, k);
@@ -114,8 +114,9 @@ bool update_record(ICB *icb, const std::uint8_t *record) {
     return true;
 }
 
-/// Takes the first free record. False when another program keeps its lock: one that still holds the lock of a
-/// record that a third has deleted waits for the header that is held here, and neither would ever give way.
+/// Takes the first free record. False when another program keeps it locked. That program may be waiting for
+/// the header, which is held here, while it still has the lock of a record that a third one deleted: neither
+/// would ever give way.
 bool pop_free_record(ICB *icb) {
     constexpr int patience = 3;
     if (icb->freehead < 0 || icb->freehead >= icb->nrecs) {
@@ -193,7 +194,7 @@ void ix_refresh_header(ICB *icb) {
     }
     const bool defined_alike = ix_same_definition(header, *icb);
     *static_cast<ix_header *>(icb) = header;
-    // A pair rebuilt with other keys is not the one that was opened.
+    // A pair that was made anew with other keys is not the one that was opened.
     if (header.inupdate != 0 || !defined_alike || header.nblocks < header.nkeys + 2 ||
         header.nblocks > ix_block_limit || header.nrecs < 0 || header.freehead < -1 ||
         header.freehead >= header.nrecs) {
@@ -218,14 +219,14 @@ bool IXREWRITE(ICB *icb, const void *record) {
     return true;
 }
 
-// Which entries go is told by the record on disk: `record` names it by its key 1. A record that is gone, or
-// has become another one, is left alone.
+// The record on disk decides which entries are deleted; `record` only identifies it by key 1. A record that
+// is gone, or has become another one, is left alone.
 bool IXDELETE(ICB *icb, const void *record) {
     ix_demand(icb, "IXDELETE");
     const int noted = icb->blk.bkey;
     IXLOCK(icb, ix_lock_header);
     if (icb->mode != ix_exclusive) {
-        ix_refresh_header(icb);  // the exclusive owner's counts are ahead of the disk
+        ix_refresh_header(icb);  // in exclusive mode the counts in memory are ahead of those on disk
     }
     demand_length(icb);
     mark_update(icb);
@@ -246,7 +247,7 @@ bool IXDELETE(ICB *icb, const void *record) {
             drop_key(icb, k, key);
         }
         std::memset(old, 0xFF, static_cast<std::size_t>(reclen));
-        // Records below 5 bytes have no room for the chain; theirs come back at the next rebuild.
+        // Records below 5 bytes have no room for the chain; they become usable again at the next rebuild.
         const bool chained = reclen >= 5;
         if (chained) {
             std::memcpy(old + 1, &icb->freehead, sizeof icb->freehead);

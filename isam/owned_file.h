@@ -1,4 +1,4 @@
-// Owners of open files, which are closed at the end of their block on every way out.
+// Owners of open files: the file is closed on every way out of the block.
 #pragma once
 
 #include <unistd.h>
@@ -16,7 +16,7 @@ struct open_file {
     open_file(const open_file &) = delete;
     open_file &operator=(const open_file &) = delete;
 
-    /// False with errno when the system could not write all that it had still to write.
+    /// False with errno when the system could not write all that was still to be written.
     bool close() {
         const int descriptor = fd;
         fd = -1;
@@ -32,7 +32,7 @@ struct stream_closer {
 /// A stream.
 using open_stream = std::unique_ptr<std::FILE, stream_closer>;
 
-/// Closes a stream. False with errno when not all could be written.
+/// Closes a stream. False with errno when not everything could be written.
 inline bool close_stream(open_stream &stream) {
     return stream == nullptr || std::fclose(stream.release()) == 0;
 }

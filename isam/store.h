@@ -3,8 +3,8 @@
 // Making a file:   IXCREATE(name, ix_exclusive); UPDFCB_... or IXUPDFCB for the file and each key; IXINIT.
 // Using it:        IXOPEN, operations on the current key (IXSWITCH), IXCLOSE.
 //
-// Operations give true for found or done. An operation that must not fail ends the program with a message;
-// none reports an error otherwise. Text in records is code page 850.
+// Operations return true for found or done. An operation that must not fail ends the program with a message;
+// errors are reported in no other way. Text in records is code page 850.
 #pragma once
 
 #include <sys/types.h>
@@ -14,11 +14,11 @@
 #include "isam/files.h"
 #include "isam/format.h"
 
-// Open modes. Read-only is a promise of the caller, both halves are opened for writing in every mode.
+// Open modes. Read-only is a promise of the caller; both halves are opened for writing in every mode.
 inline constexpr int ix_readonly = 0;
 inline constexpr int ix_exclusive = 1;  ///< whole file locked, header kept in memory until IXCLOSE
 inline constexpr int ix_shared = 2;
-/// May be added for IXOPEN: an open that is refused (EACCES) asks the operator whether to try again.
+/// May be added for IXOPEN: when the open is refused (EACCES) the operator is asked whether to try again.
 inline constexpr int ix_ask_again = 0x1000;
 /// May be added for IXCREATE: the data half is opened before the index half.
 inline constexpr int ix_data_first = 0x1000;
@@ -58,13 +58,13 @@ struct ICB : ix_header {
     std::int32_t datfd;
     std::int32_t mode;
     std::uint8_t flocked;   ///< this ICB holds the whole-file lock
-    std::uint8_t tempfile;  ///< the name given had a full stop
+    std::uint8_t tempfile;  ///< the given name had a full stop
     std::int32_t curblk;    ///< number of the block in `blk`
     std::int32_t recno;     ///< record of the last operation, -1 after a failed search
     std::int32_t newptr;    ///< pointer of the next entry to be inserted
     std::uint8_t skey[ix_max_klen];
     ix_block blk;           ///< the one index block in memory; its `bkey` is the current key
-    std::uint8_t *cur;      ///< entry of `blk` that the last location stopped at
+    std::uint8_t *cur;      ///< entry of `blk` where the last search stopped
     std::int32_t path[10];  ///< parent of the block at each level on the last descent, -1 for the root
     std::uint8_t cached;    ///< the block cache serves this ICB
     char opened_as[81];     ///< name given at opening, cut at 80
@@ -78,7 +78,7 @@ struct ICB : ix_header {
 // ---- Open, create, close
 
 /// Opens a pair in mode 0, 1 or 2. A name with a full stop is the temporary flavour: the name itself is the
-/// index half. Failure, an old version or an inconsistent header ends the program.
+/// index half. A failure, an old version or an inconsistent header ends the program.
 ICB *IXOPEN(const char *name, int mode);
 /// Creates (truncates) an index half beside a new or existing data half. No header is written yet.
 ICB *IXCREATE(const char *name, int mode);
@@ -100,7 +100,7 @@ bool ix_remove(const char *name);
 void UPDFCB_INX(const char *description, const void *base, int reclen);
 /// Starts the definition of key `keynr`; `dups` tells whether duplicates are allowed (never for key 1).
 void UPDFCB_KEY(int keynr, const char *name, bool dups);
-/// Adds a segment of type 'I' (integer) or 'C' (text) to the key in hand.
+/// Adds a segment of type 'I' (integer) or 'C' (text) to the key being defined.
 void UPDFCB_SEG(char type, const void *field, int length);
 /// Applies what UPDFCB_INX, or UPDFCB_KEY and UPDFCB_SEG, gathered.
 void UPDFCB_END(ICB *icb);
@@ -115,7 +115,7 @@ void ix_limit_keys(ICB *icb);
 void IXBLDKEY(ICB *icb, const void *record, int length);
 /// Compares two keys of the current key over `length` bytes: negative, zero or positive.
 int IXCOMP(const ICB *icb, const void *a, const void *b, int length);
-/// Length of the first `parts` segments of the current key; 0 gives the whole key, suffix included.
+/// Length of the first `parts` segments of the current key; 0 for the whole key, suffix included.
 std::int16_t IXKEYLEN(const ICB *icb, int parts);
 /// Copies the key at `cur` back into the fields of `record`.
 void IXKEYTOREC(const ICB *icb, void *record);
@@ -138,16 +138,16 @@ std::int32_t IXSEARCH(ICB *icb, ix_relation relation, int length);
 /// Finds the record with the exact key; IXREADLOCK also locks it, or reserves the key if it is absent.
 bool IXREAD(ICB *icb, void *record);
 bool IXREADLOCK(ICB *icb, void *record);
-/// Tests for a key, or for a key with these first `parts` segments; sets `recno`, reads no data.
+/// Tests for a key, or for a key with the same first `parts` segments; sets `recno`, reads no data.
 bool IXFIND(ICB *icb, const void *record);
 bool IXFINDP(ICB *icb, const void *record, int parts);
-/// First record whose key is not below the key in `record`. With `parts` the first so many segments must be
-/// the same. The K forms compare so many segments only, hold all but the last of them, read no data, and
-/// fill in nothing but the key's fields.
+/// First record whose key is not below the key in `record`. With `parts`, that many first segments must be
+/// the same. The K forms compare only that many segments, of which all but the last must be the same; they
+/// read no data and fill in only the key's fields.
 bool IXFIRST(ICB *icb, void *record);
 bool IXFIRSTR(ICB *icb, void *record, int parts);
 bool IXFIRSTK(ICB *icb, void *record, int parts);
-/// Next and previous record from `record` and `recno`, which the caller leaves as they were.
+/// Next and previous record, counted from `record` and `recno`, which the caller must not have changed.
 bool IXNEXT(ICB *icb, void *record);
 bool IXNEXTR(ICB *icb, void *record, int parts);
 bool IXNEXTK(ICB *icb, void *record, int parts);
@@ -159,7 +159,7 @@ bool IXPREVK(ICB *icb, void *record, int parts);
 bool IXSKIP(ICB *icb, void *record, int parts, int n, std::int32_t *position);
 /// Reads by record number: 1 live, 0 dead, -1 out of range.
 int IXGET(ICB *icb, void *record, std::int32_t number);
-/// Next live record in physical order. One scan at a time; it runs until it gives false.
+/// Next live record in physical order. One scan at a time; it runs until it returns false.
 bool IXSEQ(ICB *icb, void *record);
 /// True unless the record of `reclen` bytes has the form of a free one.
 bool ix_live(const void *record, int reclen);
@@ -175,13 +175,13 @@ bool IXREWRITE(ICB *icb, const void *record);
 bool IXDELETE(ICB *icb, const void *record);
 /// Gives up the lock or reservation of IXREADLOCK without writing.
 void IXFREE(ICB *icb, const void *record);
-/// Reads and writes the record at `recno`. A record that isn't there reads as 0xFF bytes.
+/// Reads and writes the record at `recno`. A missing record reads as 0xFF bytes.
 void IXRDDAT(ICB *icb, void *record);
 void IXWRDAT(ICB *icb, const void *record);
 
 // ---- Locks
 
-/// What IXLOCK does; takes 1, 2 and 4 wait as long as it takes, 3 and 4 may be refused.
+/// What IXLOCK does; 1, 2 and 4 wait as long as it takes, 3 and 4 may be refused.
 enum ix_lock_number : int {
     ix_lock_file = 1,
     ix_lock_header = 2,
@@ -193,7 +193,8 @@ enum ix_lock_number : int {
     ix_unlock_key = 14,
 };
 bool IXLOCK(ICB *icb, int number);
-/// One try for a range of one half. A refusal has shown its message and waited.
+/// Tries once to lock a range of one half. When it is refused, the message has been shown and the wait is
+/// over.
 bool ix_trylock(lock_action action, ICB *icb, int fd, off_t start, off_t length);
 /// Called at each refused lock: shows that another screen is using the file, and waits two seconds.
 extern void (*ix_lock_wait)(ICB *icb);
@@ -203,22 +204,23 @@ extern void (*ix_lock_wait)(ICB *icb);
 enum class cache_action : char { init = 'I', finish = 'F', read = 'R', write = 'W' };
 /// The block cache of bulk work in exclusive mode; one ICB at a time.
 int IOCACHE(cache_action action, ICB *icb, int block);
-/// Number of records in the free chain when the pair is sound, -1 when it is not, or is absent.
+/// Number of records in the free chain when the pair is sound; -1 when it is not sound or not there.
 std::int32_t IXCHECK(const char *name);
-/// True when a program has died within an update or a rebuild of the pair. Waits while one is at work.
+/// True when a program died during an update or a rebuild of the pair. Waits while one is at work.
 bool ix_unfinished(const char *name);
-/// What IXCHECK says, without its messages. A pair that can't be judged counts as sound: opening it tells.
+/// What IXCHECK says, without its messages. A pair that can't be judged counts as sound: opening it will
+/// tell.
 bool ix_sound(const char *name);
-/// Before a pair is opened: rebuilds the index half when IXCHECK refuses the pair and no record of the data
-/// half is missing. What is beyond that, opening tells. A pair that is open in this process is left alone.
-/// `record_bytes` is the length of the records that the caller expects, 0 when he doesn't know it.
+/// Before a pair is opened: makes the index half anew when IXCHECK refuses the pair and no record of the data
+/// half is missing. Any other damage is reported when it is opened. A pair that is open in this process is
+/// left alone. `record_bytes` is the record length that the caller expects, 0 when unknown.
 void ix_mend(const char *name, std::size_t record_bytes);
-/// Rebuilds the index half from the data half and the definition in the old header. False, with nothing
-/// changed, when these can't serve. The pair may not be open in this process.
+/// Makes the index half anew from the data half and the definition in the old header. False, with nothing
+/// changed, when these can't be used. The pair may not be open in this process.
 bool IXBLDIX(const char *name);
 
-/// Progress bars. 0 opens the window of the first with a title, 1 draws a step, 2 closes it; 3, 4 and 5 do
-/// the same on the last line of the screen. `total` 0 makes `value` the total.
+/// Progress bars. Action 0 opens a window with a title, 1 draws a step, 2 closes the window; 3, 4 and 5 do
+/// the same on the last line of the screen. With `total` 0, `value` is the total.
 [[gnu::format(printf, 4, 5)]] void ix_progress(int action, std::uint32_t value, std::uint32_t total,
                                                const char *title, ...);
 

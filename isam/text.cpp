@@ -60,7 +60,7 @@ constexpr std::array<std::uint8_t, 256> build_other_case() {
         other[lower] = upper;
         other[upper] = lower;
     }
-    // These have a capital, or a plain letter, that does not lead back to them.
+    // These have another case that does not lead back to them.
     other[139] = 216;
     other[152] = 'Y';
     other[213] = 'I';
@@ -78,7 +78,8 @@ bool is_hex(char c) {
     return (char_class_of(static_cast<unsigned char>(c)) & char_hex) != 0;
 }
 
-/// The shift of a scrambled text's characters: it grows along the text and changes sign at each character.
+/// The shift of a scrambled text's characters: it grows along the text, and its sign changes at each
+/// character.
 struct scramble_shift {
     long step;
     long base;
@@ -199,7 +200,7 @@ int mem_cmp(const void *a, const void *b, std::size_t n) {
 }
 
 int amount_net(int amount, int rate) {
-    // A rate of minus 100 percent leaves nothing to divide by.
+    // A rate of minus 100 percent would mean a division by zero.
     if (rate == -1000) {
         return amount;
     }

@@ -1,7 +1,7 @@
 // Strings, and the character tables of code page 850.
 //
-// The system's text is single bytes of code page 850. Classes and case come from the tables here and never
-// from the locale.
+// The system's text is single bytes of code page 850. Classes and case come from the tables here, never from
+// the locale.
 #pragma once
 
 #include <cstddef>
@@ -43,14 +43,14 @@ char *str_trim(char *s);
 char *str_upper(char *s);
 /// A backslash and two hexadecimal digits become that byte, two backslashes become one, in place.
 char *str_unescape(char *s);
-/// Difference of the first unequal bytes, taken unsigned, or 0.
+/// Difference of the first two bytes that differ, taken as unsigned; 0 when all are equal.
 int mem_cmp(const void *a, const void *b, std::size_t n);
 
-/// `amount` with a rate in tenths of a percent taken out of it, rounded.
+/// `amount` without the tax included in it, rounded; the rate is in tenths of a percent.
 int amount_net(int amount, int rate);
 
-/// Short texts in data files are stored scrambled: n characters become n + 1 bytes, zero-terminated. In
-/// place; the buffer must have room for one byte more.
+/// Short texts in data files are stored scrambled: n characters become n + 1 bytes, zero-terminated. This is
+/// done in place; the buffer must have room for one more byte.
 void SCRAMBLE(char *s);
 /// SCRAMBLE with a given key byte instead of one from the clock. The clock gives 160 to 253; keys up to 127
 /// make the older form, which has room for characters 32 to 125 only.

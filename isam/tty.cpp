@@ -12,7 +12,7 @@ bool settings_saved = false;
 }  // namespace
 
 void tty_noecho() {
-    // The settings of the start count for the whole session, whatever a program run in between leaves behind.
+    // The settings at the start count for the whole session, whatever a program run meanwhile leaves behind.
     if (!settings_saved && tcgetattr(STDIN_FILENO, &saved_settings) != 0) {
         return;
     }

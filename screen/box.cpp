@@ -84,7 +84,7 @@ void open_flash(const flash_box &box, int place) {
     win_title("%s", box.title.c_str());
 }
 
-/// Waits as told, with the caller's key state kept.
+/// Waits as `wait` says and keeps the caller's key state.
 int wait_for_answer(int wait, const flash_box &box) {
     const auto last_row = static_cast<int>(box.lines.size());
     const kept_key_state kept;

@@ -76,7 +76,7 @@ wchar_t line_drawing(unsigned char c) {
     }
 }
 
-/// What the first of the variables that are set says of the character set.
+/// True when the first of these variables that is set names UTF-8.
 bool environment_says_utf8() {
     for (const char *variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
         const char *name = std::getenv(variable);
@@ -90,8 +90,8 @@ bool environment_says_utf8() {
 }  // namespace
 
 void charset_init() {
-    // Only the character set follows the environment: numbers, order and case stay the system's own.
-    // A locale that is named but not installed, as after a login from another machine, still tells the set.
+    // Only the character set follows the environment; numbers, sorting and case do not. A locale that is
+    // named but not installed, as after a login from another machine, still says which set it is.
     if (std::setlocale(LC_CTYPE, "") == nullptr && environment_says_utf8()) {
         std::setlocale(LC_CTYPE, "C.UTF-8");
     }
@@ -128,7 +128,7 @@ void charset_add(WINDOW *window, const char *text, int length) {
     attr_t attr = 0;
     short pair = 0;
     wattr_get(window, &attr, &pair, nullptr);
-    // On a line of bytes a character is its byte; ncurses itself then draws the lines.
+    // Without UTF-8 a character is its byte, and ncurses itself draws the lines.
     const bool drawing = utf8 && (attr & A_ALTCHARSET) != 0;
     std::wstring wide(static_cast<std::size_t>(length), L' ');
     for (int i = 0; i < length; i++) {

@@ -41,7 +41,7 @@ int compose_key() {
     win_close();
     const std::string_view mnemonic = text;
     if (std::all_of(mnemonic.begin(), mnemonic.end(), [](char c) { return c >= '0' && c <= '9'; })) {
-        // Only codes of characters: a number beyond them would press some other key.
+        // Only codes of characters: a higher number would be some other key.
         const int code = std::atoi(text);
         return code <= 255 ? code : 0;
     }

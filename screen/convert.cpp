@@ -1,4 +1,4 @@
-// Between the caller's variable and the field.
+// Conversion between the caller's variable and the field.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -15,8 +15,8 @@ double load(const void *from) {
     return static_cast<double>(value);
 }
 
-/// Rounds half away from zero. Values that the storage can't hold are cut to 64 bits first and then to the
-/// storage, as whole numbers are.
+/// Rounds half away from zero. A value that the variable can't hold is limited to 64 bits first, and then cut
+/// like any whole number.
 template <typename T>
 void store(void *to, double value) {
     constexpr double most = 9.0e18;

@@ -1,5 +1,5 @@
-// Dates as the operator types them: with separators that stand by themselves, or relative to the date that
-// stood in the field.
+// Dates as the operator types them: with separators that appear by themselves, or relative to the date that
+// was in the field.
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -36,7 +36,7 @@ std::string with_separators(std::string text) {
     return text;
 }
 
-/// A group of which one digit was typed: the digit moves to the second place, after a zero.
+/// In a group with only one digit typed, the digit moves to the second place, after a zero.
 void fill_group(std::size_t at) {
     char *digits = ing_text + at;
     if (digits[0] == ' ' && digits[1] != ' ') {
@@ -85,7 +85,7 @@ void refuse_invalid(const std::string &shown) {
     scr->ing_status |= ING_REDO;
 }
 
-/// A number of days from the date that stood in the field when the edit began.
+/// Handles a number of days counted from the date that was in the field when the edit began.
 void validate_relative(const field_edit &edit) {
     std::string from = edit.saved_text;
     if (wide_form()) {
@@ -110,7 +110,7 @@ void validate_relative(const field_edit &edit) {
     } else {
         refuse_outside(with_separators(date_plain(day_of(day))));
     }
-    // A refused date stands in the field for correction; there is nothing to correct in no date.
+    // A refused date stays in the field for correction, but without a date there is nothing to correct.
     text_set(day_of(day) == 0 ? std::string() : date_text(day));
 }
 

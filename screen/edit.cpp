@@ -9,7 +9,7 @@ double ing_value = 0.0;
 
 namespace {
 
-/// Room for the scroll marks beside a scrolling field.
+/// Room for the scroll marks next to a scrolling field.
 struct mark_room {
     bool left = false;
     bool right = false;
@@ -54,7 +54,7 @@ void show_field(field_edit &edit, const mark_room &marks) {
     scr_text(A_BOLD, field.ing_row, field.ing_col, "%-*.*s", field.ing_vis, field.ing_vis,
              text + std::min(edit.first_visible, field.ing_len));
     if (marks.right) {
-        // A secret has no length to show.
+        // Not even the length of a secret is shown.
         show_mark(!field.ing_hidden && text_length() > end, field.ing_col + field.ing_vis, '+');
     }
     scr_move(field.ing_row, std::min(field.ing_col + edit.cursor - edit.first_visible, win_columns()));
@@ -74,7 +74,7 @@ bool is_help(const field_edit &edit, int key) {
     return (key == K_F1 || (key == K_HELP && edit.cursor == 0)) && !key_allowed(K_HELP);
 }
 
-/// True when the key leaves the field at once; text and value are those of the start then.
+/// True when the key leaves the field at once; text and value are then those from the start.
 bool hard_exit(const field_edit &edit, int key) {
     if (!key_allowed(key) || (edit.cursor != 0 && key != K_ESC)) {
         return false;
@@ -94,7 +94,7 @@ bool hard_exit(const field_edit &edit, int key) {
     return true;
 }
 
-/// Keys with a name type the character that they are made of, where they don't end the field.
+/// Where a key with a name does not end the field, it types the character that it consists of.
 int translated(int key) {
     switch (key) {
         case KEY_CANCEL:
@@ -118,7 +118,7 @@ int next_key(bool &accept_pending) {
     return key_get(win_current());
 }
 
-/// Status and cursor after a key.
+/// Sets status and cursor after a key.
 void settle(field_edit &edit, int cursor_before) {
     if ((scr->ing_status & ING_REDO) != 0) {
         edit.cursor = 0;

@@ -101,7 +101,8 @@ void home(field_edit &edit) {
     edit.moved = true;
 }
 
-/// A backslash and any character enter the code of that character. Returns the first digit, 0 for none.
+/// A backslash followed by any character enters the code of that character. Returns the first digit, 0 for
+/// none.
 int hexadecimal_of_next_key() {
     const int next = key_get(win_current());
     if (next < 0 || next > last_character) {
@@ -114,8 +115,8 @@ int hexadecimal_of_next_key() {
     return digits[0];
 }
 
-/// A day or month of one digit, closed with a hyphen: the digit moves after a zero, the hyphen falls on its
-/// separator.
+/// A day or month of one digit, closed with a hyphen: the digit moves after a zero, and the hyphen becomes
+/// its separator.
 void close_group(field_edit &edit) {
     if (edit.cursor == text_length()) {
         ing_text[edit.cursor] = ing_text[edit.cursor - 1];

@@ -35,7 +35,7 @@ void show_and_wait(const char *text) {
 }  // namespace
 
 void scr_fatal(const char *format, ...) {
-    // A fault while the first one is being shown must not hide it.
+    // An error while the first one is shown must not hide it.
     static char text[1024];
     const bool first = text[0] == '\0';
     leave_is_fatal();

@@ -1,4 +1,4 @@
-// INGAVE: one field from the caller's variable and back.
+// INGAVE: edits one field, from the caller's variable and back.
 #include <algorithm>
 #include <cstring>
 
@@ -57,7 +57,7 @@ int ing_field(int row, int col, const char *format, std::span<const int *const> 
     }
     ing_format(format, target);
     if (field.ing_scroll != 0) {
-        // Without a visible width, and with one that the field can't fill, all of the field shows.
+        // Without a visible width, or with one wider than the field, the whole field is visible.
         if (field.ing_vis <= 0 || field.ing_vis > field.ing_len) {
             field.ing_vis = field.ing_len;
         }

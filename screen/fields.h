@@ -1,4 +1,4 @@
-// Fields: one call through which the operator types a value.
+// Fields: one call lets the operator type a value.
 //
 // A field is described by a short format string: width, precision, type, character set, options.
 //
@@ -8,12 +8,11 @@
 //     "1c[+*C],EIAU"      one of three characters, accepted without <ENTER>
 //     "b"                 yes or no
 //
-// Types: B amount (32 bits, hundredths), U n unsigned and signed 8 bits, d u signed and unsigned 16 bits,
-// l signed 32 bits, f double, D day number (16 bits; width 6, 8 or 10), b yes or no (8 bits), c and C
+// Types: B amount (32 bits, hundredths), U n unsigned and signed 8 bits, d u signed and unsigned 16 bits, l
+// signed 32 bits, f double, D day number (16 bits; width 6, 8 or 10), b yes or no (8 bits), c and C
 // characters without a terminator, s and S a string, x and X hexadecimal text. The capitals C, S and X
-// scroll; their precision is the width that shows.
-// Options: A accept when full, E compulsory, F fill completely, I open empty, J show to the right, N P Z
-// negative, positive and zero values, S secret, U capitals.
+// scroll; their precision is the visible width. Options: A accept when full, E compulsory, F fill completely,
+// I open empty, J show right-aligned, N P Z allow negative, positive and zero values, S secret, U capitals.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +28,7 @@ struct field_description {
     int ing_row = 0;  ///< place in the current window
     int ing_col = 0;
     int ing_len = 0;   ///< width
-    int ing_prec = 0;  ///< digits after the decimal point
+    int ing_prec = 0;  ///< digits after the point
     char ing_type = '\0';
     char ing_opts[ing_max_options + 1] = "";
     bool ing_numeric = false;
@@ -39,11 +38,11 @@ struct field_description {
     void *ing_target = nullptr;  ///< the caller's variable
 };
 
-/// A caller's variable: its address, and the bytes after it where they are known (0 if not).
+/// A caller's variable: its address, and its size in bytes if known (0 if not).
 struct field_target {
     void *address = nullptr;
     std::size_t room = 0;
-    bool scalar = false;  ///< the room is that of one number, so it must be that of the type
+    bool scalar = false;  ///< the variable is one number, so its size must be exactly that of the type
 };
 
 template <typename T>
@@ -64,19 +63,21 @@ field_target ing_target_of(T &&target) {
     }
 }
 
-/// Edits one field; INGAVE is the way to call it. A fault in the format string is fatal.
+/// Edits one field; call it through INGAVE. An error in the format string is fatal.
 int ing_field(int row, int col, const char *format, std::span<const int *const> slots, field_target target);
 
 /// Lets the operator edit a variable in a field at `row`, `col` of the current window. `slots` are the keys
-/// that may end it beside <ENTER>; `key_allow`, and the limits in `scr_keys`, may add to the field before.
-/// Returns ING_CHANGED if the content changed, else 0. `ing_exit` and `ing_status` stay readable.
+/// that may end it besides <ENTER>. Before the call, `key_allow` may allow more keys and `scr_keys` may set
+/// limits. Returns ING_CHANGED if the content changed, else 0. `ing_exit` and `ing_status` can be read
+/// afterwards.
 template <typename T>
 int INGAVE(int row, int col, const char *format, std::initializer_list<const int *> slots, T &&target) {
     return ing_field(row, col, format, {slots.begin(), slots.size()}, ing_target_of(target));
 }
 
-/// Small line editor for an empty text of at most `maxlen` characters (`text` has room for one more).
-/// Returns KEY_F(2) when the text is accepted, also as soon as it is full, and 27 when it is given up.
+/// Small line editor that starts empty and takes at most `maxlen` characters (`text` has room for one more).
+/// Returns KEY_F(2) when the text is accepted, which is also when it is full, and 27 when the operator gives
+/// up.
 int ing_line(int row, int col, char *text, int maxlen);
 
 /// The letters for yes and no.

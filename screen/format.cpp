@@ -31,7 +31,7 @@ std::string_view without_blanks(std::string_view text) {
     return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-/// Reads digits; a number that no field can have ends at the ceiling.
+/// Reads a number; one too large for any field is limited to the ceiling.
 int read_number(std::string_view &rest) {
     constexpr int ceiling = 10000;
     int number = 0;
@@ -84,7 +84,7 @@ void settle_type() {
     }
 }
 
-/// The variable must have the bytes that the type reads and writes.
+/// The variable must be large enough for what the type reads and writes.
 void check_target(const format_input &input, const field_target &target) {
     const field_description &field = scr->field;
     std::size_t needed = convert_storage(field.ing_type);
@@ -142,7 +142,7 @@ void allow_keys() {
     }
 }
 
-/// A listed set is the complete list of what may be typed; one after ^ only takes away.
+/// A listed set is the complete list of what may be typed; a set after ^ only forbids characters.
 void read_character_set(format_input &input) {
     ing_charset = charset_given::none;
     std::string_view &rest = input.rest;
@@ -213,7 +213,7 @@ std::string digits_of_field(char digit) {
     return text;
 }
 
-/// The largest and the smallest number that fit into the field.
+/// Limits the range to the numbers that fit into the field.
 void narrow_to_capacity(limits &range) {
     std::string text = digits_of_field('9');
     range.upper = std::min(range.upper, number_from(text));
@@ -259,7 +259,7 @@ void narrow_to_signs(limits &range) {
     }
 }
 
-/// Limits that the caller set narrow those of the field: a closed range, or a lower limit alone.
+/// Narrows the limits of the field to those that the caller set: a closed range, or a lower limit alone.
 void merge_with_caller(const format_input &input, const limits &range) {
     double &lower = scr->scr_keys->ing_min;
     double &upper = scr->scr_keys->ing_max;
@@ -344,7 +344,7 @@ void ing_format(const char *format, field_target target) {
     if (!input.rest.empty() && input.rest.front() == ',') {
         input.rest.remove_prefix(1);
     }
-    // Room stays for the options that follow from the type.
+    // Leaves room for the options that follow from the type.
     constexpr std::size_t most_appended = 3;
     const std::string options(input.rest.substr(0, ing_max_options - most_appended));
     append_option(options.c_str());

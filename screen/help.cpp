@@ -1,4 +1,4 @@
-// The help window of a field: all of it follows from the format and the key mask.
+// The help window of a field: its whole content follows from the format and the key mask.
 #include <string>
 
 #include "screen/field_internal.h"
@@ -7,7 +7,7 @@ namespace {
 
 constexpr int last_text_key = 254;
 
-/// Places texts one after another on a row.
+/// Places texts one after the other on a row.
 class line_writer {
 public:
     explicit line_writer(int row) : row_(row) {}
@@ -15,7 +15,7 @@ public:
         scr_text(attr, row_, col_, "%s", text.c_str());
         col_ += static_cast<int>(text.size());
     }
-    /// One blank further than the text before.
+    /// Starts one blank after the previous text.
     void put_behind(attr_t attr, const std::string &text) {
         col_++;
         put(attr, text);

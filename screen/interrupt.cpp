@@ -1,4 +1,4 @@
-// The wish of the operator to break off a check.
+// The operator's request to break off a check.
 #include <algorithm>
 #include <cstring>
 
@@ -15,8 +15,8 @@ bool breaks_off(int key) {
     return key == KEY_CANCEL || key == 27;
 }
 
-/// Reads what was typed ahead, up to a key that breaks off. The last key read, 0 if there was none. The same
-/// key pressed again must not answer the question that follows.
+/// Reads what was typed ahead, up to a key that breaks off, and returns the last key read, 0 if there was
+/// none. Repeats of that key are read too: they must not answer the question that follows.
 int drain_keys() {
     int key = 0;
     while (!breaks_off(key) && key_pending()) {

@@ -1,5 +1,5 @@
 // The keyboard: the one routine through which all keys are read, the pushed-back keys, the signals that
-// come in as keys, and the mask that says what a field or a wait accepts.
+// arrive as keys, and the mask that says what a field or a wait accepts.
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -25,14 +25,15 @@ constexpr int key_xon = 17;
 constexpr int key_xoff = 19;
 constexpr int key_escape = 27;
 constexpr int key_consumed = -2;
-// Beyond all codes of keys and of the mask; fits the 16 bits of a recorded key.
+// Above all codes of keys and of the mask, and within the 16 bits of a recorded key.
 constexpr int key_without_meaning = 0x7fff;
 constexpr std::size_t queue_room = 64;
 
 std::array<int, queue_room> queue{};
 std::size_t queued = 0;
 
-/// One key that has arrived, -1 when none has. A letter that code page 850 lacks is a key without meaning.
+/// A key that has already arrived, -1 when there is none. A letter that code page 850 lacks is a key without
+/// meaning.
 int read_now(WINDOW *window) {
     nodelay(window, TRUE);
     int key = ERR;
@@ -54,8 +55,8 @@ int read_now(WINDOW *window) {
     return key == KEY_ENTER || key == '\r' ? key_enter : key;
 }
 
-/// Signals are let in only while the reader waits, so none slips in between a look at what it left behind
-/// and the wait, and none stops the program in the middle of painting.
+/// Signals are let in only while the reader waits. So none can slip in between the test of its flag and the
+/// wait, and none can stop the program in the middle of painting.
 class signal_window {
 public:
     signal_window() {
@@ -81,7 +82,7 @@ private:
     sigset_t open_;
 };
 
-/// True when the input that can be read is its end: the terminal is gone, or a file was read to its end.
+/// True at the end of the input: the terminal is gone, or a file was read to its end.
 bool input_ended(const pollfd &input, int reads_without_key) {
     constexpr int most_reads = 3;
     if ((input.revents & (POLLERR | POLLNVAL)) != 0 ||
@@ -260,7 +261,7 @@ int key_read(WINDOW *window, int milliseconds) {
         const int ready = signals.wait(input, wait);
         if (ready > 0) {
             if (input_ended(input, ++reads_without_key)) {
-                // The end may be seen before the signal that tells of it, or come without one.
+                // The end of the input may be seen before the signal that reports it, or come without one.
                 if (scr_leave_handler != nullptr) {
                     scr_leave_flag = 1;
                     scr_leave_if_due();
@@ -294,7 +295,7 @@ int key_get(WINDOW *win) {
             }
         }
         if (const int signal_key = pending_signal_key(); signal_key != 0) {
-            // The key that was read at the same moment comes next.
+            // The key that was read at the same moment is kept for the next call.
             key_unget(key);
             key = signal_key;
         }
@@ -319,11 +320,11 @@ bool key_pending() {
         return replaying() && macros.keys_left();
     }
     if (replaying() && !macros.keys_left()) {
-        // The operator goes on where the replay ran out.
+        // The replay has run out and the operator is typing again.
         stop_replay();
     }
     if (breaks_off(key)) {
-        // Not on the replay list: from the queue it breaks the replay off.
+        // It must not go on the replay list: read from the queue it breaks off the replay.
         queue_key(key);
     } else {
         key_unget(key);

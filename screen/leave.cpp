@@ -1,7 +1,7 @@
 // Leaving on a signal.
 //
-// SIGHUP and SIGTERM only set a flag. The key reader and the interrupt test look at it, since a program that
-// waits for the operator, or that asks whether to go on, has no update half done; a hold says that it has.
+// SIGHUP and SIGTERM only set a flag. The key reader and the interrupt test look at it: a program that waits
+// for the operator, or asks whether to go on, has no update half done. When it has, a hold says so.
 #include <cstdlib>
 
 #include "screen/screen_internal.h"
@@ -30,7 +30,7 @@ void scr_leave_if_due() {
         return;
     }
     if (leaving) {
-        // The orderly end, or the fatal screen, waits for a key that nobody will press.
+        // The orderly end or the fatal screen is waiting for a key that nobody will press.
         scr_exit(1);
     }
     leaving = true;

@@ -29,7 +29,7 @@ void show_form() {
     scr_text(A_BOLD, 9, 2, "%s", term_text(1, 381, "Druk op <ESC> om te stoppen en de macro's te bewaren."));
 }
 
-/// Waits for a letter or digit; 27 when the operator has had enough.
+/// Waits for a letter or digit; 27 when the operator gives up.
 int read_activating_key() {
     int key = 0;
     do {
@@ -51,7 +51,7 @@ void show_keys(const MacroRecord &record) {
     scr_text(A_BOLD, row_key, 2, "%-*s", shown * width_on_screen, line.c_str());
 }
 
-/// Takes down what the operator types, up to <F2> or a full record.
+/// Records what the operator types, up to <F2> or until the record is full.
 void record_keys(MacroRecord &record) {
     win_open1(12, 10, 5, 60);
     win_title("%s", term_text(1, 382, "Opname"));
@@ -80,7 +80,7 @@ void store(const MacroRecord &record) {
     }
 }
 
-/// Lines of a question, cut to fit the box.
+/// The lines of a question, cut to fit the box.
 std::vector<std::string> lines_of(std::string text) {
     constexpr std::size_t most_lines = 10;
     constexpr std::size_t longest_line = 76;

@@ -21,7 +21,7 @@ constexpr int key_carriage_return = 13;
 constexpr int first_no_key = 512;
 constexpr int key_consumed = -2;
 
-/// The directory, and behind it the path that was built last.
+/// The directory, and after it the path that was built last.
 struct macro_paths {
     char directory[path_room];
     char path[path_room];
@@ -53,8 +53,8 @@ macro_paths &paths() {
     return *mac_path;
 }
 
-/// Keeps other programs from making the file at the same time. Where the directory can't be locked they have
-/// to do without.
+/// Keeps other programs from making the file at the same time. Where the directory can't be locked nothing
+/// does.
 class directory_lock {
 public:
     directory_lock() {
@@ -72,7 +72,7 @@ public:
     directory_lock(const directory_lock &) = delete;
     directory_lock &operator=(const directory_lock &) = delete;
 
-    /// There is such a directory, and files can be made in it.
+    /// True when there is such a directory and files can be made in it.
     [[nodiscard]] bool writable() const {
         const char *directory = paths().directory;
         return fd_ >= 0 && access(*directory == '\0' ? "." : directory, W_OK) == 0;
@@ -86,7 +86,7 @@ bool usable(const char *name) {
     return access(mac_file_path(name), R_OK | W_OK) == 0;
 }
 
-/// Makes what is missing of the pair. False when that is not possible.
+/// Makes the missing half of the pair, or both. False when that is not possible.
 bool make_file() {
     const directory_lock lock;
     if (!file_exists(mac_file_path("MACRO.TXT"))) {
@@ -134,7 +134,7 @@ void push_key(int key) {
     }
 }
 
-/// Makes a stored macro the replay. A macro that no recording could have made is not typed for anybody.
+/// Makes a stored macro the replay. A macro that no recording could have made is refused.
 bool begin_replay(const MacroRecord &record, int key) {
     if (!sound(record)) {
         char name[8];

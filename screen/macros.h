@@ -1,15 +1,15 @@
 // Keyboard macros: stored sequences of keys that are typed for the operator.
 //
 // <F2> and a letter or digit starts a macro, from any dialogue. Replay runs inside the key reader, so a field
-// or a menu sees the keys as if they were typed. The key reader knows macros by a table only, which is empty
-// until the layer that has menus and pick lists fills it.
+// or a menu sees the keys as if they were typed. The key reader knows macros only through a table, which is
+// empty until the layer that has menus and pick lists fills it.
 #pragma once
 
 #include "isam/store.h"
 #include "screen/macrofile.h"
 #include "screen/screen.h"
 
-/// Every entry is null or all are set.
+/// Either all entries are null or all are set.
 struct macro_table {
     bool (*enabled)();  ///< whether <F2> starts the macro command
     void (*enable)();
@@ -17,53 +17,53 @@ struct macro_table {
     bool (*replaying)();        ///< a replay is going on and macros are enabled
     bool (*keys_left)();        ///< the replay list holds keys
     int (*next_key)();          ///< takes the next key off the replay list
-    void (*push)(int key);      ///< puts a key on the replay list, as its next
+    void (*push)(int key);      ///< puts a key first on the replay list
     void (*stop)();             ///< ends the replay and empties its list
     int (*choose)();            ///< the menu: KEY_IC, KEY_DC, an activating key, or 0 for none
     void (*record)();           ///< the dialogue for recording
     void (*remove)();           ///< the dialogue for deleting
-    int (*start)(int key);      ///< first key of a macro, 0 for none, -2 when that was all
-    void (*session_restore)();  ///< takes up what an earlier program on this line left to replay
-    void (*session_save)();     ///< keeps what is left for the next program on this line
+    int (*start)(int key);      ///< first key of a macro, 0 for none, -2 when nothing follows
+    void (*session_restore)();  ///< resumes what an earlier program on this line left to replay
+    void (*session_save)();     ///< saves what is left for the next program on this line
 };
 extern macro_table macros;
 
-/// Fills the entries of the table but those for the menu and the deleting of macros.
+/// Fills the table, except the entries for the menu and for deleting macros.
 void mac_connect();
 
 /// The user number that is part of a macro's key.
 inline constexpr std::uint16_t mac_user = 0;
 
-/// Switch macros on and off. They are off at first, and while a dialogue of their own is open.
+/// Switch macros on and off. They are off at first, and while one of their own dialogues is open.
 void mac_enable();
 void mac_disable();
-/// A replay is going on, and macros are on.
+/// True when a replay is going on and macros are on.
 bool mac_active();
 /// Ends a replay.
 void mac_stop();
 
-/// Path of `name` in the directory that MACRO (environment) names, else in the current one. Valid until the
-/// next call, or until macros are switched.
+/// Path of `name` in the directory named by the environment variable MACRO, else in the current one. Valid
+/// until the next call, or until macros are switched on or off.
 const char *mac_file_path(const char *name);
-/// Opens the macro file, shared, once it has been made or mended if need be. Null when it can't be used.
+/// Opens the macro file, shared; it is first made or mended if need be. Null when it can't be used.
 ICB *mac_open();
-/// True for a letter or digit of one byte; the key under which `key` is stored.
+/// True for a letter or digit of one byte; and the key under which `key` is stored.
 bool mac_is_activating(int key);
 int mac_stored_key(int key);
 
-/// Starts the replay of the macro of `key`, and offers to record it when there is none. Returns its first
-/// key, 0 when none was started, -2 when the operator declined.
+/// Starts the replay of the macro of `key`, or offers to record it when there is none. Returns its first key,
+/// 0 when none was started, -2 when nothing follows (the operator declined, or the macro is damaged).
 int mac_start(int key);
 /// The dialogue for recording; with key 0 it asks for the activating key.
 void mac_record(int key);
-/// A question box: the text, and whether to add a macro.
+/// A question box with the text that asks whether to add a macro.
 [[gnu::format(printf, 1, 2)]] bool mac_ask(const char *format, ...);
 
-/// Write and read what is left of a replay, in a file of this terminal line.
+/// Write and read what is left of a replay, in a file for this terminal line.
 void mac_save();
 void mac_restore();
 
-/// Sets the dialogue below aside: its key state and the status of its field.
+/// Keeps the state of the dialogue below: its key state and the status of its field.
 class mac_dialogue {
 public:
     mac_dialogue()

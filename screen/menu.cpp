@@ -46,7 +46,7 @@ void internal_error(int number) {
     scr_fatal("MENUHDL: errno=%d", number);
 }
 
-/// The text at the width of the menu, without blanks around it.
+/// The text without blanks around it, at the width of the menu.
 void fit(char *to, const char *text) {
     std::strncpy(to, text, text_width);
     to[text_width] = '\0';
@@ -112,8 +112,8 @@ bool cancelled() {
     return scr->ing_exit == K_CANCEL || scr->ing_exit == K_ESC;
 }
 
-/// Lets the operator type a choice, with the selected entry's number standing in the field; key explanation
-/// and information page come back to it.
+/// Lets the operator type a choice; the field shows the number of the selected entry. The key explanation and
+/// the information page return to it.
 std::int16_t read_choice(int row, int col, const menu_entry &selected) {
     for (;;) {
         auto choice = static_cast<std::int16_t>(selected.number);
@@ -131,7 +131,7 @@ std::int16_t read_choice(int row, int col, const menu_entry &selected) {
     }
 }
 
-/// Takes the typed number as selection; true if the entry can be run.
+/// Selects the entry with the typed number; true if it can be run.
 bool take_choice(std::int16_t choice, std::size_t &selected) {
     if ((scr->ing_status & ING_EMPTY) == 0) {
         std::size_t found = 0;
@@ -151,7 +151,7 @@ bool take_choice(std::int16_t choice, std::size_t &selected) {
     return true;
 }
 
-/// The entry that the operator chooses; the number of entries if he leaves.
+/// The index of the entry that the operator chooses; the number of entries when the operator leaves.
 std::size_t choose(int row, int col) {
     std::size_t selected = last_choice();
     for (;;) {
@@ -233,7 +233,7 @@ int menu_run() {
     const int length = scr_text(A_DIM, row, 2, "%s", detail_text(7, 556, "Uw keuze"));
     const std::size_t chosen = choose(row, 2 + length + 1);
     void (*function)() = chosen < menu.count ? entry_at(chosen).function : nullptr;
-    // The function may build a menu of its own in this place.
+    // The function may build a menu of its own here.
     menu.count = 0;
     if (function == nullptr) {
         return 0;

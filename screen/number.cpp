@@ -14,7 +14,7 @@ std::string limit_text(double limit) {
 }  // namespace
 
 double number_from(std::string_view text) {
-    // A character set of the field's own may let the operator type these in front.
+    // A field with its own character set may let the operator type blanks or a plus sign in front.
     text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
     if (text.starts_with('+')) {
         text.remove_prefix(1);
@@ -30,7 +30,7 @@ double number_from(std::string_view text) {
 void ing_number() {
     const field_description &field = scr->field;
     std::string text = ing_text;
-    // The sign may stand on either side.
+    // The sign may be on either side.
     const bool negative = text.find('-') != std::string::npos;
     if (text.starts_with('-')) {
         text.erase(0, 1);

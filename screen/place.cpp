@@ -1,4 +1,4 @@
-// Text placement: one call with an attribute, a row, a column and a format. The message line.
+// Placing text: one call with an attribute, a row, a column and a format. Also the message line.
 #include <algorithm>
 #include <cstdarg>
 #include <cstring>
@@ -17,7 +17,7 @@ struct usable_area {
     int columns;
 };
 
-/// False while nothing can be shown: no session, or the terminal is passing output to its printer.
+/// False while nothing can be shown: there is no session, or the terminal is passing output to its printer.
 bool showing() {
     return scr != nullptr && scr->scr_nwin > 0 && !scr->scr_off;
 }
@@ -36,7 +36,7 @@ bool inside(int row, int col) {
 /// Placed text reaches the terminal at most once a second.
 void refresh_rule() {
     const std::time_t now = std::time(nullptr);
-    // Unequal rather than later: a clock that is set back must not freeze the screen.
+    // Compared with "not equal", not "later": a clock that is set back must not freeze the screen.
     if (now != scr->scr_last_refresh) {
         scr->scr_last_refresh = now;
         win_refresh();
@@ -135,7 +135,7 @@ void win_title(const char *format, ...) {
     } else {
         wborder(entry.window, 0, 0, 0, 0, 0, 0, 0, 0);
     }
-    // A title too long for the frame leaves its corners.
+    // A title too long for the frame must leave the corners visible.
     const int width = getmaxx(entry.window);
     title.resize(std::min(title.size(), static_cast<std::size_t>(std::max(width - 2, 0))));
     place(A_BOLD, 1, (width - static_cast<int>(title.size())) / 2 + 1, title);
@@ -275,7 +275,7 @@ kept_last_line::kept_last_line() : cells_(static_cast<std::size_t>(COLS) + 1) {
         cells_.clear();
     }
     wmove(base, row, col);
-    // A message that stands there already hides nothing.
+    // A message that is already on the line is not kept with it.
     const std::size_t length = std::min(std::strlen(scr->scr_msg), cells_.size());
     for (std::size_t i = 0; i < length; i++) {
         if ((cells_[i].attr & A_BOLD) != 0) {

@@ -9,7 +9,7 @@ namespace {
 
 bool bar_window = false;
 int bar_mark = 0;
-std::string last_line;  // what the bar on the last line is made of; empty while there is none
+std::string last_line;  // the text of the bar on the last line; empty while there is none
 int last_line_mark = 0;
 
 std::string checkerboard(int width) {

@@ -21,7 +21,7 @@ char first_letter(const char *text, char fallback) {
 
 constexpr char no_preset = '/';
 
-/// Takes a preset answer, as in "[+],", off the text.
+/// Takes a preset answer, such as "[+],", off the text.
 char take_preset(std::string &text) {
     if (text.size() < 3 || text[0] != '[') {
         return no_preset;

@@ -1,5 +1,5 @@
-// Chief header of the terminal dialogue: session, windows, text and keys; and with it fields, menus and
-// prompts, which have headers of their own.
+// Chief header of the terminal dialogue: session, windows, text and keys. It includes the headers of fields,
+// menus and prompts.
 //
 // Rows and columns count from 1, row before column. Attributes are the ncurses attribute words: A_DIM for
 // labels, A_BOLD for values, A_REVERSE for the selection. Texts are bytes of code page 850.
@@ -24,12 +24,12 @@
 // ---------------------------------------------------------------------------------------------------------
 // Session
 
-/// What the next input accepts. Each field clears it at its end.
+/// What the next input accepts. Each field clears it when it ends.
 struct key_state {
     std::array<std::uint8_t, 64> mask{};  ///< one bit for each key code 0 to 511
     double ing_min = 0.0;                 ///< limits of the next field; 0.0 and -1.0 stand for none
     double ing_max = -1.0;
-    std::uint32_t soft = 0;  ///< validating bits, bit i belongs to key slot i
+    std::uint32_t soft = 0;  ///< keys that validate the field; bit i belongs to key slot i
 };
 
 inline constexpr int scr_max_windows = 15;
@@ -42,11 +42,11 @@ struct screen_size {
     bool operator==(const screen_size &) const = default;
 };
 
-/// A terminal description in use: normal "", wide "-w", long "-l".
+/// A terminal description in use; modes are "" (normal), "-w" (wide) and "-l" (long).
 struct terminal_entry {
     char mode[4] = "";
     SCREEN *screen = nullptr;
-    screen_size size;  ///< for the life of the screen
+    screen_size size;  ///< fixed for the life of the screen
 };
 
 /// A window on the stack.
@@ -58,7 +58,7 @@ struct window_entry {
     bool border = false;  ///< true once the window has been titled
 };
 
-/// The dialogue state, one record a process.
+/// The state of the dialogue, one record for the process.
 struct screen_state {
     int scr_lines = 0;  ///< size of the current terminal
     int scr_cols = 0;
@@ -77,19 +77,20 @@ struct screen_state {
     int ing_status = 0;  ///< status and exit key of the last field
     int ing_exit = 0;
     field_description field;
-    int ing_bprec = 2;       ///< decimals of an amount: 2, or 0 in a currency without cents
+    int ing_bprec = 2;       ///< decimals of an amount: 2, or 0 for a currency without cents
     char scr_msg[136] = "";  ///< the message now on the last line
 };
 
 /// The session; null while there is none.
 extern screen_state *scr;
 
-/// Starts the session on the terminal that TERM names. Failure is fatal; status 10 for an unknown terminal.
+/// Starts the session on the terminal that TERM names. Failure is fatal; the status is 10 for an unknown
+/// terminal.
 void SCRINIT();
-/// Makes the description of `mode` ("", "-w" or "-l") current and opens a full window on it. The way back
-/// is to close that window.
+/// Makes the description of `mode` ("", "-w" or "-l") current and opens a full window on it. Closing that
+/// window goes back.
 void scr_switch_terminal(const char *mode);
-/// Index of `mode` in the terminal table; opens the description when needed.
+/// Index of `mode` in the terminal table; opens the description if needed.
 int scr_open_terminal(const char *mode);
 /// Ends the session and leaves the terminal as it was.
 void scr_end();
@@ -102,31 +103,31 @@ void scr_resume();
 // ---------------------------------------------------------------------------------------------------------
 // Windows and text
 
-/// Opens a window at a screen position. Kinds: 0 full screen, 1 dialogue, 2 small input, 3 fatal and alarm,
-/// 4 field help, 7 pop-up menu. A window that would not fit on the screen is moved and cut to fit.
+/// Opens a window at a screen position. Kinds: 0 full screen, 1 dialogue, 2 small input, 3 fatal and alarm, 4
+/// field help, 7 pop-up menu. A window that does not fit on the screen is moved and cut to fit.
 void win_open(int row, int col, int height, int width, int kind);
 void win_open1(int row, int col, int height, int width);
 void win_open2(int row, int col, int height, int width);
 void win_open3(int row, int col, int height, int width);
 void win_open7(int row, int col, int height, int width);
-/// Closes the current window; on the first window of a terminal, goes back to the terminal below.
+/// Closes the current window; closing the first window of a terminal goes back to the terminal below.
 void win_close();
 /// The current window.
 WINDOW *win_current();
 /// Frames the current window and centres a title in the frame; a null or empty format draws the frame only.
-/// From now on row 1, column 1 lies inside the frame.
+/// From then on row 1, column 1 lies inside the frame.
 [[gnu::format(printf, 1, 2)]] void win_title(const char *format, ...);
 /// Sets the attribute of the output that follows.
 void win_attr(attr_t attr);
 
-/// Places text; what runs past the window is cut. Returns the number of characters placed.
+/// Places text; what does not fit in the window is cut off. Returns the number of characters placed.
 [[gnu::format(printf, 4, 5)]] int scr_text(attr_t attr, int row, int col, const char *format, ...);
-/// Adds text at the cursor with the present attribute. Returns its length.
+/// Adds text at the cursor with the current attribute. Returns its length.
 [[gnu::format(printf, 1, 2)]] int scr_add(const char *format, ...);
 void scr_move(int row, int col);
 void scr_clear_eol(int row, int col);
 void scr_clear_eos(int row, int col);
-/// As scr_text, on the bottom window of the terminal, with the windows above it drawn over it again.
+/// As scr_text, on the bottom window of the terminal; the windows above it are then drawn over it again.
 [[gnu::format(printf, 4, 5)]] int scr_base_text(attr_t attr, int row, int col, const char *format, ...);
 /// Refreshes the current window, then sleeps.
 void scr_flush(int seconds);
@@ -182,9 +183,9 @@ bool key_wait(int row, int col, int seconds);
 void key_allow(int key);
 void key_deny(int key);
 bool key_allowed(int key);
-/// True for an allowed key that stands in a slot.
+/// True for an allowed key that is in a slot.
 bool key_is_exit(int key);
-/// Validating exit keys.
+/// Exit keys that validate the field.
 void key_soft_set(int key);
 void key_soft_clear(int key);
 bool key_is_soft(int key);
@@ -197,6 +198,6 @@ void key_name(int key, char *text);
 
 /// Bits of `ing_status`.
 inline constexpr int ING_FRESH = 1;    ///< nothing has moved yet; the first character replaces the text
-inline constexpr int ING_CHANGED = 4;  ///< the content differs from what it was at the start
+inline constexpr int ING_CHANGED = 4;  ///< the content differs from that at the start
 inline constexpr int ING_EMPTY = 8;    ///< the text was empty when the field ended
 inline constexpr int ING_REDO = 128;   ///< validation refused the input

@@ -1,4 +1,4 @@
-// The screen session: starts the terminal, drives several descriptions of it, takes everything down.
+// The screen session: starts the terminal, switches between descriptions of it, and ends it all again.
 #include <unistd.h>
 
 #include <cstdio>
@@ -16,10 +16,10 @@ screen_state *scr = nullptr;
 
 namespace {
 
-// The wait that tells the Esc key from an escape sequence.
+// How long to wait to tell the Esc key from an escape sequence.
 constexpr int escape_milliseconds = 40;
 
-/// The store asks with the colours of an ordinary dialogue, and shows its texts plainly.
+/// Questions of the store have the colours of an ordinary dialogue.
 int operator_flash(int wait, const char *title, const char *text) {
     return FFLASH(wait, 0, A_DIM, title, "%s", text);
 }
@@ -81,7 +81,7 @@ SCREEN *screen_of(int terminal) {
     return scr->terminals[static_cast<std::size_t>(terminal)].screen;
 }
 
-/// A variable of the environment that is put back at the end.
+/// Sets an environment variable and puts the old value back at the end.
 class environment_guard {
 public:
     environment_guard(const char *variable, int value) : name(variable) {
@@ -106,8 +106,9 @@ private:
     std::string before;
 };
 
-/// newterm for a screen of that size, whatever the description and the window say. A screen keeps its size
-/// for life: ncurses resizes the windows of all screens together, which it then draws in the wrong size.
+/// Calls newterm for a screen of that size, whatever the description and the window say. A screen keeps its
+/// size for life: ncurses would resize the windows of all screens together and then draw them in the wrong
+/// size.
 SCREEN *new_screen(const char *mode, screen_size size) {
     const environment_guard lines("LINES", size.lines);
     const environment_guard columns("COLUMNS", size.columns);
@@ -127,7 +128,7 @@ SCREEN *new_screen(const char *mode, screen_size size) {
 /// Screens that were made for a size that the window did not take.
 std::vector<SCREEN *> retired;
 
-/// Sends the current terminal what makes its window the size of `mode`.
+/// Sends the current terminal the sequences that make its window the size of `mode`.
 void initialise_terminal(const char *mode) {
     bool sent = terminal_put("is2");
     sent = terminal_put("is3") || sent;
@@ -177,9 +178,9 @@ int scr_open_terminal(const char *mode) {
     if (entry.screen != nullptr) {
         return index;
     }
-    // Our handler must stand before ncurses looks for one: ours keeps the size that the mode asks for.
+    // Our handler must be installed before ncurses looks for one: it keeps the size that the mode asks for.
     terminal_signals();
-    // A variant asks the window to grow, so its size is known only when it has been entered.
+    // The other modes ask the window to grow, so their size is known only after the switch.
     entry.size = *mode == '\0' ? terminal_size(mode) : terminal_mode_size(mode);
     entry.screen = new_screen(mode, entry.size);
     if (entry.screen == nullptr) {
@@ -208,13 +209,12 @@ void scr_switch_terminal(const char *mode) {
     auto &entry = scr->terminals[static_cast<std::size_t>(scr->scr_term)];
     set_term(entry.screen);
     initialise_terminal(mode);
-    // Only now is known whether the window has become as large as the mode asks for.
+    // Only now can we see whether the window has become as large as the mode asks for.
     const screen_size size = terminal_size(mode);
     if (!on_stack(stdscr) && size != entry.size) {
-        // What it has to say on starting would otherwise come when it is deleted, after the end of the
-        // session.
+        // Otherwise its start-up output would appear when it is deleted, after the end of the session.
         doupdate();
-        // Deleting a screen in mid-session upsets the others; it goes at the end of the session.
+        // Deleting a screen during the session disturbs the others, so it is deleted at the end.
         retired.push_back(entry.screen);
         entry.size = size;
         entry.screen = new_screen(mode, size);
@@ -226,7 +226,7 @@ void scr_switch_terminal(const char *mode) {
     cbreak();
     noecho();
     typeahead(-1);
-    intrflush(nullptr, FALSE);  // a key that is a signal must not cut off what is being painted
+    intrflush(nullptr, FALSE);  // a key that sends a signal must not discard what is being painted
     terminal_use_size(entry.size);
     scr->scr_base = scr->scr_nwin;
     if (on_stack(stdscr)) {
@@ -243,7 +243,7 @@ void scr_switch_terminal(const char *mode) {
 void scr_end() {
     static bool ending = false;
     if (ending) {
-        // A fault on the way out: only the terminal is put right.
+        // An error while ending: only the terminal is restored.
         endwin();
         tty_restore();
         _exit(1);
@@ -255,7 +255,7 @@ void scr_end() {
     }
     if (scr->scr_nwin > 0) {
         scr_reading(false);  // ncurses shows the cursor again only on the screen that hid it
-        // The way back from a wide or long description gives the window its size again.
+        // Going back from a wide or long description gives the window its old size again.
         while (scr->scr_nwin > 1) {
             win_close();
         }

@@ -19,7 +19,7 @@
 namespace {
 
 volatile std::sig_atomic_t window_changed = 0;
-screen_size room;  ///< of the window, as last measured
+screen_size room;  ///< size of the window, as last measured
 bool fits = true;
 bool page_read = false;
 
@@ -58,7 +58,7 @@ bool real_size(screen_size &size) {
     return true;
 }
 
-/// The first of `shown` lines or columns out of `all` that has `cursor` among them, and `usual` where it can.
+/// First of the `shown` lines or columns, out of `all`, so that `cursor` is among them; `usual` if possible.
 int first_shown(int cursor, int shown, int all, int usual) {
     if (cursor >= usual && cursor < usual + shown) {
         return usual;
@@ -66,7 +66,7 @@ int first_shown(int cursor, int shown, int all, int usual) {
     return std::clamp(cursor - shown / 2, 0, all - shown);
 }
 
-/// Has the next update show no more of the screen than the window has room for.
+/// Makes the next update show only as much of the screen as the window has room for.
 void crop() {
     int row = 0;
     int col = 0;
@@ -74,14 +74,14 @@ void crop() {
     win_stage(scr->scr_base, scr->scr_nwin - 1);
     const int last = LINES - 1;
     const int rows = std::min(room.lines, LINES);
-    // At a right margin that ncurses does not know of, it would lose track of the cursor.
+    // ncurses would lose track of the cursor at a right margin that it does not know about.
     const int columns = room.columns < COLS ? std::max(room.columns - 1, 1) : COLS;
     const int above = rows - 1;
     const bool on_last = row >= last || above == 0;
     const bool page = on_last && page_read;
     const int top = page ? 0 : on_last ? last - above : first_shown(row, above, last, last - above);
     const int left = page ? 0 : first_shown(col, columns, COLS, 0);
-    // What is blank is not painted: beyond the window it would land on its last line.
+    // Blanks are not painted: text past the window would land on its last line.
     wbkgdset(newscr, ' ');
     std::vector<cchar_t> cells(static_cast<std::size_t>(columns) + 1);
     for (int i = 0; i < LINES; i++) {
@@ -99,7 +99,7 @@ void crop() {
     wmove(newscr, on_last ? above : row - top, std::min(col - left, columns - 1));
 }
 
-/// Learns the size of the window after a change.
+/// Measures the window after a change of its size.
 void look_again() {
     if (window_changed == 0) {
         return;
@@ -131,7 +131,7 @@ bool terminal_put(const char *capability) {
     if (sequence == nullptr || sequence == reinterpret_cast<const char *>(-1)) {
         return false;
     }
-    // putp goes through stdio, ncurses does not: in order only when each is flushed.
+    // putp writes through stdio and ncurses does not, so the order is right only when each is flushed.
     putp(sequence);
     std::fflush(stdout);
     return true;
@@ -146,7 +146,7 @@ void terminal_free_lines() {
         return;
     }
     putp(tparm(region, 0, real.lines - 1));
-    // That moves the cursor, which ncurses takes to be where it left it.
+    // Setting the region moves the cursor, but ncurses thinks it is still where it left it.
     putp(tparm(address, getcury(curscr), getcurx(curscr)));
     std::fflush(stdout);
 }
@@ -173,11 +173,11 @@ void terminal_use_size(screen_size size) {
     COLS = size.columns;
     scr->scr_lines = LINES;
     scr->scr_cols = COLS;
-    // Back from another program, or from a stop, ncurses measures again and asks the environment first. The
-    // size of the window would cut or stretch all windows.
+    // After another program or a stop, ncurses measures again, but asks the environment first. Taking the
+    // real size would cut or stretch all windows.
     setenv("LINES", std::to_string(size.lines).c_str(), 1);
     setenv("COLUMNS", std::to_string(size.columns).c_str(), 1);
-    // The window may have changed since it was measured.
+    // The real window may have changed since it was measured.
     window_changed = 1;
 }
 
@@ -196,7 +196,7 @@ void terminal_signals() {
     handle(SIGINT, on_interrupt);
     handle(SIGQUIT, on_quit);
     handle(SIGWINCH, on_window_change);
-    // A stopped program is not told of a change.
+    // A stopped program is not told of a change of size.
     handle(SIGCONT, on_window_change);
     handle(SIGHUP, on_leave);
     handle(SIGTERM, on_leave);

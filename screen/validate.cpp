@@ -1,4 +1,4 @@
-// The tests at an accepting key, by type.
+// The tests when an accepting key is pressed, by type.
 #include <cmath>
 #include <cstring>
 

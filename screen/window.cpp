@@ -1,5 +1,5 @@
 // The window stack. The last opened is the first closed; a window takes its colours from its place on the
-// stack, so the pairs are set again at each opening.
+// stack, so the colour pairs are set again at each opening.
 #include <algorithm>
 
 #include "screen/screen_internal.h"

@@ -31,7 +31,7 @@ bool try_lock(off_t byte) {
     return file_lock(lock_action::sole, iotab_descriptor(), byte, 1);
 }
 
-/// Waits a second; false when the operator has been asked, and does not want to wait any longer.
+/// Waits a second; false when the operator was asked and does not want to wait any longer.
 bool keep_waiting(bool ask) {
     constexpr int row = 2;
     constexpr int col = 2;
@@ -72,7 +72,7 @@ bool batch_lock(int kind, bool ask) {
 }
 
 void batch_unlock(int kind) {
-    // Closing the file has released its locks.
+    // Closing the file also releases its locks.
     if (kind_valid(kind) && iotab_descriptor() >= 0) {
         file_lock(lock_action::unlock, iotab_descriptor(), lock_byte(kind), 1);
     }

@@ -17,8 +17,8 @@ struct CustomerRecord {
     std::uint8_t carried_114[18];    // 114
     little_uint32_t first_label;     // 132  0 for none
     little_int32_t amount_plain;     // 136  sold labels of kind 0
-    little_int32_t amount_other;     // 140  of other kinds
-    little_int32_t amount_nine;      // 144  of kind 9
+    little_int32_t amount_other;     // 140  sold labels of other kinds
+    little_int32_t amount_nine;      // 144  sold labels of kind 9
     std::uint8_t carried_148[4];     // 148
     little_int16_t count_plain;      // 152
     little_int16_t count_other;      // 154
@@ -41,7 +41,8 @@ static_assert(offsetof(CustomerRecord, past_date) == 158 && offsetof(CustomerRec
 static_assert(offsetof(CustomerRecord, marks) == 223 && offsetof(CustomerRecord, stamp) == 250);
 static_assert(offsetof(CustomerRecord, extension_date) == 292);
 
-/// Key 1: number. A record whose date is not that of the customer belongs to an earlier customer.
+/// Key 1: number. A record whose date differs from the customer's belongs to an earlier customer with that
+/// number.
 struct CustomerExtension {
     little_uint32_t number;      // 0
     char text[80];               // 4

@@ -8,7 +8,7 @@ struct EanRecord {
     char code[13];           // 0   zero padded
     char type;               // 13  'M' size of a series, 'A' small article
     little_uint16_t colour;  // 14
-    little_uint32_t group;   // 16  of type 'A': the number of the small article
+    little_uint32_t group;   // 16  for type 'A' the number of the small article
     little_uint16_t number;  // 20
     std::uint8_t size;       // 22
     std::uint8_t size_kind;  // 23
@@ -19,8 +19,8 @@ static_assert(sizeof(EanRecord) == 28);
 static_assert(offsetof(EanRecord, type) == 13 && offsetof(EanRecord, group) == 16);
 static_assert(offsetof(EanRecord, size) == 22 && offsetof(EanRecord, date) == 24);
 
-/// RVBARC, replaced codes. Key 1: code. Key 2: group, colour, number, size index. The size kind stands
-/// before the size here.
+/// RVBARC, replaced codes. Key 1: code. Key 2: group, colour, number, size index. Here the size kind comes
+/// before the size.
 struct BarcodeRecord {
     char code[13];            // 0
     std::uint8_t carried_13;  // 13
@@ -54,7 +54,7 @@ struct PluRecord {
     char code[13];                 // 0
     std::uint8_t carried_13;       // 13
     little_uint16_t turnover;      // 14  turnover group
-    little_int32_t price;          // 16  of the price group of the size
+    little_int32_t price;          // 16  price of the size's price group
     std::uint8_t action;           // 20  number of the action, 0 for none
     std::uint8_t carried_21;       // 21
     little_uint16_t action_value;  // 22

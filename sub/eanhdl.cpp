@@ -39,8 +39,8 @@ std::uint32_t next_number() {
     return row.last_ean;
 }
 
-/// A code that nothing has yet: a generator that was set back must not take the codes of others. Among more
-/// numbers than there are records one is free.
+/// A code that is not in use: a generator that was set back must not give out codes twice. One more number
+/// than there are records is enough to find a free one.
 std::string free_code(ICB *file) {
     std::string code;
     EanRecord other{};
@@ -133,7 +133,7 @@ std::string ean_instore(std::uint32_t number) {
 }
 
 void ean_generate(ICB *file, const SeriesRecord &series, const SizeBitmap &sizes) {
-    // Whoever holds the record of key "0" hands out numbers; no code has that key.
+    // Only the program that has locked the record of key "0" may hand out numbers. No code has that key.
     EanRecord turn{};
     put_code(turn, "0");
     wait_box();

@@ -1,4 +1,4 @@
-// What the tills are told of EAN codes.
+// What the tills are told about EAN codes.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -28,7 +28,7 @@ constexpr std::uint8_t tills_present = 2;
 constexpr int all_tills = 255;
 constexpr std::size_t most_branches = 256;
 
-/// What the tills of a branch have to know of an action, by the labels that stand there.
+/// What the tills of a branch must know about an action, taken from the labels in that branch.
 struct branch_action {
     std::uint8_t number = 0;  ///< 0 for none
     std::uint16_t value = 0;
@@ -75,8 +75,8 @@ void tell_changes(const SeriesRecord &series, const std::string &code) {
     }
 }
 
-/// The amount of the price group in which a size falls: each group reaches up to its last size, the last one
-/// in use over all after it.
+/// The amount of the price group that a size falls in. Each group reaches up to its last size; the last group
+/// in use also covers all sizes after it.
 std::int32_t price_of(const SeriesRecord &series, std::uint8_t index) {
     size_view(session_sizes, sys_settings.size_system, series.size_kind, &series.sizes);
     std::size_t group = 0;
@@ -103,7 +103,7 @@ branch_action action_of(const LabelParts &label) {
     return {static_cast<std::uint8_t>(number), action.value, static_cast<std::int32_t>(label.amount_c)};
 }
 
-/// The actions of a size, branch by branch, by the first label in stock that has one.
+/// The actions of a size, branch by branch, taken from the first label in stock that has one.
 branch_actions actions_of(const SeriesRecord &series, std::uint8_t size) {
     branch_actions actions{};
     for (label_chain chain = label_chain_of(series); label_chain_next(chain);) {
@@ -131,7 +131,7 @@ PluRecord plu_of(const SeriesRecord &series, const EanRecord &code) {
     return record;
 }
 
-/// Writes the record of a branch; without an action to go with it, deletes it.
+/// Writes the code's record in the file of a branch; deletes it when `action` is null.
 void write_plu(int branch, const PluRecord &known, const branch_action *action) {
     PluRecord record = known;
     ICB *file = pair_open(str_format("PLU%02d", branch).c_str(), ix_shared, sizeof record);

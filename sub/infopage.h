@@ -1,4 +1,4 @@
-// The information page: what is known of the program, the user and the machine.
+// The information page: what is known about the program, the user and the machine.
 #pragma once
 
 /// Shows the page in a window and waits for Enter.

@@ -29,12 +29,12 @@ struct {
     bool transit_in_use = false;
     bool test_mode = false;
     LabelBlock block{};
-    std::int32_t number = no_block;  ///< of the block in memory
+    std::int32_t number = no_block;  ///< number of the block in memory
     int slot = 0;
     std::int32_t steps = 0;  ///< blocks followed since the chain was entered
 } eti;
 
-/// The chains are not what they were: the slot keeps the mark, and the program stops.
+/// The chains can no longer be trusted: marks the user slot and stops the program.
 [[noreturn]] void fail(eti_action action, std::int32_t block, int code, const char *text) {
     set_program_status(status_chains_suspect);
     scr_fatal("%s(%d): a=%c,f=%d,r=%ld -> %s", fatal_name, code, static_cast<char>(action), eti.fd,
@@ -82,7 +82,7 @@ void forget_block() {
     eti.steps = 0;
 }
 
-/// Makes a block current, from its first slot on.
+/// Makes a block current, and its first slot.
 void load(eti_action action, std::int32_t block) {
     LabelBlock buffer;
     switch (try_read(block, buffer)) {
@@ -106,7 +106,8 @@ void store_block() {
     }
 }
 
-/// A chain leads to a new block some moments before that is written. Who puts it there has locked row 4.
+/// A chain leads to a new block a moment before that block is written. The program that adds it holds the
+/// lock of row 4 meanwhile, so waiting for that lock is enough.
 void await_block(std::int32_t block, const SeriesKey &key) {
     LabelBlock buffer;
     constexpr int patience = 3;
@@ -117,10 +118,10 @@ void await_block(std::int32_t block, const SeriesKey &key) {
     }
 }
 
-/// Goes to the next block of the chain, if there is one. A chain longer than the file runs in a loop.
+/// Goes to the next block of the chain, if there is one. A chain longer than the file is a loop.
 bool follow_chain(eti_action action) {
     const std::int32_t next = eti.block.next;
-    // A free block leads to other free ones: its series was deleted while the walk was at it.
+    // A free block would lead to other free ones: the series was deleted during the walk.
     if (next == chain_end || chk_key_empty(eti.block)) {
         return false;
     }
@@ -139,7 +140,7 @@ bool follow_chain(eti_action action) {
     return true;
 }
 
-/// Splits a label number; a number below 1 lies in no block.
+/// Splits a label number into block and slot; false for a number below 1, which lies in no block.
 bool locate(std::int32_t number, std::int32_t &block, int &slot) {
     if (number < 1) {
         return false;
@@ -194,7 +195,7 @@ bool read_label(std::int32_t number, eti_rec &rec) {
     return fill(rec);
 }
 
-/// From the slot after the current one to the next label of the chain.
+/// Goes on from the slot after the current one to the next label of the chain.
 bool next_label(eti_action action, std::int32_t &number, eti_rec &rec) {
     if (eti.number == no_block) {
         return false;
@@ -232,9 +233,9 @@ bool owns_block(const eti_rec &rec) {
            eti.block.key.number == rec.number;
 }
 
-/// Puts a block after the last of the chain. The mark in the user slot and the lock of row 4 stand from
-/// before the first of the three writes until after the last: a program that dies between them is found out,
-/// and who holds the row meets no block that belongs to nobody yet.
+/// Adds a block after the last one of the chain. The mark in the user slot is set and row 4 is locked from
+/// before the first of the three writes until after the last. So a program that dies between them is noticed,
+/// and a program that has locked the row finds no block without an owner.
 void add_block(std::int32_t &number, const eti_rec &rec) {
     const bool has_chain = owns_block(rec);
     while (has_chain && follow_chain(eti_action::new_block)) {
@@ -368,7 +369,7 @@ int eti_next_kind(eti_action action, std::int32_t &number, eti_rec &rec, int sta
         err_internal(module_name, 4);
     }
     int found = eti_file(action, number, rec);
-    // A label read by number may be an empty slot, with others after it.
+    // A label read by number may be an empty slot with labels after it.
     if (found == 0 && action == eti_action::read) {
         found = eti_file(eti_action::next, number, rec);
     }

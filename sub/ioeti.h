@@ -22,7 +22,7 @@ struct eti_rec {
     std::uint16_t date_status = 0;  ///< status 1 only
     std::uint16_t date_moved = 0;
     std::uint16_t date_sold = 0;    ///< status 3 and 4 only
-    std::uint16_t group_value = 0;  ///< of status 1 and 2 that of the article group
+    std::uint16_t group_value = 0;  ///< status 1 and 2: the value of the article group
     std::int32_t price = 0;
     std::int32_t amount_b = 0;
     std::int32_t amount_c = 0;
@@ -49,11 +49,11 @@ inline constexpr std::int32_t eti_number(std::int32_t block, int slot) {
 
 /// Fills `rec` from a slot (0 to 9), status 0 for an empty one.
 void eti_unpack(const LabelBlock &block, int slot, eti_rec &rec);
-/// Puts `rec` into a slot; its series key is not put in the block, its size kind is. Sets group_value of a
-/// label that is not sold yet. A mark of transit is dropped where goods in transit is not in use; with the
+/// Puts `rec` into a slot; the block gets its size kind but not its series key. Sets group_value of a label
+/// that is not sold yet. Where goods in transit is not in use, a transit mark is dropped; with the
 /// environment variable ZUV_INTERN that is fatal.
 void eti_pack(eti_rec &rec, LabelBlock &block, int slot);
-/// Code 1 to 10 under which row 1 keeps the value of an article group; 1 for a group that can't be found. A
+/// The code (1 to 10) of the value in row 1 for an article group; 1 for a group that can't be found. A
 /// damaged record may give any other byte.
 int art_value_code(std::uint32_t group);
 
@@ -62,20 +62,20 @@ enum class eti_action : char {
     open = 'O',       ///< open the file and forget the current block; 0
     close = 'C',      ///< close it; 0
     read = 'R',       ///< label `number`; 1 when the slot is filled
-    first = 'F',      ///< first label of the chain from block `number` (-1: none), which becomes its number
+    first = 'F',      ///< first label of the chain from block `number` (-1: none); sets `number` to it
     next = 'N',       ///< next label of the chain; 0 at its end
     write = 'W',      ///< write the label, with number 0 into the first free slot of the chain; 1
     remove = 'D',     ///< delete the label, if it is the current one: 0, else 1
-    new_block = 'I',  ///< put a block after the chain of the series of `rec`, and go to its first slot; 0
+    new_block = 'I',  ///< add a block to the chain of the series of `rec` and go to its first slot; 0
     lock_read = 'X',  ///< labels have no locks of their own: internal error
 };
-/// Works on the one open label file, by its current block and slot. `number` is a label number. A chain that
-/// leads out of the file is fatal, and leaves the user slot marked: the chains are checked before they are
-/// followed here.
+/// Works on the one open label file, by its current block and slot. `number` is a label number. The chains
+/// are checked before they are followed here, so one that leads out of the file is fatal and leaves the user
+/// slot marked.
 int eti_file(eti_action action, std::int32_t &number, eti_rec &rec);
 /// The same for open and close.
 int eti_file(eti_action action);
-/// Action first, next or read, then on along the chain to a label of that status; 1 when there is one.
+/// Does first, next or read, then goes on along the chain to a label of that status; 1 when there is one.
 int eti_next_kind(eti_action action, std::int32_t &number, eti_rec &rec, int status);
 
 /// The highest block number of this shop.
@@ -87,12 +87,13 @@ std::int32_t eti_next_serial();
 
 /// Reads a block; false when it isn't in the file.
 using eti_block_reader = bool (*)(std::int32_t block, LabelBlock &buffer);
-/// Takes the block at the head of the free chain, or one after the end of the file, and moves head, end
-/// mark and count of `chain`. Nothing is written. -1, with `chain` as it was, when the head does not lead to
-/// a free block, or no block number is left.
+/// Takes the block at the head of the free chain, or a new one at the end of the file, and updates head, end
+/// mark and count in `chain`. Nothing is written. Returns -1, with `chain` unchanged, when the head does not
+/// point to a free block or no block number is left.
 std::int32_t eti_take_block(SysRow4Chain &chain, eti_block_reader read);
 
-/// Block access for the checks, by a descriptor of its own and without regard to chains; as `raw_access`.
+/// Block access for the checks, through its own descriptor and without regard to chains; works as
+/// `raw_access`.
 int chk_eti_raw(raw_action action, std::int32_t block, LabelBlock &buffer);
 /// The same for open and close.
 int chk_eti_raw(raw_action action);
@@ -101,5 +102,5 @@ int chk_eti_raw(raw_action action);
 bool chk_block_empty(const LabelBlock &block);
 /// True for the key of a free block.
 bool chk_key_empty(const LabelBlock &block);
-/// True when RVSER has the series of the block.
+/// True when the block's series is in RVSER.
 bool chk_ser_exists(const LabelBlock &block);

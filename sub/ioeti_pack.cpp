@@ -1,4 +1,4 @@
-// Labels between their working form and the entries of a block.
+// Conversion of labels between their working form and the entries of a block.
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
@@ -35,7 +35,8 @@ bool pair_exists(const char *index, const char *data) {
     return file_exists(index) && file_exists(data);
 }
 
-/// The code byte of a group from RVART, which is opened for this one read when the session has not got it.
+/// The code byte of a group from RVART, which is opened just for this read when the session does not have it
+/// open.
 int read_value_code(std::uint32_t group) {
     ArticleGroupRecord record{};
     record.number = group;
@@ -52,7 +53,7 @@ int read_value_code(std::uint32_t group) {
     return found ? record.vat : lowest_code;
 }
 
-/// What row 1 says of the article group; 0 for a group whose code is none.
+/// The value that row 1 gives the article group; 0 for a group without a valid code.
 std::uint16_t group_value_of(const SeriesKey &series) {
     if (!(series == last_value.series) || !code_valid(last_value.code)) {
         last_value.series = series;
@@ -65,7 +66,7 @@ std::uint8_t byte_of(int value) {
     return static_cast<std::uint8_t>(std::min(value, int{std::numeric_limits<std::uint8_t>::max()}));
 }
 
-/// The byte that says where a label in stock goes, or for whom one on order is kept.
+/// The byte that says where a label in stock is going, or for whom one on order is reserved.
 int extra_of(const eti_rec &rec) {
     if (rec.status == label_ordered && rec.is_reserved != 0) {
         return byte_of(rec.reserved_for + 1);

@@ -1,8 +1,9 @@
 // The two price files: sets by key, blocks by number, the free chain, and a set's chain.
 //
-// Writes follow one order, so that a program that dies between two of them leaves no live set without its
-// blocks: a block is taken from the free chain before it is filled, a set is written after its blocks, and
-// deleted before they are freed. What is left over then are blocks on no chain, which the price check finds.
+// Writes follow one order, so that a program that dies between two of them never leaves a set without its
+// blocks: a block is taken from the free chain before it is filled, and a set is written after its blocks and
+// deleted before they are freed. All that can be left over is blocks on no chain, which the price check
+// finds.
 #include "sub/ioink.h"
 
 #include <fcntl.h>
@@ -54,7 +55,7 @@ off_t place_of(std::int32_t block) {
     return static_cast<off_t>(block) * static_cast<off_t>(sizeof(PriceBlock));
 }
 
-/// The chains are not what they were: the slot keeps the mark, and the program stops.
+/// The chains can no longer be trusted: marks the user slot and stops the program.
 [[noreturn]] void fail(char action, std::int32_t block, int code, const char *text) {
     set_program_status(status_prices_suspect);
     scr_fatal("%s(%d): %s(a=%c,f=%d,r=%ld) -> %s", fatal_name, code, ink_set_file, action, ink.fd,
@@ -71,7 +72,8 @@ void warn(trouble reason) {
     win_close();
 }
 
-/// At row 10, column 10, whatever window is on the screen; a progress bar would hide it.
+/// In a window of its own at a fixed place, so that no window on the screen, such as a progress bar, hides
+/// it.
 void warn_sizes() {
     win_open1(10, 10, 2, 60);
     scr_text(A_BOLD, 1, 1, "%s", detail_text(13, 52, "Prijsgroepenbestand: maatbitmaps kloppen niet"));
@@ -107,19 +109,19 @@ void demand_read() {
     }
 }
 
-/// Place of a set along the key.
+/// The key of a set in a form that can be compared.
 auto order(const PriceSetRecord &set) {
     return std::make_tuple(set.key.group.value(), set.key.colour.value(), set.key.number.value(),
                            set.supplier.value(), set.end_date.value());
 }
 
-/// A damaged index leads to sets of another series or supplier, or in a circle; a walk ends there.
+/// A damaged index can lead to sets of another series or supplier; a walk ends there.
 bool in_group(const PriceSetRecord &set, const PriceSetRecord &from, int parts) {
     return (parts < series_parts || set.key == from.key) &&
            (parts < period_parts || set.supplier == from.supplier);
 }
 
-/// What stands for a price in the working prices.
+/// The form in which the working prices keep a price.
 std::int32_t kept(std::int32_t price) {
     return price == 0 ? ink_prices::present_zero : std::max(price, 0);
 }
@@ -251,7 +253,7 @@ std::int32_t ink_block_alloc(SysRow4Chain &row) {
     } else {
         PriceBlock block{};
         ink_block_read(head, block, ink_report::fatal);
-        // A used block is not to be overwritten, and a head outside the file would stop the next one.
+        // A used block must not be overwritten, and a head outside the file would stop the next allocation.
         if (!(block.key == SeriesKey{}) || block.next < 0 || block.next > end) {
             fail('R', head, 0, detail_text(13, 53, "Prijzenbestand inconsistent"));
         }

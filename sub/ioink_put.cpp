@@ -1,12 +1,11 @@
 // Storing a price set.
 //
-//   1  the set that the new one replaces goes, with its chain
-//   2  the neighbours, sets of the same series and supplier, give way in the new period
-//   3  the working prices are cut into groups of neighbouring sizes with the same prices, a block each
-//   4  the set is written
+//   1  the set that the new one replaces is deleted, with its chain 2  the neighbours, sets of the same
+//   series and supplier, make room in the new period 3  the working prices are cut into groups of
+//   neighbouring sizes with the same prices, a block each 4  the set is written
 //
-// The lock of row 9 is held from before the first step until after the last: between them neither the free
-// chain nor the sets of this supplier may change under another user's hands.
+// The lock of row 9 is held from before the first step until after the last: in between no other user may
+// change the free chain or the sets of this supplier.
 #include <algorithm>
 #include <array>
 #include <bitset>
@@ -21,7 +20,7 @@ namespace {
 
 constexpr std::int32_t no_block = -1;
 
-/// Sizes that stand side by side in the order of the size kind and have the same prices.
+/// Sizes that follow each other in the order of the size kind and have the same prices.
 struct price_group {
     SizeBitmap sizes{};
     std::int32_t gross = 0;
@@ -51,7 +50,7 @@ price_groups group_prices() {
     return found;
 }
 
-/// Writes a block for each group and makes them the set's chain, and their sizes the set's.
+/// Writes a block for each group. The blocks become the set's chain, and their sizes the set's sizes.
 void write_groups(PriceSetRecord &set, SysRow4Chain &row) {
     const price_groups found = group_prices();
     set.sizes = {};
@@ -83,7 +82,7 @@ bool contains(const PriceSetRecord &period, const PriceSetRecord &other) {
 bool remove_replaced(PriceSetRecord &set, SysRow4Chain &row) {
     PriceSetRecord old = set;
     PriceBlock first{};
-    // The period may have changed with the prices: the blocks still have the date that the old set is under.
+    // The period may have changed along with the prices. The blocks still have the end date of the old set.
     if (ink_block_read(set.chain, first, ink_report::warning) != 0 && first.key == set.key &&
         first.supplier == set.supplier) {
         old.end_date = first.end_date;
@@ -97,8 +96,8 @@ bool remove_replaced(PriceSetRecord &set, SysRow4Chain &row) {
     return contains(old, set);
 }
 
-/// The set ends before the new period. It is written under its new end before the old record goes, so that
-/// its blocks belong to a set at any moment.
+/// Makes the set end before the new period. It is written with its new end date before the old record is
+/// deleted, so that its blocks always belong to a set.
 void end_before(const PriceSetRecord &other, std::uint16_t last_day) {
     PriceSetRecord shortened = other;
     shortened.end_date = last_day;
@@ -112,7 +111,7 @@ void end_before(const PriceSetRecord &other, std::uint16_t last_day) {
     ink_remove_set(other);
 }
 
-/// A set in copies of the blocks of `other`, that ends before the new period.
+/// Stores the part of `other` before the new period as a set with copies of its blocks.
 void write_left_part(const PriceSetRecord &other, std::uint16_t last_day, SysRow4Chain &row) {
     PriceSetRecord left = other;
     left.end_date = last_day;
@@ -142,7 +141,7 @@ void begin_after(PriceSetRecord other, std::uint16_t last_day) {
     ink_write_set(other);
 }
 
-/// Makes another set of the supplier give way in the period of `set`.
+/// Makes another set of the supplier make room for the period of `set`.
 void clip(const PriceSetRecord &set, PriceSetRecord other, SysRow4Chain &row) {
     const std::uint16_t first_day = set.begin_date;
     const std::uint16_t last_day = set.end_date;
@@ -161,7 +160,7 @@ void clip(const PriceSetRecord &set, PriceSetRecord other, SysRow4Chain &row) {
 }
 
 /// The suppliers of one series whose sets were found to be in order: none ends before it begins, and no two
-/// overlap. What is stored here leaves them so.
+/// overlap. Storing a set keeps them in order.
 struct {
     SeriesKey series{};
     std::bitset<65536> suppliers;
@@ -189,7 +188,7 @@ bool sets_in_order(const PriceSetRecord &set) {
     return true;
 }
 
-/// Of sets in order only those that end in the new period or after it and begin before its end are met.
+/// When the sets are in order, only those that can overlap the new period are visited.
 void clip_neighbours(const PriceSetRecord &set, SysRow4Chain &row) {
     const bool upright = set.begin_date <= set.end_date;
     if (!upright) {
@@ -200,7 +199,7 @@ void clip_neighbours(const PriceSetRecord &set, SysRow4Chain &row) {
     other.key = set.key;
     other.supplier = set.supplier;
     other.end_date = few ? set.begin_date : little_uint16_t{};
-    // What is written on the way lies at or before the set at hand, so the walk meets each set once.
+    // Sets written during the walk come at or before the current one in the key, so each set is visited once.
     for (bool found = ink_next_period(other, true); found && !(few && other.begin_date > set.end_date);
          found = ink_next_period(other, false)) {
         clip(set, other, row);

@@ -37,7 +37,7 @@ bool in_table(int number) {
 
 // ---- Building the tables
 
-/// In the shop's own size system the entries stand by index.
+/// In the shop's own size system entries are stored by index.
 void build_own(mt_view &view, const SizeKindRecord &record) {
     for (int i = 1; i <= highest; i++) {
         view.by_index[i] = record.entries[i];
@@ -51,7 +51,7 @@ void build_own(mt_view &view, const SizeKindRecord &record) {
     }
 }
 
-/// In others they stand by sequence number.
+/// In other size systems they are stored by sequence number.
 void build_other(mt_view &view, const SizeKindRecord &record) {
     for (int s = 1; s <= highest && record.entries[s].link != 0; s++) {
         const int index = record.entries[s].link;
@@ -75,7 +75,7 @@ mt_view *free_view() {
 
 // ---- Looking up. Each gives a sequence number or an index, 0 for none.
 
-/// The first number from `from` in steps of `step` whose entry is in use.
+/// The first number whose entry is in use, going from `from` in steps of `step`.
 int walk(const SizeEntry (&table)[96], int from, int step) {
     for (int n = from; in_table(n); n += step) {
         if (table[n].link != 0) {
@@ -213,7 +213,7 @@ int mtread(const mt_view *view, mt_action action, size_cursor &cursor, mt_key ke
     } else {
         index = view->by_sequence[sequence].link;
     }
-    // Two sizes may wrongly have one sequence number: the code is that of the index.
+    // Two sizes may wrongly have the same sequence number, so the code is looked up by index.
     const SizeEntry &entry = view->own ? view->by_index[index] : view->by_sequence[sequence];
     cursor = {};
     cursor.system = view->system;

@@ -70,7 +70,7 @@ void open_file(std::int32_t &number) {
         if (tab_fd < 0) {
             err_open("iotab", sys_file_name);
         }
-        // A file that lacks rows is damaged: to work on would be to make up settings and dates.
+        // A file that lacks rows is damaged. Going on would mean working with made-up settings and dates.
         if (present_size() < region_rows.end()) {
             errno = EIO;
             fail(tab_action::open, present_size());
@@ -91,7 +91,7 @@ bool is_empty(const record_place &place) {
     return std::all_of(bytes, bytes + place.size, [](unsigned char c) { return c == 0; });
 }
 
-/// True when the whole record was there and holds anything but zeros.
+/// True when the whole record is there and is not all zeros.
 bool read_record(tab_action action, const record_place &place) {
     if (!place.inside()) {
         return false;
@@ -107,7 +107,7 @@ bool read_record(tab_action action, const record_place &place) {
     return !is_empty(place);
 }
 
-/// Never makes the file longer: a record after its end was not read from it either.
+/// Never makes the file longer: a record past its end was not read from it either.
 void write_record(tab_action action, const record_place &place) {
     if (place.inside() && place.offset() + place.length() > present_size()) {
         errno = EFBIG;
@@ -155,7 +155,7 @@ bool read_previous(tab_action action, record_place &place) {
     return false;
 }
 
-/// A field of text that is zero-terminated when it is shorter than its room.
+/// The text of a field, which is zero-terminated when it is shorter than the field.
 std::string field_text(const char *field, std::size_t room) {
     return {field, strnlen(field, room)};
 }

@@ -8,12 +8,12 @@
 
 /// Action of a record-level routine.
 enum class tab_action : char {
-    open = 'O',        ///< open the file if it is not open; the record number becomes 1
+    open = 'O',        ///< open the file if it is closed; the record number becomes 1
     close = 'C',       ///< close the file
     read = 'R',        ///< read without a lock
-    first = 'F',       ///< as read; when that fails, go on as next
+    first = 'F',       ///< read; if that fails, continue as next
     next = 'N',        ///< the following record that is not empty
-    previous = 'P',    ///< the record before that is not empty
+    previous = 'P',    ///< the preceding record that is not empty
     lock_read = 'X',   ///< lock, waiting as long as it takes, then read
     write = 'W',       ///< write, then release the lock
     write_keep = 'w',  ///< write and keep the lock
@@ -27,11 +27,11 @@ inline constexpr char sys_file_name[] = "RVSYS.TXT";
 /// The row number that all callers of the 25 rows share.
 extern std::int32_t sys_row;
 
-/// Works on the record `number` (1 to `highest`) of `size` bytes of the region at `base`. Result: 1 or 0 as
-/// told at the action; a read gives 1 for a whole record that is not all zero; next leaves the number at
-/// highest + 1 when there is none, previous at 0. A number outside the region reads, writes and locks
-/// nothing; only the writes give 1 for it. Fatal are a missing file and one that lacks rows, a failing read,
-/// write or lock call, and a write after the end of the file.
+/// Works on the record `number` (1 to `highest`) of `size` bytes of the region at `base`. Returns 1 or 0. A
+/// read returns 1 for a whole record that is not all zero. When there is no further record, next leaves the
+/// number at highest + 1 and previous at 0. For a number outside the region nothing is read, written or
+/// locked, and only the writes return 1. A missing file, a file that lacks rows, a read, write or lock call
+/// that fails, and a write past the end of the file are fatal.
 int iotab(tab_action action, std::int32_t &number, void *buffer, std::int32_t base, std::int32_t highest,
           std::size_t size);
 
@@ -53,23 +53,23 @@ int iotab_row(tab_action action, sys_row_number row, Row &record) {
 /// The descriptor of the open system file, -1 when it is closed.
 int iotab_descriptor();
 
-/// User slot in use, 0 for none, and the copy of its record.
+/// Number of the user slot in use, 0 for none, and a copy of its record.
 extern std::int32_t sys_user;
 extern UserSlot sys_slot;
-/// Status byte of the user slot as it stood on file when the slot was bound.
+/// Status byte of the user slot as it was on file when the slot was bound.
 extern std::uint8_t sys_slot_status;
 /// Rows 1 and 15, read at start-up.
 extern SysRow1 sys_settings;
 extern SysRow15 sys_country;
 
-/// Marks the system as busy with `text` (cut at 49 characters; "@n" stands for text n) in row 10.
+/// Marks the system as busy in row 10, with `text` (cut at 49 characters; "@n" stands for text n).
 void set_system_busy(const char *text);
-/// Sets the status byte of the user slot and writes the slot, keeping its lock. Without a slot: nothing.
+/// Sets the status byte of the user slot and writes the slot, keeping its lock. Does nothing without a slot.
 void set_program_status(std::uint8_t status);
 
 /// Text that tells who holds a lock on `length` bytes of `fd` from `start`. `word` is empty, "PROG" for a
 /// program in use, or "~" and a name that is put in front.
 std::string lock_holder_text(const std::string &word, int fd, off_t start, off_t length);
 
-/// The user name of a slot, in clear.
+/// The user name of a slot, in plain text.
 std::string user_name(const UserSlot &slot);

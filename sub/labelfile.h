@@ -1,9 +1,9 @@
 // The label file RVETI.TXT, byte by byte.
 //
-// Blocks of 376 bytes without a header; block n lies at n * 376, block 0 is an ordinary block. A block
-// holds ten labels of one series: label number = block * 10 + slot + 1. The blocks of a series form a chain
-// that starts in the series; blocks not in use form the free chain that starts in row 4. A free block is
-// zero but for `next`.
+// Blocks of 376 bytes without a header; block n lies at n * 376, block 0 is an ordinary block. A block holds
+// ten labels of one series: label number = block * 10 + slot + 1. The blocks of a series form a chain that
+// starts in the series; blocks not in use form the free chain that starts in row 4. A free block is zero
+// except for `next`.
 //
 // Several small numbers share a word in decimal: 123456 in `price` is price 12345, digit_a 6. A slot is
 // empty when `sold_status` ends in the digit 0.
@@ -21,7 +21,7 @@ struct LabelEntry {
     std::uint8_t branch;            // 22
     std::uint8_t extra;             // 23  status 2: destination branch + 1; status 1: reserved_for + 1
     little_uint16_t supplier;       // 24
-    little_uint16_t date_in;        // 26  the label came into being
+    little_uint16_t date_in;        // 26  the day the label was made
     little_uint16_t date_moved;     // 28  last delivery or movement
     little_uint16_t date_third;     // 30  status 1: date_status; 3 and 4: date_sold; 2: zero
     little_uint32_t order;          // 32  group_value * 10000000 + order number
@@ -38,7 +38,7 @@ inline constexpr int labels_per_block = 10;
 
 struct LabelBlock {
     SeriesKey key;              // 0   owner, zero in a free block
-    little_uint16_t size_kind;  // 8   of the owner, low byte
+    little_uint16_t size_kind;  // 8   size kind of the owner, low byte
     std::uint8_t zero_10[2];    // 10
     little_int32_t next;        // 12  -1 ends a series chain, the end mark the free chain
     LabelEntry slots[labels_per_block];

@@ -6,9 +6,9 @@ namespace {
 
 constexpr std::uint32_t digit = 10;
 constexpr unsigned two_digits = 100;
-constexpr std::uint32_t customer_unit = 1000000;                     // of code_m, above the customer
-constexpr std::uint32_t flag_unit = 1000000000;                      // of flag_e, above code_m
-constexpr std::uint32_t group_value_unit = label_highest_order + 1;  // above the order number
+constexpr std::uint32_t customer_unit = 1000000;                     // unit of code_m, above the customer
+constexpr std::uint32_t flag_unit = 1000000000;                      // unit of flag_e, above code_m
+constexpr std::uint32_t group_value_unit = label_highest_order + 1;  // unit of group_value, above order
 
 std::uint32_t word(int value) {
     return static_cast<std::uint32_t>(value);
@@ -31,7 +31,7 @@ LabelEntry label_join(const LabelParts &parts) {
     entry.date_moved = parts.date_moved;
     entry.date_third = parts.date_third;
     const std::uint64_t order = std::uint64_t{word(parts.group_value)} * group_value_unit + parts.order;
-    // A value that finds no room is dropped, or it would take the order number with it.
+    // A value too large for its places is dropped; it would spoil the order number.
     entry.order =
         order > std::numeric_limits<std::uint32_t>::max() ? parts.order : static_cast<std::uint32_t>(order);
     return entry;

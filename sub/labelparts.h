@@ -1,4 +1,4 @@
-// A label entry taken apart, field by field, without asking what its status makes of them.
+// A label entry taken apart field by field, whatever the fields mean at its status.
 #pragma once
 
 #include "isam/dates.h"
@@ -6,7 +6,7 @@
 
 inline constexpr std::uint32_t label_highest_order = 9999999;
 
-/// The fields of a label entry. Of words that hold several, each field has its own decimal places.
+/// The fields of a label entry. Fields that share a word each have their own decimal places in it.
 struct LabelParts {
     int status = label_empty;  ///< 0 to 9
     int size = 0;              ///< size index

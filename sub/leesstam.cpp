@@ -6,7 +6,7 @@
 
 namespace {
 
-/// A number that is not found must not stay in the record: the next call would take it for found.
+/// A number that was not found must not stay in the record, or the next call would take it for found.
 template <class Record, class Number, class Read>
 int read_once(Record &record, Number number, Read read) {
     if (number != 0 && record.number == number) {

@@ -1,7 +1,7 @@
 // One way to read a record of a reference file by its number.
 //
-// A record that the buffer holds already is not read again, so walking series by series costs one read for
-// each change of brand, not one for each series. The buffer starts zeroed, and belongs to one file only.
+// A record that is already in the buffer is not read again. So going through the series costs one read for
+// each change of brand, not one for each series. The buffer must start zeroed and be used for one file only.
 #pragma once
 
 #include "sub/customerfile.h"
@@ -10,8 +10,9 @@
 
 struct ICB;
 
-/// Each gives 1 when `record` holds the record of that number: at once when it did so before (not for number
-/// 0), else by a read, on key 1 whatever key is current. 0 when there is none; the record is then all zero.
+/// Each returns 1 when `record` has the record of that number: at once when it had it already (not for number
+/// 0), else after a read, on key 1 whatever key is current. 0 when there is none; the record is then all
+/// zero.
 int art_read(ICB *file, ArticleGroupRecord &record, std::uint32_t number);
 int merk_read(ICB *file, BrandRecord &record, std::uint16_t number);
 int lev_read(ICB *file, SupplierRecord &record, std::uint16_t number);

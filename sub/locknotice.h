@@ -1,7 +1,7 @@
-// Who holds a record that is waited for.
+// Shows who holds a record that this program waits for.
 #pragma once
 
 #include "isam/isam.h"
 
-/// Waiting routine of the indexed file store: tells for two seconds who holds the record `recno`.
+/// Waiting routine of the indexed file store: shows for two seconds who holds the record `recno`.
 void lock_wait_notice(ICB *icb);

@@ -37,7 +37,7 @@ struct SupplierRecord {
     std::uint8_t carried_263;      // 263
     little_uint16_t session;       // 264
     std::uint8_t carried_266[2];   // 266
-    little_uint32_t rate;          // 268  fixed rate, 0: that of the day
+    little_uint32_t rate;          // 268  fixed rate, 0: use the rate of the day
     little_uint16_t rate_unit;     // 272
     std::uint8_t carried_274[2];   // 274
     little_uint32_t factor;        // 276  default calculation factor, 10000 is 1.0

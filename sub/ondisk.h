@@ -1,7 +1,7 @@
 // What every on-disk record is made of.
 //
-// Numbers on file are little-endian and stand at any offset. Records are structs of these types and of
-// char arrays, so that a struct is the picture of the bytes: no padding, and no alignment.
+// Numbers on file are little-endian and may be at any offset. Records are structs of these types and of char
+// arrays, so that a struct has exactly the bytes on file: no padding and no alignment.
 #pragma once
 
 #include <boost/endian/arithmetic.hpp>

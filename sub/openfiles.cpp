@@ -19,7 +19,8 @@ constexpr int first_row = 3;
 
 int file_baseline = not_measured;
 
-/// Name of the file with that inode in the directory of `pattern`; empty when it is not there.
+/// Name of the file in the directory of `pattern` that is the same file as `wanted`; empty when there is
+/// none.
 std::string name_in(const std::string &pattern, const struct stat &wanted) {
     std::string found;
     std::string name = pattern;
@@ -52,7 +53,7 @@ std::string name_of(const struct stat &wanted) {
     }
     while (found.empty() && DIRECTORY(dir_action::next, season, dir_kind::directories)) {
         if (is_season(season)) {
-            // The walk gives whole paths, which would not fit on the line.
+            // The walk gives full paths, which would not fit on the line.
             found = name_in(season + "/*", wanted);
             found = found.empty() ? found : std::string(season).append(found, found.rfind('/'));
         }

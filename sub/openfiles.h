@@ -1,6 +1,6 @@
-// Files that the program has left open, told at its end.
+// Reports at the end of the program which files it left open.
 #pragma once
 
-/// The first call notes how many files can be opened; a later one tells when that has changed, and which
-/// files are open still.
+/// The first call notes how many files can be opened. A later one reports when that has changed, and which
+/// files are still open.
 void open_file_check();

@@ -1,8 +1,8 @@
 // The price files RVIPA and RVIPG.TXT and the rates RVKOERS, byte by byte.
 //
-// RVIPA has a price set for a series, a supplier and a period; RVIPG.TXT the price blocks of the sets,
-// block n at n * 40, no header. Each block of a set's chain has one gross and one net price for the sizes
-// of its bitmap. Blocks not in use form the free chain of row 9, zero but for `next`.
+// RVIPA has a price set for a series, a supplier and a period; RVIPG.TXT the price blocks of the sets, block
+// n at n * 40, no header. Each block of a set's chain has one gross and one net price for the sizes of its
+// bitmap. Blocks not in use form the free chain of row 9 and are zero except for `next`.
 #pragma once
 
 #include "sub/ondisk.h"

@@ -30,8 +30,8 @@ void open_raw(raw_file &file) {
               static_cast<long>(place_of(file, block)));
 }
 
-/// False past the end of the file. A block that the disk does not give is not taken for one that is
-/// missing: a repair would cut off what follows it.
+/// False past the end of the file. A block that the disk can't read must not count as missing: a repair would
+/// then cut off everything after it.
 bool read_raw(raw_file &file, std::int32_t block, void *buffer) {
     if (block < 0) {
         return false;
@@ -75,6 +75,6 @@ int raw_access(raw_file &file, raw_action action, std::int32_t block, void *buff
             write_raw(file, block, buffer);
             return 1;
     }
-    // A letter between close and read_on that means nothing here is no success.
+    // A letter between close and read_on that is no action does not count as success.
     return action < raw_action::close || action > raw_action::read_on ? 1 : 0;
 }

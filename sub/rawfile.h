@@ -12,9 +12,9 @@ struct raw_file {
     const char *name;
     std::size_t size;
     int fd = -1;
-    std::int32_t next = 0;  ///< block after that of the last action
+    std::int32_t next = 0;  ///< the block after that of the last action
 };
 
-/// Opens, closes, reads or writes. A read gives 1, or 0 when the block is not wholly in the file; read_on
-/// reads the block after that of the last action. A missing file, and a read or write that fails, are fatal.
+/// Opens, closes, reads or writes. A read returns 1, or 0 when the block is not wholly in the file; read_on
+/// reads the block after that of the last action. A missing file, or a read or write that fails, is fatal.
 int raw_access(raw_file &file, raw_action action, std::int32_t block, void *buffer);

@@ -17,11 +17,11 @@ struct SeriesRecord {
     char letter;                                // 15   blank when there is none
     std::uint8_t size_kind;                     // 16   maatsoort
     std::uint8_t carried_17;                    // 17
-    std::uint8_t target_group;                  // 18   that of the article group when 0
+    std::uint8_t target_group;                  // 18   0: the target group of the article group
     char model[15];                             // 19   capitals, "###" when empty
     char description[20];                       // 34
     std::uint8_t carried_54[24];                // 54
-    little_uint16_t option_value;               // 78   only with the option of the article group
+    little_uint16_t option_value;               // 78   only when the article group has the option
     SizeBitmap sizes;                           // 80   sizes in use (maatbalk)
     std::uint8_t group_last[price_groups];      // 92   last size of each price group, 0: not in use
     little_uint32_t group_price[price_groups];  // 100  amount of each price group
@@ -38,7 +38,7 @@ struct SeriesRecord {
     std::uint8_t registration;                  // 170  0 by label number (E), 1 by size (M)
     std::uint8_t carried_171[5];                // 171
     little_int32_t first_block;                 // 176  first label block, -1 for none
-    little_int32_t stamp;                       // 180  made, in seconds since 01-01-1980
+    little_int32_t stamp;                       // 180  creation stamp, in seconds since 01-01-1980
     std::uint8_t carried_184[16];               // 184
 };
 static_assert(sizeof(SeriesRecord) == 200);

@@ -34,7 +34,7 @@ std::string ser_text(const SeriesKey &key) {
     return ser_text(key.group, key.colour, key.number);
 }
 
-// Days outside 1980 to 2048 have no stamp in 32 bits; they wrap, and the day comes out wrong on the way back.
+// A day outside 1980 to 2048 has no stamp in 32 bits: the stamp wraps, and does not lead back to that day.
 std::int32_t stamp_of_day(day_number day) {
     return static_cast<std::int32_t>((static_cast<std::int64_t>(day) - day_1980) * seconds_a_day);
 }

@@ -1,5 +1,5 @@
-// The labels of a series, read block by block. A chain that leads astray just ends: its faults are the
-// label check's to find, and no other check stops at them.
+// The labels of a series, read block by block. A faulty chain simply ends: finding its faults is the job of
+// the label check, and no other check stops at them.
 #pragma once
 
 #include "sub/ioeti.h"
@@ -7,12 +7,12 @@
 /// A walk through the blocks of a chain; the label file must be open for chk_eti_raw.
 struct label_chain {
     SeriesKey key;
-    std::int32_t block = -1;  ///< of `content`
+    std::int32_t block = -1;  ///< number of the block in `content`
     LabelBlock content{};
     std::int32_t next = -1;
-    std::int32_t mark = -1;  ///< a block seen before; who comes back to it runs in a circle
+    std::int32_t mark = -1;  ///< a block seen before; a walk that comes back to it is in a loop
     std::uint32_t steps = 0;
-    std::uint32_t limit = 1;  ///< the mark moves on when so many steps are done
+    std::uint32_t limit = 1;  ///< the mark moves on after this many steps
 };
 
 inline label_chain label_chain_of(const SeriesRecord &series) {

@@ -3,8 +3,8 @@
 
 #include "isam/store.h"
 
-/// Handles of the session's files; null while a file is closed. The current key of each is key 1 between two
-/// operations of different modules.
+/// Handles of the session's files; null while a file is closed. Each module leaves key 1 as the current key
+/// of a file.
 struct session_files {
     ICB *rvart = nullptr;    ///< article groups
     ICB *rvgo = nullptr;     ///< goods in transit
@@ -18,7 +18,7 @@ struct session_files {
 };
 extern session_files chk_files;
 
-/// Makes a key of a file current, and the one before at its end.
+/// Makes a key of a file current, and at its end the key that was current before.
 class key_switch {
 public:
     key_switch(ICB *icb, int key) : file(icb), before(icb->blk.bkey) {

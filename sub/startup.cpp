@@ -29,7 +29,7 @@ constexpr std::size_t title_room = 40;
 
 std::string title;
 
-/// A line over the full width of the screen.
+/// Draws a line over the full width of the screen.
 void show_line(const char *text) {
     const int width = scr->scr_cols - 2;
     scr_text(A_REVERSE, 1, 1, " %-*.*s ", width, width, text);
@@ -52,7 +52,7 @@ void bind_slot() {
     sys_slot.status = status_idle;
 }
 
-/// A home currency without cents makes all amounts whole.
+/// In a home currency without cents all amounts are whole.
 void find_home_currency() {
     CurrencyRecord currency{};
     for (std::int32_t number = 1; iotab(tab_action::read, number, currency, region_currencies) != 0;
@@ -88,7 +88,7 @@ void load_tills() {
     DIRECTORY(dir_action::close, name);
 }
 
-/// Gives the user slot back; a slot at rest was never written and stays as it is.
+/// Gives the user slot back. A slot with the idle status was never written and stays as it is.
 void release_slot() {
     if (sys_slot.status == status_idle) {
         return;
@@ -141,7 +141,7 @@ void chain_program(const char *) {
     iofil(fil_action::close, 0, branch);
     sys_tills.clear();
     catalog_close();
-    // A terminal that is closed has nobody to read the report.
+    // On a terminal that was closed nobody would read the report.
     if (!scr_leave_requested()) {
         open_file_check();
     }

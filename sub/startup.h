@@ -11,7 +11,7 @@ inline constexpr char program_release[] = "8.60 ";
 inline constexpr int program_release_number = 860;
 inline constexpr char program_release_date[] = "19-11-2013";
 
-/// When the program was made, for the information page.
+/// When the program was built, for the information page.
 struct build_stamp {
     const char *date;
     const char *time;
@@ -25,15 +25,15 @@ struct till {
 
 /// The build stamp handed in by `main`.
 extern build_stamp sys_version_date;
-/// The tills, when the system keeps a list of them.
+/// The tills, if the system keeps a list of them.
 extern std::vector<till> sys_tills;
 
 /// Brings up screen, catalogues, system file and branch file, tests the release and binds user slot 1.
-/// `required_caller` is empty for a program that is started from the shell; it takes no arguments then.
-/// What is wrong is told on the fatal screen.
+/// `required_caller` is empty for a program that is started from the shell; it then takes no arguments.
+/// Errors are shown on the fatal screen.
 void start_program(const char *required_caller, build_stamp version_date, int argc, char **argv);
 
-/// Writes the user slot back, closes everything and leaves to the shell with status 0. `target` is empty.
+/// Writes the user slot back, closes everything and ends with status 0. `target` is empty.
 [[noreturn]] void chain_program(const char *target);
 
 /// Stops a program that was started in the wrong way.

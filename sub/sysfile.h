@@ -1,8 +1,8 @@
 // The system file RVSYS.TXT, byte by byte.
 //
-// A plain file without a header. It begins with 25 rows of 64 bytes, then come tables of small records,
-// each at a place of its own. A record of zero bytes only is empty. `iotab` is the one way to it for
-// programs; what it is given to find a record is the `sys_region` of the table.
+// A plain file without a header. It begins with 25 rows of 64 bytes, then come tables of small records, each
+// at a place of its own. A record of only zero bytes is empty. Programs reach it through `iotab` only, which
+// finds a record by the `sys_region` of its table.
 //
 //      0  rows 1 to 25            64 each
 //   2000  title codes            32 each
@@ -15,7 +15,7 @@
 //  46900  countries              28 each
 // 111468  actions                64 each
 //
-// Between the tables lie others that nothing here reads; their bytes are left as they are.
+// Between these tables are others that nothing here reads; their bytes are left as they are.
 #pragma once
 
 #include "sub/ondisk.h"
@@ -213,7 +213,7 @@ struct SysRow20 {
 };
 static_assert(sizeof(SysRow20) == 64);
 
-/// Values of UserSlot::status. Above 9 the label chains are not to be trusted.
+/// Values of UserSlot::status. Above 9 the label chains can't be trusted.
 enum program_status : std::uint8_t {
     status_idle = 0,
     status_working = 1,

@@ -22,7 +22,7 @@ static_assert(offsetof(TransitRecord, label) == 4 && offsetof(TransitRecord, key
 static_assert(offsetof(TransitRecord, document) == 16 && offsetof(TransitRecord, kind) == 20);
 static_assert(offsetof(TransitRecord, created) == 24 && offsetof(TransitRecord, changed) == 26);
 
-/// RVONTV, labels received by the other branch but not yet worked off. Key 1: label.
+/// RVONTV, labels received by the other branch but not yet processed. Key 1: label.
 struct ReceiptRecord {
     std::uint8_t from;           // 0
     std::uint8_t to;             // 1
