@@ -39,7 +39,7 @@
 #include <random>
 
 #include "bench/bench.h"
-#include "isam/store.h"
+#include "store/store.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/owned_file.h"
 #include "check/frame.h"
-#include "isam/owned_file.h"
 #include "print/print.h"
 #include "screen/screen.h"
 #include "sub/iomaat.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "isam/store.h"
+#include "store/store.h"
 
 /// A key segment, 'I' (integer) or 'C' (text), by its place in the record.
 struct list_segment {

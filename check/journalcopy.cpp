@@ -6,8 +6,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/owned_file.h"
 #include "check/journals.h"
-#include "isam/owned_file.h"
 #include "screen/screen.h"
 #include "sub/sub.h"
 

@@ -15,8 +15,8 @@
 
 #include <cstring>
 
+#include "base/owned_file.h"
 #include "check/frame.h"
-#include "isam/owned_file.h"
 #include "print/print.h"
 #include "screen/screen.h"
 

@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "isam/files.h"
+#include "base/files.h"
 
 namespace {
 

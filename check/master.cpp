@@ -10,7 +10,7 @@
 
 #include <fcntl.h>
 
-#include "isam/owned_file.h"
+#include "base/owned_file.h"
 #include "screen/screen.h"
 
 namespace {

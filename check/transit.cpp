@@ -10,8 +10,8 @@
 #include <map>
 #include <utility>
 
+#include "base/owned_file.h"
 #include "check/frame.h"
-#include "isam/owned_file.h"
 #include "print/print.h"
 #include "screen/screen.h"
 #include "sub/iomaat.h"

@@ -27,8 +27,8 @@ HIGHEST_SHOWN = 8
 
 def constants_and_types():
     constants, types = {}, {}
-    headers = [ROOT / "isam/format.h", ROOT / "sub/ondisk.h", *sorted((ROOT / "sub").glob("*file.h"))]
-    headers += [ROOT / "screen/macrofile.h", ROOT / "print/printerfile.h"]
+    headers = [ROOT / "store/format.h", ROOT / "sub/ondisk.h", *sorted((ROOT / "sub").glob("*file.h"))]
+    headers += [ROOT / "print/macrofile.h", ROOT / "print/printerfile.h"]
     for header in headers:
         lines = header.read_text().splitlines()
         for at, line in enumerate(lines):

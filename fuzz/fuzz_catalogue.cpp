@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/catalog.h"
 #include "fuzz/stop.h"
-#include "isam/catalog.h"
 
 namespace {
 std::string text;

@@ -8,9 +8,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/files.h"
 #include "check/journalwalk.h"
 #include "fuzz/stop.h"
-#include "isam/files.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/file_pattern.h"
+#include "base/files.h"
 #include "fuzz/stop.h"
-#include "isam/file_pattern.h"
-#include "isam/files.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const std::string input(reinterpret_cast<const char *>(data), size);

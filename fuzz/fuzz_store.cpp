@@ -19,9 +19,9 @@
 #include <vector>
 
 #include "fuzz/stop.h"
-#include "isam/store_internal.h"
-#include "support/isam/reference.h"
-#include "support/isam/verify.h"
+#include "store/store_internal.h"
+#include "support/store/reference.h"
+#include "support/store/verify.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // input ends.
 #pragma once
 
-#include "isam/operator.h"
+#include "base/operator.h"
 
 struct fuzz_stop {};
 

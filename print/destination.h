@@ -4,9 +4,10 @@
 #include <cstdint>
 #include <string>
 
-#include "isam/isam.h"
+#include "base/base.h"
 #include "print/print.h"
 #include "print/printerfile.h"
+#include "store/store.h"
 
 // printer_files.cpp
 

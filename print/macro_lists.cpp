@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
+#include "print/macros.h"
 #include "print/menu_windows.h"
 #include "print/pick_list.h"
-#include "screen/macros.h"
 
 namespace {
 

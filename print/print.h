@@ -14,7 +14,7 @@
 #include <string_view>
 #include <type_traits>
 
-#include "isam/isam.h"
+#include "base/base.h"
 #include "screen/screen.h"
 
 // ---------------------------------------------------------------------------------------------------------

@@ -16,7 +16,7 @@
 #include <ctime>
 #include <initializer_list>
 
-#include "isam/isam.h"
+#include "base/base.h"
 #include "screen/fields.h"
 #include "screen/menu.h"
 #include "screen/prompts.h"

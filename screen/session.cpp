@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "isam/program_directory.h"
+#include "base/program_directory.h"
 #include "screen/macros.h"
 #include "screen/screen_internal.h"
 

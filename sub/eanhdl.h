@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "isam/store.h"
+#include "store/store.h"
 #include "sub/eanfile.h"
 #include "sub/seriesfile.h"
 

@@ -6,7 +6,7 @@
 #include <array>
 #include <cstring>
 
-#include "isam/owned_file.h"
+#include "base/owned_file.h"
 #include "screen/screen.h"
 #include "sub/batchvw.h"
 #include "sub/eanhdl.h"

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "isam/isam.h"
+#include "base/base.h"
 #include "screen/screen.h"
 #include "sub/errors.h"
 #include "sub/iotab.h"

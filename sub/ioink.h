@@ -2,8 +2,8 @@
 // prices of one set, by size.
 #pragma once
 
-#include "isam/dates.h"
-#include "isam/store.h"
+#include "base/dates.h"
+#include "store/store.h"
 #include "sub/pricefile.h"
 #include "sub/sysfile.h"
 

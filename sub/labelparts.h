@@ -1,7 +1,7 @@
 // A label entry taken apart field by field, whatever the fields mean at its status.
 #pragma once
 
-#include "isam/dates.h"
+#include "base/dates.h"
 #include "sub/labelfile.h"
 
 inline constexpr std::uint32_t label_highest_order = 9999999;

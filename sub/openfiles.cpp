@@ -6,7 +6,8 @@
 #include <cstdio>
 #include <string>
 
-#include "isam/isam.h"
+#include "base/base.h"
+#include "store/store.h"
 #include "screen/screen.h"
 #include "sub/startup.h"
 

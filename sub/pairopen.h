@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "isam/store.h"
+#include "store/store.h"
 
 /// Stands for a record length that is not known; no record is longer than `ix_max_reclen`.
 inline constexpr std::size_t any_length = 0;

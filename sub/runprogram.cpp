@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "isam/program_directory.h"
+#include "base/program_directory.h"
 #include "print/print.h"
 #include "screen/screen.h"
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "isam/dates.h"
+#include "base/dates.h"
 #include "sub/seriesfile.h"
 
 /// True for an article group of 1 to 99999, a colour of 1 to 999 and a sequence number of 1 to 9999.

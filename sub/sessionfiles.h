@@ -1,7 +1,7 @@
 // Indexed files that stay open for the whole run, shared by all modules.
 #pragma once
 
-#include "isam/store.h"
+#include "store/store.h"
 
 /// Handles of the session's files; null while a file is closed. Each module leaves key 1 as the current key
 /// of a file.

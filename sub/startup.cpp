@@ -10,7 +10,7 @@
 #include <string>
 
 #include "print/macro_lists.h"
-#include "screen/macros.h"
+#include "print/macros.h"
 #include "screen/screen.h"
 #include "sub/errors.h"
 #include "sub/infopage.h"

@@ -2,7 +2,8 @@
 // prices, sizes and reference records, messages.
 #pragma once
 
-#include "isam/isam.h"
+#include "base/base.h"
+#include "store/store.h"
 #include "sub/batchvw.h"
 #include "sub/errors.h"
 #include "sub/ioeti.h"

@@ -8,7 +8,8 @@
 #include <cstring>
 #include <string>
 
-#include "isam/isam.h"
+#include "base/base.h"
+#include "store/store.h"
 #include "tools/version.h"
 
 namespace {

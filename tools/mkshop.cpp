@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "isam/operator.h"
+#include "base/operator.h"
 #include "tools/shop/shop.h"
 #include "tools/version.h"
 

@@ -27,8 +27,8 @@
 #include <string>
 
 #include "check/check.h"
+#include "print/macros.h"
 #include "print/print_internal.h"
-#include "screen/macros.h"
 #include "screen/screen.h"
 
 namespace {

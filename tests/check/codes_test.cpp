@@ -3,7 +3,8 @@
 #include <random>
 #include <set>
 
-#include "isam/isam.h"
+#include "base/base.h"
+#include "store/store.h"
 #include "support/check_case.h"
 #include "tools/shop/plan.h"
 

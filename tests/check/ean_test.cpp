@@ -6,8 +6,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/base.h"
 #include "check/check.h"
-#include "isam/isam.h"
+#include "store/store.h"
 #include "sub/eanhdl.h"
 #include "support/check_case.h"
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <sstream>
 
-#include "isam/scratch_dir.h"
+#include "support/scratch_dir.h"
 #include "support/shop_bytes.h"
 #include "support/terminal.h"
 #include "tools/shop/shop.h"

@@ -8,8 +8,8 @@
 #include <cstdlib>
 #include <set>
 
+#include "base/base.h"
 #include "check/journalwalk.h"
-#include "isam/isam.h"
 #include "support/check_case.h"
 
 namespace {

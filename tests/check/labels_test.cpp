@@ -4,7 +4,7 @@
 #include <random>
 #include <set>
 
-#include "isam/strformat.h"
+#include "base/strformat.h"
 #include "sub/labelfile.h"
 #include "sub/seriesfile.h"
 #include "support/check_case.h"

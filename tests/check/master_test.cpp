@@ -1,7 +1,8 @@
 // The check of the master data: what it tells, what it puts right, what it deletes, run after run.
 #include <cstring>
 
-#include "isam/isam.h"
+#include "base/base.h"
+#include "store/store.h"
 #include "support/check_case.h"
 #include "tools/shop/plan.h"
 

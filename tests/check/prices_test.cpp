@@ -5,8 +5,8 @@
 #include <map>
 #include <set>
 
+#include "base/dates.h"
 #include "check/pricerate.h"
-#include "isam/dates.h"
 #include "support/check_case.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // The series check: what it finds and repairs, and what it puts right without a question.
 #include <algorithm>
 
-#include "isam/strformat.h"
+#include "base/strformat.h"
 #include "sub/serieskey.h"
 #include "support/check_case.h"
 

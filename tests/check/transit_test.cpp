@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <map>
 
-#include "isam/isam.h"
+#include "base/base.h"
 #include "support/check_case.h"
 
 namespace {

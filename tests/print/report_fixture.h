@@ -10,8 +10,8 @@
 #include <thread>
 #include <vector>
 
-#include "../isam/scratch_dir.h"
 #include "print/print_internal.h"
+#include "support/scratch_dir.h"
 
 struct Report : ScratchDir {
     /// What the next job is to be.

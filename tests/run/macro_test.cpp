@@ -1,7 +1,7 @@
 // Keyboard macros in the running program.
 #include <algorithm>
 
-#include "screen/macros.h"
+#include "print/macros.h"
 #include "support/run_case.h"
 
 namespace {

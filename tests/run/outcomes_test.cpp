@@ -8,7 +8,8 @@
 #include <functional>
 #include <sstream>
 
-#include "isam/isam.h"
+#include "base/base.h"
+#include "store/store.h"
 #include "support/run_case.h"
 
 namespace {

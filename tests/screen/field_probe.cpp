@@ -13,7 +13,7 @@
 #include <map>
 #include <string>
 
-#include "screen/macros.h"
+#include "print/macros.h"
 #include "screen/screen.h"
 
 namespace {

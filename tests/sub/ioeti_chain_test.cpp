@@ -265,7 +265,8 @@ TEST_F(LabelFile, DeathInAChainUpdateLeavesItsMark) {
     std::mt19937 random(9);
     for (int round = 0; round < rounds(20); round++) {
         make_plain_shop(4);
-        const std::vector<std::uint32_t> written = write_until_killed(shop.series[0], static_cast<unsigned>(random() % 3000));
+        const std::vector<std::uint32_t> written =
+            write_until_killed(shop.series[0], static_cast<unsigned>(random() % 3000));
         const ChainCount count;
         const std::vector<std::uint32_t> &found = count.labels.at(key_bytes(shop.series[0].key));
         for (const std::uint32_t number : written) {

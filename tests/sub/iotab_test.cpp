@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <cstring>
 
-#include "isam/isam.h"
-#include "isam/scratch_dir.h"
+#include "base/base.h"
 #include "sub/batchvw.h"
 #include "sub/iofil.h"
 #include "support/other_process.h"
+#include "support/scratch_dir.h"
 
 namespace {
 

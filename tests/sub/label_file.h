@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "isam/scratch_dir.h"
 #include "sub/sub.h"
+#include "support/scratch_dir.h"
 #include "support/shop_bytes.h"
 #include "tools/shop/shop.h"
 

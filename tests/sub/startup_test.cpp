@@ -6,7 +6,7 @@
 #include <fstream>
 #include <functional>
 
-#include "isam/isam.h"
+#include "base/base.h"
 #include "support/run_case.h"
 
 namespace {

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "isam/scratch_dir.h"
+#include "support/scratch_dir.h"
 #include "support/shop_audit.h"
 #include "support/shop_bytes.h"
 #include "tools/shop/shop.h"

@@ -10,11 +10,11 @@
 #include <set>
 #include <vector>
 
-#include "../isam/scratch_dir.h"
-#include "isam/text.h"
-#include "support/isam/verify.h"
+#include "base/text.h"
+#include "support/scratch_dir.h"
 #include "support/shop_audit.h"
 #include "support/shop_bytes.h"
+#include "support/store/verify.h"
 #include "tools/shop/random.h"
 
 namespace {

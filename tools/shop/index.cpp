@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "isam/files.h"
-#include "isam/store.h"
+#include "base/files.h"
+#include "store/store.h"
 #include "tools/shop/output.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // The indexed files: their definitions and data halves.
+#include "print/macrofile.h"
 #include "print/printerfile.h"
-#include "screen/macrofile.h"
 #include "tools/shop/output.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "isam/dates.h"
+#include "base/dates.h"
 #include "sub/branchfile.h"
 #include "sub/criteriafile.h"
 #include "sub/customerfile.h"

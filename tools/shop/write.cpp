@@ -8,8 +8,8 @@
 #include <fstream>
 #include <set>
 
-#include "isam/files.h"
-#include "isam/text.h"
+#include "base/files.h"
+#include "base/text.h"
 #include "tools/shop/output.h"
 
 namespace {

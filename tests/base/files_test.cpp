@@ -1,0 +1,418 @@
+#include "base/files.h"
+
+#include <pty.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <termios.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cstring>
+#include <memory>
+
+#include "base/operator.h"
+#include "support/other_process.h"
+#include "support/scratch_dir.h"
+
+// A sanitizer has a limit of its own for one area, in place of the one that the process sets.
+extern "C" const char *__asan_default_options();
+extern "C" const char *__asan_default_options() {
+    return "allocator_may_return_null=1:max_allocation_size_mb=256";
+}
+
+namespace {
+
+/// Another process that holds a lock.
+struct Holder : OtherProcess {
+    Holder(const std::string &name, lock_action action, off_t start, off_t length)
+        : OtherProcess([&] {
+              const int fd = open(name.c_str(), O_RDWR | O_CREAT, 0600);
+              if (!file_lock(action, fd, start, length)) {
+                  _exit(1);
+              }
+          }) {}
+};
+
+/// Stands in for the screen: the first message ends the holder of the lock.
+std::unique_ptr<Holder> holder;
+int messages = 0;
+std::string message;
+
+int end_holder(int wait, const char *title, const char *text) {
+    EXPECT_EQ(wait, 1);
+    EXPECT_EQ(title, nullptr);
+    message = text;
+    messages++;
+    holder.reset();
+    return 1;
+}
+
+struct Files : ScratchDir {
+    void SetUp() override {
+        ScratchDir::SetUp();
+        messages = 0;
+        message.clear();
+    }
+    void TearDown() override {
+        holder.reset();
+        isam_operator = {};
+        ScratchDir::TearDown();
+    }
+};
+
+TEST_F(Files, ReadAndWriteAt) {
+    put("data", "0123456789");
+    const int fd = open("data", O_RDWR);
+    char buffer[16] = "";
+    EXPECT_EQ(file_read_at(fd, buffer, 4, 3), 4);
+    EXPECT_STREQ(buffer, "3456");
+    EXPECT_EQ(file_read_at(fd, buffer, sizeof buffer, 8), 2);
+    EXPECT_EQ(file_read_at(fd, buffer, sizeof buffer, 10), 0);
+    EXPECT_EQ(file_read_at(fd, buffer, 1, -1), -1);
+    EXPECT_TRUE(file_write_at(fd, "AB", 2, 9));
+    EXPECT_FALSE(file_write_at(fd, "AB", 2, -1));
+    EXPECT_EQ(get("data"), "012345678AB");
+
+    // A full disk lets part of the bytes through; that is no success.
+    struct rlimit limit {};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    struct rlimit small = limit;
+    small.rlim_cur = 16;
+    signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    EXPECT_FALSE(file_write_at(fd, "0123456789", 10, 11));
+    EXPECT_EQ(errno, EFBIG);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    signal(SIGXFSZ, SIG_DFL);
+    close(fd);
+    EXPECT_EQ(file_read_at(fd, buffer, 1, 0), -1);
+}
+
+TEST_F(Files, LooksAndDeletes) {
+    put("some", "12345");
+    ASSERT_EQ(mkdir("dir", 0700), 0);
+    ASSERT_EQ(symlink("nowhere", "dangling"), 0);
+    const struct {
+        const char *path;
+        bool exists;
+        off_t size;
+        bool is_dir;
+        bool deleted;
+    } cases[] = {{"some", true, 5, false, true},       {"some", false, -1, false, true},
+                 {"dir", true, -2, true, false},       {"absent/file", false, -1, false, true},
+                 {"dangling", false, -1, false, true}, {"", false, -1, false, true}};
+    for (const auto &c : cases) {
+        EXPECT_EQ(file_exists(c.path), c.exists) << c.path;
+        EXPECT_EQ(c.size == -2 ? c.size : file_size(c.path), c.size) << c.path;
+        EXPECT_EQ(file_is_dir(c.path), c.is_dir) << c.path;
+        EXPECT_EQ(file_delete(c.path), c.deleted) << c.path;
+    }
+}
+
+TEST(FileNames, LastComponent) {
+    const struct {
+        const char *path, *last;
+    } cases[] = {{"name", "name"}, {"/a/b.c", "b.c"},  {"a/", ""},
+                 {"", ""},         {"c:\\x/y", "x/y"}, {"/a\\b\\c", "c"}};
+    for (const auto &c : cases) {
+        EXPECT_STREQ(file_basename(c.path), c.last);
+    }
+}
+
+struct copy_case {
+    int how;
+    bool target_exists;
+    bool copied;
+    const char *after;
+};
+
+TEST_F(Files, Copy) {
+    std::string big(100000, 'x');
+    for (std::size_t i = 0; i < big.size(); i++) {
+        big[i] = static_cast<char>(i * 7 + i / 256);
+    }
+    const copy_case cases[] = {
+        {-1, false, true, ""}, {0, false, true, ""}, {1, false, true, ""},
+        {-1, true, false, ""}, {0, true, true, ""},  {1, true, true, "old"},
+    };
+    for (const copy_case &c : cases) {
+        put("from", big);
+        unlink("to");
+        if (c.target_exists) {
+            put("to", "old");
+        }
+        EXPECT_EQ(file_copy("from", "to", c.how), c.copied) << c.how;
+        EXPECT_EQ(get("to") == (c.copied ? c.after + big : "old"), true) << c.how << c.target_exists;
+        EXPECT_EQ(get("from") == big, true);
+    }
+}
+
+TEST_F(Files, CopyThatFails) {
+    put("old", "old");
+    ASSERT_EQ(mkdir("dir", 0700), 0);
+    EXPECT_FALSE(file_copy("absent", "fresh", 0));
+    EXPECT_FALSE(file_exists("fresh"));
+    // A directory opens, but can't be read.
+    EXPECT_FALSE(file_copy("dir", "fresh", 0));
+    EXPECT_FALSE(file_exists("fresh"));
+    EXPECT_FALSE(file_copy("dir", "old", 1));
+    EXPECT_EQ(get("old"), "old");
+    EXPECT_FALSE(file_copy("old", "absent/fresh", 0));
+    EXPECT_FALSE(file_copy("old", "dir", 0));
+    // onto itself, by another name too
+    ASSERT_EQ(link("old", "again"), 0);
+    for (const int how : {-1, 0, 1}) {
+        EXPECT_FALSE(file_copy("old", "./old", how));
+        EXPECT_FALSE(file_copy("old", "again", how));
+    }
+    EXPECT_EQ(get("old"), "old");
+    // A device that takes nothing stays where it is.
+    ASSERT_EQ(symlink("/dev/full", "printer"), 0);
+    EXPECT_FALSE(file_copy("old", "printer", 1));
+    EXPECT_TRUE(file_exists("printer"));
+}
+
+TEST_F(Files, CopyOfWhatCannotBeWritten) {
+    // A running program can't be opened for writing, by no one.
+    EXPECT_TRUE(file_copy("/proc/self/exe", "copy", -1));
+    EXPECT_EQ(file_size("copy"), file_size("/proc/self/exe"));
+    ASSERT_EQ(symlink("/dev/null", "sink"), 0);
+    EXPECT_TRUE(file_copy("copy", "sink", 1));
+}
+
+TEST_F(Files, CopyWaitsForLocks) {
+    isam_operator.flash = end_holder;
+    for (const char *locked : {"from", "to"}) {
+        put("from", "new");
+        put("to", "old");
+        messages = 0;
+        holder = std::make_unique<Holder>(locked, lock_action::exclusive, 100, 1);
+        EXPECT_TRUE(file_copy("from", "to", 1));
+        EXPECT_EQ(messages, 1) << locked;
+        EXPECT_EQ(get("to"), "oldnew");
+    }
+    // The appended part is locked from the old end on; what lies before it may be held.
+    put("from", "new");
+    put("to", "old");
+    messages = 0;
+    holder = std::make_unique<Holder>("to", lock_action::exclusive, 0, 3);
+    EXPECT_TRUE(file_copy("from", "to", 1));
+    EXPECT_EQ(messages, 0);
+    holder.reset();
+    const int fd = open("to", O_RDWR);
+    EXPECT_TRUE(elsewhere([&] { return file_lock(lock_action::exclusive, fd, 0, 0); })) << "locks are gone";
+    close(fd);
+}
+
+TEST_F(Files, Move) {
+    // The second place is another file system where there is one.
+    std::string other = testing::TempDir() + "rvXXXXXX";
+    ASSERT_NE(mkdtemp(other.data()), nullptr);
+    for (const std::string &to : {std::string("to"), other + "/to"}) {
+        for (const bool replace : {false, true}) {
+            for (const bool target_exists : {false, true}) {
+                const bool moved = replace || !target_exists;
+                put("from", "new");
+                file_delete(to.c_str());
+                if (target_exists) {
+                    put(to, "old");
+                }
+                EXPECT_EQ(file_move("from", to.c_str(), replace), moved) << to;
+                EXPECT_EQ(get(to), moved ? "new" : "old");
+                EXPECT_EQ(file_exists("from"), !moved);
+            }
+        }
+    }
+    put("to", "old");
+    EXPECT_FALSE(file_move("absent", "to", true));
+    EXPECT_FALSE(file_move("to", "./to", false));
+    EXPECT_TRUE(file_move("to", "./to", true));
+    EXPECT_EQ(get("to"), "old") << "nothing is lost";
+    ASSERT_EQ(link("to", "second"), 0);
+    EXPECT_TRUE(file_move("to", "second", true));
+    EXPECT_EQ(get("second"), "old");
+    EXPECT_FALSE(file_exists("to"));
+    std::filesystem::remove_all(other);
+}
+
+/// The letters and number after `prefix` that come after those of `name`.
+std::string next_temp(std::string name, std::size_t prefix) {
+    char *letters = name.data() + prefix;
+    if (std::strncmp(letters, "ZZ", 2) == 0) {
+        const int number = (std::stoi(name.substr(prefix + 2)) + 1) % 100;
+        return name.substr(0, prefix) + "AA" + std::to_string(number + 100).substr(1);
+    }
+    if (letters[1]++ == 'Z') {
+        letters[0]++;
+        letters[1] = 'A';
+    }
+    return name;
+}
+
+TEST_F(Files, TemporaryNames) {
+    std::string last = file_tempname("", "TP07");
+    for (int i = 0; i < 1500; i++) {
+        const std::string name = file_tempname("", "TP07");
+        ASSERT_EQ(name, next_temp(last, 4));
+        ASSERT_FALSE(file_exists(name.c_str()));
+        last = name;
+    }
+    const std::string taken = next_temp(last, 4);
+    put(taken, "kept");
+    EXPECT_EQ(file_tempname("", "TP07"), next_temp(taken, 4));
+    EXPECT_EQ(get(taken), "kept");
+
+    EXPECT_EQ(std::string(file_tempname("", "ABCDEF")).substr(0, 4), "ABCD");
+    EXPECT_EQ(std::strlen(file_tempname("", "ABCDEF")), 8U);
+    EXPECT_EQ(std::strlen(file_tempname("", "")), 4U);
+    EXPECT_EQ(std::string(file_tempname(path.c_str(), "X")).substr(0, path.size() + 2), path + "/X");
+    EXPECT_STREQ(file_tempname("absent", "X"), "");
+}
+
+TEST_F(Files, DiskFreeIsInKilobytes) {
+    const double bytes = static_cast<double>(std::filesystem::space(".").available);
+    EXPECT_NEAR(static_cast<double>(disk_free()), bytes / 1024, bytes / 1024 * 0.1);
+}
+
+TEST(Memory, LargestArea) {
+    void *area = nullptr;
+    EXPECT_EQ(mem_largest(&area, 10, 1000), 1000U);
+    EXPECT_EQ(std::count(static_cast<char *>(area), static_cast<char *>(area) + 1000, 0), 1000);
+    std::free(area);
+    EXPECT_EQ(mem_largest(&area, 1000, 10), 1000U);
+    std::free(area);
+    EXPECT_TRUE(elsewhere([] {
+#ifndef __SANITIZE_ADDRESS__
+        const struct rlimit gigabyte { 1UL << 30, 1UL << 30 };
+        setrlimit(RLIMIT_AS, &gigabyte);
+#endif
+        const std::size_t too_much = 3UL << 30;
+        void *part = nullptr;
+        const std::size_t got = mem_largest(&part, 7, too_much);
+        void *none = &part;
+        return part != nullptr && (got == too_much / 4 || got == too_much / 16) &&
+               mem_largest(&none, too_much / 3, too_much) == 0 && none == nullptr;
+    }));
+    EXPECT_EQ(mem_largest(&area, 0, 0), 0U);
+}
+
+constexpr lock_action E = lock_action::exclusive;
+constexpr lock_action S = lock_action::sole;
+constexpr lock_action T = lock_action::test;
+
+struct lock_case {
+    lock_action held;
+    off_t start, length;  // held by another process
+    lock_action wanted;
+    off_t wanted_start, wanted_length;
+    bool granted;
+};
+
+TEST_F(Files, LocksBetweenProcesses) {
+    const lock_case cases[] = {
+        {E, 0, 512, E, 0, 512, false},   {E, 0, 512, S, 511, 1, false},
+        {E, 0, 512, T, 0, 0, false},     {E, 0, 512, E, 512, 512, true},
+        {S, 100, 10, S, 100, 10, false}, {S, 100, 10, E, 109, 5, false},
+        {S, 100, 10, T, 100, 1, false},  {S, 100, 10, S, 110, 10, true},
+        {S, 100, 10, T, 90, 10, true},   {E, 0, 0, E, 1000000, 1, false},
+        {E, 1000, 0, E, 0, 1000, true},  {S, 1000, 0, S, 5000000000, 1, false},
+    };
+    put("data");
+    const int fd = open("data", O_RDWR);
+    for (const lock_case &c : cases) {
+        holder = std::make_unique<Holder>("data", c.held, c.start, c.length);
+        EXPECT_EQ(file_lock(c.wanted, fd, c.wanted_start, c.wanted_length), c.granted) << &c - cases;
+        EXPECT_EQ(file_lock_holder(fd, c.wanted_start, c.wanted_length), c.granted ? 0 : holder->pid());
+        // What was refused, and a test, leave nothing behind; what was granted keeps others out.
+        holder.reset();
+        const bool others = elsewhere([&] { return file_lock(T, fd, c.wanted_start, c.wanted_length); });
+        EXPECT_EQ(others, !c.granted || c.wanted == T) << &c - cases;
+        EXPECT_TRUE(file_lock(lock_action::unlock, fd, c.wanted_start, c.wanted_length));
+        EXPECT_TRUE(elsewhere([&] { return file_lock(E, fd, 0, 0); }));
+    }
+    close(fd);
+    EXPECT_FALSE(file_lock(T, fd, 0, 1));
+    EXPECT_EQ(file_lock_holder(fd, 0, 1), 0);
+}
+
+TEST_F(Files, RangeLocksWaitAndStartAtThePosition) {
+    isam_operator.flash = end_holder;
+    put("data", "0123456789");
+    const int fd = open("data", O_RDWR);
+    const struct {
+        int lock, unlock;
+        off_t position;
+        int length;
+        off_t held, first;  // byte another holds; first byte locked (-1: none)
+    } cases[] = {
+        {3, 13, 4, 3, 6, 4},  {3, 13, 4, 3, 7, 4},  {4, 14, 4, 5, 14, 10},
+        {4, 14, 4, 5, 4, 10}, {3, 13, 4, 0, 4, -1},
+    };
+    for (const auto &c : cases) {
+        holder = std::make_unique<Holder>("data", E, c.held, 1);
+        messages = 0;
+        lseek(fd, c.position, SEEK_SET);
+        EXPECT_EQ(lock_range(fd, c.lock, c.length), 0);
+        const bool waited = c.first >= 0 && c.held >= c.first && c.held < c.first + c.length;
+        EXPECT_EQ(messages, waited ? 1 : 0);
+        EXPECT_EQ(message.empty() || message == "Informatie in gebruik op ander scherm", true);
+        holder.reset();
+        if (c.first >= 0) {
+            EXPECT_TRUE(elsewhere([&] { return file_lock(T, fd, 0, c.first); }));
+            EXPECT_FALSE(elsewhere([&] { return file_lock(T, fd, c.first, 1); }));
+            EXPECT_FALSE(elsewhere([&] { return file_lock(T, fd, c.first + c.length - 1, 1); }));
+            EXPECT_TRUE(elsewhere([&] { return file_lock(T, fd, c.first + c.length, 0); }));
+        }
+        lseek(fd, c.position, SEEK_SET);
+        EXPECT_EQ(lock_range(fd, c.unlock, c.length), 0);
+        EXPECT_TRUE(elsewhere([&] { return file_lock(T, fd, 0, 0); }));
+    }
+    close(fd);
+    EXPECT_EQ(lock_range(fd, 3, 1), -1) << "no endless wait on a closed descriptor";
+    EXPECT_EQ(lock_range(fd, 13, 1), 0);
+}
+
+TEST(LockWait, SleepsWithoutAScreen) {
+    const auto begin = std::chrono::steady_clock::now();
+    lock_wait();
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(990));
+}
+
+TEST(Terminal, EchoGoesAndComesBack) {
+    EXPECT_TRUE(elsewhere([] {
+        int master = -1;
+        int slave = -1;
+        if (openpty(&master, &slave, nullptr, nullptr, nullptr) != 0 || dup2(slave, 0) != 0) {
+            return false;
+        }
+        const auto echoes = [] {
+            termios now{};
+            return tcgetattr(0, &now) == 0 && (now.c_lflag & ECHO) != 0;
+        };
+        const bool first = echoes();
+        tty_noecho();
+        const bool second = echoes();
+        tty_restore();
+        return first && !second && echoes();
+    }));
+}
+
+TEST(Terminal, ClosesCharacterDevicesOnly) {
+    EXPECT_TRUE(elsewhere([] {
+        const int device = open("/dev/null", O_RDWR);
+        const int file = open("/proc/self/exe", O_RDONLY);
+        int pipe_ends[2];
+        if (pipe(pipe_ends) != 0 || dup2(device, 39) != 39 || dup2(device, 40) != 40) {
+            return false;
+        }
+        tty_close_others();
+        const auto is_open = [](int fd) { return fcntl(fd, F_GETFD) != -1; };
+        return !is_open(device) && is_open(file) && is_open(pipe_ends[0]) && !is_open(39) && is_open(40) &&
+               is_open(2);
+    }));
+}
+
+}  // namespace
