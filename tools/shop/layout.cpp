@@ -78,8 +78,8 @@ void link_free(std::vector<Block> &blocks, const Numbers &numbers, SysRow4Chain 
 std::string lay_out_labels(ShopPlan &plan) {
     Random random = plan.random(stream_layout);
     Shop &shop = plan.shop;
-    // The places of a series' labels in its chain: one after the other, with a gap now and then where a label
-    // was deleted.
+    // Where the labels of a series stand in its chain: one after another, with a hole now and then
+    // where a label was deleted.
     std::vector<std::vector<std::size_t>> slots(plan.series.size());
     std::vector<std::size_t> chunks(plan.series.size());
     for (std::size_t i = 0; i < plan.series.size(); i++) {
