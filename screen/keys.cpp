@@ -168,7 +168,8 @@ bool wait_for_key(int seconds) {
     return true;
 }
 
-/// <F2>: records, deletes or starts a macro, by the next key or by the menu. The key that comes of it.
+/// <F2>: records, deletes or starts a macro, chosen by the next key or in the menu. Returns the key that
+/// results.
 int macro_command(WINDOW *window) {
     constexpr int patience = 3;
     int row = 0;

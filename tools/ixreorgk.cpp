@@ -1,6 +1,6 @@
 // ixreorgk NAME: rebuilds the index of one pair in the current directory. Exit status 0 on success, 1 with a
-// message otherwise. `ixreorgk --version` tells what was built. It runs with and without a terminal; progress
-// is shown on a terminal only.
+// message otherwise. `ixreorgk --version` tells which version was built. It runs with or without a terminal;
+// progress is shown only on a terminal.
 #include <unistd.h>
 
 #include <cstdio>
@@ -14,7 +14,7 @@
 
 namespace {
 
-std::string what;  // the name, for messages
+std::string what;  // name of the pair, for messages
 
 void say(const char *text) {
     std::fprintf(stderr, "ixreorgk: %s: %s\n", what.c_str(), text);
@@ -50,7 +50,7 @@ void progress(int action, std::uint32_t value, std::uint32_t total, const char *
     }
 }
 
-/// Why a rebuild was refused, as far as it can be seen from outside.
+/// Why a rebuild was refused, as far as this can be seen from outside.
 const char *reason(const std::string &name) {
     const off_t data = file_size((name + ".TXT").c_str());
     if (!file_exists((name + ".INX").c_str())) {

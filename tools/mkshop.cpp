@@ -76,7 +76,7 @@ constexpr char usage[] =
     std::exit(EXIT_FAILURE);
 }
 
-/// Number of an option; anything that is not wholly a number in the range of int is refused.
+/// The number given with an option; anything but a number in the range of int is refused.
 int number_of(const char *name, const char *text) {
     char *end = nullptr;
     errno = 0;
@@ -87,7 +87,7 @@ int number_of(const char *name, const char *text) {
     return static_cast<int>(value);
 }
 
-/// A count given by the user; the values below 0 that stand for a default are not for the command line.
+/// A count given by the user; values below 0, which stand for a default, are refused on the command line.
 int count_of(const char *name, const char *text) {
     const int value = number_of(name, text);
     if (value < 0) {
@@ -125,7 +125,7 @@ void help() {
 }  // namespace
 
 int main(int argc, char **argv) {
-    // The store ends the program over what it cannot go on from; no operator waits here.
+    // After a fatal error the store would wait for an operator; here there is none.
     isam_operator.fatal = [](const char *text) { complain(text); };
     ShopOptions shop_options;
     shop_target target = shop_target::made;
@@ -182,7 +182,7 @@ int main(int argc, char **argv) {
             case option_version:
                 print_version("mkshop");
                 return EXIT_SUCCESS;
-            default:  // getopt has told what is wrong
+            default:  // getopt has already printed what is wrong
                 return EXIT_FAILURE;
         }
     }

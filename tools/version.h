@@ -1,6 +1,5 @@
-// What the tools answer to --version.
+// The output of --version.
 #pragma once
 
-/// Prints the program's name, the version of the package and the commit it was built from, where that is
-/// known.
+/// Prints the program's name, the version of the package and, if known, the commit it was built from.
 void print_version(const char *program);

@@ -7,8 +7,8 @@
 
 namespace {
 
-constexpr int days_back = 1500;  ///< oldest season that still has goods
-constexpr int days_ahead = 90;   ///< a season whose goods are being ordered
+constexpr int days_back = 1500;  ///< age of the oldest season that still has goods
+constexpr int days_ahead = 90;   ///< how early the goods of a season are ordered
 constexpr int first_year = 1980;
 
 }  // namespace
@@ -73,7 +73,7 @@ double rate_on(const Shop &shop, const std::string &currency, day_number date) {
 }
 
 std::uint32_t home_amount(const Shop &shop, std::int64_t euro_cents) {
-    // Forty francs to the euro, in round fives.
+    // Forty francs to the euro, rounded to fives.
     const std::int64_t amount = shop.options.no_decimals ? (euro_cents * 2 / 25 + 1) * 5 : euro_cents;
     return static_cast<std::uint32_t>(amount < 1 ? 1 : amount);
 }

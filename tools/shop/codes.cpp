@@ -1,4 +1,4 @@
-// EAN codes, replaced codes, order numbers at the suppliers, and what the tills know.
+// EAN codes, replaced codes, order numbers of the suppliers, and what the tills know.
 #include <algorithm>
 #include <map>
 
@@ -7,7 +7,7 @@
 namespace {
 
 constexpr std::uint64_t code_span = 1000000000;
-constexpr std::uint64_t code_step = 7919;  // no divisor of the span, so that no code comes twice
+constexpr std::uint64_t code_step = 7919;  // no common factor with the span, so that no code comes twice
 
 /// The n-th code of a country or maker, scattered over its numbers.
 std::string scattered_code(const char *prefix, std::uint64_t n) {

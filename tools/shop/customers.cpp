@@ -100,7 +100,7 @@ void link_customers(ShopPlan &plan) {
             }
         }
     }
-    // The newest sale first; of one day the label that was put on last comes first.
+    // The newest sale first; within a day, the label that was put on last comes first.
     std::sort(sales.begin(), sales.end(), [](const Sale &a, const Sale &b) {
         return a.customer != b.customer ? a.customer < b.customer
                : a.date != b.date       ? a.date > b.date

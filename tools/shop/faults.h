@@ -1,4 +1,4 @@
-// What the faults of the parts share.
+// What the files with faults share.
 #pragma once
 
 #include <algorithm>
@@ -49,7 +49,7 @@ std::int32_t take_free(std::vector<Block> &blocks, SysRow4Chain &row) {
     return head;
 }
 
-/// One of those that `fits` says yes to; null when there is none.
+/// One of the items for which `fits` is true; null when there is none.
 template <typename Item, typename Fits>
 Item *pick_fitting(std::vector<Item> &items, Random &random, Fits fits) {
     const std::size_t start = random.below(items.size());
@@ -66,7 +66,7 @@ inline bool any(const auto &) {
     return true;
 }
 
-/// Changes one item that `fits` says yes to; false when there is none.
+/// Changes one item for which `fits` is true; false when there is none.
 template <typename Item, typename Fits, typename Change>
 bool spoil(std::vector<Item> &items, Random &random, Fits fits, Change change) {
     Item *item = pick_fitting(items, random, fits);
@@ -89,7 +89,7 @@ struct LabelPlace {
     }
 };
 
-/// A label that `fits` says yes to.
+/// A label for which `fits` is true.
 template <typename Fits>
 LabelPlace pick_label(Shop &shop, Random &random, Fits fits) {
     const std::size_t all = shop.label_blocks.size() * labels_per_block;
@@ -105,7 +105,7 @@ LabelPlace pick_label(Shop &shop, Random &random, Fits fits) {
     return {};
 }
 
-/// Changes one label that `fits` says yes to; false when there is none.
+/// Changes one label for which `fits` is true; false when there is none.
 template <typename Fits, typename Change>
 bool spoil_label(Shop &shop, Random &random, Fits fits, Change change) {
     LabelPlace place = pick_label(shop, random, fits);

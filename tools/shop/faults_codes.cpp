@@ -7,10 +7,10 @@ bool of_series(const EanRecord &code) {
     return code.type == 'M';
 }
 
-/// A code that no size and no small article has yet: two with one code can't come into the file. `first` is
-/// where to look first.
+/// A code that no size or small article has yet, since the file can't hold two records with one code. The
+/// search starts at `first`.
 std::string unused_code(const Shop &shop, int first) {
-    constexpr int step = 10;  // each fault begins at another first number
+    constexpr int step = 10;  // each fault begins at a different first number
     std::string code;
     bool used = true;
     for (int number = first; used; number += step) {
@@ -115,7 +115,7 @@ constexpr ShopFault codes[] = {
      }},
 };
 
-/// Where the records of a journal begin, by code.
+/// The code and the place of each record in a journal.
 std::vector<std::pair<char, std::size_t>> records_of(const Journal &journal) {
     constexpr std::pair<char, int> lengths[] = {
         {'O', journal_order_bytes},    {'M', journal_model_bytes}, {'D', journal_detail_bytes},
@@ -137,7 +137,7 @@ std::vector<std::pair<char, std::size_t>> records_of(const Journal &journal) {
     return records;
 }
 
-/// Where a record of a code stands in the journal that was picked.
+/// The place of a record in the journal that was picked.
 struct JournalPlace {
     Journal *journal = nullptr;
     std::size_t at = 0;
@@ -166,7 +166,7 @@ void put_order(const JournalPlace &place, const JournalOrder &order) {
     std::memcpy(place.journal->bytes.data() + place.at + 1, &order, sizeof order);
 }
 
-/// Gives an order of a journal a number below 1000, its labels and its record with it.
+/// Gives an order of a journal this number, also in its labels and in its record.
 bool number_below(Shop &shop, Random &random, std::uint32_t number) {
     const JournalPlace place = pick_record(shop, random, 'O');
     if (place.journal == nullptr) {
@@ -194,7 +194,7 @@ bool number_below(Shop &shop, Random &random, std::uint32_t number) {
     return true;
 }
 
-/// Puts bytes into a journal before a record of a code.
+/// Puts bytes into a journal before a record with this code.
 bool insert_before(Shop &shop, Random &random, char code, const std::string &bytes) {
     const JournalPlace place = pick_record(shop, random, code);
     if (place.journal != nullptr) {
@@ -274,7 +274,7 @@ constexpr ShopFault journals[] = {
          return spoil(shop.order_numbers, random, any<OrderNumberRecord>,
                       [&](const OrderNumberRecord &record) {
                           OrderNumberRecord stray = record;
-                          // Two with one number can't come into the file.
+                          // The file can't hold two orders with one number.
                           stray.number = 9000001 + static_cast<std::uint32_t>(shop.order_numbers.size());
                           shop.order_numbers.push_back(stray);
                       });

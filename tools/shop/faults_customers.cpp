@@ -26,7 +26,7 @@ std::vector<LabelEntry *> purchases(Shop &shop, const CustomerRecord &customer) 
     return labels;
 }
 
-/// Lets the last label of a customer lead on to what `next` gives.
+/// Makes the last label of a customer's chain lead on to the label that `next` returns.
 template <typename Next>
 bool lead_on(Shop &shop, Random &random, Next next) {
     return spoil(
@@ -47,7 +47,7 @@ bool spoil_customer(Shop &shop, Random &random, Change change) {
     return spoil(shop.customers, random, any<CustomerRecord>, change);
 }
 
-/// Adds a customer, who has bought nothing, under a number that can't be.
+/// Adds a customer who has bought nothing, with an impossible number.
 bool add_with_number(Shop &shop, Random &random, std::uint32_t number) {
     if (shop.customers.empty()) {
         return false;

@@ -1,4 +1,4 @@
-// Faults in the label file and in what the series say of their labels.
+// Faults in the label file and in what the series say about their labels.
 #include "tools/shop/faults.h"
 
 namespace {
@@ -17,7 +17,7 @@ SeriesRecord *series_with_blocks(Shop &shop, Random &random, std::size_t count) 
     });
 }
 
-/// A label of the first series, put in a block that no chain holds, under a key of its own.
+/// Puts a copy of a label into a block that is on no chain, under the given key.
 bool orphan_block(Shop &shop, Random &random, std::uint32_t group, std::uint16_t colour,
                   std::uint16_t number) {
     const LabelPlace sample = pick_label(shop, random, [](const ShopLabel &) { return true; });
@@ -36,7 +36,7 @@ bool orphan_block(Shop &shop, Random &random, std::uint32_t group, std::uint16_t
     return true;
 }
 
-/// Such a block of a series that exists: the label is of a size of its own.
+/// Makes such a block for a series that exists; the label has one of the sizes of that series.
 bool known_orphan(Shop &shop, Random &random) {
     const SeriesRecord &owner = random.pick(shop.series);
     const std::int32_t head = shop.label_chain.free_head;

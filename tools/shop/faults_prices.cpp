@@ -16,7 +16,7 @@ PriceSetRecord *set_with_blocks(Shop &shop, Random &random, std::size_t count) {
                         [&](const PriceSetRecord &set) { return blocks_of(shop, set).size() >= count; });
 }
 
-/// Lets the last block of a set lead on to `next`.
+/// Makes the last block of a set lead on to `next`.
 bool lead_on(Shop &shop, Random &random, std::int32_t next) {
     PriceSetRecord *set = set_with_blocks(shop, random, 1);
     if (set != nullptr) {

@@ -117,7 +117,7 @@ std::vector<std::int32_t> blocks_of(const Shop &shop, const CriteriaRecord &reco
     return chain_of(shop.criteria_blocks, record.chain);
 }
 
-/// Lets the last block of a chain lead on to what `next` gives.
+/// Makes the last block of a chain lead on to the block that `next` returns.
 template <typename Next>
 bool lead_on(Shop &shop, Random &random, Next next) {
     return spoil(

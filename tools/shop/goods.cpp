@@ -9,12 +9,12 @@
 namespace {
 
 constexpr int seconds_per_day = 86400;
-/// Suppliers do not grow in number above this size of a shop; the orders that each of them gets do.
+/// Above this number of series a shop has no more suppliers; each of them gets more orders instead.
 constexpr int series_a_share = 4000;
 constexpr std::size_t orders_of_series = 3;  ///< at most
 constexpr int price_units_low = 10;  ///< amounts end in 5 or 95 cents, so prices are multiples of this less 5
 
-/// One series in the making.
+/// A series that is being made.
 struct Goods {
     ShopPlan &plan;
     Random &random;
@@ -35,7 +35,7 @@ double supplier_rate(const Shop &shop, int supplier, day_number date) {
     return rate_on(shop, std::string(record.currency, 3), date);
 }
 
-/// Purchase price in the supplier's currency, in its smallest unit, of goods worth so many euro cents.
+/// Purchase price, in the smallest unit of the supplier's currency, of goods worth this many euro cents.
 int supplier_price(const Shop &shop, int supplier, int euro_cents) {
     const std::string currency(shop.suppliers[static_cast<std::size_t>(supplier)].currency, 3);
     const double home = shop.options.no_decimals ? euro_cents / 100.0 * 40.3399 : euro_cents / 100.0;
@@ -45,7 +45,7 @@ int supplier_price(const Shop &shop, int supplier, int euro_cents) {
     return static_cast<int>(std::max(price, 1L));
 }
 
-/// What a label of the home currency says for a purchase price on a day.
+/// The price on a label, in the home currency, for a purchase price on a day.
 std::uint32_t label_price(const Shop &shop, const PriceSetPlan &set, int gross, day_number date) {
     const SupplierRecord &supplier = shop.suppliers[static_cast<std::size_t>(set.supplier)];
     const int decimals = currency_decimals(shop, {supplier.currency, 3});
@@ -57,7 +57,7 @@ std::uint32_t label_price(const Shop &shop, const PriceSetPlan &set, int gross, 
     return static_cast<std::uint32_t>(std::max(std::lround(price), 1L));
 }
 
-/// A run of the sizes of the kind that the series is bought in.
+/// A run of the kind's sizes: those in which the series is bought.
 void choose_sizes(Goods &goods) {
     const std::vector<std::uint8_t> *order = nullptr;
     for (const SizeKindPlan &kind : goods.plan.size_kinds) {
@@ -74,7 +74,7 @@ void choose_sizes(Goods &goods) {
     }
 }
 
-/// Cuts the sizes in one to three groups of prices.
+/// Divides the sizes into one to three groups with the same price.
 std::vector<PriceGroupPlan> cut_groups(Goods &goods, int supplier, int euro_cents) {
     std::vector<PriceGroupPlan> groups;
     const std::size_t n = goods.series.sizes.size();
@@ -92,8 +92,8 @@ std::vector<PriceGroupPlan> cut_groups(Goods &goods, int supplier, int euro_cent
     return groups;
 }
 
-/// Sets of the supplier from before the first order on, in one or two periods; now and then those of a
-/// second supplier that the goods were once offered by.
+/// Price sets of the supplier from before the first order on, in one or two periods. Now and then also one of
+/// a second supplier, who once offered the goods.
 void make_prices(Goods &goods, int euro_cents) {
     const Shop &shop = goods.plan.shop;
     const day_number first = goods.plan.orders[goods.orders.front()].date;
@@ -116,7 +116,7 @@ void make_prices(Goods &goods, int euro_cents) {
     }
 }
 
-/// Retail amounts: the groups of the newest set of the series' own supplier.
+/// Retail prices: by the groups of the newest set of the series' own supplier.
 void make_retail(Goods &goods, int euro_cents) {
     const PriceSetPlan *newest = nullptr;
     for (const PriceSetPlan &set : goods.series.sets) {
@@ -200,7 +200,7 @@ void make_labels(Goods &goods, OrderPlan &order, int count) {
     order.lines.push_back(std::move(line));
 }
 
-/// Counts and dates of the series as its labels have them.
+/// Sets the counts and dates of the series according to its labels.
 void count_labels(SeriesPlan &series, Random &random) {
     SeriesRecord &record = series.record;
     for (const ShopLabel &label : series.labels) {
@@ -262,7 +262,8 @@ void fill_record(Goods &goods, int brand) {
     put_carried(record.carried_184, random);
 }
 
-/// The orders that a series comes with: all of its supplier and season, or a few in a row of many.
+/// The orders that contain a series: all those of its supplier and season or, if there are many, a few in a
+/// row.
 std::vector<std::size_t> orders_of_goods(const std::vector<std::size_t> &all, Random &random) {
     if (all.size() <= orders_of_series) {
         return all;
@@ -320,7 +321,7 @@ void plan_goods(ShopPlan &plan) {
     plan.series.resize(static_cast<std::size_t>(options.series));
     for (SeriesPlan &series : plan.series) {
         const int supplier = static_cast<int>(random.below(plan.suppliers.size()));
-        // Of two seasons the newer one: old goods are cleared out now and then.
+        // The newer of two seasons: old goods are sold off in time.
         const int season =
             static_cast<int>(std::max(random.below(plan.seasons.size()), random.below(plan.seasons.size())));
         series.group = &random.pick(plan.groups);

@@ -28,7 +28,7 @@ struct Half {
     }
 };
 
-/// Leaves keys of a process that is gone in the lock block.
+/// Leaves keys in the lock block, as of a process that is gone.
 bool leave_locks(const Half &index, std::size_t nkeys) {
     ix_header header{};
     if (file_read_at(index.fd, &header, sizeof header, 0) != static_cast<ssize_t>(sizeof header)) {
@@ -44,13 +44,13 @@ bool leave_locks(const Half &index, std::size_t nkeys) {
     return index.put(block.data(), block.size(), (nkeys + 1) * ix_block_size);
 }
 
-/// Exchanges the first record of the data half with the last one, behind the back of the index.
+/// Swaps the first and the last record of the data half without telling the index.
 bool swap_records(const Half &data, const IndexedFile &file) {
     std::size_t first = 0;
     while (first < file.data.size() && !ix_live(file.data.data() + first, static_cast<int>(file.record))) {
         first += file.record;
     }
-    const std::size_t last = file.data.size() - file.record;  // deleted records stand before live ones
+    const std::size_t last = file.data.size() - file.record;  // always live
     return data.put(file.data.data() + last, file.record, first) &&
            data.put(file.data.data() + first, file.record, last);
 }
@@ -65,7 +65,7 @@ bool write_index(const std::string &directory, const IndexedFile &file, std::str
     }
     IXINITIX(icb);
     IXCLOSE(icb);
-    // The rebuild gathers the deleted records as well. The store does not tell of a full disk: look.
+    // The rebuild also links the deleted records. The store does not report a full disk, so check the result.
     if (!IXBLDIX(path.c_str()) || IXCHECK(path.c_str()) < 0) {
         why = text_of("%.120s.INX: cannot be written", path.c_str());
         return false;
@@ -82,7 +82,7 @@ bool damage_index(const std::string &directory, const IndexedFile &file, index_d
     const char in_update = 1;
     switch (damage) {
         case index_damage::cut:
-            // The header stays: without the definition in it nothing can be mended.
+            // The header stays: without the definition in it the index can't be rebuilt.
             done = done && ftruncate(index.fd, std::max<off_t>(size - ix_block_size, ix_block_size)) == 0;
             break;
         case index_damage::in_update:

@@ -23,8 +23,8 @@ constexpr const char *transit_definition[] = {"goederen onderweg,28", "etiket,NO
                                               "filiaal,I,1,1,I,2,2"};
 constexpr const char *receipt_definition[] = {"ontvangsten,20", "etiket,NODUPS,I,5,8"};
 constexpr const char *criteria_definition[] = {"bestelcriteria,32", "serie,NODUPS,I,1,4,I,5,6,I,7,8"};
-// A size has one code, so its key is told to be without duplicates. The store keeps watch over key 1 only,
-// and a second code of a size can come in.
+// A size has one code, so this key is defined without duplicates. The store enforces that for key 1 only, so
+// a second code of a size can get in.
 constexpr const char *ean_definition[] = {"EAN-codes,28", "ean,NODUPS,C,1,13",
                                           "maat,NODUPS,C,14,14,I,17,20,I,15,16,I,21,22,I,23,23"};
 constexpr const char *barcode_definition[] = {"barcodes,32", "code,NODUPS,C,1,13",
@@ -67,7 +67,7 @@ struct Gathering {
     }
 };
 
-/// The screen, and two printers as a shop may have them.
+/// The screen, and two printers such as a shop may have.
 struct Printers {
     std::vector<PrinterRecord> printers;
     std::vector<ConnectionRecord> connections;

@@ -6,14 +6,14 @@
 
 namespace {
 
-/// A block to be laid down: of which owner, and which of its blocks.
+/// A block to be placed: its owner, and which of the owner's blocks it is.
 struct Place {
     std::size_t owner;
     std::size_t chunk;
     std::int64_t turn;  ///< blocks are taken in this order
 };
 
-/// Blocks of one owner come at different times, so they lie apart, others between.
+/// The blocks of one owner are made at different times, so others lie between them.
 std::vector<Place> take_turns(const std::vector<std::size_t> &chunks, Random &random) {
     std::vector<Place> places;
     for (std::size_t owner = 0; owner < chunks.size(); owner++) {
@@ -27,7 +27,7 @@ std::vector<Place> take_turns(const std::vector<std::size_t> &chunks, Random &ra
     return places;
 }
 
-/// Block numbers for places, and the numbers that stay free.
+/// Block numbers for the places, and the numbers that stay free.
 struct Numbers {
     std::vector<std::int32_t> taken;
     std::vector<std::int32_t> free;

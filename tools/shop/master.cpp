@@ -21,7 +21,7 @@ std::vector<std::string> words(const char *text) {
     return result;
 }
 
-/// Sizes in sequence order get an index: their place, or, when half sizes came later, the whole ones first.
+/// Gives sizes in sequence order an index: their place or, when half sizes came later, whole sizes first.
 std::vector<std::uint8_t> size_indexes(const std::vector<std::string> &codes, bool halves_later) {
     std::vector<std::uint8_t> indexes(codes.size());
     std::uint8_t next = 1;
@@ -107,7 +107,7 @@ void make_money(ShopPlan &plan, Random &random) {
         const char *code;
         int decimals;
         const char *name;
-        double euros;  ///< for one
+        double euros;  ///< price of one
         int unit;
     };
     constexpr Money money[] = {

@@ -1,4 +1,4 @@
-// Names to fill a shop with. Texts are in code page 850.
+// The names that a shop is filled with. Texts are in code page 850.
 #pragma once
 
 #include <span>
@@ -21,7 +21,7 @@ struct GroupName {
 struct SizeKindName {
     int number;
     const char *name;
-    const char *codes;    ///< sequence order, blanks between
+    const char *codes;    ///< in sequence order, separated by blanks
     const char *english;  ///< the same sizes in the English system, or null
     bool halves_later;    ///< the half sizes came into use after the others
 };

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr int orders_per_journal = 12;
-constexpr int journals_of_season = 100;  ///< in a large shop they grow in length, not in number
+constexpr int journals_of_season = 100;  ///< in a large shop journals get longer; their number stays the same
 
 std::int32_t next_document(Shop &shop) {
     shop.document.last_document = shop.document.last_document >= 999999 ? 1 : shop.document.last_document + 1;

@@ -1,11 +1,11 @@
-// What is written of a shop. Not for the callers of the library.
+// Writing a shop. Not for callers of the library.
 #pragma once
 
 #include <list>
 
 #include "tools/shop/plan.h"
 
-/// An indexed file of the shop: its definition texts, that of the file first, and its records.
+/// An indexed file of the shop: its definition texts, with that of the file first, and its records.
 struct IndexedFile {
     std::string name;
     std::vector<const char *> definition;
@@ -14,12 +14,12 @@ struct IndexedFile {
     std::string data;       ///< the data half: the records, deleted ones between them
 };
 
-/// All indexed files of the shop, data halves and all. The records stay in the shop.
+/// All indexed files of the shop with their data halves. The records themselves stay in the shop.
 std::list<IndexedFile> indexed_files(const Shop &shop);
 
-/// Makes the index half of a file whose data half stands in the directory.
+/// Makes the index half of a file whose data half is in the directory.
 bool write_index(const std::string &directory, const IndexedFile &file, std::string &why);
 
-/// Does the damage that was asked for to a finished pair.
+/// Damages a finished pair as asked for.
 bool damage_index(const std::string &directory, const IndexedFile &file, index_damage damage,
                   std::string &why);

@@ -1,4 +1,4 @@
-// What the parts of the shop library share while a shop is made. Not for its callers.
+// What the parts of the shop library share while a shop is made. Not for callers of the library.
 #pragma once
 
 #include <cstring>
@@ -32,7 +32,7 @@ struct SizeKindPlan {
     std::vector<std::uint8_t> order;
 };
 
-/// What a kind of article is like.
+/// The properties of a kind of article.
 struct GroupPlan {
     int number;
     int size_kind;
@@ -40,7 +40,7 @@ struct GroupPlan {
     int price_high;
     int target;  ///< label kind
     int vat;
-    const char *const *models;  ///< words for a description, null at the end
+    const char *const *models;  ///< words for a description, ending in null
 };
 
 struct SupplierPlan {
@@ -105,7 +105,7 @@ struct ShopPlan {
     }
 };
 
-// In the order in which they run. Those that return a text say why the shop can't be made.
+// In the order in which they run. A text returned says why the shop can't be made; empty means success.
 void plan_calendar(ShopPlan &plan);
 void plan_master(ShopPlan &plan);
 void plan_orders(ShopPlan &plan);
@@ -120,7 +120,7 @@ void plan_codes(ShopPlan &plan);
 void plan_journals(ShopPlan &plan);
 void plan_system(ShopPlan &plan);
 
-/// Rate of a currency on a day: home currency for one unit of it, in major units.
+/// Rate of a currency on a day: the home currency for one unit of it, both in major units.
 double rate_on(const Shop &shop, const std::string &currency, day_number date);
 int currency_decimals(const Shop &shop, std::string_view code);
 /// Retail amount of a size: that of its price group.
@@ -128,14 +128,14 @@ std::uint32_t retail_price(const SeriesPlan &series, std::uint8_t size);
 /// Amount of the home currency, in its smallest unit, for an amount of euro cents.
 std::uint32_t home_amount(const Shop &shop, std::int64_t euro_cents);
 
-/// Puts a text in a field, cut or filled up.
+/// Puts a text in a field, cut or filled up to the field's width.
 template <std::size_t N>
 void put_text(char (&field)[N], std::string_view text, char fill = '\0') {
     std::memset(field, fill, N);
     std::memcpy(field, text.data(), text.size() < N ? text.size() : N);
 }
 
-/// Fills bytes that this system only carries along, so that a program that drops them is found out.
+/// Fills bytes that this system only carries along, so that a program that loses them is noticed.
 template <std::size_t N>
 void put_carried(std::uint8_t (&field)[N], Random &random) {
     for (std::uint8_t &byte : field) {
@@ -146,5 +146,5 @@ void put_carried(std::uint8_t (&field)[N], Random &random) {
 /// printf into a string.
 [[gnu::format(printf, 1, 2)]] std::string text_of(const char *format, ...);
 
-/// Last digit that makes a code of digits valid: weights 3 and 1 from the right.
+/// The last digit that makes a code valid: weights 3 and 1 from the right.
 char ean_check_digit(std::string_view digits);

@@ -1,8 +1,8 @@
-// Puts the faults of the options into a shop, in such a way that each of them is there in the end.
+// Puts the faults of the options into a shop so that each of them is still there at the end.
 //
 // The model is compared before and after each fault, record by record. A fault that touches a record of an
-// earlier one is tried at another place. Rows of the system file are single, and some faults move the same
-// one, so these may only not go back to what they were.
+// earlier one is tried at another place. Of each row of the system file there is only one, which several
+// faults may change. So a row may change again, but not back to what it was.
 #include <functional>
 #include <string_view>
 #include <type_traits>
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// What names a record, and its content, as numbers. Records of one name count together.
+/// The content of each record by its name, both as hash numbers. Records with the same name are added up.
 using Image = std::unordered_map<std::size_t, std::size_t>;
 
 struct Model {
@@ -34,7 +34,7 @@ void add(Image &image, const std::string &file, const std::string &name, std::st
     image[number_of(file + ':' + name)] += number_of(content);
 }
 
-/// Records that are told apart by `name`, since faults take some of them away.
+/// Adds records that are identified by `name`, since faults remove some of them.
 template <typename Record, typename Name>
 void add_named(Image &image, const char *file, const std::vector<Record> &records, Name name) {
     for (const Record &record : records) {
@@ -42,7 +42,7 @@ void add_named(Image &image, const char *file, const std::vector<Record> &record
     }
 }
 
-/// Records that are told apart by their place.
+/// Adds records that are identified by their place.
 template <typename Record>
 void add_placed(Image &image, const std::string &file, const std::vector<Record> &records) {
     for (std::size_t i = 0; i < records.size(); i++) {
@@ -133,13 +133,13 @@ Model model_of(const Shop &shop) {
     return {records_of(shop), rows_of(shop)};
 }
 
-/// Content of a record, 0 where it does not exist.
+/// Content of a record, 0 if it does not exist.
 std::size_t content(const Image &image, std::size_t name) {
     const auto found = image.find(name);
     return found == image.end() ? 0 : found->second;
 }
 
-/// The names whose content is not the same in both.
+/// The names whose content differs between the two.
 std::vector<std::size_t> differences(const Image &a, const Image &b) {
     std::vector<std::size_t> names;
     for (const auto &[name, value] : a) {
@@ -155,11 +155,11 @@ std::vector<std::size_t> differences(const Image &a, const Image &b) {
     return names;
 }
 
-/// What a fault has changed.
+/// What a fault changed.
 struct Change {
     std::string fault;
-    Image records;      ///< as it left them
-    Image rows_before;  ///< as it found them
+    Image records;      ///< the changed records, as the fault left them
+    Image rows_before;  ///< the changed rows, as they were before
 
     Change(std::string name, const Model &before, const Model &after) : fault(std::move(name)) {
         for (const std::size_t record : differences(before.records, after.records)) {

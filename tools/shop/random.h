@@ -1,5 +1,5 @@
-// The numbers behind a made shop: the same for the same seed on every machine, so nothing of the standard
-// library's distributions, whose results are not fixed.
+// The random numbers for a made shop. The same seed must give the same numbers on every machine, so the
+// standard library's distributions, whose results are not fixed, are not used.
 #pragma once
 
 #include <cstdint>
@@ -11,14 +11,15 @@
 struct Random {
     std::mt19937_64 engine;
 
-    /// `stream` keeps the parts of a shop apart, so that more customers leave the series as they are.
+    /// Each part of a shop has its own `stream`, so that more customers, for instance, do not change the
+    /// series.
     Random(std::uint64_t seed, std::uint64_t stream) : engine(seed * 0x9E3779B97F4A7C15ULL + stream) {}
 
-    /// 0 to n - 1; 0 when n is 0.
+    /// A number from 0 to n - 1; 0 when n is 0.
     std::uint64_t below(std::uint64_t n) {
         return n == 0 ? 0 : engine() % n;
     }
-    /// low to high, both included.
+    /// A number from `low` to `high`, both included.
     int range(int low, int high) {
         return high <= low ? low : low + static_cast<int>(below(static_cast<std::uint64_t>(high - low) + 1));
     }

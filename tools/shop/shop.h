@@ -1,8 +1,8 @@
 // Made shops: a complete data directory for demonstrations, tests and benchmarks.
 //
-// `build_shop` makes a shop in memory, in the records of its files, all agreeing with one another;
-// `write_shop` puts the files in a directory. Between the two a test may change whatever it likes, or name
-// faults in the options. The same options give the same bytes.
+// `build_shop` makes a shop in memory, as the records of its files, which all agree with one another;
+// `write_shop` writes the files to a directory. Between the two a test may change anything; faults can also
+// be named in the options. The same options give the same bytes.
 #pragma once
 
 #include <cstdint>
@@ -26,16 +26,16 @@
 
 struct ShopOptions {
     int series = 120;          ///< 0 to 200000
-    int labels = 10;           ///< labels of a series on average, 0 to 1000
+    int labels = 10;           ///< average number of labels in a series, 0 to 1000
     int branches = 3;          ///< 1 to 60
-    int customers = -1;        ///< 0: no customers are kept; -1: two to three series; at most 300000
-    int tills = 2;             ///< tills of a branch, 0 to 9
+    int customers = -1;        ///< 0: none are kept; -1: two for every three series; at most 300000
+    int tills = 2;             ///< tills in a branch, 0 to 9
     int label_digits = 7;      ///< 6, 7 or 8
-    int checked = -1;          ///< days since the last error-free checks, -1: never checked
+    int checked = -1;          ///< days since all checks passed, -1: never checked
     bool linked = true;        ///< sold labels are linked to customers
-    bool transit = true;       ///< branches send goods to one another (with two branches and more)
+    bool transit = true;       ///< branches send goods to one another (if there are two or more)
     bool no_decimals = false;  ///< the home currency has no decimals
-    day_number today = 0;      ///< the day that the dates lead up to, 1990 to 2040; 0: by the clock
+    day_number today = 0;      ///< the latest day in the data, 1990 to 2040; 0: by the clock
     std::uint64_t seed = 1;
     std::vector<std::string> faults = {};  ///< names of `shop_faults`
 };
@@ -53,11 +53,11 @@ enum class index_damage {
     cut,          ///< the index half ends early
     in_update,    ///< an update was left half done
     stale_locks,  ///< keys of a process that is gone stand in the lock block
-    swapped,      ///< two records have changed places without the index
+    swapped,      ///< two records were swapped without the index
     missing,      ///< the index half is gone
 };
 
-/// A till, and the branch (counted from 0) that it stands in.
+/// A till and its branch (counted from 0).
 struct Till {
     int branch;
     int number;
@@ -65,8 +65,8 @@ struct Till {
 
 struct Random;
 
-/// The model: the records of the files as they go to disk. Only names that are stored scrambled stand here in
-/// plain text.
+/// The model: the records of the files as they go to disk. Only names that are stored scrambled are in plain
+/// text here.
 struct Shop {
     ShopOptions options;
     day_number today;
@@ -135,34 +135,36 @@ struct Shop {
 /// A label taken apart.
 using ShopLabel = LabelParts;
 
-/// True when the options are within their ranges and every fault is known; else `why` says what is wrong.
+/// True when the options are within their ranges and every fault is known; otherwise `why` says what is
+/// wrong.
 bool shop_options_valid(const ShopOptions &options, std::string &why);
 
-/// Makes the shop. The options must be valid. False when they can't be met (more labels than their numbers
-/// have digits for, a fault that finds nothing to spoil or would undo another); `why` says so.
+/// Makes the shop. The options must be valid. False when they can't be met (too many labels for the digits of
+/// their numbers, a fault that finds nothing to spoil or would undo another); `why` says so.
 bool build_shop(const ShopOptions &options, Shop &shop, std::string &why);
 
 /// What `write_shop` does with a directory that is not empty.
 enum class shop_target {
-    made,  ///< only one that it has made itself is taken; the files that it wrote there go first
-    any,   ///< any; files of the same name are replaced
+    made,  ///< only a directory made by it is accepted; its old files are removed first
+    any,   ///< any directory; files of the same name are replaced
 };
 
 /// Writes all files of the shop into `directory`, which is made when it does not exist. False on the first
 /// failure; `why` names the file and the reason.
 bool write_shop(const Shop &shop, const std::string &directory, shop_target target, std::string &why);
 
-/// Both at once, for tests: an empty text, or what went wrong.
+/// Both at once, for tests. Returns an empty text, or what went wrong.
 std::string make_shop(const ShopOptions &options, const std::string &directory);
 
 /// A way to spoil a shop.
 struct ShopFault {
     const char *name;
     const char *what;  ///< one line for the help text
-    /// Spoils the model; false when the shop has nothing that can be spoiled in this way.
+    /// Spoils the model; false when the shop has nothing that can be spoiled this way.
     bool (*apply)(Shop &shop, Random &random);
 };
 const std::vector<ShopFault> &shop_faults();
 
-/// Spoils a shop in the way of a name, once or again. False when there is nothing to spoil, or no such name.
+/// Spoils a shop with the fault of that name; may be repeated. False when there is nothing to spoil, or no
+/// such fault.
 bool spoil_shop(Shop &shop, const std::string &name, std::uint64_t seed);

@@ -4,7 +4,7 @@
 
 namespace {
 
-/// What a branch has of the tills of the shop: every fourth branch has none.
+/// The tills of a branch; every fourth branch has none.
 int tills_of(const ShopOptions &options, int branch) {
     return branch % 4 == 3 ? 0 : options.tills;
 }

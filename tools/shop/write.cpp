@@ -35,8 +35,8 @@ std::string_view bytes_of_all(const std::vector<Record> &records) {
     return {reinterpret_cast<const char *>(records.data()), records.size() * sizeof(Record)};
 }
 
-/// Stores a name scrambled. The key comes from the seed where programs take it from the clock; the older form
-/// with its small keys is still found in data of long standing.
+/// Stores a name scrambled. Programs take the key from the clock; here it comes from the seed. The older form
+/// with its small keys is still found in old data.
 template <std::size_t N>
 void scramble_name(char (&field)[N], std::uint64_t seed, std::size_t number) {
     char text[N + 2] = {};
@@ -46,7 +46,7 @@ void scramble_name(char (&field)[N], std::uint64_t seed, std::size_t number) {
     std::memcpy(field, text, N);
 }
 
-/// Everything that is written, with the storage behind it.
+/// Everything that is written, together with its storage.
 struct Output {
     std::vector<UserSlot> users;
     std::vector<BranchRecord> branches;
@@ -164,7 +164,7 @@ bool write_file(const std::string &directory, const PlainFile &file, std::string
     return close(fd) == 0 || fail(why, path, "cannot be written");
 }
 
-/// A name that this program may have written: within the directory, and at most one directory down.
+/// True for a name that this program may have written: in the directory, or one directory down.
 bool own_name(const std::string &name) {
     const std::size_t slash = name.find('/');
     return !name.empty() && name[0] != '/' && name.find("..") == std::string::npos &&
@@ -187,7 +187,7 @@ void remove_earlier(const std::string &directory) {
         }
     }
     for (const std::string &season : seasons) {
-        rmdir(path(season).c_str());  // stays when others have put something in it
+        rmdir(path(season).c_str());  // fails, and the directory stays, when others have put something in it
     }
 }
 
@@ -225,7 +225,7 @@ bool write_shop(const Shop &shop, const std::string &directory, shop_target targ
     }
     Output output;
     gather(output, shop);
-    // The marker comes first, so that a shop that stays half written can be made again.
+    // The marker is written first, so that a half-written shop can be made again.
     std::string names = "mkshop\n";
     for (const PlainFile &file : output.files) {
         names += file.name + "\n";
