@@ -7,8 +7,8 @@
 #include <string>
 
 #include "base/base.h"
-#include "store/store.h"
 #include "screen/screen.h"
+#include "store/store.h"
 #include "sub/startup.h"
 
 namespace {

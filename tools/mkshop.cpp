@@ -57,7 +57,7 @@ constexpr char usage[] =
     "  --series N         series of articles (120)\n"
     "  --labels N         labels of a series on average (10)\n"
     "  --branches N       branches (3)\n"
-    "  --customers N      customers, 0 for a shop that keeps none (two to three series)\n"
+    "  --customers N      customers, 0 for a shop that keeps none (two for every three series)\n"
     "  --unlinked         sold labels are not linked to customers\n"
     "  --tills N          tills of a branch (2)\n"
     "  --digits N         digits of a label number: 6, 7 or 8 (7)\n"
@@ -66,10 +66,10 @@ constexpr char usage[] =
     "  --checked DAYS     all checks passed so many days ago (never)\n"
     "  --seed S           another shop; the same seed gives the same bytes (1)\n"
     "  --today DDMMYYYY   the day that all dates lead up to (today)\n"
-    "  --fault NAME       spoils the shop; may be given again, names below\n"
+    "  --fault NAME       spoils the shop; may be repeated, names below\n"
     "  --force            writes into a directory that holds other files\n"
     "  --help             these options, and the names of the faults\n"
-    "  --version          the version, and the commit that was built\n";
+    "  --version          the version, and the commit it was built from\n";
 
 [[noreturn]] void complain(const std::string &why) {
     std::fprintf(stderr, "mkshop: %s\n", why.c_str());

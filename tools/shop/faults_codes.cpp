@@ -206,7 +206,7 @@ bool insert_before(Shop &shop, Random &random, char code, const std::string &byt
 constexpr ShopFault journals[] = {
     {"journal-code", "a journal holds a record of no known kind",
      [](Shop &shop, Random &random) { return insert_before(shop, random, 'M', "Q"); }},
-    {"journal-order", "an order begins behind the model of another",
+    {"journal-order", "an order begins after the model of another",
      [](Shop &shop, Random &random) {
          const JournalPlace place = pick_record(shop, random, 'D');
          if (place.journal == nullptr) {

@@ -90,7 +90,7 @@ constexpr ShopFault customers[] = {
              customer.past_date = static_cast<std::uint16_t>(shop.today + 400);
          });
      }},
-    {"customer-marks", "the selection marks of a customer hold a zero byte, with a letter behind it",
+    {"customer-marks", "the selection marks of a customer hold a zero byte followed by a letter",
      [](Shop &shop, Random &random) {
          shop.settings.mode |= mode_selection_marks;
          return spoil_customer(shop, random, [](CustomerRecord &customer) {
@@ -98,7 +98,7 @@ constexpr ShopFault customers[] = {
              customer.marks[2] = 'C';
          });
      }},
-    {"customer-first-outside", "the first label of a customer lies behind the label file",
+    {"customer-first-outside", "the first label of a customer lies past the label file",
      [](Shop &shop, Random &random) {
          return spoil_customer(shop, random, [&](CustomerRecord &customer) {
              customer.first_label =

@@ -68,7 +68,7 @@ constexpr ShopFault labels[] = {
          }
          return series != nullptr;
      }},
-    {"label-first-outside", "the first block of a series lies behind the file",
+    {"label-first-outside", "the first block of a series lies past the file",
      [](Shop &shop, Random &random) {
          return spoil(shop.series, random, any<SeriesRecord>,
                       [&](SeriesRecord &series) { series.first_block = shop.label_chain.end_mark + 3; });
@@ -157,7 +157,7 @@ constexpr ShopFault labels[] = {
          }
          return !chain.empty() && series != nullptr;
      }},
-    {"label-free-head", "the free chain of the label file begins behind its end",
+    {"label-free-head", "the free chain of the label file begins past its end",
      [](Shop &shop, Random &) {
          shop.label_chain.free_head = shop.label_chain.end_mark + 11;
          return true;

@@ -152,7 +152,7 @@ constexpr ShopFault prices[] = {
          }
          return !chain.empty() && set != nullptr;
      }},
-    {"price-free-head", "the free chain of the price file begins behind its end",
+    {"price-free-head", "the free chain of the price file begins past its end",
      [](Shop &shop, Random &) {
          shop.price_chain.free_head = shop.price_chain.end_mark + 9;
          return true;
