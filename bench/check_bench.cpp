@@ -34,7 +34,7 @@
 #include <vector>
 
 #include "check/check.h"
-#include "check/prices.h"
+#include "check/prices/prices.h"
 #include "print/print_internal.h"
 #include "screen/screen.h"
 #include "sub/criteriafile.h"

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "base/files.h"
-#include "check/journalwalk.h"
+#include "check/journals/walk.h"
 #include "fuzz/stop.h"
 
 namespace {

@@ -29,6 +29,7 @@
 #include "check/check.h"
 #include "print/macros.h"
 #include "print/print_internal.h"
+#include "run/run.h"
 #include "screen/screen.h"
 
 namespace {

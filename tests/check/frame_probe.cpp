@@ -12,7 +12,7 @@
 #include <sstream>
 #include <string>
 
-#include "check/frame.h"
+#include "check/frame/frame.h"
 #include "print/print_internal.h"
 #include "screen/screen.h"
 

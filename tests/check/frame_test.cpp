@@ -1,6 +1,6 @@
 // The frame of a check: its course with and without errors, the report, the question, breaking off; error
 // lists and bit maps.
-#include "check/frame.h"
+#include "check/frame/frame.h"
 
 #include <algorithm>
 #include <sstream>

@@ -9,7 +9,7 @@
 #include <set>
 
 #include "base/base.h"
-#include "check/journalwalk.h"
+#include "check/journals/walk.h"
 #include "support/check_case.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <set>
 
 #include "base/dates.h"
-#include "check/pricerate.h"
+#include "check/label_prices/price_rate.h"
 #include "support/check_case.h"
 
 namespace {

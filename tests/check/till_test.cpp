@@ -13,7 +13,7 @@
 #include <thread>
 
 #include "check/check.h"
-#include "check/customers.h"
+#include "check/customers/customers.h"
 #include "sub/sub.h"
 #include "support/check_case.h"
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "support/scratch_dir.h"
 #include "support/terminal.h"
 
 namespace {
@@ -161,10 +162,11 @@ TEST(Screen, EndsOnTheLastLineWithAllOfTheWindowScrolling) {
     }
 }
 
-TEST(Screen, MissingWideDescriptionFallsBackOnTheNormalOne) {
+struct ScreenFiles : ScratchDir {};
+
+TEST_F(ScreenFiles, MissingWideDescriptionFallsBackOnTheNormalOne) {
     namespace fs = std::filesystem;
-    const fs::path only =
-        fs::path(testing::TempDir()) / ("terminfo-normal-only-" + std::to_string(getpid())) / "X";
+    const fs::path only = fs::path(path) / "X";
     fs::create_directories(only);
     fs::copy_file(fs::path(RVCHK_TERMINFO) / "X" / "Xterm", only / "Xterm",
                   fs::copy_options::overwrite_existing);

@@ -1,0 +1,98 @@
+// What the files of the customer check share.
+#pragma once
+
+#include "check/frame/frame.h"
+#include "screen/screen.h"
+#include "sub/customerfile.h"
+
+// ---- Walking customers
+
+/// Calls `visit(record, place)` for each customer in the order of the file, with a progress bar. `visit` may
+/// do what it likes with the file. False when the operator cancelled.
+template <class Visit>
+bool each_customer(ICB *file, const char *caption, Visit visit) {
+    CustomerRecord customer{};
+    chk_phase(caption, static_cast<std::uint32_t>(file->nrecs));
+    for (bool more = chk_scan_first(file, &customer); more; more = IXSEQ(file, &customer)) {
+        const std::int32_t place = file->recno;
+        visit(customer, place);
+        file->recno = place;
+        chk_progress(static_cast<std::uint32_t>(place) + 1, static_cast<std::uint32_t>(file->nrecs),
+                     chk_bar::step);
+    }
+    chk_progress(0, 0, chk_bar::close);
+    return !ing_interrupted();
+}
+
+/// Reads and locks a customer; `file->recno` is its place. False, with nothing locked, when the number does
+/// not exist or the index leads to another customer.
+bool customer_lock(ICB *file, std::uint32_t number, CustomerRecord &customer);
+/// The same for the customer that a walk met at `place`. Also false for a record that its own key does not
+/// lead to: no program can reach it.
+bool customer_lock_at(ICB *file, std::int32_t place, CustomerRecord &customer);
+inline bool customer_number_valid(std::uint32_t number) {
+    return number >= 1 && number <= customer_highest;
+}
+
+// ---- Errors
+
+enum customer_error : std::uint8_t {
+    error_outside = 1,        ///< the chain leads out of the label file
+    error_no_label = 2,       ///< to a label that can't be read
+    error_foreign = 3,        ///< to a label of another customer
+    error_not_sold = 4,       ///< to a label that isn't sold
+    error_seen = 5,           ///< to a label already walked
+    error_no_customer = 101,  ///< a sold label is on no chain, and its customer does not exist
+    error_not_linked = 102,   ///< a sold label is on no chain
+    error_bad_number = 104,   ///< an impossible number; the customer has been deleted
+    error_no_name = 105,
+};
+
+inline constexpr std::int32_t no_label = -1;
+
+struct CustomerError {
+    little_uint32_t customer;     // 0
+    little_int32_t label;         // 4   -1 for none
+    little_int32_t previous;      // 8   the label before it in the chain, -1 for none
+    std::uint8_t code;            // 12
+    std::uint8_t unused_13;       // 13
+    little_uint16_t unsold_days;  // for a label on no chain: the highest day number less the day of sale
+};
+static_assert(sizeof(CustomerError) == 16 && offsetof(CustomerError, code) == 12);
+
+/// The two keys of the list: the order of the report, and the order in which the labels of a customer that
+/// are on no chain are put on it, newest sale first.
+inline constexpr int errors_by_label = 1;
+inline constexpr int errors_by_sale = 2;
+extern error_list<CustomerError> customer_errors;
+void customer_add_error(std::uint32_t customer, customer_error code, std::int32_t label = no_label,
+                        std::int32_t previous = no_label, day_number sold = 0);
+
+// ---- The check
+
+/// Files and figures of one run.
+struct customer_run {
+    ICB *customers = nullptr;
+    ICB *extensions = nullptr;
+    std::int32_t highest_label = 0;  ///< of the label file
+    std::int32_t bad_marks = 0;      ///< customers with a selection mark that should not be there
+};
+extern customer_run customer_check;
+
+/// Kinds of sale that a customer's figures are kept by.
+enum sale_kind { kind_plain, kind_other, kind_nine, sale_kinds };
+/// The totals of the labels of a chain.
+struct customer_totals {
+    std::int64_t amount[sale_kinds] = {};
+    std::int64_t count[sale_kinds] = {};
+    bool whole = true;  ///< false when they stop at a fault
+};
+/// Counts the labels of a chain as long as they can be read, whatever else is wrong with them. Stops at a
+/// label that it has counted before.
+customer_totals customer_count(const CustomerRecord &customer);
+
+/// Mends what can be mended within a customer with a valid number; true when the record has changed.
+/// `totals` are those of its chain, where labels are linked.
+bool customer_clean(CustomerRecord &customer, const customer_totals &totals);
+/// Cuts and mends the chains of all errors in the list, and reports it on the open report.
+void customer_repair();

@@ -1,0 +1,181 @@
+// The index of the EAN codes, and sizes with two codes.
+//
+//   1  Each record is looked up by each of its keys. A search that ends elsewhere is a fault; on the key of
+//      the size the other record may be a second code, so both are listed.
+//   2  Of the listed records of one size the last by date and code is taken off the list; the others are
+//      deleted.
+//   3  After any fault the index is rebuilt.
+#include <unistd.h>
+
+#include <cstring>
+#include <limits>
+
+#include "check/ean/ean.h"
+#include "check/frame/frame.h"
+#include "screen/screen.h"
+
+namespace {
+
+constexpr char rebuild_program[] = "ixreorgk";
+constexpr int by_code = 1;
+constexpr int by_size = 2;
+
+/// A record that may be one of two, and its number.
+struct ean_double {
+    EanRecord record;
+    little_uint32_t place;
+};
+static_assert(sizeof(ean_double) == 32);
+
+/// Both keys begin with the key of the size.
+constexpr list_segment size_segments[] = {
+    {'C', 13, 1}, {'I', 16, 4}, {'I', 14, 2}, {'I', 20, 2}, {'I', 22, 1}};
+constexpr int parts_of_size = std::size(size_segments);
+
+std::vector<list_segment> size_key(std::initializer_list<list_segment> rest) {
+    std::vector<list_segment> segments(std::begin(size_segments), std::end(size_segments));
+    segments.insert(segments.end(), rest);
+    return segments;
+}
+
+using double_list = error_list<ean_double>;
+
+void list_double(double_list &doubles, const EanRecord &record, std::int32_t place) {
+    ean_double item{record, {}};
+    item.place = static_cast<std::uint32_t>(place);
+    doubles.add(item);
+}
+
+/// Where the search for a record by a key ends; -1 when it finds nothing. Records of one size count as equal.
+std::int32_t search(ICB *file, int key, std::int32_t place, const EanRecord &record) {
+    IXSWITCH(file, key);
+    file->recno = place;
+    const bool by_parts = key == by_size && file->plan[key - 1].dups;
+    const bool found = by_parts ? IXFINDP(file, &record, file->plan[key - 1].nsegs) : IXFIND(file, &record);
+    return found ? std::int32_t{file->recno} : -1;
+}
+
+/// Looks each record up by each key. False when the operator cancelled.
+bool find_faults(ICB *file, double_list &doubles, std::uint32_t &faults) {
+    const std::int32_t records = file->nrecs;
+    chk_phase("RVEAN.INX", static_cast<std::uint32_t>(records));
+    bool going_on = true;
+    EanRecord record{};
+    for (std::int32_t place = 0; place < records && going_on; place++) {
+        chk_progress(static_cast<std::uint32_t>(place) + 1, static_cast<std::uint32_t>(records),
+                     chk_bar::step);
+        going_on = !ing_interrupted();
+        if (IXGET(file, &record, place) != 1) {
+            continue;
+        }
+        for (int key = 1; key <= file->nkeys; key++) {
+            const std::int32_t found = search(file, key, place, record);
+            if (found == place) {
+                continue;
+            }
+            faults++;
+            EanRecord other{};
+            if (key == by_size) {
+                list_double(doubles, record, place);
+                if (found >= 0 && IXGET(file, &other, found) == 1) {
+                    list_double(doubles, other, found);
+                }
+            }
+        }
+    }
+    IXSWITCH(file, by_code);
+    chk_progress(0, 0, chk_bar::close);
+    return going_on;
+}
+
+bool same_size(const EanRecord &a, const EanRecord &b) {
+    return a.type == b.type && a.group == b.group && a.colour == b.colour && a.number == b.number &&
+           a.size == b.size;
+}
+
+/// Takes the record to keep off the list: the last of each size by date and code.
+void spare_last(double_list &doubles) {
+    IXSWITCH(doubles.icb(), 2);
+    ean_double before{};
+    std::int32_t place = -1;
+    const auto spare = [&] {
+        if (place >= 0) {
+            doubles.icb()->recno = place;
+            IXDELETE(doubles.icb(), &before);
+        }
+    };
+    doubles.for_each([&](const ean_double &item) {
+        const std::int32_t here = doubles.icb()->recno;
+        if (!same_size(before.record, item.record)) {
+            spare();
+        }
+        before = item;
+        place = here;
+    });
+    spare();
+    IXSWITCH(doubles.icb(), 1);
+}
+
+/// Among equal keys the index has the last record first, so in this order each is found at once.
+void delete_doubles(ICB *file, double_list &doubles) {
+    spare_last(doubles);
+    constexpr std::uint32_t behind_all = std::numeric_limits<std::uint32_t>::max();
+    ean_double size{};
+    while (doubles.first(size)) {
+        size.place = behind_all;
+        ean_double item = size;
+        while (IXPREVR(doubles.icb(), &item, parts_of_size)) {
+            ean_delete(file, static_cast<std::int32_t>(item.place), item.record);
+        }
+    }
+}
+
+/// False, after telling the operator, when the rebuild program can't be found.
+bool rebuild_index() {
+    const std::string place = program_place(rebuild_program);
+    const std::string program = place + rebuild_program;
+    if (place.empty() || access(program.c_str(), X_OK) != 0) {
+        msg_error(str_format(detail_text(23, 6, "Programma %s niet gevonden"), rebuild_program).c_str(),
+                  place.empty() ? detail_text(23, 7, "omgevingsvariabele BIN ontbreekt") : program.c_str(),
+                  str_format(detail_text(23, 8, "De index van %s is niet hersteld"), ean_file_name).c_str());
+        return false;
+    }
+    run_program(place.c_str(), str_format("%s %s", rebuild_program, ean_file_name).c_str(), false);
+    return true;
+}
+
+}  // namespace
+
+bool ean_check_index(ICB *&file, bool &sound) {
+    static_assert(parts_of_size == 5);
+    double_list doubles("tmpean", {{"key-1", false, size_key({{'I', 28, 4}})},
+                                   {"key-2", true, size_key({{'I', 24, 2}, {'C', 0, 13}})}});
+    doubles.open("TMPEAN");
+    std::uint32_t faults = 0;
+    if (!find_faults(file, doubles, faults)) {
+        return false;
+    }
+    sound = true;
+    if (faults != 0) {
+        const leave_guard undisturbed;
+        scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", detail_text(21, 26, "Eannummer"));
+        delete_doubles(file, doubles);
+        doubles.close();
+        IXCLOSE(file);
+        sound = rebuild_index();
+        file = pair_open(ean_file_name, ix_shared, sizeof(EanRecord));
+    }
+    return true;
+}
+
+void ean_delete(ICB *file, std::int32_t number, const EanRecord &expected) {
+    EanRecord record{};
+    file->recno = number;
+    while (!IXLOCK(file, ix_lock_record)) {
+    }
+    if (IXGET(file, &record, number) == 1 && std::memcmp(&record, &expected, sizeof record) == 0) {
+        IXDELETE(file, &record);
+    } else {
+        IXLOCK(file, ix_unlock_record);
+    }
+}

@@ -1,0 +1,62 @@
+// What lasts for the whole session: the flags of the checks and the files that stay open.
+#include "check/frame/frame.h"
+#include "sub/masterfile.h"
+#include "sub/pairopen.h"
+#include "sub/pricefile.h"
+#include "sub/seriesfile.h"
+#include "sub/sizefile.h"
+#include "sub/transitfile.h"
+
+bool ok_labels = false;
+bool ok_series = false;
+bool ok_prices = false;
+bool ok_sizes = false;
+bool ok_transit = false;
+bool ok_order_criteria = false;
+bool ok_customers = false;
+bool ok_titles = false;
+bool ok_countries = false;
+bool ok_master = false;
+bool ok_ean = false;
+bool ok_order_numbers = false;
+bool ok_barcodes = false;
+bool ok_journals = false;
+bool chk_full_run = false;
+bool chk_broken_off = false;
+
+namespace {
+
+struct session_file {
+    ICB *session_files::*icb;
+    const char *name;
+    int mode;
+    std::size_t record_bytes;
+};
+
+// Of RVONTV only the index is read.
+constexpr session_file files[] = {
+    {&session_files::rvart, "RVART", ix_shared, sizeof(ArticleGroupRecord)},
+    {&session_files::rvgo, "RVGO", ix_shared, sizeof(TransitRecord)},
+    {&session_files::rvlev, "RVLEV", ix_shared, sizeof(SupplierRecord)},
+    {&session_files::rvmerk, "RVMERK", ix_shared, sizeof(BrandRecord)},
+    {&session_files::rvontv, "RVONTV", ix_readonly, any_length},
+    {&session_files::rvser, "RVSER", ix_shared, sizeof(SeriesRecord)},
+    {&session_files::rvmaat, "RVMAAT", ix_shared, sizeof(SizeKindRecord)},
+    {&session_files::rvmtom, "RVMTOM", ix_readonly, sizeof(SizeNameRecord)},
+    {&session_files::rvkoers, "RVKOERS", ix_readonly, sizeof(RateRecord)},
+};
+
+}  // namespace
+
+void chk_session_files_open() {
+    for (const session_file &file : files) {
+        chk_files.*file.icb = pair_open(file.name, file.mode, file.record_bytes);
+    }
+}
+
+void chk_session_files_close() {
+    for (const session_file &file : files) {
+        IXCLOSE(chk_files.*file.icb);
+        chk_files.*file.icb = nullptr;
+    }
+}

@@ -1,5 +1,0 @@
-#include "check/check.h"
-
-int main(int argc, char **argv) {
-    chk_run(argc, argv);
-}

@@ -1,0 +1,197 @@
+// Phase 3 of the size check: sizes and price groups of a series follow from its labels and price sets.
+#include <algorithm>
+
+#include "check/sizes/sizes.h"
+#include "print/print.h"
+#include "screen/screen.h"
+#include "sub/ioink.h"
+
+namespace {
+
+constexpr unsigned reason_invalid = 1;
+constexpr unsigned reason_missing = 2;
+constexpr unsigned reason_empty = 4;
+constexpr unsigned reason_groups = 8;
+
+/// Those of the sizes that exist in the view.
+SizeBitmap existing(const SizeBitmap &sizes) {
+    SizeBitmap kept{};
+    for (unsigned i = 1; i <= size_highest; i++) {
+        if (sizes.test(i) && session_sizes->has(i)) {
+            kept.set(i);
+        }
+    }
+    return kept;
+}
+
+SizeBitmap sizes_of_labels(const SeriesRecord &series) {
+    SizeBitmap sizes{};
+    sizes_walk_labels(series, [&](std::int32_t, const eti_rec &label) {
+        sizes.set(label.size);
+        return true;
+    });
+    return existing(sizes);
+}
+
+/// False when the series has no price set.
+bool sizes_of_prices(const SeriesRecord &series, SizeBitmap &sizes) {
+    PriceSetRecord set{};
+    set.key = series.key;
+    sizes = {};
+    bool any = false;
+    for (bool found = ink_read(ink_action::first, set, 3); found;
+         found = ink_read(ink_action::next, set, 3)) {
+        sizes.add(set.sizes);
+        any = true;
+    }
+    sizes = existing(sizes);
+    return any;
+}
+
+/// Adds sizes to those of the series; the reason when one was missing.
+unsigned add_missing(SeriesRecord &series, const SizeBitmap &sizes) {
+    const SizeBitmap before = series.sizes;
+    series.sizes.add(sizes);
+    return series.sizes == before ? 0 : reason_missing;
+}
+
+/// Drops sizes that do not exist. Size 0 means nothing, so it is ignored.
+unsigned drop_invalid(SeriesRecord &series) {
+    SizeBitmap before{};
+    for (unsigned i = 1; i <= size_highest; i++) {
+        if (series.sizes.test(i)) {
+            before.set(i);
+        }
+    }
+    series.sizes = existing(before);
+    return series.sizes == before ? 0 : reason_invalid;
+}
+
+/// Walks the price groups that are in use: their last sizes belong to the series. Groups after one whose size
+/// does not exist are given up. `last` is the group where the walk ends, -1 for a series without groups.
+unsigned check_groups(SeriesRecord &series, int &last) {
+    unsigned reasons = 0;
+    last = -1;
+    for (int i = 0; i < price_groups && series.group_last[i] != 0; i++) {
+        last = i;
+        const unsigned size = series.group_last[i];
+        if (!session_sizes->has(size)) {
+            for (int rest = i + 1; rest < price_groups; rest++) {
+                series.group_last[rest] = 0;
+                series.group_price[rest] = 0;
+            }
+            break;
+        }
+        SizeBitmap one{};
+        one.set(size);
+        reasons |= add_missing(series, one);
+    }
+    return reasons;
+}
+
+/// The last of the sizes in the order of their kind, 0 without sizes.
+std::uint8_t last_size(const SizeBitmap &sizes) {
+    mtrange(session_sizes, sizes);
+    size_cursor cursor{};
+    cursor.position = size_highest + 1;
+    return mtread(session_sizes, mt_action::previous, cursor, mt_key::position) != 0 ? cursor.index
+                                                                                     : std::uint8_t{0};
+}
+
+/// Makes the last group end at the last size.
+unsigned end_groups(SeriesRecord &series, int group) {
+    if (group < 0) {
+        return 0;
+    }
+    const std::uint8_t last = last_size(series.sizes);
+    if (last == 0 || series.group_last[group] == last) {
+        return 0;
+    }
+    series.group_last[group] = last;
+    return reason_groups;
+}
+
+/// Mends the sizes of a series; the reasons for it, 0 for none.
+unsigned mend_sizes(SeriesRecord &series) {
+    sizes_view_kind(series);
+    SizeBitmap priced{};
+    const bool has_prices = sizes_of_prices(series, priced);
+    unsigned reasons = drop_invalid(series);
+    reasons |= add_missing(series, sizes_of_labels(series));
+    reasons |= add_missing(series, priced);
+    if (!has_prices) {
+        return reasons;
+    }
+    int group = -1;
+    reasons |= check_groups(series, group);
+    if (series.sizes == SizeBitmap{}) {
+        SizeBitmap all{};
+        std::fill(std::begin(all.bytes), std::end(all.bytes), std::uint8_t{0xFF});
+        series.sizes = existing(all);
+        reasons |= reason_empty;
+    }
+    return reasons | end_groups(series, group);
+}
+
+/// The same for what stands on file, under its lock: another program may have changed it meanwhile.
+unsigned mend_on_file(const SeriesKey &key) {
+    SeriesRecord series{};
+    series.key = key;
+    if (!IXREADLOCK(chk_files.rvser, &series)) {
+        IXFREE(chk_files.rvser, &series);
+        return 0;
+    }
+    const unsigned reasons = mend_sizes(series);
+    if (reasons != 0) {
+        IXREWRITE(chk_files.rvser, &series);
+    } else {
+        IXFREE(chk_files.rvser, &series);
+    }
+    return reasons;
+}
+
+void print_mended(const SeriesRecord &series, unsigned reasons) {
+    chk_room(sizes_margin);
+    prt_printf("%s %9d  %s:", ser_text(series.key).c_str(), int{series.size_kind},
+               detail_text(12, 22, "Serie hersteld"));
+    const auto add = [&](unsigned reason, const char *text) {
+        if ((reasons & reason) != 0) {
+            prt_printf(" %s,", text);
+        }
+    };
+    add(reason_invalid, detail_text(12, 23, "ongeldige maten"));
+    add(reason_missing, detail_text(12, 24, "ontbrekende maten"));
+    add(reason_empty, detail_text(12, 25, "lege maatbalk"));
+    add(reason_groups, detail_text(12, 26, "foutieve prijsgroepen"));
+    prt_newline();
+}
+
+}  // namespace
+
+std::int64_t sizes_check_series() {
+    std::int64_t mended = 0;
+    const key_switch key(chk_files.rvser, 1);
+    sizes_bar_open();
+    SeriesRecord series{};
+    sizes_walk_by_key(chk_files.rvser, series, 0, [&] {
+        if (ing_interrupted()) {
+            return false;
+        }
+        SeriesRecord tried = series;
+        if (mend_sizes(tried) != 0) {
+            if (const unsigned reasons = mend_on_file(series.key); reasons != 0) {
+                print_mended(series, reasons);
+                mended++;
+            }
+        }
+        sizes_bar_step();
+        return true;
+    });
+    sizes_bar_close();
+    return mended;
+}
+
+void sizes_series_columns() {
+    prt_printf("%-14.14s %9.9s  %s", detail_text(12, 18, "serienummer"), detail_text(12, 11, "maatsoort"),
+               detail_text(12, 21, "hersteld"));
+}

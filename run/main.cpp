@@ -1,0 +1,5 @@
+#include "run/run.h"
+
+int main(int argc, char **argv) {
+    chk_run(argc, argv);
+}

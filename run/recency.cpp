@@ -1,0 +1,64 @@
+// Which checks have passed lately, and the marker that lets the conversion go on.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "run/run.h"
+
+namespace {
+
+constexpr char marker_name[] = "RVCHK860.OK";
+constexpr char module_name[] = "rvchk860";
+constexpr day_number days_recent = 7;
+
+/// The dates that the marker asks for.
+std::vector<day_number> required_dates(const SysRow19 &dates) {
+    std::vector<day_number> required{dates.labels, dates.series, dates.prices,  dates.sizes,
+                                     dates.master, dates.ean,    dates.barcodes};
+    if ((sys_settings.mode & mode_customers) != 0) {
+        required.insert(required.end(), {dates.customers, dates.titles, dates.countries});
+    }
+    return required;
+}
+
+}  // namespace
+
+bool chk_all_recent() {
+    SysRow19 dates{};
+    iotab_row(tab_action::read, row_dates, dates);
+    const auto limit = static_cast<day_number>(date_today() - days_recent);
+    const auto required = required_dates(dates);
+    return std::all_of(required.begin(), required.end(), [limit](day_number date) { return date > limit; });
+}
+
+void chk_reset_dates() {
+    SysRow19 dates{};
+    iotab_row(tab_action::lock_read, row_dates, dates);
+    std::memset(dates.zeroed, 0, sizeof dates.zeroed);
+    if ((sys_settings.mode & (mode_customers | mode_customer_labels)) == 0) {
+        dates.customers = 0;
+    }
+    iotab_row(tab_action::write, row_dates, dates);
+}
+
+void chk_marker_remove() {
+    if (!file_delete(marker_name)) {
+        err_open(module_name, marker_name);
+    }
+}
+
+void chk_marker_write() {
+    const int fd = open(marker_name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0660);
+    if (fd < 0) {
+        err_open(module_name, marker_name);
+    }
+    close(fd);
+}
+
+bool chk_marker_exists() {
+    return file_exists(marker_name);
+}
