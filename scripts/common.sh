@@ -22,8 +22,10 @@ show_now() {
     now=
     if [[ $line =~ ^\[\ *([0-9]+%)\]\ (.*) ]]; then
       now="${BASH_REMATCH[1]} ${BASH_REMATCH[2]}"
-    elif [[ $line =~ ^\ *([0-9]+/[0-9]+)\ Test\ +\#[0-9]+:\ ([^ ]+)\ \.*(.*) ]]; then
-      [[ ${BASH_REMATCH[3]} =~ Passed ]] && passed=$((passed + 1))
+    elif [[ $line =~ ^\ *([0-9]+/[0-9]+)\ Test\ +\#[0-9]+:\ ([^ ]+) ]]; then
+      case $line in
+        *" Passed "*) passed=$((passed + 1)) ;;
+      esac
       now="test ${BASH_REMATCH[1]}, $passed passed, ${BASH_REMATCH[2]}"
     elif [[ $line =~ ^(Get:|Unpacking|Setting\ up) ]]; then
       now=$line
