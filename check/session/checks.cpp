@@ -1,7 +1,9 @@
 // The table of the checks.
 #include <algorithm>
 
+#include "check/ean/ean.h"
 #include "check/labels/labels.h"
+#include "check/master/master.h"
 #include "check/session/session.h"
 
 namespace {
@@ -82,14 +84,14 @@ constexpr chk_row rows[] = {
      .date = &SysRow19::master,
      .entry = entry_other,
      .marker = chk_marker::always,
-     .findings = nullptr},
+     .findings = master_findings},
     {.name = "ean",
      .run = chk_ean,
      .passed = &ok_ean,
      .date = &SysRow19::ean,
      .entry = entry_other,
      .marker = chk_marker::always,
-     .findings = nullptr},
+     .findings = ean_findings},
     {.name = "order_numbers",
      .run = chk_order_numbers,
      .passed = &ok_order_numbers,
