@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "check/ean/ean.h"
+#include "check/journals/journals.h"
 #include "check/labels/labels.h"
 #include "check/master/master.h"
 #include "check/session/session.h"
@@ -110,7 +111,7 @@ constexpr chk_row rows[] = {
      .passed = &ok_journals,
      .date = &SysRow19::journals,
      .entry = entry_other,
-     .findings = nullptr},
+     .findings = journal_findings},
 };
 
 }  // namespace
