@@ -5,6 +5,7 @@
 #include "check/journals/journals.h"
 #include "check/labels/labels.h"
 #include "check/master/master.h"
+#include "check/order_criteria/order_criteria.h"
 #include "check/session/session.h"
 
 namespace {
@@ -57,7 +58,7 @@ constexpr chk_row rows[] = {
      .run = chk_order_criteria,
      .passed = &ok_order_criteria,
      .entry = entry_series,
-     .findings = nullptr},
+     .findings = criteria_findings},
     {.name = "customers",
      .run = chk_customers,
      .passed = &ok_customers,
