@@ -7,6 +7,7 @@
 #include "check/master/master.h"
 #include "check/order_criteria/order_criteria.h"
 #include "check/session/session.h"
+#include "check/transit/transit.h"
 
 namespace {
 
@@ -53,7 +54,7 @@ constexpr chk_row rows[] = {
      .date = &SysRow19::transit,
      .entry = entry_series,
      .needed = transit_in_use,
-     .findings = nullptr},
+     .findings = transit_findings},
     {.name = "order_criteria",
      .run = chk_order_criteria,
      .passed = &ok_order_criteria,
