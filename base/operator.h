@@ -20,6 +20,7 @@ enum class op_notice : std::uint8_t {
     price_sizes,     ///< a price set whose sizes are not those of its blocks
     size_findings,   ///< a phase of the size check has found what a human must mend
     titles_unknown,  ///< customers with a title that has no description, and what the shop can do
+    space_freed,     ///< old temporary files were deleted: that, and how much room there is now
     bad_marks,       ///< customers with an invalid mark, which was mended
 };
 
@@ -38,6 +39,8 @@ op_default default_of(op_question question);
 
 /// A place for what changes all the time: the number, the code or the file that is being looked at.
 enum class op_field : std::uint8_t {
+    temporary_files,  ///< the deletion of old temporary files
+    index_release,    ///< the release of keys that dead programs left reserved
     series_repaired,
     series_referring,  ///< the series whose references are checked
     label_in_transit,

@@ -24,10 +24,6 @@ extern bool chk_full_run;
 /// check passed earlier in the session.
 extern bool chk_broken_off;
 
-/// Open and close the files of `chk_files`, which stay open for the whole run.
-void chk_session_files_open();
-void chk_session_files_close();
-
 /// The checks. Each walks its files, reports, repairs what the operator agrees to, and sets its session flag
 /// when it has passed.
 void chk_labels();

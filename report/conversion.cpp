@@ -156,26 +156,32 @@ int FormatWalk::star_or_digits(bool &given) {
     return static_cast<int>(std::min(value, widest));
 }
 
+std::string FormatWalk::take_sizes() {
+    std::string text;
+    bool given = false;
+    const int width = star_or_digits(given);
+    if (given && width != 0) {
+        text = std::to_string(width);
+    }
+    if (*at_ == '.') {
+        at_++;
+        const int precision = star_or_digits(given);
+        if (precision >= 0) {
+            text += "." + std::to_string(precision);
+        }
+    }
+    return text;
+}
+
 void FormatWalk::conversion(report_piece &piece) {
     layout how;
     how.work = work_;
     for (at_++; *at_ != '\0' && std::strchr("-+ #0", *at_) != nullptr; at_++) {
         how.text += *at_;
     }
-    bool given = false;
-    const int width = star_or_digits(given);
-    if (given && width != 0) {
-        how.text += std::to_string(width);
-        how.sized = true;
-    }
-    if (*at_ == '.') {
-        at_++;
-        const int precision = star_or_digits(given);
-        if (precision >= 0) {
-            how.text += "." + std::to_string(precision);
-            how.sized = true;
-        }
-    }
+    const std::string sizes = take_sizes();
+    how.text += sizes;
+    how.sized = !sizes.empty();
     const modifier size = take_modifier(at_);
     const char letter = *at_;
     at_ += letter == '\0' ? 0 : 1;

@@ -29,6 +29,8 @@ private:
     void literal(report_piece &piece);
     void conversion(report_piece &piece);
     int star_or_digits(bool &given);
+    /// The width and the precision, as a format has them.
+    std::string take_sizes();
 
     const char *at_;
     std::va_list args_;

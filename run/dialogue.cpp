@@ -20,33 +20,44 @@ constexpr int behind_caption = 0;
 struct field_place {
     op_field field;
     int row;
-    int caption_column;
-    attr_t caption_look;
-    int value_column;        ///< 0: behind the caption
-    int value_width;         ///< to which a value is filled; below 0 it stands at the left
-    bool at_once = false;    ///< the value is brought to the screen without delay
+    int column = 1;  ///< of the caption
+    attr_t look = A_DIM;
+    int caption_width = 0;  ///< of a caption that is cut and filled; 0 for the text as it is
+    int value_column = behind_caption;
+    int value_width = 0;           ///< to which a value is filled; below 0 it stands at the left
+    bool caption_at_once = false;  ///< brought to the screen without delay
+    bool value_at_once = false;
     bool wipes = false;      ///< the line is wiped before the value
     bool new_phase = false;  ///< the caption also wipes the line above the last
-    int caption_width = 0;   ///< of a caption that is cut and filled; 0 for the text as it is
 };
 
 constexpr field_place places[] = {
-    {op_field::series_repaired, 0, 1, A_BOLD, behind_caption, 0, true},
-    {op_field::series_referring, -1, 1, A_DIM, behind_caption, 0},
-    {op_field::label_in_transit, 0, 1, A_DIM, behind_caption, -10},
-    {op_field::criteria_lost, 7, 1, A_DIM, behind_caption, 0},
-    {op_field::criteria_lost_count, 8, 1, A_DIM, 21, -8, false, false, false, 20},
-    {op_field::criteria_free, 10, 1, A_DIM, behind_caption, 0},
-    {op_field::criteria_free_count, 11, 1, A_DIM, 21, -8, false, false, false, 20},
-    {op_field::size_kinds, 3, 1, A_DIM, 41, 0, false, false, true},
-    {op_field::label_sizes, 5, 1, A_DIM, 41, 0, false, false, true},
-    {op_field::series_sizes, 7, 1, A_DIM, 41, 0, false, false, true},
-    {op_field::number_supplier, -2, 2, A_DIM, 15, 4},
-    {op_field::number_code, -1, 2, A_DIM, 15, -13},
-    {op_field::barcode, -1, 1, A_DIM, 11, -13},
-    {op_field::ean_code, -1, 1, A_DIM, 12, -13},
-    {op_field::journal, -1, 1, A_DIM, 1, 0, true, true},
-    {op_field::journal_series, -1, 1, A_DIM, 25, 0},
+    {.field = op_field::temporary_files, .row = 0, .look = A_BOLD, .caption_at_once = true},
+    {.field = op_field::index_release, .row = 0, .look = A_BOLD, .caption_at_once = true},
+    {.field = op_field::series_repaired, .row = 0, .look = A_BOLD, .value_at_once = true},
+    {.field = op_field::series_referring, .row = -1},
+    {.field = op_field::label_in_transit, .row = 0, .value_width = -10},
+    {.field = op_field::criteria_lost, .row = 7},
+    {.field = op_field::criteria_lost_count,
+     .row = 8,
+     .caption_width = 20,
+     .value_column = 21,
+     .value_width = -8},
+    {.field = op_field::criteria_free, .row = 10},
+    {.field = op_field::criteria_free_count,
+     .row = 11,
+     .caption_width = 20,
+     .value_column = 21,
+     .value_width = -8},
+    {.field = op_field::size_kinds, .row = 3, .value_column = 41, .new_phase = true},
+    {.field = op_field::label_sizes, .row = 5, .value_column = 41, .new_phase = true},
+    {.field = op_field::series_sizes, .row = 7, .value_column = 41, .new_phase = true},
+    {.field = op_field::number_supplier, .row = -2, .column = 2, .value_column = 15, .value_width = 4},
+    {.field = op_field::number_code, .row = -1, .column = 2, .value_column = 15, .value_width = -13},
+    {.field = op_field::barcode, .row = -1, .value_column = 11, .value_width = -13},
+    {.field = op_field::ean_code, .row = -1, .value_column = 12, .value_width = -13},
+    {.field = op_field::journal, .row = -1, .value_column = 1, .value_at_once = true, .wipes = true},
+    {.field = op_field::journal_series, .row = -1, .value_column = 25},
 };
 
 /// The column behind the caption that a field has now.
@@ -58,11 +69,14 @@ int row_of(const field_place &place) {
 
 void show_caption(const field_place &place, const char *caption) {
     const int width = place.caption_width;
-    const int length = scr_text(place.caption_look, row_of(place), place.caption_column, "%-*.*s", width,
-                                width == 0 ? -1 : width, caption);
-    behind[&place - places] = place.caption_column + length + 1;
+    const int length =
+        scr_text(place.look, row_of(place), place.column, "%-*.*s", width, width == 0 ? -1 : width, caption);
+    behind[&place - places] = place.column + length + 1;
     if (place.new_phase) {
         scr_clear_eol(scr->scr_lines - 1, 1);
+    }
+    if (place.caption_at_once) {
+        scr_flush(0);
     }
 }
 
@@ -72,7 +86,7 @@ void show_value(const field_place &place, const char *value) {
     }
     const int column = place.value_column == behind_caption ? behind[&place - places] : place.value_column;
     scr_text(A_BOLD, row_of(place), column, "%*s", place.value_width, value);
-    if (place.at_once) {
+    if (place.value_at_once) {
         scr_flush(0);
     }
 }
@@ -138,6 +152,16 @@ void tell_titles_unknown(const std::vector<std::string> &lines) {
     win_close();
 }
 
+void tell_space_freed(const std::vector<std::string> &lines) {
+    win_open1(scr->scr_lines - 5, 1, 5, 80);
+    win_title("%s", "");
+    scr_text(A_BOLD, 1, 2, "%s", lines[0].c_str());
+    const int length = scr_text(A_BOLD, 2, 2, "%s", lines[1].c_str());
+    scr_text(A_BOLD, 2, 2 + length + 1, "%s", lines[2].c_str());
+    ing_enter(3, 2);
+    win_close();
+}
+
 void tell_bad_marks(const std::vector<std::string> &lines) {
     scr_clear_eos(2, 1);
     FFLASH(flash_enter, 0, A_DIM, nullptr, "%s", lines[0].c_str());
@@ -155,6 +179,8 @@ void tell(op_notice notice, const std::vector<std::string> &lines) {
             return tell_size_findings(lines);
         case op_notice::titles_unknown:
             return tell_titles_unknown(lines);
+        case op_notice::space_freed:
+            return tell_space_freed(lines);
         case op_notice::bad_marks:
             return tell_bad_marks(lines);
     }

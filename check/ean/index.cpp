@@ -9,7 +9,7 @@
 #include <limits>
 
 #include "check/ean/ean.h"
-#include "check/frame/frame.h"
+#include "data/data.h"
 
 namespace {
 
@@ -146,6 +146,10 @@ bool ean_check_index(ICB *&file, bool &sound) {
     sound = true;
     if (faults != 0) {
         const leave_guard undisturbed;
+        if (chk_is_heard()) {
+            chk_found(ean_kind_of(ean_kind::faulty_index), ean_file_name,
+                      {field_of("faults", std::int64_t{faults})});
+        }
         op_caption(op_field::ean_code, detail_text(21, 26, "Eannummer"));
         delete_doubles(file, doubles);
         doubles.close();

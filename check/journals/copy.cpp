@@ -85,7 +85,7 @@ bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64
     copy.finish();
     size = copy.size();
     if (copy.error != 0) {
-        journal_report(name, str_format("%s --> %s", std::strerror(copy.error), detail_text(24, 8, "FOUT")));
+        journal_report(name, journal_fault::disk, std::strerror(copy.error));
     }
     return copy.error == 0 && (walk.end == journal_end::passed || walk.end == journal_end::empty);
 }

@@ -132,7 +132,7 @@ TEST_F(Sizes, NumbersOfAKind) {
             EXPECT_EQ(rows_of(run), expected) << run;
             EXPECT_EQ(run.flags, sound ? "sizes" : "");
             EXPECT_EQ(date_on_file(date_offset) != 0, sound);
-            EXPECT_EQ(run.last_output.find("Foutieve maatsoorten!") == std::string::npos, sound);
+            EXPECT_NE(run.asked("Foutieve maatsoorten!"), sound);
             EXPECT_EQ(audit(audit_sizes).find("size description"), std::string::npos);
         }
     }
@@ -162,7 +162,7 @@ TEST_F(Sizes, MissingSizesOfLabels) {
         const CheckRun run = check("sizes");
         EXPECT_EQ(rows_of(run), expected) << run;
         EXPECT_EQ(run.flags, "");
-        EXPECT_NE(run.last_output.find("Foutieve/ontbrekende etiketmaten!"), std::string::npos);
+        EXPECT_TRUE(run.asked("Foutieve/ontbrekende etiketmaten!"));
     }
 }
 

@@ -49,7 +49,6 @@ class Whole : public CheckCase {
 protected:
     void SetUp() override {
         CheckCase::SetUp();
-        setenv("BIN", std::filesystem::path(IXREORGK).parent_path().c_str(), 1);
     }
     [[nodiscard]] bool passed(const CheckRun &run) const {
         return run.flags == all_passed(shop);

@@ -5,9 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <vector>
 
-#include "run/run.h"
+#include "check/session/session.h"
 
 namespace {
 
@@ -15,14 +14,10 @@ constexpr char marker_name[] = "RVCHK860.OK";
 constexpr char module_name[] = "rvchk860";
 constexpr day_number days_recent = 7;
 
-/// The dates that the marker asks for.
-std::vector<day_number> required_dates(const SysRow19 &dates) {
-    std::vector<day_number> required{dates.labels, dates.series, dates.prices,  dates.sizes,
-                                     dates.master, dates.ean,    dates.barcodes};
-    if ((sys_settings.mode & mode_customers) != 0) {
-        required.insert(required.end(), {dates.customers, dates.titles, dates.countries});
-    }
-    return required;
+/// True when the marker asks for a date of the check.
+bool is_required(const chk_row &row) {
+    return row.marker == chk_marker::always ||
+           (row.marker == chk_marker::with_customers && shop_has_customers());
 }
 
 }  // namespace
@@ -31,8 +26,9 @@ bool chk_all_recent() {
     SysRow19 dates{};
     iotab_row(tab_action::read, row_dates, dates);
     const auto limit = static_cast<day_number>(date_today() - days_recent);
-    const auto required = required_dates(dates);
-    return std::all_of(required.begin(), required.end(), [limit](day_number date) { return date > limit; });
+    const auto rows = chk_rows();
+    return std::all_of(rows.begin(), rows.end(),
+                       [&](const chk_row &row) { return !is_required(row) || dates.*row.date > limit; });
 }
 
 void chk_reset_dates() {

@@ -1,8 +1,8 @@
 // Releases the keys that programs which ended badly left reserved in the indexed files.
 #include <cstring>
 
-#include "run/run.h"
-#include "screen/screen.h"
+#include "check/session/session.h"
+#include "data/pairopen.h"
 
 namespace {
 
@@ -21,15 +21,15 @@ void chk_release_indexes() {
     if (!DIRECTORY(dir_action::open, name)) {
         return;
     }
-    scr_text(A_BOLD, scr->scr_lines, 1, "%s (ixclear)...", detail_text(8, 680, "Vrijgeven indexen"));
-    scr_flush(0);
+    op_caption(op_field::index_release,
+               str_format("%s (ixclear)...", detail_text(8, 680, "Vrijgeven indexen")).c_str());
     while (DIRECTORY(dir_action::next, name)) {
         if (!is_temporary(name)) {
             ixclear(name.substr(0, name.find('.')));
         }
     }
     DIRECTORY(dir_action::close, name);
-    scr_clear_eol(scr->scr_lines, 1);
+    op_clear(op_field::index_release);
 }
 
 void ixclear(const std::string &name) {

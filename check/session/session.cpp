@@ -1,5 +1,10 @@
-// What lasts for the whole session: the flags of the checks and the files that stay open.
-#include "check/frame/frame.h"
+// What lasts for the whole session: the flags of the checks, and the files that stay open.
+#include "check/session/session.h"
+
+#include <dirent.h>
+
+#include "data/errors.h"
+#include "data/iomaat.h"
 #include "data/masterfile.h"
 #include "data/pairopen.h"
 #include "data/pricefile.h"
@@ -48,15 +53,38 @@ constexpr session_file files[] = {
 
 }  // namespace
 
-void chk_session_files_open() {
+SysRow20 chk_transit_settings{};
+
+void chk_session_open() {
+    constexpr std::uint8_t last_trusted_status = 9;
     for (const session_file &file : files) {
         chk_files.*file.icb = pair_open(file.name, file.mode, file.record_bytes);
     }
+    iotab_row(tab_action::read, row_transit, chk_transit_settings);
+    for (const chk_row &row : chk_rows()) {
+        *row.passed = false;
+    }
+    // The status on file tells how the slot's last program ended; the one in memory starts at rest.
+    ok_labels = sys_slot_status <= last_trusted_status;
 }
 
-void chk_session_files_close() {
+void chk_session_close() {
     for (const session_file &file : files) {
         IXCLOSE(chk_files.*file.icb);
         chk_files.*file.icb = nullptr;
     }
+    if (session_sizes != nullptr) {
+        mtclose(session_sizes);
+        session_sizes = nullptr;
+    }
+}
+
+bool chk_master_data_waits() {
+    DIR *directory = opendir(".");
+    if (directory == nullptr) {
+        err_open(program_name, ".");
+    }
+    closedir(directory);
+    std::string pattern = "STAT%*02hd.TXT";
+    return FILES_PRESENT(pattern) != 0;
 }

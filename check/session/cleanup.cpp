@@ -5,8 +5,7 @@
 #include <ctime>
 #include <string>
 
-#include "run/run.h"
-#include "screen/screen.h"
+#include "check/session/session.h"
 
 namespace {
 
@@ -26,22 +25,15 @@ day_number changed_on(const std::string &name) {
 
 void tell_space(std::int64_t bytes) {
     const std::int64_t kilobytes = bytes / 1024;
-    win_open1(scr->scr_lines - 5, 1, 5, 80);
-    win_title("%s", "");
-    scr_text(A_BOLD, 1, 2, "%s", detail_text(7, 319, "Tijdelijke bestanden zijn verwijderd..."));
-    const int length = scr_text(A_BOLD, 2, 2, "%s", detail_text(3, 604, "Extra ruimte op de harddisk"));
-    scr_text(A_BOLD, 2, 2 + length + 1, "%.1lf Mb", static_cast<double>(kilobytes) / 1024);
-    ing_enter(3, 2);
-    win_close();
+    op_tell(op_notice::space_freed, {detail_text(7, 319, "Tijdelijke bestanden zijn verwijderd..."),
+                                     detail_text(3, 604, "Extra ruimte op de harddisk"),
+                                     str_format("%.1lf Mb", static_cast<double>(kilobytes) / 1024)});
 }
 
 }  // namespace
 
 void chk_remove_temp() {
-    const int last = scr->scr_lines;
-    const int length =
-        scr_text(A_BOLD, last, 1, "%s", detail_text(7, 874, "Verwijderen tijdelijke bestanden"));
-    scr_flush(0);
+    op_caption(op_field::temporary_files, detail_text(7, 874, "Verwijderen tijdelijke bestanden"));
     const day_number today = date_today();
     std::int64_t total = 0;
     int count = 0;
@@ -57,12 +49,12 @@ void chk_remove_temp() {
             const off_t size = file_size(name.c_str());
             if (file_delete(name.c_str())) {
                 total += size > 0 ? size : 0;
-                scr_text(A_BOLD, last, length + 2, "%d", ++count);
+                op_value(op_field::temporary_files, std::to_string(++count).c_str());
             }
         }
         DIRECTORY(dir_action::close, name);
     }
-    scr_clear_eol(last, 1);
+    op_clear(op_field::temporary_files);
     if (total >= worth_telling) {
         tell_space(total);
     }
