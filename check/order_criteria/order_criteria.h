@@ -27,12 +27,12 @@
 #include "data/rawfile.h"
 
 enum criteria_error : std::uint8_t {
-    error_none = 0,
-    error_outside = 1,
-    error_other_series = 2,
-    error_empty = 3,
-    error_seen_before = 4,
-    error_off_chain = 5,
+    criteria_sound = 0,
+    criteria_outside = 1,
+    criteria_other_series = 2,
+    criteria_empty_block = 3,
+    criteria_seen_before = 4,
+    criteria_off_chain = 5,
 };
 /// The table of what this check can find: what became of a series.
 std::span<const finding_kind> criteria_findings();
@@ -40,7 +40,7 @@ std::span<const finding_kind> criteria_findings();
 inline constexpr std::int32_t chain_end = -1;
 inline constexpr std::int32_t off_chain = -2;  ///< `previous` of a block that no chain reaches
 
-/// Where a chain goes wrong; the code is error_none when it does not.
+/// Where a chain goes wrong; the code is criteria_sound when it does not.
 struct chain_fault {
     criteria_error code;
     std::int32_t block;

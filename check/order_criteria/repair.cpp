@@ -9,7 +9,7 @@ namespace {
 /// True when the first block of the chain does not belong to the series. A first block that was seen before
 /// is no such case: that takes a second record of the same series, and this one may be sound.
 bool loses_head(const ChainError &error, const CriteriaRecord &record) {
-    return error.code < error_seen_before && error.previous < 0 && error.block == record.chain;
+    return error.code < criteria_seen_before && error.previous < 0 && error.block == record.chain;
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ std::int32_t criteria_check::last_block(const CriteriaRecord &record) {
 void criteria_check::append_blocks(CriteriaRecord &record, const std::int32_t last) {
     std::int32_t tail = last;
     for_each_error(record.key, [&](const ChainError &error) {
-        if (error.code != error_off_chain) {
+        if (error.code != criteria_off_chain) {
             return;
         }
         const std::int32_t block = error.block;
@@ -80,11 +80,11 @@ void criteria_check::append_blocks(CriteriaRecord &record, const std::int32_t la
 bool criteria_check::still_wrong(const SeriesKey &key, const CriteriaRecord &record) {
     std::set<std::int32_t> on_chain;
     const chain_fault now = follow_now(record, on_chain);
-    chain_fault found{error_none, now.block, now.previous};
+    chain_fault found{criteria_sound, now.block, now.previous};
     bool same_blocks = true;
     for_each_error(key, [&](const ChainError &error) {
         CriteriaBlock buffer;
-        if (error.code != error_off_chain) {
+        if (error.code != criteria_off_chain) {
             found = {static_cast<criteria_error>(error.code), error.block, error.previous};
         } else {
             same_blocks = same_blocks && !on_chain.contains(error.block) && read_block(error.block, buffer) &&
@@ -108,7 +108,7 @@ bool criteria_check::mend_series(const SeriesKey &key) {
     bool head_lost = false;
     int blocks_off_chain = 0;
     for_each_error(key, [&](const ChainError &error) {
-        if (error.code == error_off_chain) {
+        if (error.code == criteria_off_chain) {
             blocks_off_chain++;
         } else if (error.previous >= 0) {
             set_next(error.previous, chain_end);

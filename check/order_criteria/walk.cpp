@@ -30,15 +30,15 @@ template <class Visit>
 criteria_error criteria_check::judge_block(const SeriesKey &key, std::int32_t block, CriteriaBlock &buffer,
                                            Visit visit) {
     if (!read_block(block, buffer)) {
-        return error_outside;
+        return criteria_outside;
     }
     if (criteria_is_empty(buffer)) {
-        return error_empty;
+        return criteria_empty_block;
     }
     if (!(buffer.key == key)) {
-        return error_other_series;
+        return criteria_other_series;
     }
-    return visit(block) ? error_none : error_seen_before;
+    return visit(block) ? criteria_sound : criteria_seen_before;
 }
 
 template <class Visit>
@@ -48,13 +48,13 @@ chain_fault criteria_check::follow(const CriteriaRecord &record, Visit visit) {
     do {
         CriteriaBlock buffer;
         const criteria_error error = judge_block(record.key, block, buffer, visit);
-        if (error != error_none) {
+        if (error != criteria_sound) {
             return {error, block, previous};
         }
         previous = block;
         block = buffer.next;
     } while (block != chain_end);
-    return {error_none, block, previous};
+    return {criteria_sound, block, previous};
 }
 
 void criteria_check::check_chain(const CriteriaRecord &record) {
@@ -63,7 +63,7 @@ void criteria_check::check_chain(const CriteriaRecord &record) {
         // Past the blocks of the start, only a circle has as many blocks as there are numbers.
         return block < end ? chk_bit_set(block) : added++ < eti_max_block();
     });
-    if (fault.code != error_none) {
+    if (fault.code != criteria_sound) {
         add_error(record.key, fault.code, fault.block, fault.previous);
     }
 }
@@ -100,7 +100,7 @@ void criteria_check::find_lost_blocks() {
         if (!chk_bit_test(block) && read_block(block, buffer) && !criteria_is_empty(buffer)) {
             owner.key = buffer.key;
             if (IXFIND(series, &owner)) {
-                add_error(buffer.key, error_off_chain, block, off_chain);
+                add_error(buffer.key, criteria_off_chain, block, off_chain);
                 chk_bit_set(block);
             }
         }

@@ -1,11 +1,15 @@
 // The table of the checks.
 #include <algorithm>
 
+#include "check/customers/customers.h"
 #include "check/ean/ean.h"
 #include "check/journals/journals.h"
+#include "check/label_prices/label_prices.h"
 #include "check/labels/labels.h"
 #include "check/master/master.h"
 #include "check/order_criteria/order_criteria.h"
+#include "check/prices/prices.h"
+#include "check/series/series.h"
 #include "check/session/session.h"
 #include "check/transit/transit.h"
 
@@ -31,7 +35,7 @@ constexpr chk_row rows[] = {
      .date = &SysRow19::series,
      .entry = entry_series,
      .marker = chk_marker::always,
-     .findings = nullptr},
+     .findings = series_findings},
     {.name = "prices",
      .run = chk_prices,
      .passed = &ok_prices,
@@ -39,7 +43,8 @@ constexpr chk_row rows[] = {
      .entry = entry_series,
      .marker = chk_marker::always,
      .at_start = true,
-     .findings = nullptr},
+     .findings = price_findings,
+     .more_findings = label_price_findings},
     {.name = "sizes",
      .run = chk_sizes,
      .passed = &ok_sizes,
@@ -66,7 +71,7 @@ constexpr chk_row rows[] = {
      .date = &SysRow19::customers,
      .entry = entry_customers,
      .marker = chk_marker::with_customers,
-     .findings = nullptr},
+     .findings = customer_findings},
     {.name = "titles",
      .run = chk_titles,
      .passed = &ok_titles,
@@ -120,6 +125,18 @@ constexpr chk_row rows[] = {
 
 std::span<const chk_row> chk_rows() {
     return rows;
+}
+
+std::vector<const finding_kind *> chk_all_findings() {
+    std::vector<const finding_kind *> all;
+    for (const chk_row &row : rows) {
+        for (const auto part : {row.findings, row.more_findings}) {
+            for (const finding_kind &kind : part == nullptr ? std::span<const finding_kind>{} : part()) {
+                all.push_back(&kind);
+            }
+        }
+    }
+    return all;
 }
 
 const chk_row *chk_row_of(const std::string &name) {

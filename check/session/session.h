@@ -4,6 +4,7 @@
 
 #include <span>
 #include <string>
+#include <vector>
 
 #include "check/check.h"
 #include "check/frame/findings.h"
@@ -30,9 +31,12 @@ struct chk_row {
     bool at_start = false;       ///< runs before the menu in a damaged system
     bool (*needed)() = nullptr;  ///< false: the check counts as passed without running; null: always needed
     std::span<const finding_kind> (*findings)();
+    std::span<const finding_kind> (*more_findings)() = nullptr;  ///< of a second part of the check
 };
 /// The checks in the order in which they run.
 std::span<const chk_row> chk_rows();
+/// All that the checks can find, in the order of the checks.
+std::vector<const finding_kind *> chk_all_findings();
 /// The check of that name, null for none.
 const chk_row *chk_row_of(const std::string &name);
 inline constexpr int entry_series = 11;
