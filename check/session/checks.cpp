@@ -5,7 +5,9 @@
 #include "check/journals/journals.h"
 #include "check/labels/labels.h"
 #include "check/master/master.h"
+#include "check/prices/prices.h"
 #include "check/session/session.h"
+#include "check/sizes/sizes.h"
 
 namespace {
 
@@ -37,7 +39,7 @@ constexpr chk_row rows[] = {
      .entry = entry_series,
      .marker = chk_marker::always,
      .at_start = true,
-     .findings = nullptr},
+     .findings = price_findings},
     {.name = "sizes",
      .run = chk_sizes,
      .passed = &ok_sizes,
@@ -45,7 +47,7 @@ constexpr chk_row rows[] = {
      .entry = entry_series,
      .marker = chk_marker::always,
      .at_start = true,
-     .findings = nullptr},
+     .findings = size_findings},
     {.name = "transit",
      .run = chk_transit,
      .passed = &ok_transit,
