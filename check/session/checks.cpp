@@ -11,6 +11,7 @@
 #include "check/prices/prices.h"
 #include "check/series/series.h"
 #include "check/session/session.h"
+#include "check/sizes/sizes.h"
 #include "check/transit/transit.h"
 
 namespace {
@@ -52,7 +53,7 @@ constexpr chk_row rows[] = {
      .entry = entry_series,
      .marker = chk_marker::always,
      .at_start = true,
-     .findings = nullptr},
+     .findings = size_findings},
     {.name = "transit",
      .run = chk_transit,
      .passed = &ok_transit,
