@@ -1,7 +1,7 @@
 // Chief header of the checks: what they are, and what lasts for a session.
 #pragma once
 
-#include "sub/sub.h"
+#include "data/data.h"
 
 /// Session flags: true when the check has passed in this session.
 extern bool ok_labels;

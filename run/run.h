@@ -4,6 +4,7 @@
 #include <string>
 
 #include "check/check.h"
+#include "run/startup.h"
 
 /// Row 20, read at the start of the session.
 extern SysRow20 chk_transit_settings;

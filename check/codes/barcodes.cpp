@@ -5,14 +5,14 @@
 #include <algorithm>
 
 #include "check/codes/code_file.h"
-#include "print/print.h"
-#include "sub/eanfile.h"
-#include "sub/seriesfile.h"
+#include "check/frame/old_course.h"
+#include "data/eanfile.h"
+#include "data/seriesfile.h"
+#include "report/report.h"
 
 namespace {
 
 constexpr char file_name[] = "RVBARC";
-constexpr int value_column = 11;
 constexpr int no_supplier = 0;
 
 enum class fault { none, no_series, no_size };
@@ -37,7 +37,7 @@ fault fault_of(const BarcodeRecord &record, SeriesRecord &series) {
 }
 
 void show_code(const article_code &code) {
-    scr_text(A_BOLD, scr->scr_lines - 1, value_column, "%-13.13s", code_text(code).c_str());
+    op_value(op_field::barcode, code_text(code).c_str());
 }
 
 void print_heads(bool) {
@@ -117,7 +117,7 @@ const chk_course course{
     .report_time = chk_report_time::before_walk,
     .open =
         [] {
-            scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", detail_text(21, 26, "Eannummer"));
+            op_caption(op_field::barcode, detail_text(21, 26, "Eannummer"));
             faulty.open();
             groups = {};
         },

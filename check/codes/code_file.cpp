@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "print/print.h"
-#include "sub/iomaat.h"
+#include "data/iomaat.h"
+#include "report/report.h"
 
 namespace {
 

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "check/frame/frame.h"
-#include "screen/screen.h"
 
 inline constexpr std::size_t code_bytes = 13;
 using article_code = char[code_bytes];
@@ -77,7 +76,7 @@ bool each_in_key_order(ICB *file, Visit visit) {
     Record record{};
     std::int32_t left = file->nrecs;
     for (bool more = IXFIRST(file, &record); more && left-- > 0; more = IXNEXT(file, &record)) {
-        if (ing_interrupted()) {
+        if (op_interrupted()) {
             return false;
         }
         const std::int32_t place = file->recno;
@@ -87,7 +86,7 @@ bool each_in_key_order(ICB *file, Visit visit) {
         record = key;
         file->recno = place;
     }
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 /// Deletes the record with the code of `key`, if `faulty` still says yes to it under its lock.

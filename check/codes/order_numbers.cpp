@@ -6,14 +6,14 @@
 #include <algorithm>
 
 #include "check/codes/code_file.h"
-#include "print/print.h"
-#include "sub/eanfile.h"
-#include "sub/seriesfile.h"
+#include "check/frame/old_course.h"
+#include "data/eanfile.h"
+#include "data/seriesfile.h"
+#include "report/report.h"
 
 namespace {
 
 constexpr int key_parts_supplier = 4;  // of the key of a price set
-constexpr int value_column = 15;
 
 enum class fault { none, no_series, no_size, no_supplier };
 
@@ -70,11 +70,11 @@ const char *text_of(fault found) {
 }
 
 void show_supplier(int supplier) {
-    scr_text(A_BOLD, scr->scr_lines - 2, value_column, "%4d", supplier);
+    op_value(op_field::number_supplier, std::to_string(supplier).c_str());
 }
 
 void show_code(const article_code &code) {
-    scr_text(A_BOLD, scr->scr_lines - 1, value_column, "%-13.13s", code_text(code).c_str());
+    op_value(op_field::number_code, code_text(code).c_str());
 }
 
 void print_heads(bool) {
@@ -126,7 +126,7 @@ bool walk() {
     if (DIRECTORY(dir_action::open, name)) {
         while (going_on && DIRECTORY(dir_action::next, name)) {
             const int supplier = supplier_of(name);
-            going_on = !ing_interrupted() && (supplier < 0 || walk_supplier(supplier));
+            going_on = !op_interrupted() && (supplier < 0 || walk_supplier(supplier));
         }
         DIRECTORY(dir_action::close, name);
     }
@@ -168,8 +168,8 @@ const chk_course course{
     .open =
         [] {
             price_sets = pair_open("RVIPA", ix_readonly, sizeof(PriceSetRecord));
-            scr_text(A_DIM, scr->scr_lines - 2, 2, "%s", detail_text(21, 22, "Leverancier"));
-            scr_text(A_DIM, scr->scr_lines - 1, 2, "%s", detail_text(21, 23, "Bestelnummer"));
+            op_caption(op_field::number_supplier, detail_text(21, 22, "Leverancier"));
+            op_caption(op_field::number_code, detail_text(21, 23, "Bestelnummer"));
             faulty.open();
             groups = {};
         },

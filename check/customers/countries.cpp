@@ -4,7 +4,8 @@
 #include <array>
 
 #include "check/customers/customers.h"
-#include "print/print.h"
+#include "check/frame/old_course.h"
+#include "report/report.h"
 
 namespace {
 

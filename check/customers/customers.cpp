@@ -14,7 +14,8 @@
 #include <limits>
 #include <set>
 
-#include "print/print.h"
+#include "check/frame/old_course.h"
+#include "report/report.h"
 
 error_list<CustomerError> customer_errors(
     "kltchk", {{"key-1", false, {{'I', 0, 4}, {'I', 12, 1}, {'I', 4, 4}}},
@@ -53,12 +54,12 @@ void tell_bad_marks() {
     if (count == 0) {
         return;
     }
-    scr_clear_eos(2, 1);
-    FFLASH(flash_enter, 0, A_DIM, nullptr,
-           detail_text(22, 20,
-                       "Bij %ld %s is een ongeldig teken in de selectiekenmerken aangepast.\n"
-                       "Eventueel opnieuw klaarzetten voor de kassa."),
-           static_cast<long>(count), count == 1 ? detail_text(22, 21, "klant") : chk_name(phrase_customers));
+    op_tell(op_notice::bad_marks,
+            {str_format(detail_text(22, 20,
+                                    "Bij %ld %s is een ongeldig teken in de selectiekenmerken aangepast.\n"
+                                    "Eventueel opnieuw klaarzetten voor de kassa."),
+                        static_cast<long>(count),
+                        count == 1 ? detail_text(22, 21, "klant") : chk_name(phrase_customers))});
 }
 
 void close_all() {
@@ -185,7 +186,7 @@ bool walk_labels() {
          number++) {
         check_block(number, block);
         chk_progress(static_cast<std::uint32_t>(number) + 1, total, chk_bar::step);
-        goes_on = !ing_interrupted();
+        goes_on = !op_interrupted();
     }
     chk_eti_raw(raw_action::close);
     chk_progress(0, 0, chk_bar::close);
@@ -276,8 +277,8 @@ void print_errors() {
 
 /// The repair tells what it does on a report of its own; without that report it is not done.
 bool ask_repair() {
-    if (customer_errors.empty() || ing_akkoord(scr->scr_lines - 1, 1, "[+]%s",
-                                               detail_text(22, 23, "Herstellen foutieve klanten")) == 0) {
+    if (customer_errors.empty() ||
+        !op_ask(op_question::repair_customers, detail_text(22, 23, "Herstellen foutieve klanten"))) {
         return false;
     }
     repair_report = chk_open_report();

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "check/frame/frame.h"
-#include "screen/screen.h"
-#include "sub/customerfile.h"
+#include "data/customerfile.h"
 
 // ---- Walking customers
 
@@ -21,7 +20,7 @@ bool each_customer(ICB *file, const char *caption, Visit visit) {
                      chk_bar::step);
     }
     chk_progress(0, 0, chk_bar::close);
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 /// Reads and locks a customer; `file->recno` is its place. False, with nothing locked, when the number does

@@ -13,7 +13,7 @@
 #include <cstring>
 
 #include "check/customers/customers.h"
-#include "print/print.h"
+#include "report/report.h"
 
 namespace {
 

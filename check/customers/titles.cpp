@@ -2,7 +2,8 @@
 #include <array>
 
 #include "check/customers/customers.h"
-#include "print/print.h"
+#include "check/frame/old_course.h"
+#include "report/report.h"
 
 namespace {
 
@@ -58,17 +59,11 @@ bool walk() {
 
 /// Tells the operator before the report that the shop has to mend this, in one of two ways.
 void tell_what_to_do() {
-    win_open3(scr->scr_lines - 11, 1, 10, 80);
-    win_title("%s", "");
-    scr_text(A_BOLD, 2, 2, "%s",
-             detail_text(22, 32, "Er zijn klanten aangetroffen met een titulatuurcode zonder omschrijving."));
-    scr_text(A_BOLD, 3, 2, "%s", detail_text(22, 33, "Hiervan wordt nu een verslag afgedrukt."));
-    scr_text(A_BOLD, 5, 2, "%s",
-             detail_text(22, 34, "U kunt de titulatuurcodes bij deze klanten wijzigen of de omschrijving"));
-    scr_text(A_BOLD, 6, 2, "%s",
-             detail_text(22, 35, "toevoegen via Klantenadministratie / Definieren titulatuurcodes."));
-    ing_enter(8, 2);
-    win_close();
+    op_tell(op_notice::titles_unknown,
+            {detail_text(22, 32, "Er zijn klanten aangetroffen met een titulatuurcode zonder omschrijving."),
+             detail_text(22, 33, "Hiervan wordt nu een verslag afgedrukt."),
+             detail_text(22, 34, "U kunt de titulatuurcodes bij deze klanten wijzigen of de omschrijving"),
+             detail_text(22, 35, "toevoegen via Klantenadministratie / Definieren titulatuurcodes.")});
 }
 
 void print_heads(bool) {

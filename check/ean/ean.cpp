@@ -14,14 +14,12 @@
 
 #include "base/owned_file.h"
 #include "check/frame/frame.h"
-#include "print/print.h"
-#include "screen/screen.h"
-#include "sub/iomaat.h"
-#include "sub/leesstam.h"
+#include "check/frame/old_course.h"
+#include "data/iomaat.h"
+#include "data/leesstam.h"
+#include "report/report.h"
 
 namespace {
-
-constexpr int code_column = 12;
 
 /// The delete list: a line for each code, with the number of its record.
 constexpr int line_bytes = 13 + 11 + 1;
@@ -38,7 +36,7 @@ struct {
 } check;
 
 void show_code(const EanRecord &record) {
-    scr_text(A_BOLD, scr->scr_lines - 1, code_column, "%-13.13s", ean_text(record).c_str());
+    op_value(op_field::ean_code, ean_text(record).c_str());
 }
 
 void add_finding(const SeriesKey &key, std::uint8_t size, std::uint8_t kind, const EanRecord *code) {
@@ -82,7 +80,7 @@ bool check_sizes() {
         const std::int32_t here = chk_files.rvser->recno;
         check_series(series);
         chk_files.rvser->recno = here;
-        if (ing_interrupted()) {
+        if (op_interrupted()) {
             return false;
         }
     }
@@ -111,7 +109,7 @@ bool points_to_nothing(const EanRecord &code, SeriesRecord &series) {
 }
 
 [[noreturn]] void list_failed() {
-    scr_fatal("%s: errno=%d%s", check.list_name.c_str(), errno, disk_full_text(errno));
+    isam_fatal("%s: errno=%d%s", check.list_name.c_str(), errno, disk_full_text(errno));
 }
 
 void list_code(const EanRecord &code, std::int32_t number) {
@@ -136,7 +134,7 @@ bool check_codes() {
             key.number = code.number;
             add_finding(key, code.type == ean_of_series ? code.size : std::uint8_t{0}, code.size_kind, &code);
         }
-        if (ing_interrupted()) {
+        if (op_interrupted()) {
             return false;
         }
     }
@@ -190,14 +188,8 @@ void assign_codes() {
 }
 
 bool ask_assign() {
-    constexpr int height = 7;
-    win_open1(scr->scr_lines - height, 1, height, 80);
-    win_title("%s", "");
-    scr_text(A_BOLD, 2, 2, "%s",
-             detail_text(23, 4, "Serie-maten zonder EAN-code aangetroffen: raadpleeg het overzicht"));
-    const bool yes = ing_akkoord(height - 2, 2, "%s", detail_text(23, 5, "Instore EAN-codes toekennen")) != 0;
-    win_close();
-    return yes;
+    return op_ask(op_question::assign_codes, detail_text(23, 5, "Instore EAN-codes toekennen"),
+                  {detail_text(23, 4, "Serie-maten zonder EAN-code aangetroffen: raadpleeg het overzicht")});
 }
 
 // ---- The course
@@ -217,7 +209,7 @@ const char *success_text() {
 void open_files() {
     check.sound = true;
     check.accepted = false;
-    scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", detail_text(21, 26, "Eannummer"));
+    op_caption(op_field::ean_code, detail_text(21, 26, "Eannummer"));
     check.articles = pair_open("RVARTREG", ix_readonly, sizeof(SmallArticleRecord));
     check.codes = pair_open(ean_file_name, ix_shared, sizeof(EanRecord));
     chk_eti_raw(raw_action::open);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "check/frame/error_list.h"
-#include "sub/eanhdl.h"
+#include "data/eanhdl.h"
 
 /// A size without a code, or a code that points to nothing. Key 1: series, size.
 struct ean_finding {

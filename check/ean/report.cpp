@@ -1,13 +1,14 @@
 // The report of the EAN code check.
+#include "report/report.h"
+
 #include <array>
 #include <cstring>
 
 #include "check/ean/ean.h"
 #include "check/frame/frame.h"
-#include "print/print.h"
-#include "sub/iomaat.h"
-#include "sub/leesstam.h"
-#include "sub/serieslabels.h"
+#include "data/iomaat.h"
+#include "data/leesstam.h"
+#include "data/serieslabels.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
 // What lasts for the whole session: the flags of the checks and the files that stay open.
 #include "check/frame/frame.h"
-#include "sub/masterfile.h"
-#include "sub/pairopen.h"
-#include "sub/pricefile.h"
-#include "sub/seriesfile.h"
-#include "sub/sizefile.h"
-#include "sub/transitfile.h"
+#include "data/masterfile.h"
+#include "data/pairopen.h"
+#include "data/pricefile.h"
+#include "data/seriesfile.h"
+#include "data/sizefile.h"
+#include "data/transitfile.h"
 
 bool ok_labels = false;
 bool ok_series = false;

@@ -8,8 +8,7 @@
 
 #include "base/owned_file.h"
 #include "check/journals/journals.h"
-#include "screen/screen.h"
-#include "sub/sub.h"
+#include "data/data.h"
 
 namespace {
 
@@ -77,7 +76,7 @@ bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64
     journal_copy copy{file.fd};
     while (journal_next(walk)) {
         if (walk.code == 'O') {
-            scr_leave_if_due();
+            op_leave_if_due();
         }
         if (walk.copied) {
             copy.take(walk);
@@ -108,7 +107,7 @@ void journal_take_copy(const journal_name &name, const journal_walk &walk, std::
         unlink(journal.c_str());
         unlink(copy.c_str());
     } else if (rename(copy.c_str(), journal.c_str()) != 0) {
-        scr_fatal("%s: errno=%d", journal.c_str(), errno);
+        isam_fatal("%s: errno=%d", journal.c_str(), errno);
     }
     sync_season(journal);
 }

@@ -17,8 +17,8 @@
 
 #include "base/owned_file.h"
 #include "check/frame/frame.h"
-#include "print/print.h"
-#include "screen/screen.h"
+#include "check/frame/old_course.h"
+#include "report/report.h"
 
 namespace {
 
@@ -79,8 +79,8 @@ bool check_journal(const journal_name &name) {
         return false;
     }
     while (!file_lock(lock_action::sole, journal.fd, 0, 0)) {
-        scr_leave_if_due();
-        scr_last_line(A_BLINK, 2, "%s", lock_holder_text("", journal.fd, 0, 0).c_str());
+        op_leave_if_due();
+        op_in_use(lock_holder_text("", journal.fd, 0, 0).c_str());
     }
     const journal_state before = journal_state_of(journal.fd);
     journal_walk walk;
@@ -128,10 +128,8 @@ void check_season(const std::string &directory, journal_name name) {
     }
     each_name(directory + "/ORD%*4d.JRN", dir_kind::files, [&](const std::string &file) {
         if (journal_number(file, name)) {
-            scr_leave_if_due();
-            scr_clear_eol(scr->scr_lines - 1, 1);
-            scr_text(A_BOLD, scr->scr_lines - 1, 1, "%s/%-13s", directory.c_str(), file.c_str());
-            scr_flush(0);
+            op_leave_if_due();
+            op_value(op_field::journal, str_format("%s/%-13s", directory.c_str(), file.c_str()).c_str());
             any_failed = !check_journal(name) || any_failed;
         }
     });
@@ -156,7 +154,7 @@ void open_files() {
 /// When the terminal is closed meanwhile the program leaves at the next order: what is left over by then the
 /// next run puts right, as after a program that died.
 bool walk_journals() {
-    scr_clear_eol(scr->scr_lines - 1, 1);
+    op_clear(op_field::journal);
     each_name("%*4d%*[ZWK]", dir_kind::directories, [](const std::string &directory) {
         journal_name name{};
         if (journal_season(directory, name)) {

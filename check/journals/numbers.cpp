@@ -8,8 +8,7 @@
 #include "check/frame/frame.h"
 #include "check/frame/series_hold.h"
 #include "check/journals/journals.h"
-#include "screen/screen.h"
-#include "sub/serieslabels.h"
+#include "data/serieslabels.h"
 
 namespace {
 
@@ -84,7 +83,7 @@ void number_labels(const journal_walk &walk) {
     if (!IXREAD(chk_files.rvser, &series)) {
         return;
     }
-    scr_text(A_BOLD, scr->scr_lines - 1, 25, "%s", ser_text(series.key).c_str());
+    op_value(op_field::journal_series, ser_text(series.key).c_str());
     const std::int32_t place = chk_files.rvser->recno;
     if (labels_numbered(place)) {
         return;
@@ -296,7 +295,7 @@ bool settle_number(const OrderNumberRecord &record) {
     } else if (!text_empty(record.text)) {
         const off_t text_at = at + static_cast<off_t>(offsetof(JournalOrder, text));
         if (!file_write_at(fd, record.text, sizeof record.text, text_at)) {
-            scr_fatal("%s: errno=%d", last_journal.path.c_str(), errno);
+            isam_fatal("%s: errno=%d", last_journal.path.c_str(), errno);
         }
     }
     return true;
@@ -331,7 +330,7 @@ void journal_follow(journal_walk &walk, const journal_name &name) {
     journal_again(walk);
     while (journal_next(walk)) {
         if (walk.code == 'O' && !undisturbed) {
-            scr_leave_if_due();
+            op_leave_if_due();
         }
         if (walk.forgotten) {
             delete_number(*walk.forgotten);
@@ -352,7 +351,7 @@ void journal_settle_numbers() {
     OrderNumberRecord record{};
     // A damaged index can lead in a circle.
     for (bool found = IXFIRST(numbers, &record); found && done < total; found = IXNEXT(numbers, &record)) {
-        scr_leave_if_due();
+        op_leave_if_due();
         chk_progress(++done, total, chk_bar::step);
         const std::int32_t here = numbers->recno;
         if (!settle_number(record) && !handed_out_since(record)) {

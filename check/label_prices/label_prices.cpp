@@ -13,10 +13,10 @@
 
 #include "check/frame/error_list.h"
 #include "check/frame/frame.h"
+#include "check/frame/old_course.h"
 #include "check/frame/series_hold.h"
 #include "check/prices/prices.h"
-#include "print/print.h"
-#include "screen/screen.h"
+#include "report/report.h"
 
 namespace {
 
@@ -193,7 +193,7 @@ bool walk() {
         chk_progress(++done, static_cast<std::uint32_t>(total), chk_bar::step);
     }
     chk_progress(0, 0, chk_bar::close);
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 void print_heads(bool first_page) {

@@ -1,7 +1,7 @@
 // Prices for labels that have none: what the walk shares with the calculation of a price.
 #pragma once
 
-#include "sub/sub.h"
+#include "data/data.h"
 
 /// A label and where it stands.
 struct label_place {

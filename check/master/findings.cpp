@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "check/master/master.h"
-#include "print/print.h"
+#include "report/report.h"
 
 namespace {
 

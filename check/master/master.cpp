@@ -11,7 +11,7 @@
 #include <fcntl.h>
 
 #include "base/owned_file.h"
-#include "screen/screen.h"
+#include "check/frame/old_course.h"
 
 namespace {
 
@@ -44,7 +44,7 @@ void open_files() {
     read_tills();
     master_clear();
     files.session_limit = read_session_limit();
-    scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", detail_text(20, 61, "Serienummer"));
+    op_caption(op_field::series_referring, detail_text(20, 61, "Serienummer"));
     files.articles = pair_open("RVARTREG", ix_shared, sizeof(SmallArticleRecord));
     files.turnover = pair_open("RVOMZGRP", ix_shared, sizeof(TurnoverGroupRecord));
     files.staff = pair_open("RVVKP", ix_shared, sizeof(StaffRecord));

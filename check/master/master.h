@@ -2,7 +2,7 @@
 #pragma once
 
 #include "check/frame/frame.h"
-#include "sub/masterfile.h"
+#include "data/masterfile.h"
 
 /// The classes of findings in the reference files, in the order in which they are printed. The package knows
 /// them by these numbers; 14 and 18 are no longer used.

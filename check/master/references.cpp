@@ -1,9 +1,8 @@
 // The walks of the reference files. A record with an impossible number is deleted silently; what can be
 // corrected from the shop's own data is corrected on the spot.
 #include "check/master/master.h"
-#include "screen/screen.h"
-#include "sub/iofil.h"
-#include "sub/sizefile.h"
+#include "data/iofil.h"
+#include "data/sizefile.h"
 
 namespace {
 
@@ -22,7 +21,7 @@ bool walk(ICB *file, Visit visit) {
     for (bool more = chk_scan_first(file, &record); more; more = IXSEQ(file, &record)) {
         visit(record);
     }
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 /// Reads a turnover group by number; false when there is none.
@@ -154,7 +153,7 @@ bool walk_branches(const master_files &) {
             master_find(branch_no_name, static_cast<unsigned>(number));
         }
     }
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 bool walk_turnover_groups(const master_files &files) {
@@ -204,7 +203,7 @@ bool walk_actions(const master_files &files) {
     unsigned number = 0;
     for (const SavingAction &action : files.tills.actions) {
         number++;
-        if (ing_interrupted()) {
+        if (op_interrupted()) {
             return false;
         }
         if (action.in_use == 0) {

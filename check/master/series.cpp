@@ -2,9 +2,8 @@
 #include <algorithm>
 
 #include "check/master/master.h"
-#include "print/print.h"
-#include "screen/screen.h"
-#include "sub/leesstam.h"
+#include "data/leesstam.h"
+#include "report/report.h"
 
 namespace {
 
@@ -140,13 +139,12 @@ void check_series(const SeriesRecord &series) {
 }  // namespace
 
 bool master_walk_series() {
-    const int row = scr->scr_lines - 1;
-    const int column = scr_text(A_DIM, row, 1, "%s", detail_text(20, 61, "Serienummer")) + 2;
+    op_caption(op_field::series_referring, detail_text(20, 61, "Serienummer"));
     at_hand = {};
     SeriesRecord series{};
     for (bool more = chk_scan_first(chk_files.rvser, &series); more; more = IXSEQ(chk_files.rvser, &series)) {
-        scr_text(A_BOLD, row, column, "%s", ser_text(series.key).c_str());
+        op_value(op_field::series_referring, ser_text(series.key).c_str());
         check_series(series);
     }
-    return !ing_interrupted();
+    return !op_interrupted();
 }

@@ -18,9 +18,9 @@
 
 #include "check/frame/block_error.h"
 #include "check/frame/frame.h"
-#include "print/print.h"
-#include "screen/screen.h"
-#include "sub/criteriafile.h"
+#include "check/frame/old_course.h"
+#include "data/criteriafile.h"
+#include "report/report.h"
 
 namespace {
 
@@ -182,32 +182,30 @@ bool check_chains() {
     chk_phase(detail_text(3, 660, "FASE-1: controleren series"), total);
     std::uint32_t count = 0;
     CriteriaRecord record;
-    while (!ing_interrupted() && IXSEQ(rvbaser, &record)) {
+    while (!op_interrupted() && IXSEQ(rvbaser, &record)) {
         check_chain(record);
         chk_progress(++count, total, chk_bar::step);
     }
     chk_progress(total, total, chk_bar::close);
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
-constexpr int count_width = 20;
-
-/// A line that shows how far a pass has come.
-void show_pass(int row, const char *title) {
-    scr_text(A_DIM, row, 1, "%s", title);
-    scr_text(A_DIM, row + 1, 1, "%-*.*s", count_width, count_width, detail_text(14, 3, "Aantal verwerkt"));
+/// Shows which pass is under way, and how far it has come.
+void show_pass(op_field pass, op_field count, const char *title) {
+    op_caption(pass, title);
+    op_caption(count, detail_text(14, 3, "Aantal verwerkt"));
 }
 
-void show_count(int row, std::int32_t count) {
-    scr_text(A_BOLD, row + 1, 1 + count_width, "%-8ld", static_cast<long>(count));
+void show_count(op_field count, std::int32_t number) {
+    op_value(count, std::to_string(number).c_str());
 }
 
 /// A block off the chain counts as seen: it has an owner, so it is not freed, even when it does not get back
 /// on the chain in this run.
 void find_lost_blocks() {
-    constexpr int row = 7;
-    show_pass(row, detail_text(13, 3, "FASE-2: controleren vrijketting"));
-    show_count(row, 0);
+    show_pass(op_field::criteria_lost, op_field::criteria_lost_count,
+              detail_text(13, 3, "FASE-2: controleren vrijketting"));
+    show_count(op_field::criteria_lost_count, 0);
     const auto total = static_cast<std::uint32_t>(std::max(bapar_end - 1, 0));
     chk_phase(detail_text(3, 671, "FASE-3: controleren etiketblokken niet in ketting"), total);
     for (std::int32_t block = 0; block < bapar_end; block++) {
@@ -394,9 +392,9 @@ void repair_and_report() {
 /// Makes the free chain from all blocks that are on no chain. The row is locked meanwhile, so that a block
 /// that another program adds is not dropped from the count.
 void free_blocks() {
-    constexpr int row = 10;
     const leave_guard undisturbed;
-    show_pass(row, detail_text(14, 6, "FASE-3: herstellen vrije etiketblokken"));
+    show_pass(op_field::criteria_free, op_field::criteria_free_count,
+              detail_text(14, 6, "FASE-3: herstellen vrije etiketblokken"));
     SysRow4Chain chain{};
     iotab_row(tab_action::lock_read, row_criteria_chain, chain);
     chain.end_mark = std::max(chain.end_mark.value(), bapar_end);
@@ -407,7 +405,7 @@ void free_blocks() {
             empty.next = head;
             write_block(block, empty);
             head = block;
-            show_count(row, block);
+            show_count(op_field::criteria_free_count, block);
         }
     }
     chain.free_head = head;

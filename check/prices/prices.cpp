@@ -12,8 +12,8 @@
 #include <limits>
 
 #include "check/frame/frame.h"
-#include "print/print.h"
-#include "screen/screen.h"
+#include "check/frame/old_course.h"
+#include "report/report.h"
 
 price_run price_work;
 error_list<PriceError> price_errors(
@@ -133,11 +133,8 @@ void print_errors() {
 // ---- Question, repair, end
 
 bool ask() {
-    const int last = scr->scr_lines;
-    chk_warn_consult(last - 4);
-    const bool yes = ing_akkoord(last - 1, 2, "[-]%s",
-                                 detail_text(13, 37, "Er zijn fouten gevonden. Automatisch herstellen")) != 0;
-    scr_clear_eos(last - 4, 1);
+    const bool yes = op_ask(op_question::repair_prices,
+                            detail_text(13, 37, "Er zijn fouten gevonden. Automatisch herstellen"));
     ok_prices = ok_prices && yes;  // an earlier run may have passed, and this one have no report
     return yes;
 }

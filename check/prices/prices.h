@@ -2,7 +2,7 @@
 #pragma once
 
 #include "check/frame/error_list.h"
-#include "sub/sub.h"
+#include "data/data.h"
 
 /// Findings, by the number under which they are reported.
 enum price_error_code : std::uint8_t {

@@ -9,7 +9,6 @@
 // first, and what is mended is what is wrong with the set now.
 #include "check/frame/frame.h"
 #include "check/prices/prices.h"
-#include "screen/screen.h"
 
 namespace {
 

@@ -5,7 +5,6 @@
 
 #include "check/frame/frame.h"
 #include "check/prices/prices.h"
-#include "screen/screen.h"
 
 namespace {
 
@@ -204,7 +203,7 @@ bool prices_walk_series() {
         }
     }
     ink_close();
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 bool prices_walk_sets() {
@@ -227,7 +226,7 @@ bool prices_walk_sets() {
         }
         chk_progress(++done, total, chk_bar::step);
     }
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 bool prices_series_exists(const SeriesKey &series) {

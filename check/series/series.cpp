@@ -9,10 +9,10 @@
 
 #include "check/frame/block_error.h"
 #include "check/frame/frame.h"
+#include "check/frame/old_course.h"
 #include "check/frame/series_hold.h"
-#include "print/print.h"
-#include "screen/screen.h"
-#include "sub/leesstam.h"
+#include "data/leesstam.h"
+#include "report/report.h"
 
 namespace {
 
@@ -314,7 +314,7 @@ bool walk() {
     std::uint32_t step = 0;
     const key_switch key(file, 1);
     std::int32_t left = file->nrecs;  // a damaged index can lead in a circle
-    while (left-- > 0 && !ing_interrupted() && IXNEXT(file, &series)) {
+    while (left-- > 0 && !op_interrupted() && IXNEXT(file, &series)) {
         const std::int32_t place = file->recno;
         if (is_void(series)) {
             delete_void(series.key);
@@ -330,7 +330,7 @@ bool walk() {
         chk_progress(++step, last, chk_bar::step);
     }
     chk_progress(0, 0, chk_bar::close);
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 // ---- The repair
@@ -351,18 +351,16 @@ void repair_series(series_hold &hold) {
 }
 
 void repair() {
-    const int line = scr->scr_lines;
-    const int length = scr_text(A_BOLD, line, 1, "%s", caption());
+    op_caption(op_field::series_repaired, caption());
     const key_switch key(chk_files.rvser, 1);
     wrong_series.for_each([&](const ChainError &error) {
         series_hold hold(error.key);
         if (hold.exists()) {
-            scr_text(A_BOLD, line, length + 2, "%s", ser_text(error.key).c_str());
-            scr_flush(0);
+            op_value(op_field::series_repaired, ser_text(error.key).c_str());
             repair_series(hold);
         }
     });
-    scr_clear_eol(line, 1);
+    op_clear(op_field::series_repaired);
 }
 
 void open_files() {

@@ -2,9 +2,8 @@
 #include <algorithm>
 
 #include "check/sizes/sizes.h"
-#include "print/print.h"
-#include "screen/screen.h"
-#include "sub/ioink.h"
+#include "data/ioink.h"
+#include "report/report.h"
 
 namespace {
 
@@ -174,7 +173,7 @@ std::int64_t sizes_check_series() {
     sizes_bar_open();
     SeriesRecord series{};
     sizes_walk_by_key(chk_files.rvser, series, 0, [&] {
-        if (ing_interrupted()) {
+        if (op_interrupted()) {
             return false;
         }
         SeriesRecord tried = series;

@@ -14,15 +14,15 @@
 #include <array>
 
 #include "check/frame/frame.h"
-#include "print/print.h"
-#include "screen/screen.h"
-#include "sub/ioink.h"
+#include "check/frame/old_course.h"
+#include "data/ioink.h"
+#include "report/report.h"
 
 namespace {
 
 /// A phase. `walk` prints its findings and gives their number.
 struct size_phase {
-    int row;  ///< on the screen
+    op_field field;
     const char *(*caption)();
     const char *(*title)();
     void (*columns)();
@@ -221,13 +221,13 @@ std::int64_t check_labels() {
     sizes_bar_open();
     SeriesRecord series;
     for (bool more = chk_scan_first(file, &series); more; more = IXSEQ(file, &series)) {
-        if (ing_interrupted() || !check_label_sizes(series)) {
+        if (op_interrupted() || !check_label_sizes(series)) {
             file->recno = file->nrecs;  // a scan has to be run to its end
         }
         sizes_bar_step();
     }
     sizes_bar_close();
-    if (ing_interrupted()) {
+    if (op_interrupted()) {
         return 0;
     }
     std::int64_t labels = 0;
@@ -261,24 +261,18 @@ void print_nothing_found() {
 }
 
 void alarm_operator(const char *text) {
-    win_open1(scr->scr_lines - 5, 1, 5, 80);
-    win_title("%s", "");
-    scr_text(A_BOLD, 1, 2, "%s", text);
-    scr_text(A_BOLD, 2, 2, "%s", term_text(1, 95, "Neem contact op met de Support-groep"));
-    ing_enter(3, 2);
-    win_close();
+    op_tell(op_notice::size_findings, {text, term_text(1, 95, "Neem contact op met de Support-groep")});
 }
 
 /// False when the check ends here: findings for a human, no report, or cancelled.
 bool run_phase(const size_phase &which) {
     phase = &which;
-    scr_text(A_DIM, which.row, 1, "%s", which.caption());
-    scr_clear_eol(scr->scr_lines - 1, 1);
+    op_caption(which.field, which.caption());
     if (!chk_open_report()) {
         return false;
     }
     const std::int64_t findings = which.walk();
-    const bool broken_off = which.has_bar && ing_interrupted();
+    const bool broken_off = which.has_bar && op_interrupted();
     if (findings == 0 && !broken_off && !chk_full_run) {
         print_nothing_found();
     }
@@ -294,19 +288,19 @@ bool run_phase(const size_phase &which) {
         which.tidy();
     }
     if (!failed) {
-        scr_text(A_BOLD, which.row, 41, "OK");
+        op_value(which.field, "OK");
     }
     return !failed;
 }
 
 constexpr size_phase phases[] = {
-    {3, [] { return detail_text(12, 30, "FASE-1: controleren maatsoorten"); },
+    {op_field::size_kinds, [] { return detail_text(12, 30, "FASE-1: controleren maatsoorten"); },
      [] { return detail_text(12, 31, "CONTROLEREN MAATSOORTEN"); }, print_kind_columns, check_kinds,
      [] { return detail_text(12, 32, "Foutieve maatsoorten!"); }, delete_stale_names, false},
-    {5, [] { return detail_text(12, 33, "FASE-2: controleren etiketmaten"); },
+    {op_field::label_sizes, [] { return detail_text(12, 33, "FASE-2: controleren etiketmaten"); },
      [] { return detail_text(12, 34, "CONTROLEREN ETIKETMATEN"); }, print_label_columns, check_labels,
      [] { return detail_text(12, 35, "Foutieve/ontbrekende etiketmaten!"); }, nullptr, true},
-    {7, [] { return detail_text(12, 36, "FASE-3: controleren maten per serie"); },
+    {op_field::series_sizes, [] { return detail_text(12, 36, "FASE-3: controleren maten per serie"); },
      [] { return detail_text(12, 37, "CONTROLEREN MATEN PER SERIE"); }, sizes_series_columns,
      sizes_check_series, nullptr, nullptr, true},
 };

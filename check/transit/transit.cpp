@@ -12,10 +12,10 @@
 
 #include "base/owned_file.h"
 #include "check/frame/frame.h"
-#include "print/print.h"
-#include "screen/screen.h"
-#include "sub/iomaat.h"
-#include "sub/transitfile.h"
+#include "check/frame/old_course.h"
+#include "data/iomaat.h"
+#include "data/transitfile.h"
+#include "report/report.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ struct {
 } work;
 
 [[noreturn]] void work_fail() {
-    scr_fatal("%s: errno=%d%s", work.name.c_str(), errno, disk_full_text(errno));
+    isam_fatal("%s: errno=%d%s", work.name.c_str(), errno, disk_full_text(errno));
 }
 
 void work_close() {
@@ -98,15 +98,8 @@ SeriesKey key_of(const eti_rec &label) {
     return key;
 }
 
-/// Column after the caption on the last line, for the running number.
-int number_column = 1;
-
-void show_caption() {
-    number_column = 2 + scr_text(A_DIM, scr->scr_lines, 1, "%s", detail_text(3, 502, "Etiketnummer"));
-}
-
 void show_number(std::int32_t number) {
-    scr_text(A_BOLD, scr->scr_lines, number_column, "%-10ld", static_cast<long>(number));
+    op_value(op_field::label_in_transit, std::to_string(number).c_str());
 }
 
 // ---- First report: labels without an entry
@@ -167,7 +160,7 @@ void print_label(std::int32_t number) {
 // ---- Walk
 
 void open_files() {
-    show_caption();
+    op_caption(op_field::label_in_transit, detail_text(3, 502, "Etiketnummer"));
     chk_eti_raw(raw_action::open);
     eti_file(eti_action::open);
     work.name = chk_tempname();

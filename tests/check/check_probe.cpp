@@ -240,8 +240,9 @@ void obey(const std::string &word) {
 }  // namespace
 
 int main(int argc, char **argv) {
-    prt_modules = {open_job, keep_report};
     start_program("", {"", ""}, 1, argv);
+    prt_modules.job_open = open_job;
+    prt_modules.preview = keep_report;
     set_program_title("bestandscontroles");
     chk_release_indexes();
     chk_session_files_open();

@@ -9,7 +9,7 @@
 #include "base/base.h"
 #include "check/check.h"
 #include "store/store.h"
-#include "sub/eanhdl.h"
+#include "data/eanhdl.h"
 #include "support/check_case.h"
 
 namespace {

@@ -13,7 +13,9 @@
 #include <string>
 
 #include "check/frame/frame.h"
+#include "check/frame/old_course.h"
 #include "print/print_internal.h"
+#include "run/startup.h"
 #include "screen/screen.h"
 
 namespace {
@@ -141,8 +143,9 @@ bool keep_report() {
 
 int main(int argc, char **argv) {
     words.insert(argv + 1, argv + argc);
-    prt_modules = {open_job, keep_report};
     start_program("", {"", ""}, 1, argv);
+    prt_modules.job_open = open_job;
+    prt_modules.preview = keep_report;
     set_program_title("bestandscontroles");
     chk_full_run = has("full");
     ok_series = has("passed");

@@ -5,8 +5,8 @@
 #include <set>
 
 #include "base/strformat.h"
-#include "sub/labelfile.h"
-#include "sub/seriesfile.h"
+#include "data/labelfile.h"
+#include "data/seriesfile.h"
 #include "support/check_case.h"
 
 namespace {

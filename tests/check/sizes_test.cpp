@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "sub/sub.h"
+#include "data/data.h"
 #include "support/check_case.h"
 
 namespace {

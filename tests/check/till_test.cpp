@@ -14,7 +14,7 @@
 
 #include "check/check.h"
 #include "check/customers/customers.h"
-#include "sub/sub.h"
+#include "data/data.h"
 #include "support/check_case.h"
 
 namespace {

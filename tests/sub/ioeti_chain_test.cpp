@@ -8,7 +8,7 @@
 #include <random>
 
 #include "label_file.h"
-#include "sub/ioeti.h"
+#include "data/ioeti.h"
 
 namespace {
 

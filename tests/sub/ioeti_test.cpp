@@ -1,5 +1,5 @@
 // Labels packed and unpacked; blocks, series keys and serial numbers.
-#include "sub/ioeti.h"
+#include "data/ioeti.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 // The price store against a plain map of prices by series, supplier, size and day.
-#include "sub/ioink.h"
+#include "data/ioink.h"
 
 #include <algorithm>
 #include <map>
@@ -7,7 +7,7 @@
 #include <set>
 
 #include "label_file.h"
-#include "sub/iomaat.h"
+#include "data/iomaat.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 // Records of the system file: regions, empty records, locks between programs.
-#include "sub/iotab.h"
+#include "data/iotab.h"
 
 #include <cstdio>
 #include <cstring>
 
 #include "base/base.h"
-#include "sub/batchvw.h"
-#include "sub/iofil.h"
+#include "data/batch_lock.h"
+#include "data/iofil.h"
 #include "support/other_process.h"
 #include "support/scratch_dir.h"
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "sub/sub.h"
+#include "data/data.h"
 #include "support/scratch_dir.h"
 #include "support/shop_bytes.h"
 #include "tools/shop/shop.h"
