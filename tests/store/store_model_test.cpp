@@ -47,8 +47,6 @@ const reading readings[] = {
     {"IXNEXTK", IXNEXTK, way::next, fills::key},
     {"IXPREVK", IXPREVK, way::previous, fills::key},
 };
-const reading &next_key = readings[6];
-const reading &previous_key = readings[7];
 
 struct run {
     ICB *icb = nullptr;
@@ -183,7 +181,7 @@ struct run {
         std::int32_t number = position;
         std::int32_t reached = position;
         for (int left = n == 0 && !live(position) ? 1 : n; left != 0; left -= left > 0 ? 1 : -1) {
-            number = lead(left > 0 ? next_key : previous_key, parts, record, number);
+            number = lead(readings[left > 0 ? 6 : 7], parts, record, number);
             if (number < 0) {
                 break;
             }
@@ -261,16 +259,6 @@ struct run {
         ASSERT_EQ(area, read);
     }
 
-    void rewrite_step() {
-        IXSWITCH(icb, 1);
-        if (!IXREAD(icb, area.data())) {
-            return;
-        }
-        area.back() = static_cast<std::uint8_t>(below(256));  // in no key
-        ASSERT_TRUE(IXREWRITE(icb, area.data()));
-        model.rewrite(icb->recno, area);
-    }
-
     void write_step() {
         area = some_record();
         if (below(2) == 0) {
@@ -284,7 +272,12 @@ struct run {
         if (what < 2) {
             delete_step();
         } else if (what == 2) {
-            rewrite_step();
+            IXSWITCH(icb, 1);
+            if (IXREAD(icb, area.data())) {
+                area.back() = static_cast<std::uint8_t>(below(256));  // in no key
+                ASSERT_TRUE(IXREWRITE(icb, area.data()));
+                model.rewrite(icb->recno, area);
+            }
         } else if (what == 3) {
             IXSWITCH(icb, 1);
             const std::int32_t n = model.find(0, model.key_of(0, area, 0));
@@ -334,6 +327,10 @@ struct run {
         for (ICB *each : handles) {
             IXCLOSE(each);
         }
+        expect_sound();
+    }
+
+    void expect_sound() const {
         ASSERT_EQ(ix_verify(name), sound) << "step " << step;
         ASSERT_EQ(IXCHECK(name.c_str()), static_cast<std::int32_t>(model.free.size()));
     }
@@ -343,8 +340,7 @@ struct run {
         ASSERT_TRUE(IXBLDIX(name.c_str()));
         ix_rebuild_area = 56 << 20;
         model.rebuild();
-        ASSERT_EQ(ix_verify(name), sound) << "after a rebuild at step " << step;
-        ASSERT_EQ(IXCHECK(name.c_str()), static_cast<std::int32_t>(model.free.size()));
+        expect_sound();
     }
 
     /// Entries whose records are dead, which only a damaged file has: walks step over them, and a record that

@@ -88,18 +88,20 @@ TEST_F(LabelFile, ValueOfTheGroupComesFromRow1UntilSold) {
     }
     EXPECT_EQ(art_value_code(0), 1);
     EXPECT_EQ(art_value_code(99998), 1) << "no such group";
-    LabelBlock block{};
-    block.key = shop.series[0].key;
-    block.slots[0].amount_status = label_stock;
-    block.slots[0].order = 130000005;
-    block.slots[1] = block.slots[0];
-    block.slots[1].amount_status = label_corrected;
-    eti_rec rec;
-    eti_unpack(block, 0, rec);
-    EXPECT_EQ(rec.group_value, sys_settings.group_value[art_value_code(block.key.group)]);
-    eti_unpack(block, 1, rec);
-    EXPECT_EQ(rec.group_value, 13);
-    EXPECT_EQ(rec.order_number, 5);
+    for (const SeriesRecord &series : shop.series) {
+        LabelBlock block{};
+        block.key = series.key;
+        block.slots[0].amount_status = label_stock;
+        block.slots[0].order = 130000005;
+        block.slots[1] = block.slots[0];
+        block.slots[1].amount_status = label_corrected;
+        eti_rec rec;
+        eti_unpack(block, 0, rec);
+        EXPECT_EQ(rec.group_value, sys_settings.group_value[art_value_code(block.key.group)]);
+        eti_unpack(block, 1, rec);
+        EXPECT_EQ(rec.group_value, 13);
+        EXPECT_EQ(rec.order_number, 5);
+    }
 }
 
 // ---- Blocks, keys, serials
