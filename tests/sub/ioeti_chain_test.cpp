@@ -209,7 +209,7 @@ TEST_F(LabelFile, ChainsAreThoseOfTheModel) {
     EXPECT_EQ(walk(model.free[0]).size(), 0U) << "a free block leads to no other";
     std::mt19937 random(5);
     const auto below = [&](std::size_t bound) { return static_cast<std::size_t>(random() % bound); };
-    for (int step = 0; step < rounds(3000); step++) {
+    for (int step = 0; step < rounds(1500); step++) {
         const std::size_t which = below(model.chains.size());
         label_chain &chain = model.chains[which];
         std::int32_t number = chain.blocks.empty() ? -1 : chain.blocks[0];

@@ -288,12 +288,26 @@ TEST_F(PriceStore, AWalkEndsInADamagedIndex) {
 TEST_F(PriceStore, ABlockInUseIsNeverTaken) {
     PriceSetRecord set = new_set(0, 0, 0, price_open_ended);
     put_set(set, {{sizes[0], {5, 4}}});
+    PriceBlock looped{};
+    ASSERT_EQ(ink_block_read(set.chain, looped, ink_report::fatal), 1);
+    looped.next = set.chain;
+    ink_block_write(set.chain, looped);
+    ink_set_load(set);
+    EXPECT_EQ(loaded(), (size_prices{{sizes[0], {5, 4}}}));
     SysRow4Chain row{};
     iotab_row(tab_action::lock_read, row_price_chain, row);
     row.free_head = 0;
     EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
     row.free_head = 7;
     EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
+    // Nor is a free one that leads out of the file.
+    PriceBlock block{};
+    for (const std::int32_t next : {-1, row.end_mark + 1}) {
+        block.next = next;
+        ink_block_write(0, block);
+        row.free_head = 0;
+        EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
+    }
     iotab_row(tab_action::unlock, row_price_chain, row);
     EXPECT_EQ(status_on_file(), status_prices_suspect);
 }
