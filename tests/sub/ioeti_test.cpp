@@ -82,12 +82,20 @@ TEST_F(LabelFile, MarkOfTransitNeedsTransit) {
 }
 
 TEST_F(LabelFile, ValueOfTheGroupComesFromRow1UntilSold) {
-    make_plain_shop(20);
+    make_shop_with(20, [](Shop &made) {
+        std::uint8_t code = 0;
+        for (ArticleGroupRecord &group : made.groups) {
+            group.vat = static_cast<std::uint8_t>(code++ % 10 + 1);
+        }
+    });
     for (const ArticleGroupRecord &group : shop.groups) {
         EXPECT_EQ(art_value_code(group.number), group.vat);
     }
     EXPECT_EQ(art_value_code(0), 1);
     EXPECT_EQ(art_value_code(99998), 1) << "no such group";
+    for (std::uint16_t code = 1; code <= 10; code++) {
+        sys_settings.group_value[code] = static_cast<std::uint16_t>(20 + code);
+    }
     for (const SeriesRecord &series : shop.series) {
         LabelBlock block{};
         block.key = series.key;
