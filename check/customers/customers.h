@@ -79,8 +79,10 @@ static_assert(sizeof(CustomerError) == 16 && offsetof(CustomerError, code) == 12
 inline constexpr int errors_by_label = 1;
 inline constexpr int errors_by_sale = 2;
 
-/// The table of what this check can find.
+/// The tables of what this check, that of the titles and that of the countries can find.
 std::span<const finding_kind> customer_findings();
+std::span<const finding_kind> title_findings();
+std::span<const finding_kind> country_findings();
 const finding_kind &customer_kind(const CustomerError &error);
 
 // ---- The check

@@ -43,11 +43,7 @@ void ean_check::open() {
     codes = pair_open(ean_file_name, ix_shared, sizeof(EanRecord));
     chk_eti_raw(raw_action::open);
     findings.open();
-    list_name = chk_tempname();
-    list.reset(std::fopen(list_name.c_str(), "w+e"));
-    if (list == nullptr) {
-        err_open(program_name, list_name.c_str());
-    }
+    list.create();
 }
 
 bool ean_check::walk() {
@@ -95,13 +91,9 @@ void ean_check::assign_codes() {
 }
 
 void ean_check::repair() {
-    // A code that did not reach the file would be told, and not deleted.
-    if (std::fflush(list.get()) != 0) {
-        list_failed();
-    }
-    std::rewind(list.get());
+    list.rewind();
     char line[line_bytes + 1];
-    while (std::fread(line, line_bytes, 1, list.get()) == 1) {
+    while (std::fread(line, line_bytes, 1, list.stream()) == 1) {
         line[line_bytes] = '\0';
         const auto number =
             static_cast<std::int32_t>(std::strtol(line + sizeof EanRecord::code, nullptr, 10));
@@ -116,10 +108,7 @@ void ean_check::repair() {
 
 void ean_check::close() {
     findings.close();
-    if (!close_stream(list)) {
-        list_failed();
-    }
-    file_delete(list_name.c_str());
+    list.remove();
     chk_eti_raw(raw_action::close);
     IXCLOSE(articles);
     IXCLOSE(codes);

@@ -10,10 +10,10 @@
 // nothing are deleted.
 #pragma once
 
-#include "base/owned_file.h"
 #include "check/frame/error_list.h"
 #include "check/frame/findings.h"
 #include "check/frame/frame.h"
+#include "check/frame/work_file.h"
 #include "data/eanhdl.h"
 
 /// A size without a code, or a code that points to nothing. Key 1: series, size.
@@ -80,13 +80,11 @@ private:
 
     /// Gives codes to the sizes without one; what stays on the list is what the report shows.
     void assign_codes();
-    [[noreturn]] void list_failed();
 
     ICB *codes = nullptr;
     ICB *articles = nullptr;
     ean_list findings{"tmp_prt", {{"key-1", false, {{'I', 0, 4}, {'I', 4, 2}, {'I', 6, 2}, {'I', 8, 1}}}}};
-    std::string list_name;  ///< the delete list: a line for each code, with the number of its record
-    open_stream list;
+    work_file list;  ///< codes to delete: a line for each, with the number of its record
     bool sound = true;
     bool accepted = false;
 };

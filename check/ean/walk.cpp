@@ -104,14 +104,8 @@ bool ean_check::points_to_nothing(const EanRecord &code, SeriesRecord &series) {
     return !IXREAD(chk_files.rvser, &series) || !series.sizes.test(code.size);
 }
 
-void ean_check::list_failed() {
-    isam_fatal("%s: errno=%d%s", list_name.c_str(), errno, disk_full_text(errno));
-}
-
 void ean_check::list_code(const EanRecord &code, std::int32_t number) {
-    if (std::fprintf(list.get(), "%-13.13s%11ld\n", ean_text(code).c_str(), static_cast<long>(number)) < 0) {
-        list_failed();
-    }
+    list.print("%-13.13s%11ld\n", ean_text(code).c_str(), static_cast<long>(number));
 }
 
 /// False when the operator cancelled.

@@ -1,6 +1,7 @@
 // The table of the checks.
 #include <algorithm>
 
+#include "check/codes/code_file.h"
 #include "check/customers/customers.h"
 #include "check/ean/ean.h"
 #include "check/journals/journals.h"
@@ -79,14 +80,14 @@ constexpr chk_row rows[] = {
      .date = &SysRow19::titles,
      .entry = entry_customers,
      .marker = chk_marker::with_customers,
-     .findings = nullptr},
+     .findings = title_findings},
     {.name = "countries",
      .run = chk_countries,
      .passed = &ok_countries,
      .date = &SysRow19::countries,
      .entry = entry_customers,
      .marker = chk_marker::with_customers,
-     .findings = nullptr},
+     .findings = country_findings},
     {.name = "master",
      .run = chk_master,
      .passed = &ok_master,
@@ -106,14 +107,14 @@ constexpr chk_row rows[] = {
      .passed = &ok_order_numbers,
      .date = &SysRow19::order_numbers,
      .entry = entry_other,
-     .findings = nullptr},
+     .findings = order_number_findings},
     {.name = "barcodes",
      .run = chk_barcodes,
      .passed = &ok_barcodes,
      .date = &SysRow19::barcodes,
      .entry = entry_other,
      .marker = chk_marker::always,
-     .findings = nullptr},
+     .findings = barcode_findings},
     {.name = "journals",
      .run = chk_journals,
      .passed = &ok_journals,

@@ -1,4 +1,5 @@
 // The repair of goods in transit: entries, and the report of their document numbers.
+#include <cstdlib>
 #include <map>
 #include <utility>
 
@@ -19,6 +20,16 @@ bool was_received(std::int32_t number) {
     } receipt{};
     receipt.known.label = number;
     return IXFIND(chk_files.rvontv, &receipt);
+}
+
+/// The next number of the work list; false at its end.
+bool next_number(std::FILE *list, std::int32_t &number) {
+    char line[1024 + 1];
+    if (std::fgets(line, sizeof line, list) == nullptr) {
+        return false;
+    }
+    number = static_cast<std::int32_t>(std::strtol(line, nullptr, 10));
+    return true;
 }
 
 /// Document number of each pair of branches, from and to.
@@ -113,7 +124,7 @@ void transit_check::repair() {
     document_list documents;
     std::int32_t number = 0;
     work.rewind();
-    while (work.next(number)) {
+    while (next_number(work.stream(), number)) {
         eti_rec label;
         const bool found = eti_file(eti_action::read, number, label) != 0;
         transit_show_number(number);
@@ -122,7 +133,6 @@ void transit_check::repair() {
             make_entry(number, label, documents);
         }
     }
-    work.close();
     print_documents(documents);
     prt_close("");
 }

@@ -60,7 +60,7 @@ void transit_check::check_block(std::int32_t block, const LabelBlock &buffer) {
     for (int slot = 0; slot < labels_per_block; slot++) {
         const std::int32_t number = eti_number(block, slot);
         if (in_transit(buffer.slots[slot]) && !transit_has_entry(number)) {
-            work.add(number);
+            work.print("%ld\n", static_cast<long>(number));
             print_label(number);
         }
     }
@@ -76,7 +76,7 @@ bool transit_check::walk() {
             check_block(block, buffer);
         }
     }
-    work.close();
+    work.rewind();
     return true;
 }
 

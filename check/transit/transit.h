@@ -9,39 +9,13 @@
 // already got an entry.
 #pragma once
 
-#include "base/owned_file.h"
 #include "check/frame/findings.h"
 #include "check/frame/frame.h"
+#include "check/frame/work_file.h"
 #include "data/ioeti.h"
 
 /// The table of what this check can find.
 std::span<const finding_kind> transit_findings();
-
-/// The work list: numbers of labels, one a line, in a file, because there may be too many for memory.
-class label_list {
-public:
-    /// Makes the list, empty.
-    void create();
-    void add(std::int32_t number);
-    /// Goes back to the first number.
-    void rewind();
-    /// The next number; false at the end of the list.
-    bool next(std::int32_t &number);
-    void close();
-    /// Closes the list and deletes its file.
-    void remove();
-    [[nodiscard]] bool empty() const {
-        return count == 0;
-    }
-
-private:
-    void open(const char *mode);
-    [[noreturn]] void fail();
-
-    std::string name;
-    open_stream file;
-    std::uint32_t count = 0;
-};
 
 class transit_check final : public chk_check {
 public:
@@ -62,7 +36,7 @@ private:
     void check_block(std::int32_t block, const LabelBlock &buffer);
     void print_label(std::int32_t number);
 
-    label_list work;
+    work_file work;       ///< numbers of labels, one a line
     int group_count = 0;  ///< lines since the last line of dashes
 };
 
