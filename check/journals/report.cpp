@@ -87,7 +87,10 @@ void journal_report_end(const journal_name &name, const journal_walk &walk) {
         case journal_end::unreadable:
             journal_report(name, journal_fault::disk, std::strerror(walk.error), at);
             break;
-        default:
+        case journal_end::passed:
+        case journal_end::empty:
             break;
+        default:
+            journal_report_closed(season_text(name), str_format("ORD%04d.JRN", name.number));
     }
 }
