@@ -11,7 +11,14 @@ void work_file::fail() {
 }
 
 work_file::~work_file() {
-    remove();
+    discard();
+}
+
+void work_file::discard() {
+    if (file != nullptr) {
+        file.reset();
+        file_delete(name.c_str());
+    }
 }
 
 void work_file::create() {

@@ -6,13 +6,12 @@
 #include <string>
 
 #include "base/owned_file.h"
+#include "check/frame/temporary.h"
 
-class work_file {
+class work_file : private temporary {
 public:
     work_file() = default;
-    ~work_file();
-    work_file(const work_file &) = delete;
-    work_file &operator=(const work_file &) = delete;
+    ~work_file() override;
 
     /// Makes the file, empty. Failing to make it or to write it stops the program: what is not on the list
     /// would be told, and not mended.
@@ -31,6 +30,7 @@ public:
     void remove();
 
 private:
+    void discard() override;
     [[noreturn]] void fail();
 
     std::string name;
