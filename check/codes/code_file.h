@@ -1,8 +1,7 @@
 // What the two checks of files of article codes share.
 //
-//   1  each record in the order of its key is tested, and one that is at fault is printed and noted in a work
-//   list 2  question; on yes each code of the list is looked at again under its lock, and deleted if it is
-//   still wrong
+//   1  each record is tested in the order of its key; one at fault is printed, and noted in a work list
+//   2  question; on yes each code of the list is looked at again under its lock, and deleted if still wrong
 //
 // They write in the repair only. A file that is not sound, or has other records, is passed over.
 #pragma once
