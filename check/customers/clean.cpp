@@ -99,7 +99,13 @@ bool mend_marks(CustomerRecord &customer, std::int32_t &bad_marks) {
             leftover = true;
         }
     }
-    bad_marks += leftover ? 1 : 0;
+    if (leftover) {
+        bad_marks++;
+        if (chk_is_heard()) {
+            chk_found(customer_kind(error_bad_mark), "RVKLT",
+                      {field_of("customer", std::int64_t{customer.number})});
+        }
+    }
     return changed;
 }
 

@@ -58,6 +58,7 @@ enum customer_error : std::uint8_t {
     error_seen = 5,           ///< to a label already walked
     error_no_customer = 101,  ///< a sold label is on no chain, and its customer does not exist
     error_not_linked = 102,   ///< a sold label is on no chain
+    error_bad_mark = 103,     ///< told, but on no list
     error_bad_number = 104,   ///< an impossible number; the customer has been deleted
     error_no_name = 105,
 };
@@ -83,7 +84,8 @@ inline constexpr int errors_by_sale = 2;
 std::span<const finding_kind> customer_findings();
 std::span<const finding_kind> title_findings();
 std::span<const finding_kind> country_findings();
-const finding_kind &customer_kind(const CustomerError &error);
+/// By the code of an error.
+const finding_kind &customer_kind(int code);
 
 // ---- The check
 

@@ -36,6 +36,9 @@ constexpr finding_kind kinds[] = {
      [] { return detail_text(22, 15, "etiketnr niet in ketting, klantnr NIET aanwezig"); }, made},
     {"customers.102", finding_fate::asked, 0,
      [] { return detail_text(22, 16, "etiketnr niet in ketting, klantnr aanwezig"); }, linked},
+    {"customers.103", finding_fate::mended, 0,
+     [] { return detail_text(27, 80, "ongeldig teken in de selectiekenmerken aangepast"); },
+     [] { return detail_text(27, 81, "zet ze zo nodig opnieuw klaar voor de kassa"); }},
     {"customers.104", finding_fate::mended, 0,
      [] { return detail_text(22, 17, "Ongeldig klantnummer, klant verwijderd"); }, gone},
     {"customers.105", finding_fate::human, 0, [] { return detail_text(22, 18, "klantnaam NIET aanwezig"); },
@@ -44,8 +47,8 @@ constexpr finding_kind kinds[] = {
 
 /// The errors in the order of the table.
 constexpr customer_error order[] = {
-    error_outside,     error_no_label,   error_foreign,    error_not_sold, error_seen,
-    error_no_customer, error_not_linked, error_bad_number, error_no_name,
+    error_outside,     error_no_label,   error_foreign,  error_not_sold,   error_seen,
+    error_no_customer, error_not_linked, error_bad_mark, error_bad_number, error_no_name,
 };
 static_assert(std::size(order) == std::size(kinds));
 
@@ -55,6 +58,6 @@ std::span<const finding_kind> customer_findings() {
     return kinds;
 }
 
-const finding_kind &customer_kind(const CustomerError &error) {
-    return kinds[std::find(std::begin(order), std::end(order) - 1, error.code) - std::begin(order)];
+const finding_kind &customer_kind(int code) {
+    return kinds[std::find(std::begin(order), std::end(order) - 1, code) - std::begin(order)];
 }

@@ -35,7 +35,7 @@ constexpr report_column<CustomerError> columns[] = {
      [](const CustomerError &error) { return number_cell("%7ld ", static_cast<long>(error.customer)); }},
     {[] { return detail_text(22, 4, "etiketnr"); }, "%8.8s  ", label_cell},
     {[] { return detail_text(22, 5, "foutmelding"); }, "%s",
-     [](const CustomerError &error) { return text_cell("%s", customer_kind(error).text()); }},
+     [](const CustomerError &error) { return text_cell("%s", customer_kind(error.code).text()); }},
     {nullptr, "%s", proof_cell},
 };
 

@@ -158,9 +158,12 @@ void customer_check::add_error(std::uint32_t customer, customer_error code, std:
     error.unsold_days = static_cast<std::uint16_t>(std::numeric_limits<day_number>::max() - sold);
     errors.add(error);
     if (chk_is_heard()) {
-        chk_found(customer_kind(error), code == error_bad_number || code == error_no_name ? "RVKLT" : "RVETI",
-                  {field_of("customer", std::int64_t{customer}), field_of("label", std::int64_t{label}),
-                   field_of("previous", std::int64_t{previous})});
+        std::vector<finding_field> fields{field_of("customer", std::int64_t{customer})};
+        if (label != no_label) {
+            fields.push_back(field_of("label", std::int64_t{static_cast<std::uint32_t>(label)}));
+        }
+        add_unless_none(fields, "previous", previous, no_label);
+        chk_found(customer_kind(code), label == no_label ? "RVKLT" : "RVETI", std::move(fields));
     }
 }
 

@@ -19,8 +19,15 @@ finding_field field_of(const SeriesKey &series) {
             false};
 }
 
-void chk_found(const finding_kind &kind, const char *file, std::vector<finding_field> fields) {
+void chk_found(const finding_kind &kind, const std::string &file, std::vector<finding_field> fields) {
     if (chk_finding_listener != nullptr) {
         chk_finding_listener({kind, file, std::move(fields)});
+    }
+}
+
+void add_unless_none(std::vector<finding_field> &fields, const char *name, std::int64_t value,
+                     std::int64_t none) {
+    if (value != none) {
+        fields.push_back(field_of(name, value));
     }
 }

@@ -41,7 +41,7 @@ finding_field field_of(const SeriesKey &series);
 
 struct finding {
     const finding_kind &kind;
-    const char *file;  ///< the file at fault, without ".TXT"
+    std::string file;  ///< the file at fault, without ".TXT"
     std::vector<finding_field> fields;
 };
 
@@ -51,4 +51,7 @@ inline bool chk_is_heard() {
     return chk_finding_listener != nullptr;
 }
 /// Tells the listener.
-void chk_found(const finding_kind &kind, const char *file, std::vector<finding_field> fields);
+void chk_found(const finding_kind &kind, const std::string &file, std::vector<finding_field> fields);
+/// Adds a number to the fields, unless it stands for none.
+void add_unless_none(std::vector<finding_field> &fields, const char *name, std::int64_t value,
+                     std::int64_t none);

@@ -1,8 +1,8 @@
 // The parts that every check uses, and the course that it follows.
 //
-// A check fills in a `chk_course` and calls `chk_perform`. The course shows the status line, opens what the
-// check needs, walks, prints the report, sets flag and date when there is nothing to report, asks whether to
-// repair, repairs, and starts again. A check that works differently uses the parts one by one.
+// A check is an object derived from `chk_check`, which goes its course in `chk_perform`: the status line is
+// shown, what the check needs is opened, it walks, the report is printed, flag and date are set when there is
+// nothing to report, the operator is asked, the check repairs, and all starts again.
 #pragma once
 
 #include <string>

@@ -60,9 +60,11 @@ ChainError label_check::follow(const SeriesRecord &series) {
 void label_check::list(const ChainError &error) {
     errors.add(error);
     if (chk_is_heard()) {
-        chk_found(
-            label_findings()[error.code - 1U], error.code == label_series_invalid ? "RVSER" : "RVETI",
-            {field_of(error.key), field_of("block", error.block), field_of("previous", error.previous)});
+        std::vector<finding_field> fields{field_of(error.key)};
+        add_unless_none(fields, "block", error.block, stdchk_none);
+        add_unless_none(fields, "previous", error.previous, stdchk_none);
+        chk_found(label_findings()[error.code - 1U], error.code == label_series_invalid ? "RVSER" : "RVETI",
+                  std::move(fields));
     }
 }
 

@@ -318,6 +318,7 @@ TEST_F(Customers, RecordsAreCleanedInPlace) {
         const CheckRun run = check("full customers");
         EXPECT_EQ(run.flags, *one.shown == '\0' ? "customers" : "") << one.name << "\n" << run;
         EXPECT_EQ(run.asked(one.shown), *one.shown != '\0') << one.name;
+        EXPECT_EQ(run.found(), *one.shown == '\0' ? "" : "customers.103") << one.name;
         EXPECT_EQ(rows_of(run), Rows{}) << one.name;
         set(one.after);
         const CustomerRecord after = on_file(customer.number);

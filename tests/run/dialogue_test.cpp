@@ -1,4 +1,7 @@
 // The windows in which the checks speak to the operator, in the program itself.
+#include <csignal>
+
+#include "base/base.h"
 #include "support/check_case.h"
 #include "support/terminal.h"
 
@@ -44,6 +47,21 @@ TEST_F(Dialogue, WithoutTheRebuildProgramTheIndexOfTheCodesStays) {
     EXPECT_TRUE(t.wait_for("Programma ixreorgk niet gevonden")) << t.dump();
     EXPECT_TRUE(t.wait_for("/nergens/ixreorgk")) << t.dump();
     EXPECT_TRUE(t.wait_for("De index van RVEAN is niet hersteld")) << t.dump();
+}
+
+TEST_F(Dialogue, AProgramEndedAtAQuestionLeavesNoTemporaryFiles) {
+    make({.series = 5, .customers = 0}, {"ean-series-unknown"});
+    Terminal t({.program = RVCHK_PROGRAM});
+    ASSERT_TRUE(t.wait_for("<ENTER> voor vervolg"));
+    t.key("ENTER");
+    ASSERT_TRUE(t.wait_for("Uw keuze"));
+    t.type("12");
+    t.key("ENTER");
+    ASSERT_TRUE(t.wait_for("Instore EAN-codes toekennen")) << t.dump();
+    kill(t.pid(), SIGTERM);
+    EXPECT_EQ(t.wait_exit(), 0);
+    std::string pattern = "TP*";
+    EXPECT_EQ(FILES_PRESENT(pattern), 0) << pattern;
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 //
 //     class Labels : public CheckCase {};
 //     TEST_F(Labels, ...) {
-//         make({.series = 5}, {"label-other-series"});   // names of shop faults; or change `shop`, then
-//         write() CheckRun run = check("labels", "J");           // words and answers
+//         make({.series = 5}, {"label-other-series"});   // names of shop faults
+//         const CheckRun run = check("labels", "J");     // words and answers
 //         EXPECT_EQ(run.flags, "");
 //         EXPECT_TRUE(run.reports("etiketblok van andere serie")) << run;
 //         EXPECT_EQ(check("labels").flags, "labels");    // the second run
@@ -25,8 +25,9 @@
 ///   11 12 13            the entry of the menu with that number
 ///   full                the checks after this word run as in a full run
 ///   trusted             the labels count as sound, as after an orderly end of the run before
-///   break, break=TEXT   breaks off at the first look for the wish to, or in the pass whose caption holds
-///   TEXT kill-at=N           SIGKILL before the write to a file of data that comes N writes from here
+///   break               breaks off at the first look for the wish to
+///   break=TEXT          breaks off in the pass whose caption holds TEXT
+///   kill-at=N           SIGKILL before the write to a file of data that comes N writes from here
 ///   leave-at=N          likewise SIGTERM, which is obeyed at the next safe place
 ///   refuse              no destination is found for reports
 CheckRun run_check(const std::string &words, const std::string &answers = "");
