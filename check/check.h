@@ -23,6 +23,8 @@ extern bool chk_full_run;
 /// The operator cancelled a check of the sequence. The sequence then stops without a summary, even when that
 /// check passed earlier in the session.
 extern bool chk_broken_off;
+/// The index of the series file was made anew in this session.
+extern bool chk_series_index_made;
 
 /// The checks. Each walks its files, reports, repairs what the operator agrees to, and sets its session flag
 /// when it has passed.

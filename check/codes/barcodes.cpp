@@ -14,28 +14,23 @@ namespace {
 constexpr char file_name[] = "RVBARC";
 constexpr int no_supplier = 0;
 
-const char *deleted() {
-    return detail_text(27, 155, "de oude code wordt verwijderd");
+const finding_kind *no_series() {
+    return &barcode_findings()[0];
 }
-
-constexpr finding_kind kinds[] = {
-    {"barcodes.1", finding_fate::asked, 0, [] { return detail_text(21, 1, "Serie niet aanwezig"); }, deleted},
-    {"barcodes.2", finding_fate::asked, 0, [] { return detail_text(21, 2, "Maat niet bekend bij serie"); },
-     deleted},
-};
-constexpr const finding_kind *no_series = &kinds[0];
-constexpr const finding_kind *no_size = &kinds[1];
+const finding_kind *no_size() {
+    return &barcode_findings()[1];
+}
 
 /// What is wrong with a code, null for nothing. `series` is its series, if there is one.
 const finding_kind *fault_of(const BarcodeRecord &record, SeriesRecord &series) {
     series = {};
     series.key = {record.group, record.colour, record.number};
     if (!IXREAD(chk_files.rvser, &series)) {
-        return no_series;
+        return no_series();
     }
     const bool fits =
         record.size_kind == series.size_kind && (record.size == 0 || series.sizes.test(record.size));
-    return fits ? nullptr : no_size;
+    return fits ? nullptr : no_size();
 }
 
 void show_code(const article_code &code) {
@@ -57,7 +52,7 @@ constexpr report_column<code_line> columns[] = {
      }},
     {[] { return detail_text(21, 13, "mt"); }, "%3.3s ",
      [](const code_line &line) {
-         return &line.fault == no_size
+         return &line.fault == no_size()
                     ? text_cell(" %-3.3s", size_code(line.series.size_kind, line.record.size))
                     : text_cell("%4s", "");
      }},
@@ -155,10 +150,6 @@ private:
 };
 
 }  // namespace
-
-std::span<const finding_kind> barcode_findings() {
-    return kinds;
-}
 
 void chk_barcodes() {
     barcode_check check;

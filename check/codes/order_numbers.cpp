@@ -14,19 +14,6 @@ namespace {
 
 constexpr int key_parts_supplier = 4;  // of the key of a price set
 
-const char *deleted() {
-    return detail_text(27, 150, "het bestelnummer wordt verwijderd");
-}
-
-constexpr finding_kind kinds[] = {
-    {"order_numbers.1", finding_fate::asked, 0, [] { return detail_text(21, 1, "Serie niet aanwezig"); },
-     deleted},
-    {"order_numbers.2", finding_fate::asked, 0,
-     [] { return detail_text(21, 2, "Maat niet bekend bij serie"); }, deleted},
-    {"order_numbers.3", finding_fate::asked, 0,
-     [] { return detail_text(21, 3, "Leverancier niet bekend bij serie"); }, deleted},
-};
-
 std::string file_name(int supplier) {
     return str_format("XNRS%04d", supplier);
 }
@@ -129,17 +116,17 @@ const finding_kind *order_number_check::fault_of(const SupplierNumberRecord &rec
     SeriesRecord series{};
     series.key = key_of(record);
     if (!IXREAD(chk_files.rvser, &series)) {
-        return &kinds[0];
+        return &order_number_findings()[0];
     }
     PriceSetRecord set{};
     set.key = key_of(record);
     set.supplier = static_cast<std::uint16_t>(supplier);
     if (!IXNEXTR(price_sets, &set, key_parts_supplier)) {
-        return &kinds[2];
+        return &order_number_findings()[2];
     }
     const bool fits =
         record.size_kind == series.size_kind && (record.size == 0 || series.sizes.test(record.size));
-    return fits ? nullptr : &kinds[1];
+    return fits ? nullptr : &order_number_findings()[1];
 }
 
 void order_number_check::report_row(const number_line &line) {
@@ -204,10 +191,6 @@ void order_number_check::remove_faulty(int supplier, const article_code &code) {
 }
 
 }  // namespace
-
-std::span<const finding_kind> order_number_findings() {
-    return kinds;
-}
 
 void chk_order_numbers() {
     order_number_check check;

@@ -12,12 +12,6 @@ namespace {
 constexpr std::size_t code_length = sizeof CustomerRecord::country;
 constexpr char dutch[] = "NLD";
 
-constexpr finding_kind kinds[] = {
-    {"countries.1", finding_fate::human, 0,
-     [] { return detail_text(22, 41, "bevat geen geldige landcode; landcode toekennen aan klant."); },
-     [] { return detail_text(27, 98, "zet NLD in de landentabel, of geef de klant een landcode"); }},
-};
-
 struct CountryError {
     little_uint32_t customer;
     char code[code_length];  // empty
@@ -30,7 +24,7 @@ constexpr report_column<CountryError> columns[] = {
      [](const CountryError &) { return text_cell("%11.11s ", detail_text(22, 40, "Klantnummer")); }},
     {nullptr, "%s",
      [](const CountryError &error) { return number_cell("%7ld   ", static_cast<long>(error.customer)); }},
-    {nullptr, "%s", [](const CountryError &) { return text_cell("%s", kinds[0].text()); }},
+    {nullptr, "%s", [](const CountryError &) { return text_cell("%s", country_findings()[0].text()); }},
 };
 
 /// Four digits and two capitals, with or without a blank between them.
@@ -114,7 +108,7 @@ void country_check::list(std::uint32_t customer) {
     error.customer = customer;
     errors.add(error);
     if (chk_is_heard()) {
-        chk_found(kinds[0], "RVKLT", {field_of("customer", std::int64_t{customer})});
+        chk_found(country_findings()[0], "RVKLT", {field_of("customer", std::int64_t{customer})});
     }
 }
 
@@ -139,10 +133,6 @@ void country_check::check(CustomerRecord &customer, std::int32_t place) {
 }
 
 }  // namespace
-
-std::span<const finding_kind> country_findings() {
-    return kinds;
-}
 
 void chk_countries() {
     country_check check;

@@ -52,6 +52,17 @@ constexpr customer_error order[] = {
 };
 static_assert(std::size(order) == std::size(kinds));
 
+constexpr finding_kind title_kinds[] = {
+    {"titles.1", finding_fate::human, 0, [] { return detail_text(22, 31, "omschrijving niet gedefinieerd"); },
+     [] { return detail_text(27, 95, "voeg de omschrijving toe, of wijzig de code van de klant"); }},
+};
+
+constexpr finding_kind country_kinds[] = {
+    {"countries.1", finding_fate::human, 0,
+     [] { return detail_text(22, 41, "bevat geen geldige landcode; landcode toekennen aan klant."); },
+     [] { return detail_text(27, 98, "zet NLD in de landentabel, of geef de klant een landcode"); }},
+};
+
 }  // namespace
 
 std::span<const finding_kind> customer_findings() {
@@ -60,4 +71,12 @@ std::span<const finding_kind> customer_findings() {
 
 const finding_kind &customer_kind(int code) {
     return kinds[std::find(std::begin(order), std::end(order) - 1, code) - std::begin(order)];
+}
+
+std::span<const finding_kind> title_findings() {
+    return title_kinds;
+}
+
+std::span<const finding_kind> country_findings() {
+    return country_kinds;
 }

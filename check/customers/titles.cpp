@@ -10,11 +10,6 @@ namespace {
 
 constexpr int highest_title = region_titles.highest;
 
-constexpr finding_kind kinds[] = {
-    {"titles.1", finding_fate::human, 0, [] { return detail_text(22, 31, "omschrijving niet gedefinieerd"); },
-     [] { return detail_text(27, 95, "voeg de omschrijving toe, of wijzig de code van de klant"); }},
-};
-
 struct TitleError {
     little_uint32_t customer;
     little_uint32_t code;
@@ -26,7 +21,7 @@ constexpr report_column<TitleError> columns[] = {
      [](const TitleError &error) { return number_cell("%7ld   ", static_cast<long>(error.customer)); }},
     {[] { return detail_text(22, 30, "titulatuurcode"); }, "%s",
      [](const TitleError &error) { return number_cell("%2ld  ", static_cast<long>(error.code)); }},
-    {nullptr, "%s", [](const TitleError &) { return text_cell("%s", kinds[0].text()); }},
+    {nullptr, "%s", [](const TitleError &) { return text_cell("%s", title_findings()[0].text()); }},
 };
 
 /// Tells the operator before the report that the shop has to mend this, in one of two ways.
@@ -112,7 +107,7 @@ private:
         error.code = customer.title;
         errors.add(error);
         if (chk_is_heard()) {
-            chk_found(kinds[0], "RVKLT",
+            chk_found(title_findings()[0], "RVKLT",
                       {field_of("customer", std::int64_t{customer.number}),
                        field_of("title", std::int64_t{customer.title})});
         }
@@ -125,10 +120,6 @@ private:
 };
 
 }  // namespace
-
-std::span<const finding_kind> title_findings() {
-    return kinds;
-}
 
 void chk_titles() {
     title_check check;

@@ -12,6 +12,7 @@
 // A repair never sets the date itself; only the run that follows it does.
 #include "check/frame/frame.h"
 
+#include "data/data.h"
 #include "report/report.h"
 
 namespace {
@@ -169,6 +170,9 @@ bool chk_room(int margin) {
 }
 
 void chk_perform(chk_check &check) {
+    if (chk_files.rvser == nullptr) {
+        err_internal(program_name, 3);  // no shop is open
+    }
     const current_check outer = current;
     while (run_once(check) && check.settings.runs_again) {
     }

@@ -1,4 +1,4 @@
-// What the order journal check can find, and the lines of its report. A line is the name of the journal and a
+// The lines of the report of the order journal check. A line is the name of the journal and a
 // sentence with what the walk saw there, so it is no table of columns.
 #include "report/report.h"
 
@@ -7,24 +7,6 @@
 #include "check/journals/journals.h"
 
 namespace {
-
-const char *put_back() {
-    return detail_text(27, 160, "zet het journaal terug uit een kopie, of Support");
-}
-
-constexpr finding_kind kinds[] = {
-    {"journals.1", finding_fate::human, 0, [] { return detail_text(24, 5, "Ongeldige kode"); }, put_back},
-    {"journals.2", finding_fate::human, 0, [] { return detail_text(24, 6, "Ongeldige volgorde"); }, put_back},
-    {"journals.3", finding_fate::human, 0, [] { return detail_text(24, 7, "Onvolledig record"); }, put_back},
-    {"journals.4", finding_fate::human, 0, [] { return detail_text(24, 9, "Gewijzigd tijdens controle"); },
-     [] { return detail_text(27, 161, "laat het andere programma stoppen en controleer opnieuw"); }},
-    {"journals.5", finding_fate::human, 0,
-     [] { return detail_text(27, 162, "journaal niet gelezen, of kopie niet geschreven"); },
-     [] { return detail_text(27, 163, "kijk schijf, ruimte en rechten na"); }},
-    {"journals.6", finding_fate::human, 0,
-     [] { return detail_text(27, 164, "journaal of directory is niet toegankelijk"); },
-     [] { return detail_text(27, 165, "kijk de rechten na"); }},
-};
 
 /// A byte as the report can show it.
 char shown(char c) {
@@ -39,16 +21,12 @@ std::string season_text(const journal_name &name) {
 
 void tell(journal_fault fault, const std::string &season, const std::string &journal, std::int64_t at) {
     if (chk_is_heard()) {
-        chk_found(kinds[static_cast<std::size_t>(fault)], journal.c_str(),
+        chk_found(journal_findings()[static_cast<std::size_t>(fault)], journal.c_str(),
                   {field_of("season", season), field_of("offset", at)});
     }
 }
 
 }  // namespace
-
-std::span<const finding_kind> journal_findings() {
-    return kinds;
-}
 
 void journal_report_closed(const std::string &directory, const std::string &journal) {
     tell(journal_fault::closed, directory, journal, 0);
@@ -70,19 +48,21 @@ void journal_report_end(const journal_name &name, const journal_walk &walk) {
     const char *const code = detail_text(24, 10, "kode");
     switch (walk.end) {
         case journal_end::unknown_code:
-            journal_report(name, journal_fault::unknown_code,
-                           str_format("%s (%s=%c, fpos=%ld)", kinds[0].text(), code, shown(walk.code), at),
-                           at);
+            journal_report(
+                name, journal_fault::unknown_code,
+                str_format("%s (%s=%c, fpos=%ld)", journal_findings()[0].text(), code, shown(walk.code), at),
+                at);
             break;
         case journal_end::order_misplaced:
             journal_report(name, journal_fault::misplaced,
-                           str_format("%s (%s=%c, %s=%c, fpos=%ld)", kinds[1].text(), code, walk.code,
-                                      detail_text(24, 11, "prevkode"), walk.previous, at),
+                           str_format("%s (%s=%c, %s=%c, fpos=%ld)", journal_findings()[1].text(), code,
+                                      walk.code, detail_text(24, 11, "prevkode"), walk.previous, at),
                            at);
             break;
         case journal_end::cut_off:
-            journal_report(name, journal_fault::cut_off,
-                           str_format("%s (%s=%c, fpos=%ld)", kinds[2].text(), code, walk.code, at), at);
+            journal_report(
+                name, journal_fault::cut_off,
+                str_format("%s (%s=%c, fpos=%ld)", journal_findings()[2].text(), code, walk.code, at), at);
             break;
         case journal_end::unreadable:
             journal_report(name, journal_fault::disk, std::strerror(walk.error), at);

@@ -5,8 +5,6 @@
 
 namespace {
 
-bool index_rebuilt = false;  ///< in this session
-
 /// Deletes what unfinished work on the series file left: index halves under other names that no program can
 /// use.
 void remove_leftovers() {
@@ -45,7 +43,7 @@ const char *label_check::title() const {
 
 /// Rebuilds the index of the series file once a session; outside a full run only when the operator wants it.
 void label_check::rebuild_series_index() {
-    if (index_rebuilt ||
+    if (chk_series_index_made ||
         (!chk_full_run && !op_ask(op_question::series_index,
                                   detail_text(8, 244, "Wilt u de index van het seriebestand herstellen")))) {
         return;
@@ -54,7 +52,7 @@ void label_check::rebuild_series_index() {
     const int mode = chk_files.rvser->mode;
     IXCLOSE(chk_files.rvser);
     chk_files.rvser = nullptr;
-    tell_rebuilt = index_rebuilt = IXBLDIX("RVSER");
+    tell_rebuilt = chk_series_index_made = IXBLDIX("RVSER");
     chk_files.rvser = pair_open("RVSER", mode, sizeof(SeriesRecord));
 }
 

@@ -1,4 +1,4 @@
-// What the order criteria check can find, and its report. A line stands for a series, whatever was wrong with
+// The report of the order criteria check. A line stands for a series, whatever was wrong with
 // its blocks, and says what became of it.
 #include <limits>
 
@@ -9,18 +9,6 @@
 namespace {
 
 constexpr int row_margin = 2;
-
-constexpr finding_kind kinds[] = {
-    {"order_criteria.1", finding_fate::mended, 0,
-     [] { return detail_text(14, 4, "bestelcriteria gecorrigeerd"); },
-     [] {
-         return detail_text(27, 65,
-                            "de ketting is ingekort, losse blokken zijn aangesloten; kijk de criteria na");
-     }},
-    {"order_criteria.2", finding_fate::mended, 0,
-     [] { return detail_text(14, 5, "bestelcriteria verwijderd"); },
-     [] { return detail_text(27, 66, "er bleef niets over; geef de criteria opnieuw in"); }},
-};
 
 struct series_line {
     const SeriesKey &key;
@@ -33,10 +21,6 @@ constexpr report_column<series_line> columns[] = {
 };
 
 }  // namespace
-
-std::span<const finding_kind> criteria_findings() {
-    return kinds;
-}
 
 void criteria_check::heads(bool first_page) {
     if (!first_page) {
@@ -64,7 +48,7 @@ void criteria_check::report() {
     while (errors.first(error)) {
         const SeriesKey key = error.key;
         const std::int32_t block = error.block;
-        const finding_kind &outcome = kinds[mend_series(key) ? 0 : 1];
+        const finding_kind &outcome = criteria_findings()[mend_series(key) ? 0U : 1U];
         if (chk_is_heard()) {
             chk_found(outcome, "RVBAPAR", {field_of(key), field_of("block", std::int64_t{block})});
         }

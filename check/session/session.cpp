@@ -28,6 +28,7 @@ bool ok_barcodes = false;
 bool ok_journals = false;
 bool chk_full_run = false;
 bool chk_broken_off = false;
+bool chk_series_index_made = false;
 
 namespace {
 
@@ -64,6 +65,7 @@ void chk_session_open() {
     for (const chk_row &row : chk_rows()) {
         *row.passed = false;
     }
+    chk_series_index_made = false;
     // The status on file tells how the slot's last program ended; the one in memory starts at rest.
     ok_labels = sys_slot_status <= last_trusted_status;
 }

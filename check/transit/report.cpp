@@ -1,4 +1,4 @@
-// What the check of goods in transit can find, and its report.
+// The report of goods in transit.
 #include "check/frame/columns.h"
 #include "check/transit/transit.h"
 #include "data/data.h"
@@ -7,12 +7,6 @@ namespace {
 
 constexpr int line_margin = 3;
 constexpr int labels_a_group = 4;
-
-// A line has no text of its own: every line is such a label.
-constexpr finding_kind kinds[] = {
-    {"transit.1", finding_fate::asked, 0, [] { return detail_text(27, 60, "onderweg zonder document"); },
-     [] { return detail_text(27, 61, "het etiket krijgt een regel in RVGO en een documentnummer"); }},
-};
 
 /// The code of the label's size; blank where the series or the size is unknown.
 std::string size_code(const SeriesRecord &series, std::uint8_t size) {
@@ -58,10 +52,6 @@ constexpr report_column<label_line> columns[] = {
 
 }  // namespace
 
-std::span<const finding_kind> transit_findings() {
-    return kinds;
-}
-
 void transit_check::heads(bool) {
     print_headings<label_line>(columns);
     chk_dashes();
@@ -76,7 +66,7 @@ void transit_check::print_label(std::int32_t number) {
     const bool known = IXREAD(chk_files.rvser, &series);
     if (chk_is_heard()) {
         chk_found(
-            kinds[0], "RVGO",
+            transit_findings()[0], "RVGO",
             {field_of(transit_series(label)), field_of("label", std::int64_t{number}),
              field_of("from", std::int64_t{label.branch}), field_of("to", std::int64_t{label.dest_branch})});
     }
