@@ -65,9 +65,9 @@ std::string text_of(const char (&text)[N]) {
     return {text, strnlen(text, N)};
 }
 
-void print_series(const report_group &group) {
+/// `brand` is the last one read.
+void print_series(const report_group &group, BrandRecord &brand) {
     const SeriesRecord &series = group.series;
-    BrandRecord brand{};
     merk_read(chk_files.rvmerk, brand, series.brand);
     column(series.registration == registration_sizes ? detail_text(23, 26, "maat registratie")
                                                      : detail_text(23, 27, "etiket registratie"),
@@ -112,6 +112,7 @@ void print_finding(const ean_finding &finding, const report_group &group, ICB *f
 void print_rows(ean_list &findings, ICB *file, bool of_series) {
     bool begun = false;
     report_group group;
+    BrandRecord brand{};
     findings.for_each([&](const ean_finding &finding) {
         if ((finding.key.colour != 0 || finding.key.number != 0) != of_series) {
             return;
@@ -127,7 +128,7 @@ void print_rows(ean_list &findings, ICB *file, bool of_series) {
                 prt_printf("%ld", static_cast<long>(finding.key.group));
             }
             if (group.known) {
-                print_series(group);
+                print_series(group, brand);
             }
             prt_newline();
         }

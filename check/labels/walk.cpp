@@ -58,8 +58,10 @@ ChainError label_check::follow(const SeriesRecord &series) {
 }
 
 void label_check::list(const ChainError &error) {
+    // Two records of one number, in a damaged series file, make one error.
+    const bool is_new = !chk_is_heard() || !IXFIND(errors.icb(), &error);
     errors.add(error);
-    if (chk_is_heard()) {
+    if (chk_is_heard() && is_new) {
         std::vector<finding_field> fields{field_of(error.key)};
         add_unless_none(fields, "block", error.block, stdchk_none);
         add_unless_none(fields, "previous", error.previous, stdchk_none);

@@ -86,7 +86,7 @@ public:
     void close() override;
 
 private:
-    void look_at(SeriesRecord &series, std::int32_t place);
+    void look_at(SeriesRecord &series, ArticleGroupRecord &group, std::int32_t place);
     void list(const SeriesRecord &series, const walked_labels &walked, std::int32_t place);
 
     // The lines of the report.

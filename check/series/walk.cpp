@@ -112,8 +112,7 @@ void series_check::list(const SeriesRecord &series, const walked_labels &walked,
     listed++;
 }
 
-void series_check::look_at(SeriesRecord &series, std::int32_t place) {
-    ArticleGroupRecord group{};
+void series_check::look_at(SeriesRecord &series, ArticleGroupRecord &group, std::int32_t place) {
     art_read(chk_files.rvart, group, series.key.group);
     walked_labels walked = walk_labels(series, label_mend::nothing);
     mend_quietly(series, group, walked);
@@ -128,6 +127,7 @@ bool series_check::walk() {
     const auto last = static_cast<std::uint32_t>(std::max<std::int32_t>(file->nrecs, 1) - 1);
     chk_phase(status(), last);
     SeriesRecord series{};
+    ArticleGroupRecord group{};  // the last one read: series come group by group
     std::uint32_t step = 0;
     const key_switch key(file, 1);
     std::int32_t left = file->nrecs;  // a damaged index can lead in a circle
@@ -135,7 +135,7 @@ bool series_check::walk() {
         if (is_void(series)) {
             delete_void(series.key);
         } else {
-            look_at(series, file->recno);
+            look_at(series, group, file->recno);
         }
         chk_progress(++step, last, chk_bar::step);
     }

@@ -21,7 +21,6 @@ TEST_F(Dialogue, TheMenuLeadsToTheWindowOfUnknownTitles) {
     t.key("ENTER");
     ASSERT_TRUE(t.wait_for("Uw keuze"));
     t.type("12");
-    t.key("ENTER");
     const std::pair<int, const char *> lines[] = {
         {16, "Er zijn klanten aangetroffen met een titulatuurcode zonder omschrijving."},
         {17, "Hiervan wordt nu een verslag afgedrukt."},
@@ -43,7 +42,6 @@ TEST_F(Dialogue, WithoutTheRebuildProgramTheIndexOfTheCodesStays) {
     t.key("ENTER");
     ASSERT_TRUE(t.wait_for("Uw keuze"));
     t.type("12");
-    t.key("ENTER");
     EXPECT_TRUE(t.wait_for("Programma ixreorgk niet gevonden")) << t.dump();
     EXPECT_TRUE(t.wait_for("/nergens/ixreorgk")) << t.dump();
     EXPECT_TRUE(t.wait_for("De index van RVEAN is niet hersteld")) << t.dump();
@@ -56,7 +54,6 @@ TEST_F(Dialogue, AProgramEndedAtAQuestionLeavesNoTemporaryFiles) {
     t.key("ENTER");
     ASSERT_TRUE(t.wait_for("Uw keuze"));
     t.type("12");
-    t.key("ENTER");
     ASSERT_TRUE(t.wait_for("Instore EAN-codes toekennen")) << t.dump();
     kill(t.pid(), SIGTERM);
     EXPECT_EQ(t.wait_exit(), 0);
