@@ -13,18 +13,20 @@ void show_code(const EanRecord &record) {
     op_value(op_field::ean_code, ean_text(record).c_str());
 }
 
-void tell(const ean_finding &finding) {
-    const std::string code(finding.code, strnlen(finding.code, sizeof finding.code));
-    if (code.empty()) {
-        chk_found(ean_kind_of(ean_kind::size_without_code), "RVSER",
-                  {field_of(finding.key), field_of("size_position", std::int64_t{finding.size})});
-    } else if (finding.key.colour != 0 || finding.key.number != 0) {
-        chk_found(
-            ean_kind_of(ean_kind::code_of_series), ean_file_name,
-            {field_of(finding.key), field_of("size", std::int64_t{finding.size}), field_of("code", code)});
+void tell_size(const ean_finding &finding) {
+    chk_found(ean_kind_of(ean_kind::size_without_code), "RVSER",
+              {field_of(finding.key), field_of("size_position", std::int64_t{finding.size})});
+}
+
+/// A code that points to nothing.
+void tell_code(const EanRecord &code) {
+    if (code.type == ean_of_series) {
+        chk_found(ean_kind_of(ean_kind::code_of_series), ean_file_name,
+                  {field_of({code.group, code.colour, code.number}),
+                   field_of("size", std::int64_t{code.size}), field_of("code", ean_text(code))});
     } else {
         chk_found(ean_kind_of(ean_kind::code_of_article), ean_file_name,
-                  {field_of("article", std::int64_t{finding.key.group}), field_of("code", code)});
+                  {field_of("article", std::int64_t{code.group}), field_of("code", ean_text(code))});
     }
 }
 
@@ -41,8 +43,8 @@ void ean_check::add_finding(const SeriesKey &key, std::uint8_t size, std::uint8_
     }
     if (!IXFIND(findings.icb(), &finding)) {
         findings.add(finding);
-        if (chk_is_heard()) {
-            tell(finding);
+        if (chk_is_heard() && code == nullptr) {
+            tell_size(finding);
         }
     }
 }
@@ -117,6 +119,9 @@ bool ean_check::check_codes() {
         show_code(code);
         if (points_to_nothing(code, series)) {
             list_code(code, codes->recno);
+            if (chk_is_heard()) {
+                tell_code(code);
+            }
             SeriesKey key{};
             key.group = code.group;
             key.colour = code.colour;

@@ -53,8 +53,11 @@ void work_file::remove() {
     if (file == nullptr) {
         return;
     }
-    if (!close_stream(file)) {
+    const bool written = close_stream(file);
+    const int why = errno;
+    file_delete(name.c_str());
+    if (!written) {
+        errno = why;
         fail();
     }
-    file_delete(name.c_str());
 }
