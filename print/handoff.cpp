@@ -67,12 +67,6 @@ void run_behind(const std::string &commands) {
     shell_run("(" + commands + ") &");
 }
 
-/// A name that starts with a hyphen would be an option of the command.
-bool is_spooler(const std::string &device) {
-    return !device.empty() && device.front() != '-' &&
-           shell_run("lpstat -v " + shell_word(device) + " 1> /dev/null 2> /dev/null");
-}
-
 void to_spooler(const char *lp_options) {
     const std::string file = shell_word(prt_job.job_file);
     run_behind("lp -d" + shell_word(prt_job.device) + " -n" + std::to_string(prt_job.copies) + " -c -s " +
@@ -240,7 +234,7 @@ void job_hand_off(const char *lp_options) {
         to_terminal_printer();
     } else if (prt_job.to_directory) {
         to_directory();
-    } else if (prt_job.spooler = is_spooler(prt_job.device); prt_job.spooler) {
+    } else if (prt_job.spooler) {
         to_spooler(lp_options);
     } else {
         to_device();

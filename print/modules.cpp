@@ -4,7 +4,14 @@
 
 namespace {
 
+/// A name that starts with a hyphen would be an option of the command.
+bool is_spooler(const std::string &device) {
+    return !device.empty() && device.front() != '-' &&
+           shell_run("lpstat -v " + shell_word(device) + " 1> /dev/null 2> /dev/null");
+}
+
 void begun(bool can_be_broken_off) {
+    prt_job.spooler = !prt_job.aux && is_spooler(prt_job.device);
     if (can_be_broken_off) {
         ing_break_reset();
     } else {

@@ -18,8 +18,7 @@ bool PRT_SCR();
 
 // handoff.cpp: from the job file to the destination.
 
-/// Gives the closed job file to its destination, which deletes it there. Finds out whether the device is a
-/// destination of the spooler.
+/// Gives the closed job file to its destination, which deletes it there.
 void job_hand_off(const char *lp_options);
 /// Runs a shell command that shows nothing on the terminal; true when it ends with status 0.
 bool shell_run(const std::string &command);

@@ -19,6 +19,8 @@ constexpr finding_kind kinds[] = {
     {"journals.6", finding_fate::human, 0,
      [] { return detail_text(27, 164, "journaal of directory is niet toegankelijk"); },
      [] { return detail_text(27, 165, "kijk de rechten na"); }},
+    {"journals.7", finding_fate::human, 0,
+     [] { return detail_text(27, 166, "het laatste record staat verkeerd"); }, put_back},
 };
 
 }  // namespace

@@ -50,7 +50,15 @@ journal_state journal_state_of(int fd);
 
 // ---- Findings
 
-enum class journal_fault : std::uint8_t { unknown_code, misplaced, cut_off, changed, disk, closed };
+enum class journal_fault : std::uint8_t {
+    unknown_code,
+    misplaced,
+    cut_off,
+    changed,
+    disk,
+    closed,
+    last_dropped
+};
 std::span<const finding_kind> journal_findings();
 /// Tells of a fault of a journal, and prints its line: `text`, and that it is a fault.
 void journal_report(const journal_name &name, journal_fault fault, const std::string &text,

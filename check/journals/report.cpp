@@ -71,6 +71,6 @@ void journal_report_end(const journal_name &name, const journal_walk &walk) {
         case journal_end::empty:
             break;
         default:
-            journal_report_closed(season_text(name), str_format("ORD%04d.JRN", name.number));
+            tell(journal_fault::last_dropped, season_text(name), str_format("ORD%04d.JRN", name.number), at);
     }
 }

@@ -293,7 +293,7 @@ TEST_F(Journals, OneThatFailsDoesNotKeepTheOthersBack) {
 
 TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {
     write_journal("O17 M D F", "17");
-    EXPECT_EQ(check("journals").found(), "journals.6") << "the last record is out of place";
+    EXPECT_EQ(check("journals").found(), "journals.7") << "the last record is out of place";
     // A program that ignores the lock writes behind the back of the walk.
     write_journal("O17 M D S", "17");
     EXPECT_EQ(play({},
@@ -307,6 +307,19 @@ TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {
                    })
                   .found(),
               "journals.4");
+    // Another program deletes the journal between its listing and its opening.
+    write_journal("O17 M D S", "17");
+    EXPECT_EQ(play({},
+                   [] {
+                       isam_operator.show = [](op_field, const char *, const char *value) {
+                           if (value != nullptr) {
+                               unlink(journal_file);
+                           }
+                       };
+                       chk_journals();
+                   })
+                  .found(),
+              "journals.6");
     // There is no room for the copy.
     std::string words;
     for (int order = 0; order < 2000; order++) {

@@ -109,8 +109,8 @@ TEST_F(Whole, SoundShopOfEveryModePassesWithoutAQuestion) {
 }
 
 /// Kinds that no fault of a made shop shows; the tests of their checks do.
-const std::set<std::string> shown_elsewhere = {"sizes.7",    "order_criteria.2", "customers.103",
-                                               "journals.4", "journals.5",       "journals.6"};
+const std::set<std::string> shown_elsewhere = {
+    "sizes.7", "order_criteria.2", "customers.103", "journals.4", "journals.5", "journals.6", "journals.7"};
 
 TEST_F(Whole, EveryFaultIsFoundAndMendedOrLeftToAHuman) {
     std::set<std::string> codes;
