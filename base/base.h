@@ -4,6 +4,7 @@
 
 #include "base/catalog.h"
 #include "base/dates.h"
+#include "base/file_view.h"
 #include "base/files.h"
 #include "base/operator.h"
 #include "base/strformat.h"

@@ -4,7 +4,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <random>
 
 #include "base/catalog.h"
 #include "base/files.h"
@@ -62,6 +64,27 @@ bool file_lock(lock_action action, int fd, off_t start, off_t length) {
     return false;
 }
 
+bool file_lock_soon(const std::function<bool()> &granted) {
+    // The distances differ between processes: two that ask for a sole lock at the same moments refuse each
+    // other each time.
+    static std::minstd_rand scatter(static_cast<unsigned>(getpid()));
+    constexpr long first = 50;  // microseconds
+    constexpr long most = 800;
+    constexpr long patience = 20000;
+    long waited = 0;
+    for (long distance = first; !granted(); distance = std::min(distance * 2, most)) {
+        if ((errno != EACCES && errno != EAGAIN) || waited >= patience) {
+            return false;
+        }
+        const int error = errno;
+        const long now = distance / 2 + static_cast<long>(scatter()) % distance;
+        usleep(static_cast<useconds_t>(now));
+        waited += now;
+        errno = error;
+    }
+    return true;
+}
+
 pid_t file_lock_holder(int fd, off_t start, off_t length) {
     struct flock range {};
     return ask_lock(range, fd, start, length) && range.l_type != F_UNLCK ? range.l_pid : 0;
@@ -78,7 +101,7 @@ int lock_range(int fd, int operation, int length) {
         again_if_interrupted([&] { return lockf(fd, F_ULOCK, length); });
         return 0;
     }
-    while (lockf(fd, F_TLOCK, length) != 0) {
+    while (!file_lock_soon([&] { return lockf(fd, F_TLOCK, length) == 0; })) {
         if (errno == EACCES || errno == EAGAIN) {
             lock_wait();
         } else if (errno != EINTR) {

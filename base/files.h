@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <functional>
 #include <string>
 
 /// Reads up to `size` bytes at `offset`, going on after EINTR and partial reads. Returns the bytes read
@@ -22,6 +23,10 @@ enum class lock_action : char {
 /// Returns true when granted, free or released; a range that another process holds leaves errno at EACCES or
 /// EAGAIN.
 bool file_lock(lock_action action, int fd, off_t start, off_t length);
+/// Tries for a lock again and again, for about 20 ms at growing distances: most locks are held for
+/// microseconds, and whoever waits for seconds then gets no turn. Returns, with its errno, what the last try
+/// gave.
+bool file_lock_soon(const std::function<bool()> &granted);
 /// The process that keeps `fd`'s range from being locked for writing; 0 when the range is free.
 pid_t file_lock_holder(int fd, off_t start, off_t length);
 

@@ -136,6 +136,15 @@ void op_in_use(const char *text) {
     }
 }
 
+bool op_due(std::chrono::steady_clock::time_point &last) {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - last < std::chrono::milliseconds(50)) {
+        return false;
+    }
+    last = now;
+    return true;
+}
+
 leave_guard::leave_guard() {
     if (isam_operator.hold != nullptr) {
         isam_operator.hold();

@@ -6,6 +6,7 @@
 // nobody wants to break off, and the store prints plain text and waits by itself.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -131,6 +132,50 @@ bool op_await_turn(bool may_ask, const std::function<bool()> &granted);
 [[noreturn]] void op_end();
 /// Tells for two seconds that something is in use; waits that long without an operator too.
 void op_in_use(const char *text);
+
+/// True, and from then on false for a twentieth of a second: as often as an eye can follow.
+bool op_due(std::chrono::steady_clock::time_point &last);
+
+/// Shows a value that changes with each record of a walk, as often as an eye can follow; at the end of the
+/// walk the last one.
+template <class Item>
+class op_ticker {
+public:
+    using text_of = std::string (*)(const Item &item);
+    op_ticker(op_field of, text_of how) : field(of), text(how) {}
+    ~op_ticker() {
+        end();
+    }
+    op_ticker(const op_ticker &) = delete;
+    op_ticker &operator=(const op_ticker &) = delete;
+
+    void show(const Item &item) {
+        latest = item;
+        behind = true;
+        if (op_due(shown)) {
+            tell();
+        }
+    }
+
+    /// The end of the walk.
+    void end() {
+        if (behind) {
+            tell();
+        }
+    }
+
+private:
+    void tell() {
+        op_value(field, text(latest).c_str());
+        behind = false;
+    }
+
+    op_field field;
+    text_of text;
+    Item latest{};
+    bool behind = false;
+    std::chrono::steady_clock::time_point shown{};
+};
 
 /// Holds off leaving for the time of a block: files are between two states.
 struct leave_guard {

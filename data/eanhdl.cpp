@@ -15,7 +15,6 @@ namespace {
 constexpr std::size_t longest_code = sizeof(EanRecord::code);
 constexpr std::size_t shortest_code = 8;
 constexpr std::uint32_t highest_number = 99999999;
-constexpr int by_size = 2;
 
 void put_code(EanRecord &record, std::string_view code) {
     std::memset(record.code, 0, sizeof record.code);
@@ -89,7 +88,7 @@ bool ean_read_series(ICB *file, EanRecord &record, const SeriesKey &key, std::ui
     record.number = key.number;
     record.size = size;
     const EanRecord wanted = record;
-    const key_switch of_size(file, by_size);
+    const key_switch of_size(file, ean_by_size);
     if (IXREAD(file, &record)) {
         return true;
     }

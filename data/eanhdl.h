@@ -12,6 +12,9 @@ inline constexpr char ean_file_name[] = "RVEAN";
 inline constexpr char ean_of_series = 'M';
 inline constexpr char ean_of_article = 'A';
 
+/// The key of RVEAN by which a size has its code.
+inline constexpr int ean_by_size = 2;
+
 /// Reads a code, cut at 13 characters. One of 13 that begins with "0" is also looked for without the "0".
 bool ean_read_code(ICB *file, EanRecord &record, std::string_view code);
 /// Reads the code of a size, on key 2 whatever key is current. After a failure `record` holds the key.

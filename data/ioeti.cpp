@@ -24,6 +24,7 @@ constexpr std::int32_t no_label = 0;
 
 struct {
     int fd = -1;
+    file_view view{};
     bool transit_in_use = false;
     bool test_mode = false;
     LabelBlock block{};
@@ -63,7 +64,7 @@ load_result try_read(std::int32_t block, LabelBlock &buffer) {
         return load_result::no_seek;
     }
     errno = 0;
-    const ssize_t got = file_read_at(eti.fd, &buffer, sizeof buffer, place_of(block));
+    const ssize_t got = file_view_read_at(eti.view, eti.fd, &buffer, sizeof buffer, place_of(block));
     if (got < 0) {
         fail_disk(eti_action::read, block);
     }
@@ -102,6 +103,7 @@ void store_block() {
     if (!file_write_at(eti.fd, &eti.block, sizeof eti.block, place_of(eti.number))) {
         fail_disk(eti_action::write, eti.number);
     }
+    file_view_grown(eti.view, place_of(eti.number + 1));
 }
 
 /// A chain leads to a new block a moment before that block is written. The program that adds it holds the
@@ -171,6 +173,7 @@ void open_file() {
 
 void close_file() {
     if (eti.fd >= 0) {
+        file_view_close(eti.view);
         close(eti.fd);
         eti.fd = -1;
     }

@@ -7,7 +7,6 @@
 #include "data/ioink.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -48,6 +47,7 @@ enum class trouble : int { none = 0, no_seek = 1, short_read = 2, other_set = 3 
 struct {
     ICB *sets = nullptr;
     int fd = -1;
+    file_view view{};
     ink_mode mode = ink_mode::read;
 } ink;
 
@@ -83,15 +83,14 @@ trouble try_read(std::int32_t block, PriceBlock &buffer) {
         return trouble::no_seek;
     }
     errno = 0;
-    return file_read_at(ink.fd, &buffer, sizeof buffer, place_of(block)) ==
+    return file_view_read_at(ink.view, ink.fd, &buffer, sizeof buffer, place_of(block)) ==
                    static_cast<ssize_t>(sizeof buffer)
                ? trouble::none
                : trouble::short_read;
 }
 
 std::int32_t blocks_in_file() {
-    struct stat info {};
-    const off_t size = fstat(ink.fd, &info) == 0 ? info.st_size : 0;
+    const off_t size = std::max(file_fd_size(ink.fd), off_t{0});
     const off_t highest = std::numeric_limits<std::int32_t>::max();
     return static_cast<std::int32_t>(std::min(size / static_cast<off_t>(sizeof(PriceBlock)), highest));
 }
@@ -178,6 +177,7 @@ void ink_close() {
     }
     IXCLOSE(ink.sets);
     ink.sets = nullptr;
+    file_view_close(ink.view);
     close(ink.fd);
     ink.fd = -1;
     set_program_status(status_working);

@@ -1,7 +1,6 @@
 #include "data/iotab.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -22,6 +21,7 @@ SysRow15 sys_country{};
 namespace {
 
 int tab_fd = -1;
+file_view tab_view{};
 
 /// One record of a region, while an action works on it.
 struct record_place {
@@ -55,11 +55,6 @@ std::string current_directory() {
     return text.substr(0, shown);
 }
 
-off_t present_size() {
-    struct stat info {};
-    return fstat(tab_fd, &info) == 0 ? info.st_size : 0;
-}
-
 void open_file(std::int32_t &number) {
     if (tab_fd < 0) {
         tab_fd = open(sys_file_name, O_RDWR | O_CLOEXEC);
@@ -71,9 +66,9 @@ void open_file(std::int32_t &number) {
             err_open("iotab", sys_file_name);
         }
         // A file that lacks rows is damaged. Going on would mean working with made-up settings and dates.
-        if (present_size() < region_rows.end()) {
+        if (file_fd_size(tab_fd) < region_rows.end()) {
             errno = EIO;
-            fail(tab_action::open, present_size());
+            fail(tab_action::open, file_fd_size(tab_fd));
         }
     }
     number = 1;
@@ -81,6 +76,7 @@ void open_file(std::int32_t &number) {
 
 void close_file() {
     if (tab_fd >= 0) {
+        file_view_close(tab_view);
         close(tab_fd);
         tab_fd = -1;
     }
@@ -96,7 +92,7 @@ bool read_record(tab_action action, const record_place &place) {
     if (!place.inside()) {
         return false;
     }
-    const ssize_t got = file_read_at(tab_fd, place.buffer, place.size, place.offset());
+    const ssize_t got = file_view_read_at(tab_view, tab_fd, place.buffer, place.size, place.offset());
     if (got < 0) {
         fail(action, place.offset());
     }
@@ -109,7 +105,7 @@ bool read_record(tab_action action, const record_place &place) {
 
 /// Never makes the file longer: a record past its end was not read from it either.
 void write_record(tab_action action, const record_place &place) {
-    if (place.inside() && place.offset() + place.length() > present_size()) {
+    if (place.inside() && place.offset() + place.length() > file_fd_size(tab_fd)) {
         errno = EFBIG;
         fail(action, place.offset());
     }
@@ -123,7 +119,8 @@ int unlock_record(const record_place &place) {
 }
 
 void lock_record(const record_place &place) {
-    while (!file_lock(lock_action::sole, tab_fd, place.offset(), place.length())) {
+    const auto granted = [&] { return file_lock(lock_action::sole, tab_fd, place.offset(), place.length()); };
+    while (!file_lock_soon(granted)) {
         if (errno != EACCES && errno != EAGAIN) {
             fail(tab_action::lock_read, place.offset());
         }

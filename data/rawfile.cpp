@@ -36,7 +36,7 @@ bool read_raw(raw_file &file, std::int32_t block, void *buffer) {
     if (block < 0) {
         return false;
     }
-    const ssize_t got = file_read_at(file.fd, buffer, file.size, place_of(file, block));
+    const ssize_t got = file_view_read_at(file.view, file.fd, buffer, file.size, place_of(file, block));
     if (got < 0) {
         fail(file, raw_action::read, block);
     }
@@ -51,6 +51,7 @@ void write_raw(raw_file &file, std::int32_t block, const void *buffer) {
     if (block < 0 || !file_write_at(file.fd, buffer, file.size, place_of(file, block))) {
         fail(file, raw_action::write, block);
     }
+    file_view_grown(file.view, place_of(file, block + 1));
     file.next = block + 1;
 }
 
@@ -63,6 +64,7 @@ int raw_access(raw_file &file, raw_action action, std::int32_t block, void *buff
             return 1;
         case raw_action::close:
             if (file.fd >= 0) {
+                file_view_close(file.view);
                 close(file.fd);
                 file.fd = -1;
             }

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/file_view.h"
+
 /// Action on a file of blocks.
 enum class raw_action : char { open = 'O', close = 'C', read = 'R', write = 'W', read_on = 'r' };
 
@@ -13,6 +15,7 @@ struct raw_file {
     std::size_t size;
     int fd = -1;
     std::int32_t next = 0;  ///< the block after that of the last action
+    file_view view{};
 };
 
 /// Opens, closes, reads or writes. A read returns 1, or 0 when the block is not wholly in the file; read_on

@@ -67,7 +67,7 @@ void warn_of_limit(const ICB *icb) {
 
 /// The check proper, under the header lock. With `quiet` there is no warning of a nearly full index half.
 std::int32_t check_pair(ICB *icb, const ix_names &names, bool quiet) {
-    const off_t index_size = ix_fd_size(icb->ixfd);
+    const off_t index_size = file_fd_size(icb->ixfd);
     if (icb->inupdate != 0 || index_size != off_t{icb->nblocks} * ix_block_size) {
         return -1;
     }

@@ -169,11 +169,6 @@ bool ix_in_use(const char *path) {
            });
 }
 
-off_t ix_fd_size(int fd) {
-    struct stat info {};
-    return fstat(fd, &info) == 0 ? info.st_size : -1;
-}
-
 bool ix_range_lock(lock_action action, const ICB *icb, int fd, off_t start, off_t length) {
     open_file *file = file_of(fd);
     if (file == nullptr || action == lock_action::test) {

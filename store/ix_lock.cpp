@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 
 #include "store/store_internal.h"
@@ -19,6 +20,10 @@ void wait_plainly(ICB *icb) {
     isam_operator.last_line(true, text, 2);
 }
 
+bool range_lock_soon(lock_action action, const ICB *icb, int fd, off_t start, off_t length) {
+    return file_lock_soon([&] { return ix_range_lock(action, icb, fd, start, length); });
+}
+
 void lock_until_granted(lock_action action, ICB *icb, int fd, off_t start, off_t length) {
     while (!ix_trylock(action, icb, fd, start, length)) {
     }
@@ -31,7 +36,7 @@ void lock_whole_file(ICB *icb) {
         if (icb->tempfile == 0) {
             lock_until_granted(lock_action::sole, icb, icb->datfd, 0, 0);
         }
-        if (icb->flocked != 0 || ix_range_lock(lock_action::exclusive, icb, icb->ixfd, 0, ix_block_size)) {
+        if (icb->flocked != 0 || range_lock_soon(lock_action::exclusive, icb, icb->ixfd, 0, ix_block_size)) {
             icb->flocked = 1;
             return;
         }
@@ -89,11 +94,12 @@ struct lock_queue {
     }
 };
 
-bool reserve_key(ICB *icb) {
+/// False when another program has the key reserved.
+bool try_reserve_key(ICB *icb) {
     lock_queue queue(icb);
     if (queue.found >= 0) {
         queue.leave();
-        ix_lock_wait(icb);
+        errno = EAGAIN;
         return false;
     }
     if (queue.klen * (queue.count + 1) > ix_entry_bytes) {
@@ -104,6 +110,14 @@ bool reserve_key(ICB *icb) {
     queue.write();
     queue.leave();
     return true;
+}
+
+bool reserve_key(ICB *icb) {
+    if (file_lock_soon([icb] { return try_reserve_key(icb); })) {
+        return true;
+    }
+    ix_lock_wait(icb);
+    return false;
 }
 
 void release_key(ICB *icb) {
@@ -131,7 +145,7 @@ void (*ix_lock_wait)(ICB *icb) = wait_plainly;
 
 bool ix_trylock(lock_action action, ICB *icb, int fd, off_t start, off_t length) {
     ix_demand(icb, "ix_trylock");
-    if (icb->flocked != 0 || ix_range_lock(action, icb, fd, start, length)) {
+    if (icb->flocked != 0 || range_lock_soon(action, icb, fd, start, length)) {
         return true;
     }
     ix_lock_wait(icb);

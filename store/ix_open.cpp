@@ -29,7 +29,7 @@ void ignore_size_signal() {
 void read_header(ICB *icb, const ix_names &names) {
     IXRDIX(icb, 0);
     if (icb->inupdate != 0 ||
-        !ix_header_sound(*icb, ix_fd_size(icb->ixfd), ix_fd_size(icb->datfd), names.temporary)) {
+        !ix_header_sound(*icb, file_fd_size(icb->ixfd), file_fd_size(icb->datfd), names.temporary)) {
         ix_inconsistent(icb);
     }
     ix_make_plans(icb);
@@ -77,12 +77,12 @@ bool same_file(const char *path, int fd) {
 }
 
 /// Opens the file of that name for the ICB, unless it already has it; makes the file if need be.
-void reopen(ICB *icb, std::int32_t &fd, ix_view &view, const std::string &path) {
+void reopen(ICB *icb, std::int32_t &fd, file_view &view, const std::string &path) {
     if (same_file(path.c_str(), fd)) {
         return;
     }
     ix_range_release(icb, fd);
-    ix_view_close(view);
+    file_view_close(view);
     ix_fd_close(fd);
     fd = ix_fd_open(path.c_str(), O_RDWR | O_CREAT);
     if (fd < 0) {
@@ -90,8 +90,8 @@ void reopen(ICB *icb, std::int32_t &fd, ix_view &view, const std::string &path) 
     }
 }
 
-void cut(ICB *icb, int fd, ix_view &view, off_t size, bool index_half) {
-    ix_view_close(view);
+void cut(ICB *icb, int fd, file_view &view, off_t size, bool index_half) {
+    file_view_close(view);
     if (ftruncate(fd, size) != 0) {
         ix_disk_failed(icb, index_half);
     }
@@ -139,8 +139,8 @@ void ix_free_icb(ICB *icb) {
         ix_range_release(icb, fd);
         ix_fd_close(fd);
     }
-    ix_view_close(icb->data_view);
-    ix_view_close(icb->index_view);
+    file_view_close(icb->data_view);
+    file_view_close(icb->index_view);
     std::free(icb);
 }
 

@@ -369,7 +369,7 @@ bool IXBLDIX(const char *name) {
 
     ICB *icb = open_for_rebuild(name, names, trial);
     // Until the lock was granted others may have changed the pair, or even made it anew.
-    const off_t data_size = ix_fd_size(icb->datfd);
+    const off_t data_size = file_fd_size(icb->datfd);
     ICB now{};
     file_read_at(icb->ixfd, static_cast<ix_header *>(&now), ix_header_size, 0);
     ix_limit_keys(&now);

@@ -48,7 +48,7 @@ bool pass_by(ICB *icb, const ix_plan &plan, int key, std::int32_t number, int lo
         return false;
     }
     const std::uint8_t *at =
-        ix_view_peek(icb->index_view, icb->ixfd, off_t{number} * ix_block_size, ix_block_size);
+        file_view_peek(icb->index_view, icb->ixfd, off_t{number} * ix_block_size, ix_block_size);
     if (at == nullptr) {
         return false;
     }
@@ -201,7 +201,7 @@ bool ix_block_exists(ICB *icb, std::int32_t block) {
     // Another user's update may have added blocks that the header in memory does not count, so the file
     // decides.
     return icb->mode != ix_exclusive && ((off_t{block} + 1) * ix_block_size <= icb->index_view.known ||
-                                         (off_t{block} + 1) * ix_block_size <= ix_fd_size(icb->ixfd));
+                                         (off_t{block} + 1) * ix_block_size <= file_fd_size(icb->ixfd));
 }
 
 void IXRDIX(ICB *icb, int block) {

@@ -21,8 +21,8 @@ void mark_update(ICB *icb) {
 /// may belong to another pair, so its length is not tested.
 void demand_length(ICB *icb) {
     if (icb->measured == 0) {
-        if (ix_fd_size(icb->ixfd) != off_t{icb->nblocks} * ix_block_size || icb->nblocks < icb->nkeys + 2 ||
-            (icb->tempfile == 0 && ix_fd_size(icb->datfd) != off_t{icb->nrecs} * icb->reclen)) {
+        if (file_fd_size(icb->ixfd) != off_t{icb->nblocks} * ix_block_size || icb->nblocks < icb->nkeys + 2 ||
+            (icb->tempfile == 0 && file_fd_size(icb->datfd) != off_t{icb->nrecs} * icb->reclen)) {
             ix_inconsistent(icb);
         }
         icb->measured = icb->mode == ix_exclusive ? 1 : 0;
@@ -187,7 +187,7 @@ bool write_by_key(ICB *icb, const void *record, bool release) {
 
 void ix_refresh_header(ICB *icb) {
     ix_header header;
-    if (!ix_view_read(icb->index_view, icb->ixfd, 0, &header, ix_header_size) ||
+    if (!file_view_read(icb->index_view, icb->ixfd, 0, &header, ix_header_size) ||
         header.version != ix_version) {
         IXRDIX(icb, 0);
         header = *icb;

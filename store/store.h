@@ -11,6 +11,7 @@
 
 #include <cstdint>
 
+#include "base/file_view.h"
 #include "base/files.h"
 #include "store/format.h"
 
@@ -41,14 +42,6 @@ struct ix_plan {
     bool integers;  ///< all segments are integers: keys compare as plain bytes
     ix_segment seg[ix_max_segments];
 };
-/// A read-only view of one half; see ix_half.cpp.
-struct ix_view {
-    std::uint8_t *base;
-    std::size_t length;  ///< bytes mapped
-    off_t known;         ///< size of the file as last seen
-    int slot;            ///< place in the table of views, counted from 1
-    bool refused;        ///< the half can't be mapped
-};
 
 /// Index control block, the handle of an open file. Others may read `nrecs`, `nkeys`, `reclen`, `mode`,
 /// `recno`, `fname`, `fdesc` and `datfd`, and may set `recno` before an operation that is to find one entry
@@ -70,8 +63,8 @@ struct ICB : ix_header {
     char opened_as[81];     ///< name given at opening, cut at 80
 
     ix_plan plan[ix_max_keys];
-    ix_view index_view;
-    ix_view data_view;
+    file_view index_view;
+    file_view data_view;
     std::uint8_t measured;  ///< exclusive: the halves were seen to be as long as the header says
 };
 

@@ -118,14 +118,6 @@ int ix_fd_open(const char *path, int flags);
 void ix_fd_close(int fd);
 /// True when this process has the file at `path` open.
 bool ix_in_use(const char *path);
-/// Size of an open file, -1 on an error.
-off_t ix_fd_size(int fd);
-/// Reads exactly `size` bytes through the view; false when they don't all lie in the file, or there is no
-/// view.
-bool ix_view_read(ix_view &view, int fd, off_t offset, void *to, std::size_t size);
-/// The same bytes without a copy; null in the same cases. They may change while they are looked at.
-const std::uint8_t *ix_view_peek(ix_view &view, int fd, off_t offset, std::size_t size);
-void ix_view_close(ix_view &view);
 /// Reads one block into `to`, bypassing the cache; false when it isn't there.
 bool ix_read_block(ICB *icb, std::int32_t block, ix_block *to);
 void ix_write_blocks(ICB *icb, std::int32_t block, const void *from, int count);

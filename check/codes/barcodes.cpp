@@ -122,8 +122,10 @@ private:
         if (walked == nullptr) {
             return true;
         }
-        const bool done = each_in_key_order<BarcodeRecord>(walked, [this](const BarcodeRecord &record) {
-            show_code(record.code);
+        op_ticker<BarcodeRecord> shown(op_field::barcode,
+                                       [](const auto &record) { return code_text(record.code); });
+        const bool done = each_in_key_order<BarcodeRecord>(walked, [&](const BarcodeRecord &record) {
+            shown.show(record);
             SeriesRecord series;
             if (const finding_kind *fault = fault_of(record, series)) {
                 note_faulty(no_supplier, record.code);

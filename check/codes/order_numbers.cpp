@@ -148,9 +148,11 @@ bool order_number_check::walk_supplier(int supplier) {
     if (walked == nullptr) {
         return true;
     }
+    op_ticker<SupplierNumberRecord> shown(op_field::number_code,
+                                          [](const auto &record) { return code_text(record.code); });
     const bool done =
         each_in_key_order<SupplierNumberRecord>(walked, [&](const SupplierNumberRecord &record) {
-            show_code(record.code);
+            shown.show(record);
             if (const finding_kind *fault = fault_of(record, supplier)) {
                 note_faulty(supplier, record.code);
                 report_row({record, supplier, *fault});

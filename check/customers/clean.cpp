@@ -1,6 +1,7 @@
 // What the customer check mends within a record, without a question.
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 #include "check/customers/customers.h"
@@ -29,11 +30,15 @@ Field fitting(std::int64_t value) {
     return static_cast<Field>(std::min<std::int64_t>(value, std::numeric_limits<Field>::max()));
 }
 
+bool needs_recount(const CustomerRecord &customer) {
+    return (sys_settings.mode & mode_customer_labels) != 0 &&
+           (customer.count_plain < 0 || customer.count_other < 0 || customer.count_nine < 0 ||
+            customer.amount_plain < 0 || customer.amount_other < 0 || customer.amount_nine < 0);
+}
+
 /// Figures below zero are impossible: all figures are then counted again from the chain.
 bool recount(CustomerRecord &customer, const customer_totals &walked) {
-    if ((sys_settings.mode & mode_customer_labels) == 0 ||
-        (customer.count_plain >= 0 && customer.count_other >= 0 && customer.count_nine >= 0 &&
-         customer.amount_plain >= 0 && customer.amount_other >= 0 && customer.amount_nine >= 0)) {
+    if (!needs_recount(customer)) {
         return false;
     }
     const customer_totals totals = walked.whole ? walked : customer_count(customer);
@@ -46,15 +51,18 @@ bool recount(CustomerRecord &customer, const customer_totals &walked) {
     return true;
 }
 
-/// Deletes the extension left by an earlier customer with this number.
-bool drop_old_extension(CustomerRecord &customer, ICB *file) {
-    if (customer.extension_date == 0) {
-        return false;
-    }
-    CustomerExtension extension{};
+/// True for an extension left by an earlier customer with this number.
+bool has_old_extension(const CustomerRecord &customer, ICB *file, CustomerExtension &extension) {
+    extension = {};
     extension.number = customer.number;
-    if (!IXREAD(file, &extension) || extension.number != customer.number ||
-        extension.date == customer.extension_date) {
+    return customer.extension_date != 0 && IXREAD(file, &extension) && extension.number == customer.number &&
+           extension.date != customer.extension_date;
+}
+
+/// Deletes such an extension.
+bool drop_old_extension(CustomerRecord &customer, ICB *file) {
+    CustomerExtension extension;
+    if (!has_old_extension(customer, file, extension)) {
         return false;
     }
     if (IXREADLOCK(file, &extension) && extension.number == customer.number &&
@@ -68,9 +76,13 @@ bool drop_old_extension(CustomerRecord &customer, ICB *file) {
     return false;
 }
 
+bool lies_ahead(const CustomerRecord &customer) {
+    return customer.past_date >= date_today();
+}
+
 /// A date that does not lie in the past was meant a hundred years earlier.
 bool move_date_back(CustomerRecord &customer) {
-    if (customer.past_date < date_today()) {
+    if (!lies_ahead(customer)) {
         return false;
     }
     constexpr int year_at = 4;
@@ -110,6 +122,13 @@ bool mend_marks(CustomerRecord &customer, std::int32_t &bad_marks) {
 }
 
 }  // namespace
+
+bool customer_check::needs_cleaning(const CustomerRecord &customer) {
+    CustomerExtension extension;
+    return customer.name[0] == '\0' || customer.stamp == 0 || needs_recount(customer) ||
+           lies_ahead(customer) || std::memchr(customer.marks, '\0', sizeof customer.marks) != nullptr ||
+           has_old_extension(customer, extensions, extension);
+}
 
 bool customer_check::clean(CustomerRecord &customer, const customer_totals &totals) {
     if (customer.name[0] == '\0') {

@@ -130,11 +130,22 @@ private:
     // Phase 1.
     void know_more_labels();
     int chain_fault(std::uint32_t customer, std::int64_t number, eti_rec &label);
+    /// How far a chain could be followed, and its fault at `here`; 0 for none.
+    struct chain_walk {
+        customer_totals totals;
+        int fault = 0;
+        std::int32_t here = no_label;
+        std::int32_t previous = no_label;
+    };
+    chain_walk follow_chain(const CustomerRecord &customer);
+    bool sound_as_he_stands(CustomerRecord customer, std::int32_t place);
     customer_totals walk_chain(const CustomerRecord &customer);
     void check_customer(CustomerRecord &customer, std::int32_t place);
     /// Mends what can be mended within a customer with a valid number; true when the record has changed.
     /// `totals` are those of its chain, where labels are linked.
     bool clean(CustomerRecord &customer, const customer_totals &totals);
+    /// True when `clean` has something to do or to tell.
+    bool needs_cleaning(const CustomerRecord &customer);
 
     // Phase 2.
     bool customer_exists(std::uint32_t number);
@@ -149,7 +160,8 @@ private:
         "kltchk",
         {{"key-1", false, {{'I', 0, 4}, {'I', 12, 1}, {'I', 4, 4}}},
          {"key-2", false, {{'I', 0, 4}, {'I', 12, 1}, {'I', 14, 2}, {'I', 4, 4}}}}};
-    std::int32_t highest_label = 0;  ///< of the label file
-    std::int32_t bad_marks = 0;      ///< customers with a selection mark that should not be there
-    bool repair_report = false;      ///< the report of the repair is open
+    std::vector<std::int32_t> marked;  ///< labels of the chain followed last
+    std::int32_t highest_label = 0;    ///< of the label file
+    std::int32_t bad_marks = 0;        ///< customers with a selection mark that should not be there
+    bool repair_report = false;        ///< the report of the repair is open
 };

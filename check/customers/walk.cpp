@@ -53,36 +53,65 @@ int customer_check::chain_fault(std::uint32_t customer, std::int64_t number, eti
     return chk_bit_set(number) ? 0 : error_seen;
 }
 
+/// A customer as a walk finds him, without a lock. True when nothing about him is to be mended or told; then
+/// the labels of his chain are marked. Else nothing is: he is looked at again under his lock.
+bool customer_check::sound_as_he_stands(CustomerRecord customer, std::int32_t place) {
+    const std::uint32_t number = customer.number;
+    if (!customer_number_valid(number) || !IXREAD(customers, &customer) || customer.number != number ||
+        customers->recno != place) {
+        return false;
+    }
+    chain_walk chain;
+    if (labels_linked()) {
+        chain = follow_chain(customer);
+    }
+    if (chain.fault == 0 && !needs_cleaning(customer)) {
+        return true;
+    }
+    for (const std::int32_t label : marked) {
+        chk_bit_clear(label);
+    }
+    return false;
+}
+
 void customer_count_label(customer_totals &totals, const eti_rec &label) {
     const sale_kind kind = label.digit_b == 0 ? kind_plain : label.digit_b == 9 ? kind_nine : kind_other;
     totals.count[kind]++;
     totals.amount[kind] += label.amount_c;
 }
 
-/// Follows a chain to its end or its fault. Numbers in a chain have no sign: one that would be negative is
-/// also past the end of the file.
-customer_totals customer_check::walk_chain(const CustomerRecord &customer) {
-    customer_totals totals;
-    std::int32_t previous = no_label;
+/// Follows a chain to its end or its fault, and marks its labels. Numbers in a chain have no sign: one that
+/// would be negative is also past the end of the file.
+customer_check::chain_walk customer_check::follow_chain(const CustomerRecord &customer) {
+    chain_walk chain;
+    marked.clear();
     for (std::uint32_t number = customer.first_label; number != 0;) {
         eti_rec label;
-        const int fault = chain_fault(customer.number, number, label);
-        const auto here = static_cast<std::int32_t>(number);
-        if (fault != 0) {
-            add_error(customer.number, static_cast<customer_error>(fault), here, previous);
-            totals.whole = false;
+        chain.here = static_cast<std::int32_t>(number);
+        chain.fault = chain_fault(customer.number, number, label);
+        if (chain.fault != 0) {
+            chain.totals.whole = false;
             break;
         }
-        customer_count_label(totals, label);
-        previous = here;
+        marked.push_back(chain.here);
+        customer_count_label(chain.totals, label);
+        chain.previous = chain.here;
         number = static_cast<std::uint32_t>(label.next_customer_label);
     }
-    return totals;
+    return chain;
+}
+
+customer_totals customer_check::walk_chain(const CustomerRecord &customer) {
+    const chain_walk chain = follow_chain(customer);
+    if (chain.fault != 0) {
+        add_error(customer.number, static_cast<customer_error>(chain.fault), chain.here, chain.previous);
+    }
+    return chain.totals;
 }
 
 void customer_check::check_customer(CustomerRecord &customer, std::int32_t place) {
     ICB *file = customers;
-    if (!customer_lock_at(file, place, customer)) {
+    if (sound_as_he_stands(customer, place) || !customer_lock_at(file, place, customer)) {
         return;
     }
     const customer_totals totals = labels_linked() ? walk_chain(customer) : customer_totals{};

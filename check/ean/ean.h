@@ -28,6 +28,7 @@ struct ean_finding {
 static_assert(sizeof(ean_finding) == 28 && offsetof(ean_finding, code) == 12);
 
 using ean_list = error_list<ean_finding>;
+using ean_ticker = op_ticker<EanRecord>;
 
 /// The table of what this check can find.
 enum class ean_kind : std::uint8_t { size_without_code, code_of_series, code_of_article, faulty_index };
@@ -69,7 +70,7 @@ private:
     void add_finding(const SeriesKey &key, std::uint8_t size, std::uint8_t kind, const EanRecord *code);
 
     // A: sizes without a code.
-    void check_series(const SeriesRecord &series);
+    void check_series(const SeriesRecord &series, ean_ticker &shown);
     bool check_sizes();
 
     // B: codes that point to nothing.

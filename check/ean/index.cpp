@@ -14,7 +14,6 @@
 namespace {
 
 constexpr int by_code = 1;
-constexpr int by_size = 2;
 
 /// A record that may be one of two, and its number.
 struct ean_double {
@@ -46,7 +45,7 @@ void list_double(double_list &doubles, const EanRecord &record, std::int32_t pla
 std::int32_t search(ICB *file, int key, std::int32_t place, const EanRecord &record) {
     IXSWITCH(file, key);
     file->recno = place;
-    const bool by_parts = key == by_size && file->plan[key - 1].dups;
+    const bool by_parts = key == ean_by_size && file->plan[key - 1].dups;
     const bool found = by_parts ? IXFINDP(file, &record, file->plan[key - 1].nsegs) : IXFIND(file, &record);
     return found ? std::int32_t{file->recno} : -1;
 }
@@ -71,7 +70,7 @@ bool find_faults(ICB *file, double_list &doubles, std::uint32_t &faults) {
             }
             faults++;
             EanRecord other{};
-            if (key == by_size) {
+            if (key == ean_by_size) {
                 list_double(doubles, record, place);
                 if (found >= 0 && IXGET(file, &other, found) == 1) {
                     list_double(doubles, other, found);

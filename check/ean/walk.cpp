@@ -1,5 +1,4 @@
 // The two walks of the EAN code check: the sizes, and the codes.
-#include <cstdio>
 #include <cstring>
 
 #include "check/ean/ean.h"
@@ -8,10 +7,6 @@
 #include "data/masterfile.h"
 
 namespace {
-
-void show_code(const EanRecord &record) {
-    op_value(op_field::ean_code, ean_text(record).c_str());
-}
 
 void tell_size(const ean_finding &finding) {
     chk_found(ean_kind_of(ean_kind::size_without_code), "RVSER",
@@ -51,14 +46,14 @@ void ean_check::add_finding(const SeriesKey &key, std::uint8_t size, std::uint8_
 
 // ---- A: sizes without a code
 
-void ean_check::check_series(const SeriesRecord &series) {
+void ean_check::check_series(const SeriesRecord &series, ean_ticker &shown) {
     size_view(session_sizes, sys_settings.size_system, series.size_kind, &series.sizes);
     size_cursor size{};
     for (int found = mtread(session_sizes, mt_action::first, size, mt_key::position); found != 0;
          found = mtread(session_sizes, mt_action::next, size, mt_key::position)) {
         EanRecord record;
         if (ean_read_series(codes, record, series.key, size.index)) {
-            show_code(record);
+            shown.show(record);
         } else {
             add_finding(series.key, size.position, series.size_kind, nullptr);
         }
@@ -70,13 +65,15 @@ bool ean_check::check_sizes() {
     if (sys_country.ean_check_option == 0) {
         return true;
     }
+    ean_ticker shown(op_field::ean_code, ean_text);
+    const key_switch of_size(codes, ean_by_size);
     SeriesRecord series{};
     std::int32_t left = chk_files.rvser->nrecs;  // a damaged index can lead in a circle
     for (bool found = IXFIRST(chk_files.rvser, &series); found && left-- > 0;
          found = IXNEXT(chk_files.rvser, &series)) {
         {
             const record_place here(chk_files.rvser);
-            check_series(series);
+            check_series(series, shown);
         }
         if (op_interrupted()) {
             return false;
@@ -112,11 +109,12 @@ void ean_check::list_code(const EanRecord &code, std::int32_t number) {
 
 /// False when the operator cancelled.
 bool ean_check::check_codes() {
+    ean_ticker shown(op_field::ean_code, ean_text);
     EanRecord code{};
     SeriesRecord series{};
     std::int32_t left = codes->nrecs;  // a damaged index can lead in a circle
     for (bool found = IXFIRST(codes, &code); found && left-- > 0; found = IXNEXT(codes, &code)) {
-        show_code(code);
+        shown.show(code);
         if (points_to_nothing(code, series)) {
             list_code(code, codes->recno);
             if (chk_is_heard()) {

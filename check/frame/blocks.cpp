@@ -60,6 +60,13 @@ bool chk_bit_set(std::int64_t bit) {
     return true;
 }
 
+void chk_bit_clear(std::int64_t bit) {
+    if (bit >= 0 && bit < seen.bits) {
+        std::uint8_t &byte = seen.bytes[bit / bits_a_byte];
+        byte = static_cast<std::uint8_t>(byte & ~mask_of(bit));
+    }
+}
+
 void chk_bits_grow(std::size_t bytes) {
     const auto before = static_cast<std::size_t>(seen.bits / bits_a_byte);
     if (bytes <= before) {

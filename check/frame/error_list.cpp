@@ -37,7 +37,7 @@ void temporary_list::open(const std::string &file_name) {
     }
     IXINIT(file);
     IXCLOSE(file);
-    file = IXOPEN(name.c_str(), ix_shared);
+    file = IXOPEN(name.c_str(), ix_exclusive);  // nobody else knows the name
 }
 
 void temporary_list::close() {

@@ -91,6 +91,7 @@ void chk_bits_open(std::size_t bytes);
 bool chk_bit_test(std::int64_t bit);
 /// Sets a bit; false when it was set before.
 bool chk_bit_set(std::int64_t bit);
+void chk_bit_clear(std::int64_t bit);
 /// Makes the map longer; the new bits are clear.
 void chk_bits_grow(std::size_t bytes);
 void chk_bits_close();

@@ -52,7 +52,7 @@ bool journal_check::check_journal(const journal_name &name) {
                               str_format("ORD%04d.JRN", name.number));
         return false;
     }
-    while (!file_lock(lock_action::sole, journal.fd, 0, 0)) {
+    while (!file_lock_soon([&] { return file_lock(lock_action::sole, journal.fd, 0, 0); })) {
         op_leave_if_due();
         op_in_use(lock_holder_text("", journal.fd, 0, 0).c_str());
     }

@@ -125,6 +125,7 @@ private:
     bool handed_out_since(const OrderNumberRecord &record);
     bool settle_number(const OrderNumberRecord &record);
 
+    op_ticker<SeriesKey> shown{op_field::journal_series, ser_text};
     ICB *numbers = nullptr;
     error_list<order_position> positions{"tmp_ordnr", {{"key-1", false, {{'I', 0, 4}}}}};
     /// Series before this place have a bit: their labels all have an order number of their own. A series

@@ -89,6 +89,7 @@ void order_number_list::open() {
 }
 
 void order_number_list::close() {
+    shown.end();
     if (numbers != nullptr) {
         IXCLOSE(numbers);
         numbers = nullptr;
@@ -122,7 +123,7 @@ void order_number_list::number_labels(const journal_walk &walk) {
     if (!IXREAD(chk_files.rvser, &series)) {
         return;
     }
-    op_value(op_field::journal_series, ser_text(series.key).c_str());
+    shown.show(series.key);
     const std::int32_t place = chk_files.rvser->recno;
     if (labels_numbered(place)) {
         return;
