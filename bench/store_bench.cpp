@@ -35,7 +35,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <numeric>
 #include <random>
 
 #include "bench/bench.h"
@@ -400,34 +399,6 @@ void register_all() {
 }
 
 }  // namespace
-
-void bench_fail(const char *what, const char *why) {
-    std::fprintf(stderr, "%s: %s\n", what, why == nullptr ? "?" : why);
-    std::_Exit(1);
-}
-
-bench_record bench_record_at(std::uint32_t rank) {
-    bench_record record;
-    record.high = static_cast<std::int32_t>(rank / 1000);
-    record.low = static_cast<std::int32_t>(rank % 1000);
-    // Names of letters, spread evenly: a mixed number, which is another one for each rank.
-    std::uint64_t mixed = (rank + 1) * 0x9E3779B97F4A7C15U;
-    mixed ^= mixed >> 29;
-    for (char &c : record.name) {
-        c = static_cast<char>('A' + (mixed & 15));
-        mixed >>= 4;
-    }
-    std::memset(record.rest, static_cast<int>('a' + rank % 26), sizeof record.rest);
-    return record;
-}
-
-std::vector<std::uint32_t> bench_shuffled(std::uint32_t of) {
-    std::vector<std::uint32_t> ranks(of);
-    std::iota(ranks.begin(), ranks.end(), 0U);
-    std::mt19937 random(1);
-    std::shuffle(ranks.begin(), ranks.end(), random);
-    return ranks;
-}
 
 int main(int argc, char **argv) {
     benchmark::Initialize(&argc, argv);
