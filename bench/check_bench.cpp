@@ -1,7 +1,12 @@
 // The checks on sound shops of growing size, each beside one plain reading of the same files.
 //
 //   cmake --preset release -DRVCHK_BENCH=ON && cmake --build --preset release --target check_bench
-//   build/release/bench/check_bench [CHECK...]        all checks of the table below when none is named
+//   build/release/bench/check_bench [--peer] [CHECK...]     all checks of the table below when none is named
+//
+// With --peer the question of labels, prices, label prices and EAN codes is put to SQLite as well: tables in
+// memory, with the indexes that a sensible person would make. `sql` is its time, and `sql/run` the ratio. The
+// check also writes its report's head, steps through real files that other programs may change, and opens and
+// closes them.
 //
 // Set by the environment:
 //   RVCHK_BENCH_SERIES   numbers of series, "10000 30000 100000" when it isn't given; each has ten labels
@@ -34,6 +39,7 @@
 #include <vector>
 
 #include "run/run.h"
+#include "bench/peer.h"
 #include "check/prices/prices.h"
 #include "print/print_internal.h"
 #include "screen/screen.h"
@@ -270,6 +276,7 @@ struct size_of_shop {
     int series;
     long labels;
     std::string directory;
+    std::vector<peer_answer> peer;
 };
 
 long count_labels(const Shop &shop) {
@@ -281,7 +288,8 @@ long count_labels(const Shop &shop) {
     return count;
 }
 
-size_of_shop make(int series, const fs::path &below) {
+/// The rounds of the peer; 0 without one.
+size_of_shop make(int series, const fs::path &below, int peer_rounds) {
     ShopOptions options;
     options.series = series;
     options.label_digits = 8;
@@ -292,7 +300,9 @@ size_of_shop make(int series, const fs::path &below) {
     if (!build_shop(options, shop, why) || !write_shop(shop, directory, shop_target::any, why)) {
         fail(why);
     }
-    return {series, count_labels(shop), directory};
+    const auto time = [](const std::function<void()> &work) { return measure(work).total; };
+    return {series, count_labels(shop), directory,
+            peer_rounds > 0 ? peer_answers(shop, peer_rounds, time) : std::vector<peer_answer>{}};
 }
 
 void print_line(const measured_check &check, const size_of_shop &shop, double own, double &smallest) {
@@ -309,9 +319,16 @@ void print_line(const measured_check &check, const size_of_shop &shop, double ow
     }
     const double each = run * 1e6 / static_cast<double>(std::max(shop.labels, 1L));
     smallest = smallest == 0 ? each : smallest;
-    std::printf("%-14s%8d%9ld%9.1f%9.1f%8.1f%8.1f%9.1f%6.2f%9.1f%7.2f%7.1f%7.1f%s\n", check.name, shop.series,
+    std::printf("%-14s%8d%9ld%9.1f%9.1f%8.1f%8.1f%9.1f%6.2f%9.1f%7.2f%7.1f%7.1f", check.name, shop.series,
                 shop.labels, first, run, system, wall, each, each / smallest, reading, run / reading, own,
-                peak, passed ? "" : "  NOT PASSED");
+                peak);
+    for (const peer_answer &answer : shop.peer) {
+        if (std::string(answer.check) == check.name) {
+            std::printf("%9.1f%8.2f%s", answer.milliseconds, answer.milliseconds / run,
+                        answer.findings == 0 ? "" : "  SQL FINDS SOMETHING");
+        }
+    }
+    std::printf("%s\n", passed ? "" : "  NOT PASSED");
     std::fflush(stdout);
 }
 
@@ -330,13 +347,17 @@ int main(int argc, char **argv) {
     if (mkdtemp(below.data()) == nullptr) {
         fail("no directory " + below);
     }
+    const bool peer = argc > 1 && std::string(argv[1]) == "--peer";
+    argc -= peer ? 1 : 0;
+    argv += peer ? 1 : 0;
     std::vector<size_of_shop> shops;
     std::istringstream sizes(setting("RVCHK_BENCH_SERIES", "10000 30000 100000"));
     for (int series = 0; sizes >> series;) {
-        shops.push_back(make(series, below));
+        shops.push_back(make(series, below, peer ? rounds : 0));
     }
-    std::printf("%-14s%8s%9s%9s%9s%8s%8s%9s%6s%9s%7s%7s%7s\n", "check", "series", "labels", "first", "run",
-                "sys", "wall", "ns/label", "times", "reading", "ratio", "own", "peak");
+    std::printf("%-14s%8s%9s%9s%9s%8s%8s%9s%6s%9s%7s%7s%7s%s\n", "check", "series", "labels", "first", "run",
+                "sys", "wall", "ns/label", "times", "reading", "ratio", "own", "peak",
+                peer ? "      sql sql/run" : "");
     for (const measured_check &check : checks) {
         const auto named = [&](const char *word) { return std::string(word) == check.name; };
         if (argc > 1 && std::none_of(argv + 1, argv + argc, named)) {
