@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <string>
 
 #include "base/files.h"
@@ -15,15 +14,15 @@
 namespace {
 
 TEST_F(ScratchDir, AViewShowsAFileAsOthersLeaveIt) {
-    constexpr std::size_t block = 376;
-    const std::string path = "blokken";
-    put(path, std::string(40 * block, 'a'));
-    const open_file file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    const open_file other(open(path.c_str(), O_RDWR | O_CLOEXEC));
+    constexpr off_t block = 376;
+    const std::string name = "blokken";
+    put(name, std::string(40 * block, 'a'));
+    const open_file file(open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    const open_file other(open(name.c_str(), O_RDWR | O_CLOEXEC));
     file_view view{};
     std::string got(block, ' ');
     const auto read = [&](off_t number) {
-        return file_view_read_at(view, file.fd, got.data(), block, number * static_cast<off_t>(block));
+        return file_view_read_at(view, file.fd, got.data(), block, number * block);
     };
     ASSERT_EQ(read(39), static_cast<ssize_t>(block));
     EXPECT_EQ(read(40), 0);
@@ -45,7 +44,7 @@ TEST_F(ScratchDir, AViewShowsAFileAsOthersLeaveIt) {
     ASSERT_EQ(ftruncate(other.fd, 0), 0);
     EXPECT_EQ(read(39), 0);
     EXPECT_EQ(read(0), 0);
-    put(path, std::string(41 * block, 'c'));
+    put(name, std::string(41 * block, 'c'));
     EXPECT_EQ(read(40), static_cast<ssize_t>(block));
     EXPECT_EQ(got, std::string(block, 'c'));
     file_view_close(view);
