@@ -338,18 +338,6 @@ TEST_F(EanCodes, TillsAreToldOfNewCodes) {
     }
 }
 
-TEST_F(EanCodes, KilledAtAnyMomentTheNextRunMends) {
-    const int kills = rounds(6);
-    build({"ean-double", "ean-missing", "ean-series-unknown", "index-ean-swapped"});
-    const long writes = check("ean", "J").writes;
-    for (int round = 0; round < kills; round++) {
-        write();
-        check("kill-at=" + std::to_string(writes * round / kills) + " ean", "J");
-        EXPECT_EQ(check("ean", "J").flags, "ean");
-        EXPECT_EQ(audit(audit_codes), "");
-    }
-}
-
 TEST(EanCode, ValidIsWhatTheSumAndTheLengthSay) {
     struct {
         const char *code;

@@ -59,48 +59,6 @@ protected:
     }
 };
 
-struct Found {
-    const char *fault;
-    const char *reported;  ///< "" for what is put right without a word
-};
-
-const Found faults[] = {
-    {"series-count", " |                              | "},
-    {"series-delivery-date", " | "},
-    {"series-sale-date", " |                "},
-    {"series-stamp", "   ongeldige tijdstempel "},
-    {"series-stamp-none", "   ongeldige tijdstempel 01011980"},
-    {"series-branch", "   etiketten met ongeldig filiaal"},
-    {"series-label-status", "      1 | "},
-    {"series-label-date", "   ongeldige tijdstempel "},
-    {"series-model-case", ""},
-    {"series-option", ""},
-    {"series-no-brand", ""},
-};
-
-TEST_F(Series, FindsAndRepairs) {
-    for (const Found &fault : faults) {
-        SCOPED_TRACE(fault.fault);
-        const bool reported = *fault.reported != '\0';
-        make({.series = 12}, {fault.fault});
-        for (const char *no : {"N", ".", "X"}) {
-            const CheckRun run = check("full series", no);
-            EXPECT_EQ(run.flags, reported ? "" : "series") << run;
-            EXPECT_EQ(run.reports("Aantal series: 1"), reported);
-            EXPECT_TRUE(run.reports(fault.reported) || !reported) << run;
-            EXPECT_EQ(run.asked("Automatisch herstellen"), reported);
-            EXPECT_EQ(date_on_file(at_series_date), reported ? 0U : date_today());
-        }
-        EXPECT_EQ(check("full series", "J").flags, "series");
-        EXPECT_EQ(date_on_file(at_series_date), date_today());
-        const CheckRun again = check("series");
-        EXPECT_TRUE(again.reports("Geen fouten gevonden!") && again.questions.empty()) << again;
-        if (std::string(fault.fault) != "series-no-brand") {
-            EXPECT_EQ(audit(audit_labels), "");
-        }
-    }
-}
-
 TEST_F(Series, ReportShowsBothSides) {
     make({.series = 3, .branches = 3});
     LabelParts moved = label(label_sold, 40000);

@@ -178,17 +178,4 @@ TEST_F(Transit, DocumentCounterRunsInItsRange) {
     }
 }
 
-TEST_F(Transit, KilledInTheRepairTheNextRunMakesTheRest) {
-    make_without_entries({.series = 400, .labels = 20}, 0);
-    write();
-    const long writes = check("transit").writes;
-    for (int round = 0; round < rounds(4); round++) {
-        write();
-        check("kill-at=" + std::to_string(writes * round / rounds(4)) + " transit");
-        EXPECT_EQ(check("transit").flags, "transit");
-        EXPECT_EQ(entries_on_file(), static_cast<int>(missing.size()));
-        EXPECT_EQ(audit(audit_transit), "");
-    }
-}
-
 }  // namespace

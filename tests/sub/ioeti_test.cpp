@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <random>
 
 #include "label_file.h"
 
@@ -109,6 +110,170 @@ TEST_F(LabelFile, ValueOfTheGroupComesFromRow1UntilSold) {
         eti_unpack(block, 1, rec);
         EXPECT_EQ(rec.group_value, 13);
         EXPECT_EQ(rec.order_number, 5);
+    }
+}
+
+// ---- Labels of a series, and labels by number
+
+/// A record with each field anywhere in its range, often at an end of it.
+eti_rec any_label(std::mt19937 &random, const SeriesKey &key) {
+    const auto pick = [&](auto &field, std::uint32_t highest) {
+        const std::uint32_t kind = random() % 8;
+        const std::uint32_t value = kind == 0   ? 0
+                                    : kind == 1 ? highest
+                                                : std::uniform_int_distribution(0U, highest)(random);
+        field = static_cast<std::decay_t<decltype(field)>>(value);
+    };
+    eti_rec rec;
+    rec.group = key.group;
+    rec.colour = key.colour;
+    rec.number = key.number;
+    rec.status = static_cast<std::uint8_t>(random() % 4 + 1);
+    rec.size_kind = 3;
+    pick(rec.size, 254);
+    pick(rec.branch, 255);
+    pick(rec.supplier, 65535);
+    pick(rec.date_in, 65535);
+    pick(rec.date_moved, 65535);
+    pick(rec.price, 429496728);
+    pick(rec.amount_b, 429496728);
+    pick(rec.amount_c, 429496728);
+    pick(rec.digit_a, 9);
+    pick(rec.digit_b, 9);
+    pick(rec.digit_s, 99);
+    pick(rec.flag_e, 3);
+    pick(rec.code_m, 999);
+    pick(rec.customer, 999999);
+    pick(rec.next_customer_label, 0x7FFFFFFF);
+    pick(rec.order_number, 9999999);
+    if (rec.status == label_ordered) {
+        pick(rec.date_status, 65535);
+        pick(rec.is_reserved, 1);
+        if (rec.is_reserved != 0) {
+            pick(rec.reserved_for, 254);
+        }
+    } else if (rec.status == label_stock) {
+        pick(rec.in_transit, 1);
+        if (rec.in_transit != 0) {
+            pick(rec.dest_branch, 254);
+        }
+    } else {
+        pick(rec.date_sold, 65535);
+        pick(rec.group_value, 428);
+    }
+    return rec;
+}
+
+TEST_F(LabelFile, ARecordComesBackFromItsSlot) {
+    make_plain_shop(1);
+    std::mt19937 random(5);
+    for (int round = 0; round < rounds(2000); round++) {
+        LabelBlock block{};
+        block.key = shop.series[0].key;
+        eti_rec rec = any_label(random, block.key);
+        eti_pack(rec, block, round % labels_per_block);
+        eti_rec found;
+        eti_unpack(block, round % labels_per_block, found);
+        ASSERT_TRUE(found == rec) << round;
+    }
+}
+
+/// Numbers of the labels of a chain, as a walk finds them.
+std::vector<std::int32_t> walk(std::int32_t block) {
+    std::vector<std::int32_t> found;
+    eti_rec rec;
+    for (int more = eti_file(eti_action::first, block, rec); more != 0;
+         more = eti_file(eti_action::next, block, rec)) {
+        found.push_back(block);
+    }
+    return found;
+}
+
+// Against the shop that was written: each label by its number and along its chain, changed and deleted.
+TEST_F(LabelFile, LabelsAreThoseOfTheShop) {
+    make_plain_shop(12);
+    const std::string before = get(eti_file_name);
+    const auto stored = [this](std::int32_t number) {
+        eti_rec rec;
+        eti_unpack(shop.label_blocks[static_cast<std::size_t>(number - 1) / labels_per_block],
+                   (number - 1) % labels_per_block, rec);
+        return rec;
+    };
+    EXPECT_EQ(walk(-1).size(), 0U);
+    EXPECT_EQ(walk(shop.label_chain.free_head).size(), 0U) << "a free block leads to no other";
+    eti_rec rec;
+    for (const SeriesRecord &series : shop.series) {
+        std::vector<std::int32_t> expected;
+        for (std::int32_t block = series.first_block; block != -1;) {
+            for (int slot = 0; slot < labels_per_block; slot++) {
+                std::int32_t number = eti_number(block, slot);
+                const bool filled = stored(number).status != label_empty;
+                ASSERT_EQ(eti_file(eti_action::read, number, rec), filled);
+                ASSERT_TRUE(!filled || rec == stored(number));
+                if (filled) {
+                    expected.push_back(number);
+                }
+            }
+            block = shop.label_blocks[static_cast<std::size_t>(block)].next;
+        }
+        ASSERT_EQ(walk(series.first_block), expected);
+        if (expected.empty()) {
+            continue;
+        }
+        // Only the current label can be deleted.
+        std::int32_t number = series.first_block;
+        eti_file(eti_action::first, number, rec);
+        std::int32_t other = number + 1;
+        EXPECT_EQ(eti_file(eti_action::remove, other, rec), 1);
+        EXPECT_EQ(eti_file(eti_action::remove, number, rec), 0);
+        expected.erase(expected.begin());
+        EXPECT_EQ(walk(series.first_block), expected);
+        // By number a label is written whatever the current one is.
+        const eti_rec back = stored(number);
+        EXPECT_EQ(eti_file(eti_action::write, number, rec = back), 1);
+        EXPECT_EQ(eti_file(eti_action::read, number, rec), 1);
+        EXPECT_TRUE(rec == back);
+    }
+    EXPECT_TRUE(get(eti_file_name) == before) << "all is as it was";
+    const std::int32_t end = shop.label_chain.end_mark * labels_per_block;
+    for (std::int32_t outside : {0, -5, end + 1, 10 * 999999 + 11, 2147483647}) {
+        rec.status = label_sold;
+        EXPECT_EQ(eti_file(eti_action::read, outside, rec), 0);
+        EXPECT_EQ(rec.status, label_empty);
+        EXPECT_EQ(eti_file(eti_action::next, outside, rec), 0) << "nothing to go on from";
+    }
+}
+
+struct Broken {
+    const char *name;
+    void (*spoil)(Shop &shop);
+    const char *text;
+};
+
+LabelBlock &first_block_of(Shop &shop) {
+    return shop.label_blocks[static_cast<std::size_t>(shop.series[0].first_block)];
+}
+
+TEST_F(LabelFile, BrokenChainsStopTheProgram) {
+    const Broken chains[] = {
+        {"above the bound", [](Shop &s) { first_block_of(s).next = 1000000; },
+         "IOETI\\(0\\): a=[FN],f=[0-9]+,r=1000000 -> Ongeldige etiketketting"},
+        {"below 0", [](Shop &s) { first_block_of(s).next = -7; },
+         "IOETI\\([0-9]+\\): a=[FN],f=[0-9]+,r=-7 -> Foutieve etiketketting"},
+        {"behind the file",
+         [](Shop &s) { first_block_of(s).next = static_cast<std::int32_t>(s.label_blocks.size()); },
+         "IOETI\\(0\\): a=[FN],f=[0-9]+,r=[0-9]+ -> Buiten bestand"},
+        {"in a loop", [](Shop &s) { first_block_of(s).next = s.series[0].first_block; },
+         "IOETI\\(0\\): a=[FN],f=[0-9]+,r=[0-9]+ -> Ongeldige etiketketting"},
+        {"starts below 0", [](Shop &s) { s.series[0].first_block = -2; },
+         "IOETI\\([0-9]+\\): a=F,f=[0-9]+,r=-2 -> Foutieve etiketketting"},
+    };
+    for (const Broken &chain : chains) {
+        make_shop_with(10, chain.spoil);
+        const std::int32_t first = shop.series[0].first_block;
+        EXPECT_EXIT((dup2(2, 1), walk(first)), testing::ExitedWithCode(1), chain.text) << chain.name;
+        EXPECT_EQ(status_on_file(), status_chains_suspect) << chain.name;
+        close_shop();
     }
 }
 
