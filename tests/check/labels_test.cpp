@@ -188,16 +188,6 @@ TEST_F(Labels, ReportShowsWhereAChainIsWrong) {
         << clean;
 }
 
-TEST_F(Labels, WithoutADestinationTheRunGoesOn) {
-    make({.series = 5});
-    EXPECT_EQ(check("refuse full labels").flags, "labels");
-    EXPECT_EQ(date_on_file(at_label_date), 0U) << "no date without a report";
-    spoil_shop(shop, "label-orphan-unknown", 1);
-    write();
-    EXPECT_TRUE(check("refuse full labels", "J").asked("Alle etiketblokken"));
-    EXPECT_EQ(check("full labels").flags, "labels");
-}
-
 TEST_F(Labels, BreakingOffLeavesRow4) {
     make({.series = 12}, {"label-free-count", "label-chain-loop"});
     put("RVSER.OUD", "not an index half");

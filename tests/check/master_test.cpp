@@ -216,7 +216,6 @@ struct Setting {
 };
 
 const Setting settings[] = {
-    {"a clean shop", [](Shop &) {}, {}, true, true},
     {"no limit: session numbers go to 0",
      [](Shop &shop) { shop.settings.session_options &= static_cast<std::uint8_t>(~1U); },
      {"*"},
@@ -231,15 +230,6 @@ const Setting settings[] = {
      {"Systeemgegevens     firma                            omschrijving"},
      false,
      false},
-    {"saving actions not in use",
-     [](Shop &shop) {
-         shop.settings.mode &= static_cast<std::uint8_t>(~mode_saving);
-         shop.till_settings.actions[0] = {};
-         shop.till_settings.actions[0].in_use = 1;
-     },
-     {},
-     true,
-     true},
     {"records of the branches, and a season year without sense",
      [](Shop &shop) {
          SmallArticleRecord record = shop.small_articles.front();
@@ -305,16 +295,6 @@ TEST_F(Master, FollowsTheSettingsOfTheShop) {
         }
         EXPECT_EQ(run.flags, setting.first_passes ? "master" : "");
         EXPECT_EQ(check("full master").flags, setting.second_passes ? "master" : "");
-    }
-}
-
-TEST_F(Master, BreakingOffAndRefusalLeaveDateAndFlag) {
-    make({.series = 6, .customers = 0}, {"group-vat", "group-no-name"});
-    for (const char *words : {"full break master", "full refuse master"}) {
-        const CheckRun run = check(words);
-        EXPECT_TRUE(run.report.empty()) << run;
-        EXPECT_EQ(run.flags, "");
-        EXPECT_EQ(date_on_file(at_master_date), 0U);
     }
 }
 

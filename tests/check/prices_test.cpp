@@ -51,36 +51,6 @@ TEST_F(Prices, LinesOfTheReport) {
               block(chain).key.group.value());
 }
 
-// A refused report changes no flag, and no date; the question is still asked.
-TEST_F(Prices, WithoutAReport) {
-    make({.series = 10});
-    EXPECT_EQ(check("refuse prices").flags, "");
-    EXPECT_EQ(date_on_file(at_price_date), 0U);
-    make({.series = 10}, {"price-set-sizes"});
-    const CheckRun run = check("refuse prices", "J");
-    EXPECT_EQ(run.flags, "prices");
-    EXPECT_TRUE(run.asked("Automatisch herstellen"));
-    EXPECT_TRUE(run.report.empty());
-    EXPECT_EQ(date_on_file(at_price_date), 0U);
-    EXPECT_EQ(audit(audit_prices), "");
-    // What an earlier run has passed, this one does not when the repair is declined.
-    make({.series = 30}, {"price-no-supplier"});
-    EXPECT_EQ(check("prices refuse prices", "JN").flags, "");
-}
-
-TEST_F(Prices, BrokenOff) {
-    make({.series = 30}, {"price-set-sizes"});
-    const CheckRun sets = check("break=FASE-1 prices", "J");
-    EXPECT_EQ(sets.flags, "");
-    EXPECT_TRUE(sets.report.empty()) << sets;
-    EXPECT_FALSE(sets.asked("Automatisch herstellen"));
-    // The prices have passed then, but the labels were not all seen.
-    const CheckRun labels = check("break=series prices", "J");
-    EXPECT_EQ(labels.flags, "prices");
-    EXPECT_FALSE(labels.reports("ETIKETPRIJZEN")) << labels;
-    EXPECT_EQ(date_on_file(at_price_date), 0U);
-}
-
 // A series takes the supplier of its prices, and none when there are several, or no prices.
 TEST_F(Prices, TheOnlySupplierIsPreferred) {
     make({.series = 120});

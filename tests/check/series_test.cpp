@@ -206,14 +206,4 @@ TEST_F(Series, LinesComeInGroupsOnFullPages) {
     }
 }
 
-TEST_F(Series, BreakingOffAndNoDestinationLeaveFlagAndDate) {
-    make({.series = 12}, {"series-count"});
-    for (const char *words : {"break=controleren full series", "refuse full series"}) {
-        const CheckRun run = check(words, "J");
-        EXPECT_TRUE(run.flags.empty()) << run;
-        EXPECT_FALSE(run.asked("Automatisch herstellen"));
-        EXPECT_EQ(date_on_file(at_series_date), 0U);
-    }
-}
-
 }  // namespace

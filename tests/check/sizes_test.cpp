@@ -254,12 +254,4 @@ TEST_F(Sizes, WithoutAKindTheSizesCantBeTold) {
     EXPECT_EQ(again.found(), "sizes.7");
 }
 
-TEST_F(Sizes, ARunThatDoesNotCompleteProvesNothing) {
-    for (const char *words : {"break=series full sizes", "refuse sizes"}) {
-        make_small();
-        EXPECT_EQ(check(words).flags, "") << words;
-        EXPECT_EQ(date_on_file(date_offset), 0U) << words;
-    }
-}
-
 }  // namespace

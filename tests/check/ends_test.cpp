@@ -1,5 +1,5 @@
-// Runs that end without warning, or are asked to leave, at any of their writes. Nothing of the shop is lost,
-// and a run or two that follow leave what a whole one leaves.
+// Runs that end without warning, or are asked to leave, at any of their writes: nothing of the shop is lost,
+// and a run or two that follow leave what a whole one leaves. Runs that are broken off, or have no report.
 #include <map>
 #include <random>
 #include <set>
@@ -128,7 +128,7 @@ const Killed cases[] = {
      [](Shop &shop) { spoil_shop(shop, "journal-number-low", 1); }},
 };
 
-class Kills : public CheckCase {
+class Ends : public CheckCase {
 protected:
     void run_to_the_end(const Killed &one) {
         const std::string passed = one.words.substr(one.words.starts_with("full ") ? 5 : 0);
@@ -141,7 +141,7 @@ protected:
     }
 };
 
-TEST_F(Kills, LoseNothingAndTheNextRunMendsTheRest) {
+TEST_F(Ends, LoseNothingAndTheNextRunMendsTheRest) {
     const int kills = rounds(4);
     for (const Killed &one : cases) {
         SCOPED_TRACE(one.words);
@@ -172,6 +172,55 @@ TEST_F(Kills, LoseNothingAndTheNextRunMendsTheRest) {
             EXPECT_TRUE(kept() == whole);
         }
     }
+}
+
+struct Unfinished {
+    const char *words;
+    const char *fault;  ///< "" for a sound shop
+    const char *flags;
+    bool asked = false;
+};
+
+TEST_F(Ends, WithoutAnEndOrAReportNoDateIsSet) {
+    const Unfinished runs[] = {
+        {"break=FASE-1 full labels", "label-chain-loop", ""},
+        {"refuse full labels", "", "labels"},
+        {"refuse full labels", "label-orphan-unknown", "", true},
+        {"break=controleren full series", "series-count", ""},
+        {"refuse full series", "series-count", ""},
+        {"break=FASE-1 prices", "price-set-sizes", ""},
+        {"break=series full prices", "", "prices"},
+        {"refuse prices", "", ""},
+        {"refuse prices", "price-set-sizes", "prices", true},
+        {"break=series full sizes", "", ""},
+        {"refuse sizes", "", ""},
+        {"refuse transit", "", ""},
+        {"break=FASE-1 customers", "customer-chain-cut", ""},
+        {"break=FASE-2 customers", "customer-chain-cut", ""},
+        {"refuse customers", "customer-chain-cut", ""},
+        {"full break master", "group-vat", ""},
+        {"full refuse master", "group-vat", ""},
+        {"full break ean", "ean-missing", ""},
+        {"full break order_numbers", "number-kind", ""},
+        {"full break barcodes", "barcode-kind", ""},
+    };
+    for (const Unfinished &one : runs) {
+        SCOPED_TRACE(std::string(one.words) + " " + one.fault);
+        make({.series = 30});
+        if (*one.fault != '\0') {
+            spoil_shop(shop, one.fault, 1);
+            write();
+        }
+        const CheckRun run = check(one.words);
+        EXPECT_EQ(run.flags, one.flags) << run;
+        EXPECT_EQ(run.questions.empty(), !one.asked) << run;
+        EXPECT_TRUE(run.report.empty()) << run;
+        constexpr std::size_t row_of_dates = 18 * 64;
+        EXPECT_TRUE(Bytes("RVSYS.TXT").zero(row_of_dates, 40));
+    }
+    // What an earlier run has passed, this one does not when the repair is declined.
+    make({.series = 30}, {"price-no-supplier"});
+    EXPECT_EQ(check("prices refuse prices", "JN").flags, "");
 }
 
 }  // namespace
