@@ -244,14 +244,6 @@ const Setting settings[] = {
      {},
      true,
      true},
-    {"no home currency either",
-     [](Shop &shop) {
-         put_text(shop.country.home_currency, "");
-         put_text(shop.suppliers[0].currency, "");
-     },
-     {},
-     true,
-     true},
     {"numbers far out",
      [](Shop &shop) {
          ArticleGroupRecord group{};
