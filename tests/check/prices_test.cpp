@@ -317,4 +317,73 @@ TEST_F(LabelPrices, ASizeOutsideTheKind) {
     }
 }
 
+/// Days of `days` labels each of three sizes, in the chain of the one series: first those of the first size,
+/// then those of the third, which costs twice as much, then those of the second, which has no price. Four
+/// days of five have a set of their own, with a price of 5000 for a label of 5000.
+class ManyLabels : public LabelPrices {
+protected:
+    void make_days(int days) {
+        make_bare(false, 1);
+        supplier->rate = 20000;  // a label without companion: half its price
+        supplier->factor = 10000;
+        supplier->rate_unit = 1;
+        std::memcpy(supplier->currency, "EUR", 3);
+        const LabelParts usual = labels.front().second;
+        labels.clear();
+        const int count = 3 * days;
+        LabelBlock empty{};
+        empty.key = shop.series.front().key;
+        empty.size_kind = shop.series.front().size_kind;
+        empty.next = -1;
+        shop.label_blocks.assign(static_cast<std::size_t>(count / labels_per_block + 1), empty);
+        const auto end = static_cast<std::int32_t>(shop.label_blocks.size());
+        shop.label_chain = {};
+        shop.label_chain.free_head = shop.label_chain.end_mark = end;
+        shop.series.front().first_block = 0;
+        for (int i = 0; i < count; i++) {
+            LabelBlock &block = shop.label_blocks[static_cast<std::size_t>(i / labels_per_block)];
+            block.next = i / labels_per_block + 1 < end ? i / labels_per_block + 1 : -1;
+            LabelParts parts = usual;
+            parts.size = static_cast<int>(sizes[i < days ? 0 : i < 2 * days ? 2 : 1]);
+            parts.date_in = day_of(i % days, days);
+            parts.price = i >= days && i < 2 * days ? 10000 : 5000;
+            labels.emplace_back(&block.slots[i % labels_per_block], parts);
+        }
+        shop.price_sets.clear();
+        for (int day = 0; day < days; day++) {
+            if (day % 5 != 0) {
+                add_set("EUR", 10000, sizes[0], 5000);
+                PriceSetRecord &set = shop.price_sets.back();
+                set.begin_date = set.end_date = shop.price_blocks.back().end_date = day_of(day, days);
+                set.sizes.set(sizes[2]);
+                shop.price_blocks.back().sizes = set.sizes;
+            }
+        }
+    }
+    /// Days come in no order, each once; a prime number of days is asked for.
+    static day_number day_of(int n, int days) {
+        return static_cast<day_number>(30000 + n * 1009 % days);
+    }
+};
+
+// Each label of the second size takes the first label that came with it. So many are listed, not walked.
+TEST_F(ManyLabels, InOneSeries) {
+    constexpr int days = 1667;
+    make_days(days);
+    EXPECT_EQ(run().flags, "prices");
+    const Bytes file("RVIPG.TXT");
+    std::map<std::pair<unsigned, unsigned>, int> prices;  // place of the size, price
+    for (std::size_t at = 0; at + block_bytes <= file.size(); at += block_bytes) {
+        for (unsigned size = 0; size < 3; size++) {
+            prices[{size, file.u32(at + 32)}] += file.u32(at) != 0 && file.bit(at + 12, sizes[size]) ? 1 : 0;
+        }
+    }
+    constexpr int without_set = days / 5 + 1;
+    EXPECT_EQ((prices[{1, 5000}]), days - without_set);
+    EXPECT_EQ((prices[{0, 2500}]), without_set);
+    EXPECT_EQ((prices[{1, 2500}]), without_set);
+    EXPECT_EQ((prices[{2, 5000}]), days);
+    EXPECT_EQ(audit(audit_prices), "");
+}
+
 }  // namespace
