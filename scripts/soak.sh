@@ -16,16 +16,15 @@ failures=$root/build/soak
 
 # What is tried | preset | tests, as a regular expression | times as many rounds as in a short run
 rows=(
-  "Kills of each check|release|^check/.*Kill|10"
-  "Kills in the store|release|^store/store_crash|20"
+  "Kills and ends of each check|release|^check/Ends|10"
   "Mixes of faults|release|^check/.*ManyFaults|10"
-  "Damaged shops, sanitizers|sanitize|^check/.*DamagedFiles|10"
+  "Damaged shops, sanitizers|sanitize|^check/Damaged|10"
   "A till beside the checks|release|^check/TillBeside|10"
   "Programs on one pair|release|^store/store_share|15"
   "The store and its model|release|^store/.*model|5"
   "The store and its model, sanitizers|sanitize|^store/.*model|1"
-  "Labels, series, sizes and prices at random|release|^sub/|20"
-  "Made shops|release|^tools/.*FilesAgree|10"
+  "Prices and their model|release|^sub/PriceStore|20"
+  "Made shops|release|^tools/|10"
   "Keys at random, sanitizers|sanitize|^screen/RandomKeys|2"
   "Fuzzers|fuzz|^fuzz/|30"
 )

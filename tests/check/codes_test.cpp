@@ -1,6 +1,5 @@
 // The checks of suppliers' order numbers and of replaced codes: rows, repair, files that are passed over.
 #include <algorithm>
-#include <random>
 #include <set>
 
 #include "base/base.h"
@@ -207,7 +206,6 @@ TEST_F(Codes, ReplacedCodesAreListedAndDeletedOnYes) {
         std::string(32, ' ') + "Serie niet aanwezig");
     write();
 
-    EXPECT_EQ(check("full break barcodes").flags, "");
     const CheckRun refused = check("full barcodes", "N");
     EXPECT_EQ(rows(refused), expected) << refused;
     EXPECT_TRUE(refused.reports("barcode       serienummer     mt ")) << refused;
@@ -283,60 +281,6 @@ TEST_F(Codes, WhatIsNoSoundFileIsPassedOver) {
         const CheckRun run = check("full order_numbers barcodes", "N");
         EXPECT_EQ(run.flags, "order_numbers barcodes") << run;
         EXPECT_TRUE(run.report.empty()) << run;
-    }
-}
-
-TEST_F(Codes, KilledRepairsLeaveWhatIsSoundAndTheNextMendsTheRest) {
-    const int kills = rounds(6);
-    make({.series = 200, .customers = 0});
-    std::multiset<std::string> sound;
-    const BarcodeRecord pattern = shop.barcodes[0];
-    for (int i = 0; i < 400; i++) {
-        BarcodeRecord &record = shop.barcodes.emplace_back(pattern);
-        put_text(record.code, str_format("7%012d", i * 7919 % 1000));
-        record.size_kind = i % 4 == 0 ? pattern.size_kind : 77;
-    }
-    for (const BarcodeRecord &record : shop.barcodes) {
-        if (record.size_kind != 77) {
-            sound.emplace(record.code, sizeof record.code);
-        }
-    }
-    write();
-    const long writes = check("full barcodes", "J").writes;
-    for (int i = 0; i < kills; i++) {
-        SCOPED_TRACE(i);
-        write();
-        check("full kill-at=" + std::to_string(kill_moment(writes, i, kills)) + " barcodes", "J");
-        const std::multiset<std::string> left = codes("RVBARC.TXT", sizeof(BarcodeRecord));
-        EXPECT_TRUE(std::includes(left.begin(), left.end(), sound.begin(), sound.end()));
-        EXPECT_EQ(check("full barcodes", "J").flags, "barcodes");
-        EXPECT_EQ(codes("RVBARC.TXT", sizeof(BarcodeRecord)), sound);
-    }
-}
-
-TEST_F(Codes, DamageNeitherLoopsNorDeletesMoreThanIsListed) {
-    const int seeds = rounds(4);
-    for (int seed = 1; seed <= seeds; seed++) {
-        SCOPED_TRACE(seed);
-        make({.series = 80, .customers = 0, .seed = static_cast<std::uint64_t>(seed)},
-             {"number-kind", "barcode-kind"});
-        std::vector<std::string> names{"RVBARC", "RVART",    "RVLEV", "RVMERK",
-                                       "RVMAAT", "RVOMZGRP", "RVVKP", "RVARTREG"};
-        for (const auto &[supplier, list] : shop.supplier_numbers) {
-            names.push_back(str_format("XNRS%04d", supplier));
-        }
-        std::mt19937 random(static_cast<unsigned>(seed));
-        for (const std::string &name : names) {
-            std::string bytes = get(name + ".TXT");
-            for (std::size_t hits = bytes.size() / 100 + 1; hits > 0; hits--) {
-                bytes[random() % bytes.size()] = static_cast<char>(random());
-            }
-            put(name + ".TXT", bytes);
-        }
-        const std::size_t there = codes("RVBARC.TXT", 32).size();
-        const CheckRun run = check("full master order_numbers barcodes", "JN");
-        EXPECT_LE(there - codes("RVBARC.TXT", 32).size(), static_cast<std::size_t>(run.count(" niet ")));
-        EXPECT_FALSE(temporary_files());
     }
 }
 

@@ -347,82 +347,12 @@ TEST_F(Journals, LabelChainsThatLeadAstrayStopNothing) {
     }
 }
 
-TEST_F(Journals, ThousandsOfOrdersPassInSteadyMemory) {
-    std::string words;
-    for (int order = 0; order < 5000; order++) {
-        words += "O" + std::to_string(order % 3 == 0 ? 1 + order % 999 : 100000 + order) + " M D S E B L F ";
-    }
-    write_journal(words, "");
-    EXPECT_EQ(check("journals").flags, "journals");
-    EXPECT_EQ(check("journals").flags, "journals");
-    EXPECT_EQ(audit(audit_journals), "");
-}
-
 TEST(JournalWalk, WhatCannotBeReadIsNoEnd) {
     journal_walk walk;
     journal_begin(walk, -1, nullptr);
     EXPECT_FALSE(journal_next(walk));
     EXPECT_EQ(walk.end, journal_end::unreadable);
     EXPECT_EQ(walk.error, EBADF);
-}
-
-/// The run is killed, or asked to leave, at any moment. The journal is the old or the new one, and runs that
-/// follow put the list right. One that is asked to leave goes no further than the next order.
-TEST_F(Journals, KilledAtAnyMomentTheNextRunMends) {
-    const int kills = rounds(12);
-    std::string words;
-    std::string clean;
-    for (int order = 1; order <= 300; order++) {
-        words += "O" + std::to_string(order) + " M D S E ";
-        clean += "O" + std::to_string(5000 + order) + " M D S E ";
-    }
-    write_journal(words, "17 18 19 4000");
-    const long writes = check("journals").writes;
-    for (int round = 0; round < kills; round++) {
-        write_journal(words, "17 18 19 4000");
-        const char *end = round % 2 == 0 ? "leave-at=" : "kill-at=";
-        check(end + std::to_string(kill_moment(writes, round, kills)) + " journals");
-        const std::string left = bytes_of(journal_file);
-        EXPECT_TRUE(left == journal(words) || (left == journal(clean) && round > 0)) << round;
-        EXPECT_EQ(check("journals").flags, "journals");
-        EXPECT_EQ(audit(audit_journals), "");
-        EXPECT_GE(label_number(), 5001U);
-        EXPECT_LE(label_number(), 5600U);
-    }
-}
-
-struct Fault {
-    const char *name;
-    const char *report;  ///< null: the journals pass
-};
-
-TEST_F(Journals, MadeFaultsAreFoundOrMended) {
-    const Fault faults[] = {
-        {"journal-code", "Ongeldige kode (kode=Q"},
-        {"journal-order", "Ongeldige volgorde (kode=O, prevkode=M"},
-        {"journal-short", "Onvolledig record (kode=S"},
-        {"journal-twice", nullptr},
-        {"journal-dropped", nullptr},
-        {"journal-empty", nullptr},
-        {"journal-number-low", nullptr},
-        {"order-missing", nullptr},
-        {"order-stray", nullptr},
-        {"order-text", nullptr},
-        {"order-journal", nullptr},
-    };
-    for (const Fault &fault : faults) {
-        SCOPED_TRACE(fault.name);
-        make({.series = 60, .customers = 0, .tills = 0}, {fault.name});
-        const CheckRun first = check("journals");
-        const CheckRun second = check("journals");
-        EXPECT_EQ(first.flags, fault.report == nullptr ? "journals" : "") << first;
-        EXPECT_EQ(first.report.size(), second.report.size());  // the heads carry the minute
-        if (fault.report != nullptr) {
-            EXPECT_TRUE(first.reports(fault.report) && second.reports(fault.report)) << first << second;
-        } else {
-            EXPECT_EQ(audit(audit_journals), "");
-        }
-    }
 }
 
 }  // namespace

@@ -168,52 +168,6 @@ TEST_F(Master, TellsEveryClassInOrderAndMendsWhatItCan) {
     }
 }
 
-struct Mended {
-    const char *fault;
-    int told;     ///< lines of the first run
-    bool passes;  ///< in the first run
-    const char *text = "niets";
-};
-
-const Mended mended[] = {
-    {"group-vat", 1, false, "BTW code aangepast"},
-    {"group-session", 1, false, "Ongeldige sessienummer"},
-    {"group-invalid", 0, true},
-    {"supplier-no-currency", 0, true},
-    {"supplier-size-system", 0, true},
-    {"supplier-session", 1, false, "Ongeldige sessienummer"},
-    {"supplier-invalid", 0, true},
-    {"brand-size-system", 0, true},
-    {"brand-session", 1, false, "Ongeldige sessienummer"},
-    {"brand-invalid", 0, true},
-    {"sizekind-session", 1, false, "Ongeldige sessienummer"},
-    {"turnover-invalid", 0, true},
-    {"staff-invalid", 0, true},
-    {"small-invalid", 0, true},
-    {"master-colour-missing", 1, true, "Kleur niet aanwezig. Kleur toegevoegd"},
-    {"master-no-model", 0, true},
-    {"master-no-letter", 0, true},
-    {"master-no-target", 0, true},
-};
-
-TEST_F(Master, WhatIsMendedPassesAtTheLatestInTheSecondRun) {
-    for (const Mended &one : mended) {
-        SCOPED_TRACE(one.fault);
-        make({.series = 4, .customers = 0}, {one.fault});
-        EXPECT_NE(audit(audit_master), "");
-        const CheckRun run = check("full master");
-        EXPECT_EQ(findings(run).size(), static_cast<std::size_t>(one.told)) << run;
-        EXPECT_EQ(run.count(one.text), one.told) << run;
-        EXPECT_EQ(run.flags, one.passes ? "master" : "");
-        EXPECT_EQ(date_on_file(at_master_date), one.passes ? date_today() : 0U);
-        const CheckRun again = check("full master");
-        EXPECT_EQ(findings(again).size(), 0U) << again;
-        EXPECT_EQ(again.flags, "master");
-        EXPECT_EQ(date_on_file(at_master_date), date_today());
-        EXPECT_EQ(audit(audit_master), "");
-    }
-}
-
 TEST_F(Master, FillsInWhatTheShopItselfSays) {
     make({.series = 4, .customers = 0}, {"supplier-no-currency", "master-no-model", "master-no-letter",
                                          "master-no-target", "master-colour-missing"});
@@ -262,7 +216,6 @@ struct Setting {
 };
 
 const Setting settings[] = {
-    {"a clean shop", [](Shop &) {}, {}, true, true},
     {"no limit: session numbers go to 0",
      [](Shop &shop) { shop.settings.session_options &= static_cast<std::uint8_t>(~1U); },
      {"*"},
@@ -277,15 +230,6 @@ const Setting settings[] = {
      {"Systeemgegevens     firma                            omschrijving"},
      false,
      false},
-    {"saving actions not in use",
-     [](Shop &shop) {
-         shop.settings.mode &= static_cast<std::uint8_t>(~mode_saving);
-         shop.till_settings.actions[0] = {};
-         shop.till_settings.actions[0].in_use = 1;
-     },
-     {},
-     true,
-     true},
     {"records of the branches, and a season year without sense",
      [](Shop &shop) {
          SmallArticleRecord record = shop.small_articles.front();
@@ -296,14 +240,6 @@ const Setting settings[] = {
          shop.series[0].season_year = 0;
          shop.series[1].season_number = 9;
          shop.series[2].supplier = 0;
-     },
-     {},
-     true,
-     true},
-    {"no home currency either",
-     [](Shop &shop) {
-         put_text(shop.country.home_currency, "");
-         put_text(shop.suppliers[0].currency, "");
      },
      {},
      true,
@@ -354,16 +290,6 @@ TEST_F(Master, FollowsTheSettingsOfTheShop) {
     }
 }
 
-TEST_F(Master, BreakingOffAndRefusalLeaveDateAndFlag) {
-    make({.series = 6, .customers = 0}, {"group-vat", "group-no-name"});
-    for (const char *words : {"full break master", "full refuse master"}) {
-        const CheckRun run = check(words);
-        EXPECT_TRUE(run.report.empty()) << run;
-        EXPECT_EQ(run.flags, "");
-        EXPECT_EQ(date_on_file(at_master_date), 0U);
-    }
-}
-
 TEST_F(Master, FilesTooShortAreFindings) {
     make({.series = 6, .customers = 0});
     std::filesystem::resize_file("KASPARM.TXT", 500);
@@ -372,43 +298,6 @@ TEST_F(Master, FilesTooShortAreFindings) {
     ASSERT_EQ(findings(run).size(), 2U) << run;
     EXPECT_EQ(findings(run)[0], finding("Systeemgegevens", "filiaalnummer", 1, "omschrijving niet aanwezig"));
     EXPECT_EQ(findings(run)[1], finding("Systeemgegevens", "filiaalnummer", 2, "omschrijving niet aanwezig"));
-}
-
-/// How many live records the reference files hold.
-std::vector<int> live_records() {
-    std::vector<int> counts;
-    for (const char *name : {"RVART", "RVLEV", "RVMERK", "RVMAAT", "RVSER"}) {
-        const std::size_t length = Bytes(std::string(name) + ".INX").u16(offsetof(ix_header, reclen));
-        const Bytes file(std::string(name) + ".TXT");
-        int count = 0;
-        for (std::size_t at = 0; at < file.size(); at += length) {
-            count += ix_live(file.data.data() + at, static_cast<int>(length)) ? 1 : 0;
-        }
-        counts.push_back(count);
-    }
-    return counts;
-}
-
-// Without a limit nearly every record of four files is written.
-TEST_F(Master, KilledRunsLoseNothingAndTheNextMendsTheRest) {
-    const int kills = rounds(6);
-    make({.series = 200, .customers = 0}, {"master-no-model"});
-    shop.settings.session_options = 0;
-    for (int i = 0; i < kills; i++) {
-        for (SeriesRecord &series : shop.series) {
-            series.letter = '\0';
-        }
-        write();
-        const std::vector<int> counts = live_records();
-        const long writes = check("full master").writes;
-        write();
-        check("full kill-at=" + std::to_string(kill_moment(writes, i, kills)) + " master");
-        EXPECT_EQ(live_records(), counts);
-        check("full master");
-        EXPECT_EQ(check("full master").flags, "master");
-        EXPECT_EQ(live_records(), counts);
-        EXPECT_EQ(audit(audit_master), "");
-    }
 }
 
 }  // namespace

@@ -254,28 +254,4 @@ TEST_F(Sizes, WithoutAKindTheSizesCantBeTold) {
     EXPECT_EQ(again.found(), "sizes.7");
 }
 
-TEST_F(Sizes, ARunThatDoesNotCompleteProvesNothing) {
-    for (const char *words : {"break=series full sizes", "refuse sizes"}) {
-        make_small();
-        EXPECT_EQ(check(words).flags, "") << words;
-        EXPECT_EQ(date_on_file(date_offset), 0U) << words;
-    }
-}
-
-TEST_F(Sizes, KilledAtAnyMoment) {
-    const int count = rounds(4);
-    make({.series = 60, .customers = 0}, {"size-name-stale", "size-series-missing", "size-series-groups"});
-    for (SeriesRecord &series : shop.series) {
-        series.sizes.set(93);
-    }
-    for (int i = 0; i < count; i++) {
-        write();
-        const long writes = check("sizes").writes;
-        write();
-        check("kill-at=" + std::to_string(kill_moment(writes, i, count)) + " sizes");
-        EXPECT_EQ(check("sizes").flags, "sizes");
-        EXPECT_EQ(audit(audit_sizes | audit_labels), "");
-    }
-}
-
 }  // namespace

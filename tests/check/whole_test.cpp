@@ -1,10 +1,7 @@
 // All checks together: every fault alone, and many at once, mended round by round with the operator's yes.
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <iostream>
 #include <map>
 #include <random>
 #include <set>
@@ -12,6 +9,7 @@
 
 #include "check/session/session.h"
 #include "support/check_case.h"
+#include "support/store/verify.h"
 
 namespace {
 
@@ -27,29 +25,155 @@ std::string all_passed(const Shop &shop) {
 
 /// Faults that a human has to mend: the checks find them and tell, and the run does not pass.
 const std::set<std::string> left_to_a_human = {
-    "customer-no-name",        "branch-no-name",         "brand-no-name",        "company-no-name",
-    "customer-countries-none", "customer-title-unknown", "group-missing",        "group-no-name",
+    "branch-no-name",          "brand-no-name",          "company-no-name",      "customer-countries-none",
+    "customer-no-name",        "customer-title-unknown", "group-missing",        "group-no-name",
     "group-no-turnover",       "group-turnover-unknown", "journal-code",         "journal-order",
     "journal-short",           "label-series-invalid",   "master-brand-unknown", "master-kind-missing",
     "master-no-target-at-all", "master-season-letter",   "master-season-number", "master-supplier-unknown",
     "saving-no-name",          "saving-no-period",       "size-label-unknown",   "size-number-double",
     "size-number-gap",         "size-number-high",       "size-number-none",     "sizekind-no-code",
     "small-no-name",           "small-turnover-unknown", "staff-no-name",        "supplier-no-name",
-    "turnover-no-name",
-};
+    "turnover-no-name"};
+
+/// Kinds that the first run mends without a question: it is the second that passes.
+const std::set<std::string> passing_later = {
+    "labels.1",         "labels.2",      "labels.3", "labels.4", "labels.5", "labels.6", "labels.8",
+    "order_criteria.1", "customers.103", "master.4", "master.5", "master.7", "master.9", "master.10"};
 
 /// Faults that checks pass over, by their rules: an order keeps its number 0; the operator's yes is enough
 /// for a series of two suppliers that prefers none; a code file that is not consistent is left alone.
 const std::set<std::string> passed_over = {"journal-number-none", "price-no-supplier", "index-barcode-cut"};
+
+/// What the first run finds, and the faults of which it does; a code with a question mark depends on the
+/// shop. Of the other faults nothing is told.
+const std::pair<std::string, std::string> codes_of_faults[] = {
+    {"labels.1", "label-chain-outside"},
+    {"labels.1 labels.6", "label-first-outside label-no-block"},
+    {"labels.2", "label-chain-other"},
+    {"labels.3", "label-chain-free"},
+    {"labels.4", "label-chain-loop"},
+    {"labels.2 labels.6", "label-chain-shared"},
+    {"labels.6", "label-chain-cut label-orphan-known"},
+    {"labels.5", "label-orphan-unknown"},
+    {"labels.8", "label-orphan-invalid"},
+    {"labels.7 master.21", "label-series-invalid"},
+    {"series.1", "series-count"},
+    {"series.3", "series-delivery-date series-sale-date"},
+    {"series.5", "series-stamp series-stamp-none"},
+    {"series.4", "series-branch"},
+    {"series.1 series.2", "series-label-status"},
+    {"series.5 label_prices.1?", "series-label-date"},
+    {"ean.2 prices.7 prices.9 order_numbers.1? barcodes.1?", "series-no-brand"},
+    {"prices.1", "price-chain-outside"},
+    {"prices.1 prices.6 label_prices.1?", "price-no-block"},
+    {"prices.2", "price-chain-other"},
+    {"prices.3", "price-chain-free"},
+    {"prices.4", "price-chain-loop"},
+    {"prices.6 prices.8 label_prices.1?", "price-chain-cut"},
+    {"prices.5", "price-block-lost"},
+    {"prices.7", "price-block-no-series"},
+    {"prices.8", "price-set-sizes"},
+    {"prices.7 prices.9", "price-set-no-series"},
+    {"prices.5 label_prices.1?", "price-set-no-end"},
+    {"prices.10", "price-no-supplier"},
+    {"label_prices.1", "price-set-late"},
+    {"sizes.1", "size-number-none size-number-high"},
+    {"sizes.3", "size-number-double"},
+    {"sizes.2", "size-number-gap"},
+    {"sizes.4 label_prices.1?", "size-label-unknown"},
+    {"sizes.5", "size-series-unknown"},
+    {"sizes.6", "size-series-missing size-series-none"},
+    {"sizes.8", "size-series-groups"},
+    {"transit.1", "transit-no-entry"},
+    {"order_criteria.1",
+     "criteria-chain-outside criteria-no-block criteria-chain-other criteria-chain-free criteria-chain-loop "
+     "criteria-chain-cut criteria-block-lost"},
+    {"customers.104", "customer-number-zero customer-number-high"},
+    {"customers.105", "customer-no-name"},
+    {"customers.103", "customer-marks"},
+    {"customers.1 customers.102", "customer-first-outside"},
+    {"customers.1", "customer-chain-outside"},
+    {"customers.2", "customer-chain-empty"},
+    {"customers.3", "customer-chain-other"},
+    {"customers.4", "customer-chain-unsold"},
+    {"customers.5", "customer-chain-loop"},
+    {"customers.102", "customer-chain-cut"},
+    {"customers.101", "customer-missing"},
+    {"titles.1", "customer-title-unknown"},
+    {"countries.1", "customer-countries-none"},
+    {"master.1", "group-no-name"},
+    {"master.2", "group-no-turnover"},
+    {"master.3", "group-turnover-unknown"},
+    {"master.4", "group-vat"},
+    {"master.5", "group-session"},
+    {"master.22", "group-missing"},
+    {"master.6", "supplier-no-name"},
+    {"master.7", "supplier-session"},
+    {"master.8", "brand-no-name"},
+    {"master.9", "brand-session"},
+    {"master.10", "sizekind-session"},
+    {"master.11 sizes.2?", "sizekind-no-code"},
+    {"master.12", "branch-no-name company-no-name"},
+    {"master.13", "turnover-no-name"},
+    {"master.15", "staff-no-name"},
+    {"master.16", "small-no-name"},
+    {"master.17", "small-turnover-unknown"},
+    {"master.20", "saving-no-name"},
+    {"master.19", "saving-no-period"},
+    {"master.23", "master-colour-missing"},
+    {"master.26", "master-kind-missing"},
+    {"master.24", "master-brand-unknown"},
+    {"master.25", "master-supplier-unknown"},
+    {"master.27", "master-season-letter"},
+    {"master.28", "master-season-number"},
+    {"master.29", "master-no-target-at-all"},
+    {"ean.1", "ean-missing"},
+    {"ean.4", "ean-double index-ean-swapped"},
+    {"ean.2", "ean-series-unknown ean-size-unknown"},
+    {"ean.3", "ean-article-unknown"},
+    {"barcodes.1", "barcode-series-unknown"},
+    {"barcodes.2", "barcode-kind barcode-size"},
+    {"order_numbers.1", "number-series-unknown"},
+    {"order_numbers.2", "number-kind number-size"},
+    {"order_numbers.3", "number-supplier"},
+    {"journals.1", "journal-code"},
+    {"journals.2", "journal-order"},
+    {"journals.3", "journal-short"}};
+
+/// The codes that a run over a shop with one fault has to find.
+std::string codes_of(const std::string &fault) {
+    for (const auto &[codes, faults] : codes_of_faults) {
+        if ((" " + faults + " ").find(" " + fault + " ") != std::string::npos) {
+            return codes;
+        }
+    }
+    return "";
+}
+
+/// True when just those codes were found.
+bool just_these(const std::string &codes, std::set<std::string> found) {
+    std::istringstream words(codes);
+    for (std::string code; words >> code;) {
+        const bool optional = code.back() == '?';
+        if (found.erase(optional ? code.substr(0, code.size() - 1) : code) == 0 && !optional) {
+            return false;
+        }
+    }
+    return found.empty();
+}
+
+/// Faults that leave the records and their blocks as they are.
+const std::set<std::string> unseen_by_the_audit = {
+    "label-file-tail",    "price-file-tail",     "index-series-swapped",
+    "index-series-locks", "index-series-update", "index-series-cut",
+    "index-ean-swapped",  "index-barcode-cut",   "journal-empty",
+};
 
 /// What passed checks leave in agreement. What a customer bought is counted again only on request.
 constexpr unsigned audited = audit_all & ~audit_amounts;
 
 class Whole : public CheckCase {
 protected:
-    void SetUp() override {
-        CheckCase::SetUp();
-    }
     [[nodiscard]] bool passed(const CheckRun &run) const {
         return run.flags == all_passed(shop);
     }
@@ -88,14 +212,23 @@ protected:
 TEST_F(Whole, SoundShopOfEveryModePassesWithoutAQuestion) {
     const ShopOptions modes[] = {
         {.series = 15},
-        {.series = 15, .branches = 1, .label_digits = 6},
+        {.series = 15, .branches = 1, .label_digits = 6, .transit = false},
+        {.series = 15, .branches = 14, .label_digits = 8},
         {.series = 15, .customers = 0, .label_digits = 8},
-        {.series = 15, .linked = false, .transit = false},
+        {.series = 15, .tills = 0, .linked = false, .transit = false},
         {.series = 15, .no_decimals = true},
+        {.series = 300, .customers = 2000},
+        {.series = 15, .labels = 0},
         {.series = 0, .customers = 0},
     };
     for (const ShopOptions &mode : modes) {
         make(mode);
+        EXPECT_EQ(audit(audit_all), "");
+        for (const auto &entry : std::filesystem::directory_iterator(".")) {
+            if (entry.path().extension() == ".INX") {
+                EXPECT_EQ(ix_verify(entry.path().stem()), std::vector<std::string>{}) << entry.path();
+            }
+        }
         const CheckRun run = check("11 12 13");
         EXPECT_EQ(run.flags, all_passed(shop)) << run;
         EXPECT_EQ(run.questions.size(), 0U) << run;
@@ -109,16 +242,26 @@ const std::set<std::string> shown_elsewhere = {
 
 TEST_F(Whole, EveryFaultIsFoundAndMendedOrLeftToAHuman) {
     std::set<std::string> codes;
+    std::set<std::string> names;
     for (const ShopFault &fault : shop_faults()) {
         const std::string name = fault.name;
+        SCOPED_TRACE(name);
+        EXPECT_TRUE(names.insert(name).second);
+        const bool stays = left_to_a_human.contains(name);
         make({.series = 40}, {name});
+        EXPECT_EQ(audit(audit_all).empty(), unseen_by_the_audit.contains(name));
         const CheckRun first = check("11 12 13", yes_for_a_while);
+        const std::set<std::string> found(first.codes.begin(), first.codes.end());
+        EXPECT_TRUE(just_these(codes_of(name), found)) << first;
+        const bool later = std::any_of(found.begin(), found.end(),
+                                       [](const std::string &code) { return passing_later.contains(code); });
+        EXPECT_EQ(passed(first), !stays && !later) << first;
         const CheckRun last = passed(first) ? first : run_to_the_end();
-        EXPECT_EQ(passed(last), left_to_a_human.count(name) == 0) << name << "\n" << last;
-        if (passed(last) && passed_over.count(name) == 0) {
-            EXPECT_EQ(wrong_in_the_end(), "") << name;
+        EXPECT_EQ(passed(last), !stays) << last;
+        if (passed(last) && !passed_over.contains(name)) {
+            EXPECT_EQ(wrong_in_the_end(), "");
         }
-        codes.insert(first.codes.begin(), first.codes.end());
+        codes.insert(found.begin(), found.end());
     }
     for (const finding_kind *kind : chk_all_findings()) {
         EXPECT_TRUE(codes.contains(kind->code) || shown_elsewhere.contains(kind->code)) << kind->code;
@@ -191,7 +334,7 @@ TEST_F(Whole, ManyFaultsAtOnceAreMendedRoundByRound) {
         const bool human = seed % 4 == 3;
         for (int i = 0; i < 25; i++) {
             const ShopFault &fault = shop_faults()[random() % shop_faults().size()];
-            if (passed_over.count(fault.name) == 0 && (human || left_to_a_human.count(fault.name) == 0) &&
+            if (!passed_over.contains(fault.name) && (human || !left_to_a_human.contains(fault.name)) &&
                 spoil_shop(shop, fault.name, random())) {
                 put_in += std::string(" ") + fault.name;
             }
@@ -203,116 +346,6 @@ TEST_F(Whole, ManyFaultsAtOnceAreMendedRoundByRound) {
             EXPECT_EQ(wrong_in_the_end(), "") << seed << put_in;
         }
     }
-}
-
-/// Every file of the shop, markers and season directories included.
-std::vector<std::filesystem::path> files_of_shop() {
-    std::vector<std::filesystem::path> files;
-    for (const auto &entry : std::filesystem::recursive_directory_iterator(".")) {
-        if (entry.is_regular_file() && entry.file_size() > 0) {
-            files.push_back(entry.path());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-/// Damages a file as a bad disk does: bits, a block of zeros, two blocks swapped, the end cut off.
-void damage(const std::filesystem::path &path, std::mt19937 &random) {
-    std::string bytes = ScratchDir::get(path);
-    constexpr std::size_t block = 512;
-    const auto place = [&](std::size_t length) {
-        return bytes.size() > length ? random() % (bytes.size() - length) : 0;
-    };
-    switch (random() % 4) {
-        case 0:
-            for (int i = 0; i < 8; i++) {
-                bytes[place(0)] ^= static_cast<char>(1U << random() % 8);
-            }
-            break;
-        case 1:
-            bytes.replace(place(block), std::min(block, bytes.size()), std::min(block, bytes.size()), '\0');
-            break;
-        case 2:
-            if (bytes.size() > 2 * block) {
-                std::swap_ranges(bytes.begin(), bytes.begin() + block,
-                                 bytes.begin() + static_cast<std::ptrdiff_t>(block + place(2 * block)));
-            }
-            break;
-        default:
-            bytes.resize(place(0));
-            break;
-    }
-    ScratchDir::put(path, bytes);
-}
-
-/// What lies beside the shop, its directories among it: a file that has come and gone shows in them.
-std::string beside_the_shop() {
-    std::set<std::string> found;
-    const auto note = [&](const std::filesystem::path &path) {
-        const bool file = std::filesystem::is_regular_file(path);
-        found.insert(path.string() + " " + std::to_string(file ? std::filesystem::file_size(path) : 0) + " " +
-                     std::to_string(std::filesystem::last_write_time(path).time_since_epoch().count()));
-    };
-    note("..");
-    const auto own = std::filesystem::current_path().filename();
-    for (auto at = std::filesystem::recursive_directory_iterator(".."); at != end(at); ++at) {
-        if (at->path().filename() == own) {
-            at.disable_recursion_pending();
-        } else {
-            note(at->path());
-        }
-    }
-    std::string list;
-    for (const std::string &line : found) {
-        list += line + "\n";
-    }
-    return list;
-}
-
-/// Goes into a shop that has neighbours, a home and a place for temporary files, none of which it may touch.
-void enter_watched_shop() {
-    namespace fs = std::filesystem;
-    const std::vector<std::string> directories = {"2014W", "buren", "thuis", "tmp"};
-    for (const std::string &name : directories) {
-        fs::create_directory(name);
-    }
-    for (const char *name : {"RVSER.TXT", "RVSYS.TXT", "RVCHK860.OK", "PR1", "TP01", "TEMP1", "KASMUT.TXT",
-                             "2014W/ORD0001.JRN", "buren/RVSER.TXT", "thuis/MACRO.TXT", "tmp/PR1"}) {
-        ScratchDir::put(name, "hier blijft alles");
-    }
-    fs::create_directory("winkel");
-    const auto long_ago = fs::file_time_type::clock::now() - std::chrono::hours(1000);
-    for (const auto &entry : fs::recursive_directory_iterator(".")) {
-        fs::last_write_time(entry.path(), long_ago);
-    }
-    fs::last_write_time(".", long_ago);
-    setenv("HOME", fs::absolute("thuis").c_str(), 1);
-    setenv("TMPDIR", fs::absolute("tmp").c_str(), 1);
-    fs::current_path("winkel");
-}
-
-TEST_F(Whole, DamagedFilesNeitherCrashNorHangARunNorLeadItElsewhere) {
-    enter_watched_shop();
-    const std::string beside = beside_the_shop();
-    int came_through = 0;
-    for (int seed = first_seed(), end = seed + rounds(12); seed < end; seed++) {
-        std::mt19937 random(static_cast<unsigned>(seed));
-        for (const auto &entry : std::filesystem::directory_iterator(".")) {
-            std::filesystem::remove_all(entry.path());
-        }
-        make({.series = 8, .labels = 4, .seed = static_cast<std::uint64_t>(seed)});
-        const std::vector<std::filesystem::path> files = files_of_shop();
-        for (unsigned i = 0; i < 1 + random() % 3; i++) {
-            damage(files[random() % files.size()], random);
-        }
-        const CheckRun run = run_check("11 12 13", yes_for_a_while);
-        // A file that can't be used stops the program with a message; anything else is to be listed.
-        EXPECT_TRUE(run.status == 0 || run.status == 1 || run.status == 10) << seed << "\n" << run;
-        EXPECT_EQ(beside_the_shop(), beside) << seed;
-        came_through += run.status == 0 ? 1 : 0;
-    }
-    EXPECT_GT(came_through, 0);
 }
 
 }  // namespace

@@ -1,15 +1,14 @@
-// Processes that die in the middle of an update or a rebuild.
+// Processes that die before any write of an update or a rebuild.
 //
 // Whatever the moment: IXCHECK tells that the pair is unsound, or it is sound in every byte; a rebuild makes
 // it sound; and the records are those before or after the operation that the process died in, with nothing
 // lost of what was done before.
-#include <sys/mman.h>
+#include <fcntl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <atomic>
 #include <csignal>
 #include <cstring>
 #include <map>
@@ -31,24 +30,22 @@ extern "C" ssize_t pwrite(int fd, const void *from, size_t size, off_t offset) {
 
 namespace {
 
-constexpr int writers = 3;
-
 using contents = std::map<int, item>;
 
 enum class act { write, rewrite, erase };
 
-/// The n-th operation of a writer, made from nothing but these numbers.
+/// The n-th operation of a row, made from nothing but these numbers.
 struct operation {
     act what;
     int number;
     int count;
 };
-operation nth(unsigned seed, int writer, int n) {
-    std::seed_seq mix{seed, static_cast<unsigned>(writer), static_cast<unsigned>(n)};
+operation nth(unsigned seed, int n) {
+    std::seed_seq mix{seed, static_cast<unsigned>(n)};
     std::array<unsigned, 3> r;
     mix.generate(r.begin(), r.end());
     const act what = r[0] % 8 < 4 ? act::write : r[0] % 8 < 5 ? act::rewrite : act::erase;
-    return {what, static_cast<int>(r[1] % 250) * writers + writer, static_cast<int>(r[2] % 1000)};
+    return {what, static_cast<int>(r[1] % 250), static_cast<int>(r[2] % 1000)};
 }
 
 /// A rewrite may change no key, so it writes a count into the unkeyed bytes at the end.
@@ -83,29 +80,6 @@ void carry_out(ICB *icb, const operation &o) {
     }
 }
 
-/// Operations that each writer has finished; the memory outlives a kill.
-struct progress {
-    std::array<std::atomic<int>, writers> done;
-    std::atomic<int> stop;
-};
-progress *shared = nullptr;
-
-/// A process that carries out operations until it is stopped.
-pid_t start_writer(unsigned seed, int writer) {
-    std::atomic<int> &done = shared->done[static_cast<std::size_t>(writer)];
-    done = 0;
-    const pid_t child = fork();
-    if (child == 0) {
-        ICB *mine = IXOPEN("D", ix_shared);
-        for (; shared->stop == 0; ++done) {
-            carry_out(mine, nth(seed, writer, done));
-        }
-        IXCLOSE(mine);
-        std::_Exit(0);
-    }
-    return child;
-}
-
 contents read_all_records() {
     contents all;
     ICB *icb = IXOPEN("D", ix_exclusive);
@@ -126,7 +100,14 @@ contents read_all_records() {
     return all;
 }
 
-bool killed(pid_t child) {
+/// Does `work` in another process; true when that was killed.
+template <class Work>
+bool killed(const Work &work) {
+    const pid_t child = fork();
+    if (child == 0) {
+        work();
+        std::_Exit(0);
+    }
     int status = 0;
     waitpid(child, &status, 0);
     return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
@@ -134,32 +115,6 @@ bool killed(pid_t child) {
 
 class store_crash : public store_test {
 protected:
-    void SetUp() override {
-        store_test::SetUp();
-        void *memory =
-            mmap(nullptr, sizeof(progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        ASSERT_NE(memory, MAP_FAILED);
-        shared = static_cast<progress *>(memory);
-        // What the living say of an update that somebody died in.
-        isam_operator.fatal = [](const char *text) {
-            if (std::strstr(text, "Niet consistent") != nullptr) {
-                std::_Exit(3);
-            }
-            std::fprintf(stderr, "%s\n", text);
-            std::_Exit(1);
-        };
-        ix_lock_wait = [](ICB *) {
-            if (shared->stop != 0) {
-                std::_Exit(0);  // a reservation of the dead is never given up
-            }
-            usleep(10);
-        };
-    }
-    void TearDown() override {
-        munmap(shared, sizeof *shared);
-        store_test::TearDown();
-    }
-
     /// The state of the pair after a death: noticed by IXCHECK and seen as unfinished, or sound.
     void judge() {
         const bool refused = IXCHECK("D") < 0;
@@ -174,14 +129,27 @@ protected:
     int noticed = 0;
 };
 
-// One writer, and a death before each single write of a row of operations that has them all.
+/// Carries out operations until it dies before a write, or all are done. The number done is told by the size
+/// of a file, which outlives a kill.
+void carry_out_until(long deadly_write, unsigned seed, int operations) {
+    const int done = open("gedaan", O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    ICB *mine = IXOPEN("D", ix_shared);
+    writes_left = deadly_write;
+    for (int n = 0; n < operations; ++n) {
+        carry_out(mine, nth(seed, n));
+        (void)!write(done, "x", 1);
+    }
+    IXCLOSE(mine);
+}
+
+// A death before each single write of a row of operations that has them all.
 TEST_F(store_crash, BeforeEveryWriteOfAnUpdate) {
     constexpr int operations = 24;
     constexpr unsigned seed = 3;
     contents before;
     ICB *icb = make_pair_of("D", item_keys);
     for (int n = 0; n < 200; ++n) {
-        const operation o = nth(seed + 1, 0, n);
+        const operation o = nth(seed + 1, n);
         carry_out(icb, o);
         perform(before, o);
     }
@@ -192,92 +160,23 @@ TEST_F(store_crash, BeforeEveryWriteOfAnUpdate) {
     for (bool more = true; more; deaths += more ? 1 : 0) {
         put_back("D.INX", index);
         put_back("D.TXT", data);
-        shared->done[0] = 0;
-        const pid_t child = fork();
-        if (child == 0) {
-            ICB *mine = IXOPEN("D", ix_shared);
-            writes_left = deaths;
-            for (int n = 0; n < operations; ++n) {
-                carry_out(mine, nth(seed, 0, n));
-                ++shared->done[0];
-            }
-            IXCLOSE(mine);
-            std::_Exit(0);
-        }
-        more = killed(child);
+        more = killed([&] { carry_out_until(deaths, seed, operations); });
         ASSERT_NO_FATAL_FAILURE(judge()) << "write " << deaths;
         ix_mend("D", deaths % 2 == 0 ? sizeof(item) : 0);
         ASSERT_EQ(ix_verify("D", false), sound) << "write " << deaths;
         contents expected = before;
-        for (int n = 0; n < shared->done[0]; ++n) {
-            perform(expected, nth(seed, 0, n));
+        const auto done = static_cast<int>(file_size("gedaan"));
+        for (int n = 0; n < done; ++n) {
+            perform(expected, nth(seed, n));
         }
         const contents found = read_all_records();
         if (found != expected) {
-            perform(expected, nth(seed, 0, shared->done[0]));
+            perform(expected, nth(seed, done));
             ASSERT_TRUE(more && found == expected) << "write " << deaths;
         }
     }
     EXPECT_GT(deaths, operations * 3);
     EXPECT_GT(noticed, deaths / 2);
-}
-
-// Several writers, of whom one or all are killed at any moment; the others stop at his mark or go on.
-TEST_F(store_crash, AnyMomentOfSharedUpdates) {
-    const int kills = rounds(60);
-    IXCLOSE(make_pair_of("D", item_keys));
-    std::array<contents, writers> state;  // each writer has keys of his own
-    std::mt19937 random(static_cast<unsigned>(first_seed()));
-    int finished = 0;
-    for (int round = 0; round < kills; ++round) {
-        const auto seed = static_cast<unsigned>(1000 * first_seed() + round);
-        shared->stop = 0;
-        std::array<pid_t, writers> children;
-        for (int w = 0; w < writers; ++w) {
-            children[static_cast<std::size_t>(w)] = start_writer(seed, w);
-        }
-        while (shared->done[0] + shared->done[1] + shared->done[2] < writers) {
-            usleep(100);
-        }
-        usleep(static_cast<useconds_t>(random() % 8000));
-        const bool everyone = round % 2 != 0;
-        const std::size_t victim = random() % writers;
-        for (std::size_t w = 0; w < writers; ++w) {
-            if (everyone || w == victim) {
-                kill(children[w], SIGKILL);
-            }
-        }
-        usleep(1000);
-        shared->stop = 1;
-        for (std::size_t w = 0; w < writers; ++w) {
-            int status = 0;
-            waitpid(children[w], &status, 0);
-            ASSERT_TRUE(WIFSIGNALED(status) ? everyone || w == victim
-                                            : WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == 3)
-                << status;
-        }
-        ASSERT_NO_FATAL_FAILURE(judge()) << "round " << round;
-        ix_mend("D", 0);
-        ASSERT_EQ(ix_verify("D", false), sound) << "round " << round;
-        ASSERT_TRUE(IXBLDIX("D"));  // the dead keep no key reserved
-        ASSERT_EQ(ix_verify("D"), sound) << "round " << round;
-        std::array<contents, writers> found;
-        for (const auto &[number, i] : read_all_records()) {
-            found[static_cast<std::size_t>(number % writers)].emplace(number, i);
-        }
-        for (std::size_t w = 0; w < writers; ++w) {
-            const int done = shared->done[w];
-            for (int n = 0; n < done; ++n) {
-                perform(state[w], nth(seed, static_cast<int>(w), n));
-            }
-            finished += done;
-            if (found[w] != state[w]) {
-                perform(state[w], nth(seed, static_cast<int>(w), done));  // it stood in the file when he died
-                ASSERT_TRUE(found[w] == state[w]) << "round " << round << " writer " << w;
-            }
-        }
-    }
-    EXPECT_GT(finished, kills);
 }
 
 /// The data half, with what a rebuild may change blanked out: the links of the free records.
@@ -308,13 +207,10 @@ TEST_F(store_crash, BeforeEveryWriteOfARebuild) {
     for (bool more = true; more; deaths += more ? 1 : 0) {
         put_back("D.INX", index);
         put_back("D.TXT", data);
-        const pid_t child = fork();
-        if (child == 0) {
+        more = killed([&] {
             writes_left = deaths;
             IXBLDIX("D");
-            std::_Exit(0);
-        }
-        more = killed(child);
+        });
         const std::int32_t result = IXCHECK("D");
         ASSERT_EQ(result, result < 0 && more ? -1 : free) << "write " << deaths;
         ASSERT_NO_FATAL_FAILURE(judge()) << "write " << deaths;

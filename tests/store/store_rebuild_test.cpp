@@ -197,9 +197,9 @@ TEST_F(store_rebuild, CheckAndMend) {
 
 // Files may not grow beyond a limit: a clear stop, and a rebuild sets it right when there is room again.
 TEST_F(store_rebuild, DiskFull) {
-    const auto limited = [](long bytes_left) {
-        const rlimit limit{static_cast<rlim_t>(bytes_left), RLIM_INFINITY};
-        setrlimit(RLIMIT_FSIZE, &limit);
+    const auto limit = [](long size) {
+        const rlimit left{static_cast<rlim_t>(size), RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &left);
     };
     const testing::ExitedWithCode stopped(1);
     for (const int mode : {ix_exclusive, ix_shared}) {
@@ -207,11 +207,9 @@ TEST_F(store_rebuild, DiskFull) {
             define(50, false);
             ASSERT_TRUE(IXBLDIX("B"));
             const auto insert = [&] {
-                limited(size);
+                limit(size);
                 ICB *icb = IXOPEN("B", mode);
-                for (int n = 100;; ++n) {
-                    std::uint8_t record[24] = {};
-                    std::memcpy(record, &n, 4);
+                for (int record[6] = {100};; ++record[0]) {
                     IXWRITE(icb, record);
                 }
             };
@@ -222,13 +220,13 @@ TEST_F(store_rebuild, DiskFull) {
         }
     }
     define(5000, false);
-    EXPECT_EXIT((limited(40000), IXBLDIX("B")), stopped, "QBISAM\\(27\\): B.INX ");
+    EXPECT_EXIT((limit(40000), IXBLDIX("B")), stopped, "QBISAM\\(27\\): B.INX ");
     EXPECT_EQ(IXCHECK("B"), -1);
     ASSERT_TRUE(IXBLDIX("B"));
     EXPECT_EQ(ix_verify("B"), sound);
     IXCLOSE(make_pair_of("V", {"vol,100", "k,I,1,4"}));
     const auto fill = [&] {
-        limited(5050);
+        limit(5050);
         ICB *icb = IXOPEN("V", ix_shared);
         for (int record[25] = {};; ++record[0]) {
             IXWRITE(icb, record);

@@ -112,6 +112,98 @@ TEST_F(LabelFile, ValueOfTheGroupComesFromRow1UntilSold) {
     }
 }
 
+// ---- Labels of a series, and labels by number
+
+/// Numbers of the labels of a chain, as a walk finds them.
+std::vector<std::int32_t> walk(std::int32_t block) {
+    std::vector<std::int32_t> found;
+    eti_rec rec;
+    for (int more = eti_file(eti_action::first, block, rec); more != 0;
+         more = eti_file(eti_action::next, block, rec)) {
+        found.push_back(block);
+    }
+    return found;
+}
+
+// Against the shop that was written: each label by its number and along its chain, written and deleted.
+TEST_F(LabelFile, LabelsAreThoseOfTheShop) {
+    make_plain_shop(12);
+    const std::string before = get(eti_file_name);
+    EXPECT_EQ(walk(-1).size(), 0U);
+    EXPECT_EQ(walk(shop.label_chain.free_head).size(), 0U) << "a free block leads to no other";
+    for (const SeriesRecord &series : shop.series) {
+        std::vector<std::int32_t> expected;
+        for (std::int32_t at = series.first_block; at != -1;) {
+            const LabelBlock &block = shop.label_blocks[static_cast<std::size_t>(at)];
+            for (int slot = 0; slot < labels_per_block; slot++) {
+                std::int32_t number = eti_number(at, slot);
+                eti_rec stored;
+                eti_rec rec;
+                eti_unpack(block, slot, stored);
+                ASSERT_EQ(eti_file(eti_action::read, number, rec), stored.status != label_empty);
+                if (stored.status == label_empty) {
+                    continue;
+                }
+                expected.push_back(number);
+                ASSERT_TRUE(rec == stored) << number;
+                // Only the current label can be deleted; by number one is written whatever the current one
+                // is.
+                std::int32_t other = number + 1;
+                ASSERT_EQ(eti_file(eti_action::remove, other, rec), 1);
+                ASSERT_EQ(eti_file(eti_action::remove, number, rec), 0);
+                ASSERT_EQ(eti_file(eti_action::read, number, rec), 0);
+                std::int32_t first = series.first_block;
+                eti_file(eti_action::first, first, rec);
+                ASSERT_EQ(eti_file(eti_action::write, number, stored), 1);
+            }
+            at = block.next;
+        }
+        EXPECT_EQ(walk(series.first_block), expected);
+    }
+    EXPECT_TRUE(get(eti_file_name) == before);
+    const std::int32_t end = shop.label_chain.end_mark * labels_per_block;
+    for (std::int32_t outside : {0, -5, end + 1, 10 * 999999 + 11, 2147483647}) {
+        eti_rec rec;
+        rec.status = label_sold;
+        EXPECT_EQ(eti_file(eti_action::read, outside, rec), 0);
+        EXPECT_EQ(rec.status, label_empty);
+        EXPECT_EQ(eti_file(eti_action::next, outside, rec), 0) << "nothing to go on from";
+    }
+}
+
+struct Broken {
+    const char *name;
+    void (*spoil)(Shop &shop);
+    const char *text;
+};
+
+LabelBlock &first_block_of(Shop &shop) {
+    return shop.label_blocks[static_cast<std::size_t>(shop.series[0].first_block)];
+}
+
+TEST_F(LabelFile, BrokenChainsStopTheProgram) {
+    const Broken chains[] = {
+        {"above the bound", [](Shop &s) { first_block_of(s).next = 1000000; },
+         "IOETI\\(0\\): a=[FN],f=[0-9]+,r=1000000 -> Ongeldige etiketketting"},
+        {"below 0", [](Shop &s) { first_block_of(s).next = -7; },
+         "IOETI\\([0-9]+\\): a=[FN],f=[0-9]+,r=-7 -> Foutieve etiketketting"},
+        {"behind the file",
+         [](Shop &s) { first_block_of(s).next = static_cast<std::int32_t>(s.label_blocks.size()); },
+         "IOETI\\(0\\): a=[FN],f=[0-9]+,r=[0-9]+ -> Buiten bestand"},
+        {"in a loop", [](Shop &s) { first_block_of(s).next = s.series[0].first_block; },
+         "IOETI\\(0\\): a=[FN],f=[0-9]+,r=[0-9]+ -> Ongeldige etiketketting"},
+        {"starts below 0", [](Shop &s) { s.series[0].first_block = -2; },
+         "IOETI\\([0-9]+\\): a=F,f=[0-9]+,r=-2 -> Foutieve etiketketting"},
+    };
+    for (const Broken &chain : chains) {
+        make_shop_with(10, chain.spoil);
+        const std::int32_t first = shop.series[0].first_block;
+        EXPECT_EXIT((dup2(2, 1), walk(first)), testing::ExitedWithCode(1), chain.text) << chain.name;
+        EXPECT_EQ(status_on_file(), status_chains_suspect) << chain.name;
+        close_shop();
+    }
+}
+
 // ---- Blocks, keys, serials
 
 TEST_F(LabelFile, BlocksAreReadInSequenceFromThePlaceOfTheLast) {
@@ -146,22 +238,6 @@ TEST_F(LabelFile, HighestBlockFollowsTheDigits) {
     for (const auto &[count, highest] : digits) {
         sys_country.label_digits = static_cast<std::uint8_t>(count);
         EXPECT_EQ(eti_max_block(), highest) << count;
-    }
-}
-
-TEST_F(LabelFile, SerialsRunFrom1000) {
-    make_empty();
-    const std::pair<std::int32_t, std::int32_t> serials[] = {
-        {0, 1000}, {1000, 1001}, {5, 6}, {9999998, 9999999}, {9999999, 1000}, {-3, 1000}, {2147483647, 1000}};
-    for (const auto &[stored, next] : serials) {
-        SysRow5 row{};
-        row.last_serial = stored;
-        std::memset(row.unused_4, 'u', sizeof row.unused_4);
-        iotab_row(tab_action::write, row_serial, row);
-        EXPECT_EQ(eti_next_serial(), next) << stored;
-        iotab_row(tab_action::read, row_serial, row);
-        EXPECT_EQ(row.last_serial, next) << stored;
-        EXPECT_EQ(row.unused_4[59], 'u');
     }
 }
 

@@ -52,16 +52,12 @@ protected:
 };
 
 /// What a read finds, as "index/sequence/position code"; "-" for nothing, which leaves the cursor alone.
-std::string look(mt_action action, mt_key key, int number, const char *code = "") {
+std::string look(mt_action action, mt_key key, int number) {
     size_cursor cursor{};
     std::memset(&cursor, 0x55, sizeof cursor);
     (key == mt_key::index      ? cursor.index
      : key == mt_key::sequence ? cursor.sequence
                                : cursor.position) = static_cast<std::uint8_t>(number);
-    if (key == mt_key::code) {
-        std::memset(cursor.code, 0, sizeof cursor.code);
-        std::memcpy(cursor.code, code, strnlen(code, sizeof cursor.code));
-    }
     const size_cursor before = cursor;
     if (mtread(session_sizes, action, cursor, key) == 0) {
         return std::memcmp(&before, &cursor, sizeof cursor) == 0 ? "-" : "changed";
@@ -121,20 +117,6 @@ TEST_F(Reference, EveryKeyAndAction) {
                 << "kind " << c.system << "." << c.kind << " key " << static_cast<int>(c.key) << " "
                 << static_cast<char>(c.action) << " " << c.from[i];
         }
-    }
-    struct {
-        int system, kind;
-        mt_action action;
-        const char *code, *found;
-    } const codes[] = {
-        {own, 1, R, "38", "3/2/2 38"},  {own, 1, R, "39", "-"},         {own, 1, F, "38", "3/2/2 38"},
-        {own, 1, F, "39", "90/3/0 40"}, {own, 1, N, "38", "90/3/0 40"}, {own, 1, N, "44", "-"},
-        {own, 1, P, "40", "3/2/2 38"},  {own, 1, P, "36", "-"},         {own, 2, N, "a", "-"},
-        {other, 1, F, "N", "20/1/0 S"},
-    };
-    for (const auto &c : codes) {
-        size_view(session_sizes, c.system, c.kind, &three);
-        EXPECT_EQ(look(c.action, mt_key::code, 0, c.code), c.found) << static_cast<char>(c.action) << c.code;
     }
 }
 
@@ -208,7 +190,6 @@ TEST_F(Reference, RecordsByNumber) {
     expect_file_reader<ArticleGroupRecord>("RVART", static_cast<int>(shop.groups.at(0).number), art_read);
     expect_file_reader<BrandRecord>("RVMERK", shop.brands.at(0).number, merk_read);
     expect_file_reader<SupplierRecord>("RVLEV", shop.suppliers.at(0).number, lev_read);
-    expect_file_reader<CustomerRecord>("RVKLT", static_cast<int>(shop.customers.at(0).number), klant_read);
     const auto rename = [](const sys_region &region) {
         return [&region](numbered_name name) {
             name.name.text[19] = '!';

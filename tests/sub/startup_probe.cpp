@@ -3,7 +3,6 @@
 //   startup_probe leak FILE...        leaves files open
 //   startup_probe run DIR COMMAND     runs another program, and waits
 //   startup_probe notice FILE RECORD  the notice of a record that another user holds
-//   startup_probe views               more views of size kinds than there may be, one closed twice
 #include <fcntl.h>
 
 #include <cstdlib>
@@ -43,22 +42,6 @@ void notice(char **argv) {
     IXCLOSE(icb);
 }
 
-void views() {
-    chk_files.rvmaat = IXOPEN("RVMAAT", ix_shared);
-    mt_view *view[mt_max_views];
-    for (mt_view *&each : view) {
-        each = mtopen(sys_settings.size_system, 1);
-    }
-    const bool refused = mtopen(sys_settings.size_system, 1) == nullptr;
-    for (mt_view *each : view) {
-        mtclose(each);
-    }
-    mtclose(view[0]);
-    scr_text(A_BOLD, 3, 1, "geweigerd %d", refused);
-    ing_enter(4, 1);
-    IXCLOSE(chk_files.rvmaat);
-}
-
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -70,8 +53,6 @@ int main(int argc, char **argv) {
         run(argv);
     } else if (scenario == "notice") {
         notice(argv);
-    } else if (scenario == "views") {
-        views();
     } else {
         for (int i = 2; i < argc; i++) {
             open(argv[i], O_RDONLY);

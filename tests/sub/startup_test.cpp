@@ -162,17 +162,4 @@ TEST_F(Startup, NoticeNamesTheFileAndTheHolder) {
     close(system);
 }
 
-TEST_F(Startup, AViewTooManyAndAViewThatIsNotOpenAreWarned) {
-    make();
-    Terminal t = start({"views"});
-    for (const char *line : {"mtopen-fout", "mtclose-fout"}) {
-        ASSERT_TRUE(t.wait_for(line)) << t.dump();
-        ASSERT_TRUE(t.wait_for("Neem contact op met de Support-groep"));
-        t.key("ENTER");
-    }
-    EXPECT_TRUE(t.wait_for("geweigerd 1")) << t.dump();
-    t.key("ENTER");
-    EXPECT_EQ(t.wait_exit(), 0);
-}
-
 }  // namespace

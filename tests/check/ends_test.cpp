@@ -1,0 +1,226 @@
+// Runs that end without warning, or are asked to leave, at any of their writes: nothing of the shop is lost,
+// and a run or two that follow leave what a whole one leaves. Runs that are broken off, or have no report.
+#include <map>
+#include <random>
+#include <set>
+
+#include "store/store.h"
+#include "support/check_case.h"
+
+namespace {
+
+/// What a whole run and one that was killed have to leave alike.
+struct Kept {
+    std::map<std::string, int> records;  ///< live ones of each indexed file
+    std::multiset<std::string> labels;   ///< series, status and amounts
+    std::multiset<std::string> criteria;
+    bool operator==(const Kept &) const = default;
+};
+
+Kept kept() {
+    Kept found;
+    for (const auto &entry : std::filesystem::directory_iterator(".")) {
+        const std::string name = entry.path().stem();
+        // The work lists of a run that was killed stay behind.
+        if (entry.path().extension() == ".INX" && !name.starts_with("T")) {
+            const std::size_t length = Bytes(entry.path()).u16(offsetof(ix_header, reclen));
+            const std::string data = ScratchDir::get(name + ".TXT");
+            for (std::size_t at = 0; at + length <= data.size(); at += length) {
+                found.records[name] += ix_live(data.data() + at, static_cast<int>(length)) ? 1 : 0;
+            }
+        }
+    }
+    const std::string labels = ScratchDir::get("RVETI.TXT");
+    for (std::size_t at = 0; at + sizeof(LabelBlock) <= labels.size(); at += sizeof(LabelBlock)) {
+        LabelBlock block;
+        std::memcpy(&block, labels.data() + at, sizeof block);
+        for (const LabelEntry &label : block.slots) {
+            if (!label_is_empty(label)) {
+                constexpr std::size_t amounts = 12;
+                found.labels.insert(labels.substr(at, sizeof block.key) +
+                                    std::string(reinterpret_cast<const char *>(&label), amounts));
+            }
+        }
+    }
+    const Bytes criteria("RVBAPAR.TXT");
+    for (std::size_t at = 0; at + sizeof(CriteriaBlock) <= criteria.size(); at += sizeof(CriteriaBlock)) {
+        if (!criteria.zero(at, sizeof(SeriesKey))) {
+            found.criteria.insert(criteria.data.substr(at, offsetof(CriteriaBlock, next)));
+        }
+    }
+    return found;
+}
+
+/// The journals: each is the old or the new one at any moment.
+std::map<std::string, std::string> journals() {
+    std::map<std::string, std::string> found;
+    for (const auto &entry : std::filesystem::recursive_directory_iterator(".")) {
+        if (entry.path().extension() == ".JRN") {
+            found[entry.path()] = ScratchDir::get(entry.path());
+        }
+    }
+    return found;
+}
+
+struct Killed {
+    std::string words;
+    unsigned parts;  ///< of the audit afterwards
+    int series;
+    std::vector<const char *> faults;
+    void (*spoil)(Shop &shop) = [](Shop &) {};
+    const char *answers = "J";
+};
+
+const Killed cases[] = {
+    {"labels",
+     audit_labels,
+     300,
+     {"label-chain-outside", "label-first-outside", "label-no-block", "label-chain-other", "label-chain-free",
+      "label-chain-loop", "label-chain-shared", "label-chain-cut", "label-orphan-unknown",
+      "label-orphan-known", "label-free-used"},
+     [](Shop &) {},
+     "NJ"},  // no new index of the series, which takes most of the writes
+    {"full labels", audit_labels, 100, {"label-chain-cut"}},
+    {"full series",
+     audit_labels,
+     100,
+     {"series-count", "series-stamp", "series-branch", "series-label-status"}},
+    {"full prices",
+     audit_prices,
+     60,
+     {"price-chain-cut", "price-no-block", "price-chain-free", "price-set-late", "price-free-used"}},
+    {"full sizes",
+     audit_sizes,
+     60,
+     {"size-series-missing", "size-series-groups"},
+     [](Shop &shop) {
+         for (SeriesRecord &series : shop.series) {
+             series.sizes.set(93);
+         }
+     }},
+    {"full transit", audit_transit, 150, {}, [](Shop &shop) { shop.in_transit.clear(); }},
+    {"full order_criteria",
+     audit_criteria,
+     60,
+     {"criteria-chain-outside", "criteria-chain-cut", "criteria-block-lost"}},
+    {"full customers titles countries",
+     audit_customers,
+     60,
+     {"customer-chain-cut", "customer-missing", "customer-chain-other", "customer-no-stamp"}},
+    // Without a limit of session numbers nearly every record of four files is written.
+    {"full master",
+     audit_master,
+     100,
+     {"master-no-model"},
+     [](Shop &shop) {
+         shop.settings.session_options = 0;
+         for (SeriesRecord &series : shop.series) {
+             series.letter = '\0';
+         }
+     }},
+    {"full ean", audit_codes, 25, {"ean-double", "ean-missing", "ean-series-unknown", "index-ean-swapped"}},
+    {"full order_numbers", audit_codes, 60, {"number-kind", "number-size", "number-supplier"}},
+    {"full barcodes", audit_codes, 60, {"barcode-kind", "barcode-size", "barcode-series-unknown"}},
+    {"full journals",
+     audit_journals,
+     120,
+     {"order-stray", "order-missing"},
+     [](Shop &shop) { spoil_shop(shop, "journal-number-low", 1); }},
+};
+
+class Ends : public CheckCase {
+protected:
+    void run_to_the_end(const Killed &one) {
+        const std::string passed = one.words.substr(one.words.starts_with("full ") ? 5 : 0);
+        CheckRun run;
+        for (int runs = 0; runs < 3 && run.flags != passed; runs++) {
+            run = check(one.words, one.answers);
+        }
+        EXPECT_EQ(run.flags, passed) << run;
+        EXPECT_EQ(audit(one.parts), "");
+    }
+};
+
+TEST_F(Ends, LoseNothingAndTheNextRunMendsTheRest) {
+    const int kills = rounds(4);
+    for (const Killed &one : cases) {
+        SCOPED_TRACE(one.words);
+        make({.series = one.series, .labels = 15, .tills = 0});
+        for (const char *fault : one.faults) {
+            for (unsigned n = 0; n < 10; n++) {
+                spoil_shop(shop, fault, n);
+            }
+        }
+        one.spoil(shop);
+        write();
+        const std::map<std::string, std::string> old_journals = journals();
+        const long writes = check(one.words, one.answers).writes;
+        const std::map<std::string, std::string> new_journals = journals();
+        run_to_the_end(one);
+        const Kept whole = kept();
+        for (int n = 0; n < kills; n++) {
+            const std::string end =
+                (n % 2 == 0 ? "kill-at=" : "leave-at=") + std::to_string(kill_moment(writes, n, kills));
+            SCOPED_TRACE(end);
+            write();
+            const CheckRun run = run_check(end + " " + one.words, one.answers);
+            EXPECT_EQ(run.status, n % 2 == 0 ? 128 + SIGKILL : 0) << run;
+            for (const auto &[name, bytes] : journals()) {
+                EXPECT_TRUE(bytes == old_journals.at(name) || bytes == new_journals.at(name)) << name;
+            }
+            run_to_the_end(one);
+            EXPECT_TRUE(kept() == whole);
+        }
+    }
+}
+
+struct Unfinished {
+    const char *words;
+    const char *fault;  ///< "" for a sound shop
+    const char *flags;
+    bool asked = false;
+};
+
+TEST_F(Ends, WithoutAnEndOrAReportNoDateIsSet) {
+    const Unfinished runs[] = {
+        {"break=FASE-1 full labels", "label-chain-loop", ""},
+        {"refuse full labels", "", "labels"},
+        {"refuse full labels", "label-orphan-unknown", "", true},
+        {"break=controleren full series", "series-count", ""},
+        {"refuse full series", "series-count", ""},
+        {"break=FASE-1 prices", "price-set-sizes", ""},
+        {"break=series full prices", "", "prices"},
+        {"refuse prices", "", ""},
+        {"refuse prices", "price-set-sizes", "prices", true},
+        {"break=series full sizes", "", ""},
+        {"refuse sizes", "", ""},
+        {"refuse transit", "", ""},
+        {"break=FASE-1 customers", "customer-chain-cut", ""},
+        {"break=FASE-2 customers", "customer-chain-cut", ""},
+        {"refuse customers", "customer-chain-cut", ""},
+        {"full break master", "group-vat", ""},
+        {"full refuse master", "group-vat", ""},
+        {"full break ean", "ean-missing", ""},
+        {"full break order_numbers", "number-kind", ""},
+        {"full break barcodes", "barcode-kind", ""},
+    };
+    for (const Unfinished &one : runs) {
+        SCOPED_TRACE(std::string(one.words) + " " + one.fault);
+        make({.series = 30});
+        if (*one.fault != '\0') {
+            spoil_shop(shop, one.fault, 1);
+            write();
+        }
+        const CheckRun run = check(one.words);
+        EXPECT_EQ(run.flags, one.flags) << run;
+        EXPECT_EQ(run.questions.empty(), !one.asked) << run;
+        EXPECT_TRUE(run.report.empty()) << run;
+        constexpr std::size_t row_of_dates = 18 * 64;
+        EXPECT_TRUE(Bytes("RVSYS.TXT").zero(row_of_dates, 40));
+    }
+    // What an earlier run has passed, this one does not when the repair is declined.
+    make({.series = 30}, {"price-no-supplier"});
+    EXPECT_EQ(check("prices refuse prices", "JN").flags, "");
+}
+
+}  // namespace
