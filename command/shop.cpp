@@ -114,6 +114,15 @@ void open_shop() {
     shop.is_open = true;
 }
 
+/// Makes a directory, with those above it.
+void make_directory(const std::filesystem::path &path) {
+    std::error_code failed;
+    std::filesystem::create_directories(path, failed);
+    if (failed) {
+        stop(stop_cause::fatal, path.string() + ": " + failed.message(), true);
+    }
+}
+
 /// Makes the copies that were asked for, and gives the directory in which the checks work.
 std::string prepare_directory() {
     const shop_orders &orders = *shop.orders;
@@ -126,8 +135,10 @@ std::string prepare_directory() {
         courier_send({{"type", "copy"}, {"directory", shop.copy}});
     } else if (shop.options->rehearse) {
         work = orders.keep;
+        make_directory(std::filesystem::path(work).parent_path());
         result = shop_copy(from, work);
     } else if (!orders.backup.empty()) {
+        make_directory(std::filesystem::path(orders.backup).parent_path());
         result = shop_copy(from, orders.backup);
     }
     if (!result.ok) {
@@ -152,6 +163,9 @@ void shop_run(const run_options &options, const shop_orders &orders, const sigse
     const std::string directory = prepare_directory();
     if (chdir(directory.c_str()) != 0) {
         stop(stop_cause::fatal, std::strerror(errno), true);
+    }
+    if (!orders.report.empty()) {
+        make_directory(orders.report);
     }
     text_report_install(orders.report);
     open_shop();
