@@ -38,6 +38,7 @@ struct running_shop {
     int from;  ///< pipe with what it tells
     int to;    ///< pipe for answers
     shop_result result{};
+    long findings = 0;
     std::string received{};  ///< the begin of a line
     std::string copy{};
     std::optional<json> end{};
@@ -147,6 +148,7 @@ void fleet::obey(running_shop &shop, const std::string &line) {
     if (type == "finding") {
         output_.object(line);
         output_.finding(told);
+        shop.findings++;
     } else if (type == "check") {
         output_.object(line);
         count(shop, told);
@@ -214,7 +216,10 @@ void fleet::wait_for_news() {
 /// What has become of a shop whose process has ended.
 void fleet::settle(running_shop &shop, int process_status) {
     shop_result &result = shop.result;
-    const finding_counts &counts = result.counts;
+    finding_counts &counts = result.counts;
+    if (!shop.end) {
+        counts = {.found = shop.findings, .mended = 0, .left = shop.findings};  // nobody knows better
+    }
     result.status = counts.left > 0 ? status_left : counts.mended > 0 ? status_mended : status_clean;
     if (shop.end) {
         const json &end = *shop.end;

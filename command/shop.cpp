@@ -2,26 +2,21 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <set>
+#include <optional>
 
 #include "base/codepage.h"
-#include "check/session/session.h"
 #include "command/courier.h"
-#include "command/course.h"
 #include "command/operator.h"
+#include "command/shop_checks.h"
 #include "command/shop_copy.h"
 #include "command/text_report.h"
 #include "data/shop_session.h"
 
 namespace {
-
-using steady = std::chrono::steady_clock;
 
 /// The shop of this process.
 struct {
@@ -30,104 +25,11 @@ struct {
     std::string copy;           ///< private, to be removed
     bool is_open = false;       ///< the user slot is bound
     bool ends = false;          ///< being left
-    bool cancelled = false;     ///< a check was broken off
-    long left = 0;              ///< findings
-    bool missed_check = false;  ///< a check did not run, or has not passed and told nothing
-    std::string missed_why;
     std::uint16_t printer = 0;  ///< the operator's print set-up, as it was
     std::uint8_t print_flags = 0;
     std::uint8_t print_connection = 0;
-    std::set<const chk_row *> ran;
+    std::optional<shop_checks> checks;
 } shop;
-
-/// The check that runs.
-struct running_check {
-    const chk_row &row;
-    check_record record;
-    steady::time_point began = steady::now();
-
-    explicit running_check(const chk_row &of) : row(of) {}
-};
-running_check *running = nullptr;
-
-double seconds_since(steady::time_point began) {
-    return std::chrono::duration<double>(steady::now() - began).count();
-}
-
-// ---- What is told
-
-const char *severity_of(finding_fate fate) {
-    return fate == finding_fate::mended ? "mended" : fate == finding_fate::asked ? "asked" : "human";
-}
-
-/// Whether a finding of that kind will have been mended; null while that is not known.
-json mended_of(finding_fate fate) {
-    if (fate == finding_fate::mended) {
-        return true;
-    }
-    return fate == finding_fate::asked && operator_may_agree() ? json(nullptr) : json(false);
-}
-
-json fields_of(const finding &found) {
-    json fields = json::object();
-    for (const finding_field &field : found.fields) {
-        if (field.number) {
-            fields[field.name] = std::strtoll(field.value.c_str(), nullptr, 10);
-        } else {
-            fields[field.name] = codepage_to_utf8(field.value);
-        }
-    }
-    return fields;
-}
-
-void tell_finding(const finding &found) {
-    if (running == nullptr || !running->record.add(found)) {
-        return;
-    }
-    courier_send({{"type", "finding"},
-                  {"shop", shop.orders->directory},
-                  {"check", running->row.name},
-                  {"code", found.kind.code},
-                  {"severity", severity_of(found.kind.fate)},
-                  {"mended", mended_of(found.kind.fate)},
-                  {"file", codepage_to_utf8(found.file)},
-                  {"fields", fields_of(found)},
-                  {"text", shown_text(found.kind.text())},
-                  {"remedy", shown_text(found.kind.remedy())}});
-}
-
-void tell_check(const chk_row &row, const char *result, const std::string &reason, double seconds,
-                const std::map<std::string, finding_counts> &counts) {
-    finding_counts all;
-    json codes = json::object();
-    for (const auto &[code, counted] : counts) {
-        all += counted;
-        codes[code] = {{"found", counted.found}, {"mended", counted.mended}, {"left", counted.left}};
-    }
-    shop.left += all.left;
-    if (all.left == 0 && std::strcmp(result, "failed") == 0) {
-        shop.missed_check = true;
-        shop.missed_why = str_format(detail_text(28, 33, "%s is niet goed, zonder bevinding"), row.name);
-    }
-    courier_send({{"type", "check"},
-                  {"shop", shop.orders->directory},
-                  {"check", row.name},
-                  {"result", result},
-                  {"reason", reason.empty() ? json(nullptr) : json(codepage_to_utf8(reason))},
-                  {"found", all.found},
-                  {"mended", all.mended},
-                  {"left", all.left},
-                  {"codes", codes},
-                  {"seconds", seconds}});
-}
-
-/// Tells the check that runs, and that it runs no more.
-void tell_running(const char *result, const std::string &reason) {
-    const bool whole = std::strcmp(result, "passed") == 0 || std::strcmp(result, "failed") == 0;
-    tell_check(running->row, result, reason, seconds_since(running->began), running->record.counts(!whole));
-    operator_follow(nullptr, "");
-    running = nullptr;
-}
 
 // ---- The end
 
@@ -162,8 +64,8 @@ void close_shop() {
     const bool cancelled = cause == stop_cause::cancelled;
     const bool first = !shop.ends;
     shop.ends = true;
-    if (first && running != nullptr) {
-        tell_running(cancelled ? "cancelled" : "stopped", why);
+    if (first) {
+        shop.checks->tell(cancelled ? "cancelled" : "stopped", why);
     }
     if (first && orderly && shop.is_open) {
         close_shop();
@@ -171,119 +73,14 @@ void close_shop() {
     finish(!cancelled, cancelled, why);
 }
 
-// ---- The checks
-
-/// Lets a check look until all that can be put right is put right. A check that has passed once has passed.
-void look(const chk_row &row) {
-    constexpr int most_rounds = 8;
-    bool passed = false;
-    std::uint64_t before = 0;
-    for (int round = 0; round < most_rounds; round++) {
-        shop.cancelled = !chk_run_row(row) && chk_broken_off;
-        passed = passed || *row.passed;
-        const std::uint64_t state = running->record.state();
-        if (shop.cancelled || operator_cancelled() || !running->record.needs_another_look() ||
-            (round > 0 && state == before)) {
-            break;
-        }
-        before = state;
-    }
-    *row.passed = passed;
-    shop.cancelled = shop.cancelled || operator_cancelled();
-}
-
-void run_check(const chk_row &row) {
-    running_check check(row);
-    running = &check;
-    operator_follow(&check.record, row.name);
-    text_report_name(row.name);
-    look(row);
-    shop.ran.insert(&row);
-    tell_running(shop.cancelled ? "cancelled" : *row.passed ? "passed" : "failed", "");
-}
-
-/// Runs a check, or tells why it does not run.
-void take_check(const chk_row &row) {
-    std::string reason = detail_text(28, 34, "afgebroken");
-    const course_verdict verdict =
-        shop.cancelled ? course_verdict::not_run : course_judge(row, shop.ran, reason);
-    switch (verdict) {
-        case course_verdict::run:
-            run_check(row);
-            break;
-        case course_verdict::not_needed:
-            *row.passed = row.entry != entry_customers;
-            tell_check(row, "not_needed", reason, 0, {});
-            break;
-        case course_verdict::not_run:
-            shop.missed_check = shop.missed_check || !shop.cancelled;
-            shop.missed_why =
-                shop.missed_why.empty()
-                    ? std::string(row.name) + ": " + detail_text(28, 35, "niet uitgevoerd") + ", " + reason
-                    : shop.missed_why;
-            tell_check(row, "not_run", reason, 0, {});
-            break;
-    }
-}
-
-/// A damaged system needs some checks before all others.
-void take_start_checks() {
-    SysRow10 status{};
-    iotab_row(tab_action::read, row_status, status);
-    if (status.state != state_missing_files && status.state != state_critical_stop) {
-        return;
-    }
-    set_system_busy("@2");
-    for (const chk_row *row : shop.options->checks) {
-        if (!row->at_start) {
-            continue;
-        }
-        if (shop.cancelled) {
-            return;
-        }
-        run_check(*row);
-        if (!*row->passed) {
-            return;
-        }
-    }
-}
-
-/// The report that all checks of an entry have passed, as behind the menu.
-void print_summary(int entry, int title) {
-    for (const chk_row &row : chk_rows()) {
-        const bool counts = row.entry == entry && (row.needed == nullptr || row.needed());
-        if (counts && (!shop.ran.contains(&row) || !*row.passed)) {
-            return;
-        }
-    }
-    text_report_name("entry-" + std::to_string(entry));
-    chk_print_summary(title);
-}
-
-void take_checks() {
-    take_start_checks();
-    chk_full_run = true;
-    for (const chk_row *row : shop.options->checks) {
-        if (!shop.ran.contains(row)) {
-            take_check(*row);
-        }
-    }
-    if (!shop.cancelled) {
-        print_summary(entry_series, phrase_all_series);
-        print_summary(entry_customers, phrase_all_customers);
-        print_summary(entry_other, phrase_all_other);
-    }
-    chk_full_run = false;
-}
-
 // ---- The shop
 
 /// A marker that is there must not say what is no longer true.
 void settle_marker() {
-    const bool passed = std::all_of(shop.ran.begin(), shop.ran.end(), [](auto *row) { return *row->passed; });
-    if (!passed) {
+    if (!shop.checks->sound()) {
         chk_marker_remove();
-    } else if (shop.options->marker && !shop.missed_check && !shop.cancelled && chk_all_recent()) {
+    } else if (shop.options->marker && !operator_cancelled() && shop.checks->unexplained().empty() &&
+               chk_all_recent()) {
         chk_marker_write();
     }
 }
@@ -317,6 +114,15 @@ void open_shop() {
     shop.is_open = true;
 }
 
+/// Makes a directory, with those above it.
+void make_directory(const std::filesystem::path &path) {
+    std::error_code failed;
+    std::filesystem::create_directories(path, failed);
+    if (failed) {
+        stop(stop_cause::fatal, path.string() + ": " + failed.message(), true);
+    }
+}
+
 /// Makes the copies that were asked for, and gives the directory in which the checks work.
 std::string prepare_directory() {
     const shop_orders &orders = *shop.orders;
@@ -329,8 +135,10 @@ std::string prepare_directory() {
         courier_send({{"type", "copy"}, {"directory", shop.copy}});
     } else if (shop.options->rehearse) {
         work = orders.keep;
+        make_directory(std::filesystem::path(work).parent_path());
         result = shop_copy(from, work);
     } else if (!orders.backup.empty()) {
+        make_directory(std::filesystem::path(orders.backup).parent_path());
         result = shop_copy(from, orders.backup);
     }
     if (!result.ok) {
@@ -351,23 +159,22 @@ void shop_run(const run_options &options, const shop_orders &orders, const sigse
     shop.orders = &orders;
     operator_install({.answers = options.answers, .wait = options.wait, .bars = orders.bars, .stop = stop});
     sigprocmask(SIG_SETMASK, &mask, nullptr);
-    chk_finding_listener = tell_finding;
-    chk_look_listener = [](const char *status) {
-        if (running != nullptr) {
-            running->record.begin_look(status);
-        }
-    };
+    shop.checks.emplace(options, orders.directory);
     const std::string directory = prepare_directory();
     if (chdir(directory.c_str()) != 0) {
         stop(stop_cause::fatal, std::strerror(errno), true);
     }
+    if (!orders.report.empty()) {
+        make_directory(orders.report);
+    }
     text_report_install(orders.report);
     open_shop();
-    take_checks();
+    shop.checks->take();
     chk_session_close();
     settle_marker();
     close_shop();
-    // What is left explains why the checks behind it did not run.
-    const bool unexplained = shop.missed_check && shop.left == 0;
-    finish(unexplained, shop.cancelled, unexplained ? shop.missed_why : "");
+    const bool cancelled = operator_cancelled();
+    shop.checks->tell("cancelled", cancelled ? detail_text(28, 34, "afgebroken") : "");
+    const std::string why = shop.checks->unexplained();
+    finish(!why.empty(), cancelled, why);
 }
