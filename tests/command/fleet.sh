@@ -11,17 +11,13 @@ work=$(mktemp -d ${memory:+-p "$memory"}) holder=
 trap '[ -z "$holder" ] || kill "$holder"; rm -rf "$work"' EXIT
 cd "$work" || exit 1
 
-fail() {
-  printf '%s\n' "$@"
-  exit 1
-}
+fail() { printf '%s\n' "$@" && exit 1; }
 
 # A fault, the code under which it is found, and whether it is mended or left.
 faults=(series-count:series.1:mended label-orphan-unknown:labels.5:mended customer-no-name:customers.105:left
   ean-missing:ean.1:mended journal-short:journals.3:left price-block-lost:prices.5:mended group-no-name:master.1:left
   criteria-block-lost:order_criteria.1:mended customer-title-unknown:titles.1:left transit-no-entry:transit.1:mended)
-cut=1 locked=4
-bad=0
+cut=1 locked=4 bad=0
 mkdir shops
 for ((i = 0; i < count; i++)); do
   shop=$work/shops/$(printf '%04d' "$i") fault= code= result=sound later=sound
