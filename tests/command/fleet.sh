@@ -20,7 +20,7 @@ faults=(series-count:series.1:mended label-orphan-unknown:labels.5:mended custom
 cut=1 locked=4 bad=0
 mkdir shops
 for ((i = 0; i < count; i++)); do
-  shop=$work/shops/$(printf '%04d' "$i") fault= code= result=sound later=sound
+  shop=$work/shops/$(printf '%04d' "$i") fault='' code='' result=sound later=sound
   if [ "$i" -eq "$cut" ]; then
     result='not checked' later='not checked'
   elif [ "$i" -eq "$locked" ]; then

@@ -35,8 +35,8 @@ faults=$(grep -vE \
   -e '^[0-9]+ +(access|faccessat2?|f?statfs|fadvise64)\(' \
   -e '^[0-9]+ +openat\([^,]*, [^,]*, O_RDONLY(\|O_(NOCTTY|NOATIME|NONBLOCK|CLOEXEC|DIRECTORY))*\)' \
   -e '^[0-9]+ +fcntl\([^,]*, F_[SG]ET(FD|FL)' \
-  -e "^[0-9]+ +copy_file_range\([0-9]+<$shop[^>]*>, [^,]*, [0-9]+<$TMPDIR" \
-  -e "^[0-9]+ +ioctl\([0-9]+<$TMPDIR[^>]*>, (BTRFS_IOC_CLONE|FICLONE)" "$work/touched")
+  -e "^[0-9]+ +copy_file_range\([0-9]+<${shop}[^>]*>, [^,]*, [0-9]+<$TMPDIR" \
+  -e "^[0-9]+ +ioctl\([0-9]+<${TMPDIR}[^>]*>, (BTRFS_IOC_CLONE|FICLONE)" "$work/touched")
 [ -z "$faults" ] || fail "not only read:" "$faults"
 
 # Times first: the digests read the files.
