@@ -94,6 +94,11 @@ void cannot_open(const std::string &path) {
 
 void text_report_install(const std::string &dir) {
     directory = dir.empty() ? dir : std::filesystem::absolute(dir).string();
+    if (!directory.empty()) {
+        // A directory that can't be made shows with its first report.
+        std::error_code ignored;
+        std::filesystem::create_directories(directory, ignored);
+    }
     prt_modules = {.job_open = open_job,
                    .preview = nullptr,
                    .hand_off = keep_report,

@@ -3,7 +3,7 @@
 
 #include <string>
 
-/// From here on each report that is printed becomes a file of UTF-8 text in `dir`, which exists: pages 132
+/// From here on each report that is printed becomes a file of UTF-8 text in `dir`, which is made: pages 132
 /// columns wide, a form feed between two of them, no control codes of a printer. With an empty `dir` the
 /// reports are made and thrown away. A report that can't be written is fatal, as it is on a printer.
 void text_report_install(const std::string &dir);

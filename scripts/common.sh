@@ -8,14 +8,14 @@ trap 'rm -f "$log"' EXIT
 build_packages=(g++ cmake make libc-dev-bin libncurses-dev ncurses-bin ncurses-term libboost-dev libcli11-dev
   nlohmann-json3-dev libfmt-dev)
 package_packages=(dpkg-dev file)
-test_packages=(python3 libgtest-dev libvterm-dev faketime cups cups-client "${package_packages[@]}" lintian
-  clang libclang-rt-14-dev)
+test_packages=(python3 jq parallel strace libgtest-dev libvterm-dev faketime cups cups-client "${package_packages[@]}"
+  lintian clang libclang-rt-14-dev)
 bench_packages=(libbenchmark-dev libsqlite3-dev liblmdb-dev)
 lint_packages=(clang-tidy cppcheck)
 
 # Reads the output of a step and tells what the step is doing now: the percentage of a build, how many tests
 # have passed, the package being unpacked. On a terminal that is one line, always drawn again; in a log it is
-# a line a minute.
+# a line every 15 seconds.
 show_now() {
   local what=$1 line now passed=0 width told=$SECONDS
   width=$(tput cols 2>/dev/null || echo 80)
@@ -35,7 +35,7 @@ show_now() {
       continue
     elif [ -t 2 ]; then
       printf '\r\033[K%.*s' "$((width - 1))" "$what: $now" >&2
-    elif [ $((SECONDS - told)) -ge 60 ]; then
+    elif [ $((SECONDS - told)) -ge 15 ]; then
       told=$SECONDS
       printf '%s: %s\n' "$what" "$now" >&2
     fi

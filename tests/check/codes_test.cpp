@@ -306,7 +306,7 @@ TEST_F(Codes, KilledRepairsLeaveWhatIsSoundAndTheNextMendsTheRest) {
     for (int i = 0; i < kills; i++) {
         SCOPED_TRACE(i);
         write();
-        check("full kill-at=" + std::to_string(writes * i / kills) + " barcodes", "J");
+        check("full kill-at=" + std::to_string(kill_moment(writes, i, kills)) + " barcodes", "J");
         const std::multiset<std::string> left = codes("RVBARC.TXT", sizeof(BarcodeRecord));
         EXPECT_TRUE(std::includes(left.begin(), left.end(), sound.begin(), sound.end()));
         EXPECT_EQ(check("full barcodes", "J").flags, "barcodes");

@@ -14,11 +14,6 @@ namespace {
 constexpr unsigned at_customer_date = 8;
 using Rows = std::vector<std::string>;
 
-int count_from(const char *name, int otherwise) {
-    const char *text = std::getenv(name);
-    return text == nullptr ? otherwise : std::atoi(text);
-}
-
 class Customers : public CheckCase {
 protected:
     void SetUp() override {
@@ -435,8 +430,7 @@ void spoil(Shop &shop, std::mt19937 &random) {
 }
 
 TEST_F(Customers, AnyFaultsAreMendedAndKillsLoseNoRecord) {
-    const int seeds = count_from("CUSTOMER_SEEDS", 6);
-    for (int seed = 1; seed <= seeds; seed++) {
+    for (int seed = first_seed(), end = seed + rounds(6); seed < end; seed++) {
         std::mt19937 random(static_cast<unsigned>(seed));
         make({.series = 15, .labels = 15, .customers = 12, .seed = static_cast<unsigned>(seed)});
         for (std::size_t faults = 1 + random() % 25; faults > 0 && shop.customers.size() > 1; faults--) {

@@ -344,7 +344,7 @@ TEST_F(EanCodes, KilledAtAnyMomentTheNextRunMends) {
     const long writes = check("ean", "J").writes;
     for (int round = 0; round < kills; round++) {
         write();
-        check("kill-at=" + std::to_string(writes * round / kills) + " ean", "J");
+        check("kill-at=" + std::to_string(kill_moment(writes, round, kills)) + " ean", "J");
         EXPECT_EQ(check("ean", "J").flags, "ean");
         EXPECT_EQ(audit(audit_codes), "");
     }

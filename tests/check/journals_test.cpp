@@ -381,7 +381,7 @@ TEST_F(Journals, KilledAtAnyMomentTheNextRunMends) {
     for (int round = 0; round < kills; round++) {
         write_journal(words, "17 18 19 4000");
         const char *end = round % 2 == 0 ? "leave-at=" : "kill-at=";
-        check(end + std::to_string(writes * round / kills) + " journals");
+        check(end + std::to_string(kill_moment(writes, round, kills)) + " journals");
         const std::string left = bytes_of(journal_file);
         EXPECT_TRUE(left == journal(words) || (left == journal(clean) && round > 0)) << round;
         EXPECT_EQ(check("journals").flags, "journals");

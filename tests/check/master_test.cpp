@@ -402,7 +402,7 @@ TEST_F(Master, KilledRunsLoseNothingAndTheNextMendsTheRest) {
         const std::vector<int> counts = live_records();
         const long writes = check("full master").writes;
         write();
-        check("full kill-at=" + std::to_string(writes * i / kills) + " master");
+        check("full kill-at=" + std::to_string(kill_moment(writes, i, kills)) + " master");
         EXPECT_EQ(live_records(), counts);
         check("full master");
         EXPECT_EQ(check("full master").flags, "master");

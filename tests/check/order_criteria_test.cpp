@@ -265,7 +265,7 @@ TEST_F(OrderCriteria, ScrambledChainsAreMendedInOneRunOrAfterAKill) {
         if (round % 2 != 0) {
             const long writes = check("order_criteria").writes;
             write();
-            check("kill-at=" + std::to_string(writes * round / all) + " order_criteria");
+            check("kill-at=" + std::to_string(kill_moment(writes, round, all)) + " order_criteria");
             EXPECT_EQ(live_blocks(), live);
         }
         const CheckRun run = check("order_criteria order_criteria");

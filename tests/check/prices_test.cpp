@@ -526,7 +526,7 @@ TEST_F(Prices, KilledAtAnyMomentTheNextRunMends) {
              {"price-chain-cut", "price-no-block", "price-chain-free", "price-set-late", "price-free-used"});
         const long writes = check("prices", "J").writes;
         write();
-        check("kill-at=" + std::to_string(writes * i / kills) + " prices", "J");
+        check("kill-at=" + std::to_string(kill_moment(writes, i, kills)) + " prices", "J");
         for (int round = 0; round < 3; round++) {
             check("prices", "J");
         }

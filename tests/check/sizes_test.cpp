@@ -272,7 +272,7 @@ TEST_F(Sizes, KilledAtAnyMoment) {
         write();
         const long writes = check("sizes").writes;
         write();
-        check("kill-at=" + std::to_string(writes * i / count) + " sizes");
+        check("kill-at=" + std::to_string(kill_moment(writes, i, count)) + " sizes");
         EXPECT_EQ(check("sizes").flags, "sizes");
         EXPECT_EQ(audit(audit_sizes | audit_labels), "");
     }

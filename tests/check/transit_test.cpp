@@ -182,9 +182,10 @@ TEST_F(Transit, KilledInTheRepairTheNextRunMakesTheRest) {
     make_without_entries({.series = 400, .labels = 20}, 0);
     write();
     const long writes = check("transit").writes;
-    for (int round = 0; round < rounds(4); round++) {
+    const int kills = rounds(4);
+    for (int round = 0; round < kills; round++) {
         write();
-        check("kill-at=" + std::to_string(writes * round / rounds(4)) + " transit");
+        check("kill-at=" + std::to_string(kill_moment(writes, round, kills)) + " transit");
         EXPECT_EQ(check("transit").flags, "transit");
         EXPECT_EQ(entries_on_file(), static_cast<int>(missing.size()));
         EXPECT_EQ(audit(audit_transit), "");

@@ -45,11 +45,6 @@ const std::set<std::string> passed_over = {"journal-number-none", "price-no-supp
 /// What passed checks leave in agreement. What a customer bought is counted again only on request.
 constexpr unsigned audited = audit_all & ~audit_amounts;
 
-int count_from(const char *variable, int preset) {
-    const char *value = std::getenv(variable);
-    return value == nullptr ? preset : std::atoi(value);
-}
-
 class Whole : public CheckCase {
 protected:
     void SetUp() override {
@@ -59,7 +54,7 @@ protected:
         return run.flags == all_passed(shop);
     }
     /// The three entries, round by round, until all checks pass or a round changes nothing.
-    CheckRun rounds() {
+    CheckRun run_to_the_end() {
         CheckRun last;
         std::string previous;
         for (int round = 0; round < most_rounds && !passed(last); round++) {
@@ -75,7 +70,7 @@ protected:
     std::string wrong_in_the_end() {
         std::string wrong = audit(audited);
         if (!wrong.empty()) {
-            EXPECT_TRUE(passed(rounds()));
+            EXPECT_TRUE(passed(run_to_the_end()));
             wrong = audit(audited);
         }
         return wrong;
@@ -118,7 +113,7 @@ TEST_F(Whole, EveryFaultIsFoundAndMendedOrLeftToAHuman) {
         const std::string name = fault.name;
         make({.series = 40}, {name});
         const CheckRun first = check("11 12 13", yes_for_a_while);
-        const CheckRun last = passed(first) ? first : rounds();
+        const CheckRun last = passed(first) ? first : run_to_the_end();
         EXPECT_EQ(passed(last), left_to_a_human.count(name) == 0) << name << "\n" << last;
         if (passed(last) && passed_over.count(name) == 0) {
             EXPECT_EQ(wrong_in_the_end(), "") << name;
@@ -180,9 +175,7 @@ TEST(Findings, HaveACodeEachAndStandInTheOperatorsManual) {
 }
 
 TEST_F(Whole, ManyFaultsAtOnceAreMendedRoundByRound) {
-    const int seeds = count_from("RVCHK_WHOLE_SEEDS", 6);
-    const int first = count_from("RVCHK_WHOLE_FIRST", 1);
-    for (int seed = first; seed < first + seeds; seed++) {
+    for (int seed = first_seed(), end = seed + rounds(6); seed < end; seed++) {
         std::mt19937 random(static_cast<unsigned>(seed));
         ShopOptions options{.series = 20, .labels = 6, .seed = static_cast<std::uint64_t>(seed)};
         options.branches = seed % 3 == 0 ? 1 : 3;
@@ -204,7 +197,7 @@ TEST_F(Whole, ManyFaultsAtOnceAreMendedRoundByRound) {
             }
         }
         write();
-        const CheckRun last = rounds();
+        const CheckRun last = run_to_the_end();
         EXPECT_TRUE(passed(last) || human) << seed << put_in << "\n" << last;
         if (passed(last)) {
             EXPECT_EQ(wrong_in_the_end(), "") << seed << put_in;
@@ -302,10 +295,8 @@ void enter_watched_shop() {
 TEST_F(Whole, DamagedFilesNeitherCrashNorHangARunNorLeadItElsewhere) {
     enter_watched_shop();
     const std::string beside = beside_the_shop();
-    const int shops = count_from("RVCHK_DAMAGED_SHOPS", 12);
-    const int first = count_from("RVCHK_WHOLE_FIRST", 1);
     int came_through = 0;
-    for (int seed = first; seed < first + shops; seed++) {
+    for (int seed = first_seed(), end = seed + rounds(12); seed < end; seed++) {
         std::mt19937 random(static_cast<unsigned>(seed));
         for (const auto &entry : std::filesystem::directory_iterator(".")) {
             std::filesystem::remove_all(entry.path());
@@ -322,9 +313,6 @@ TEST_F(Whole, DamagedFilesNeitherCrashNorHangARunNorLeadItElsewhere) {
         came_through += run.status == 0 ? 1 : 0;
     }
     EXPECT_GT(came_through, 0);
-    if (shops > 100) {
-        std::cout << came_through << " of " << shops << " came through without a fatal stop\n";
-    }
 }
 
 }  // namespace

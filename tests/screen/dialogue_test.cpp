@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <random>
 
+#include "support/rounds.h"
+
 namespace {
 
 using Arguments = std::vector<std::string>;
@@ -407,20 +409,16 @@ TEST(Signals, StopAndContinueKeepTheScreen) {
 }
 
 /// Keys at random, by the ten thousand, into fields, questions, the menu, help and information: the program
-/// lives, and the screen is whole afterwards. RVCHK_RANDOM_KEYS and RVCHK_RANDOM_SEED change the run.
+/// lives, and the screen is whole afterwards. They differ with the seed.
 TEST(RandomKeys, NeitherCrashNorBreakTheScreen) {
-    const auto number = [](const char *name, unsigned fallback) {
-        const char *text = std::getenv(name);
-        return text == nullptr ? fallback : static_cast<unsigned>(std::strtoul(text, nullptr, 10));
-    };
-    const unsigned count = number("RVCHK_RANDOM_KEYS", 20000);
-    std::mt19937 random(number("RVCHK_RANDOM_SEED", 860));
+    const int count = rounds(20000);
+    std::mt19937 random(static_cast<unsigned>(first_seed()));
     const std::vector<std::string> names{"ENTER",  "ENTER", "ENTER", "UP",  "DOWN",      "LEFT", "RIGHT",
                                          "HOME",   "END",   "INS",   "DEL", "BACKSPACE", "TAB",  "SHTAB",
                                          "CANCEL", "HELP",  "F1",    "F10", "F11",       "F12",  "ESC",
                                          "PGUP",   "PGDN",  "^W",    "^H"};
     Dialogue d(Arguments{"anything"});
-    for (unsigned i = 1; i <= count; i++) {
+    for (int i = 1; i <= count; i++) {
         const unsigned choice = random() % 8;
         if (choice < 3) {
             d.key(names[random() % names.size()]);

@@ -1,5 +1,4 @@
-// Processes that die in the middle of an update or a rebuild. STORE_KILLS gives the number of random
-// kills, 60 when it isn't given.
+// Processes that die in the middle of an update or a rebuild.
 //
 // Whatever the moment: IXCHECK tells that the pair is unsound, or it is sound in every byte; a rebuild makes
 // it sound; and the records are those before or after the operation that the process died in, with nothing
@@ -225,13 +224,13 @@ TEST_F(store_crash, BeforeEveryWriteOfAnUpdate) {
 
 // Several writers, of whom one or all are killed at any moment; the others stop at his mark or go on.
 TEST_F(store_crash, AnyMomentOfSharedUpdates) {
-    const int kills = from_environment("STORE_KILLS", 60);
+    const int kills = rounds(60);
     IXCLOSE(make_pair_of("D", item_keys));
     std::array<contents, writers> state;  // each writer has keys of his own
-    std::mt19937 random(11);
+    std::mt19937 random(static_cast<unsigned>(first_seed()));
     int finished = 0;
     for (int round = 0; round < kills; ++round) {
-        const auto seed = static_cast<unsigned>(1000 + round);
+        const auto seed = static_cast<unsigned>(1000 * first_seed() + round);
         shared->stop = 0;
         std::array<pid_t, writers> children;
         for (int w = 0; w < writers; ++w) {

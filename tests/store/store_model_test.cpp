@@ -1,6 +1,4 @@
-// Random operations on pairs of one to five keys, held against the model after every one of them. The count
-// of operations for each pair and way of opening comes from STORE_MODEL_OPS, the first seed from
-// STORE_MODEL_SEED.
+// Random operations on pairs of one to five keys, held against the model after every one of them.
 #include <algorithm>
 #include <random>
 
@@ -379,7 +377,7 @@ TEST_P(store_model_test, RandomOperations) {
     const auto [which, mode] = GetParam();
     const shape &of = shapes[which];
     run r;
-    r.random.seed(static_cast<unsigned>(from_environment("STORE_MODEL_SEED", 1) * 100 + which));
+    r.random.seed(static_cast<unsigned>(first_seed() * 100 + which));
     r.name = of.name;
     r.mode = mode;
     r.handles = {make_pair_of(of.name, of.texts)};
@@ -387,7 +385,8 @@ TEST_P(store_model_test, RandomOperations) {
     r.model.define(*r.icb);
     r.close();
     r.open();
-    for (r.step = 1; r.step <= from_environment("STORE_MODEL_OPS", 20000) && !HasFatalFailure(); ++r.step) {
+    const int steps = rounds(20000);
+    for (r.step = 1; r.step <= steps && !HasFatalFailure(); ++r.step) {
         r.one_step();
         if (r.step % 1000 == 0 && !HasFatalFailure()) {
             r.close();

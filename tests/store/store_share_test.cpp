@@ -1,4 +1,4 @@
-// Several processes on one pair for a while: STORE_SHARE_SECONDS, 2 when it isn't given.
+// Several processes on one pair for a while.
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -144,7 +144,7 @@ TEST_F(store_share, WritersAndReaders) {
         write_item(icb, key * 10 + 5, 1);
     }
     IXCLOSE(icb);
-    const int seconds = from_environment("STORE_SHARE_SECONDS", 2);
+    const int seconds = rounds(2);
     std::vector<pid_t> children;
     for (unsigned number = 0; number < processes; ++number) {
         children.push_back(fork());

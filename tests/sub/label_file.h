@@ -2,20 +2,14 @@
 #pragma once
 
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <tuple>
 
 #include "data/data.h"
+#include "support/rounds.h"
 #include "support/scratch_dir.h"
 #include "support/shop_bytes.h"
 #include "tools/shop/shop.h"
-
-/// Rounds of a random test.
-inline int rounds(int usual) {
-    const char *wanted = std::getenv("RVCHK_ROUNDS");
-    return wanted == nullptr ? usual : std::atoi(wanted);
-}
 
 inline bool operator==(const eti_rec &a, const eti_rec &b) {
     const auto fields = [](const eti_rec &r) {

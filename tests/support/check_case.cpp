@@ -88,11 +88,6 @@ std::string CheckCase::audit(unsigned parts) const {
     return text;
 }
 
-int CheckCase::rounds(int usual) {
-    const char *wanted = std::getenv("CHECK_ROUNDS");
-    return wanted == nullptr ? usual : std::atoi(wanted);
-}
-
 unsigned CheckCase::date_on_file(unsigned offset) {
     constexpr unsigned row_bytes = 64;
     constexpr unsigned row_dates = 19;

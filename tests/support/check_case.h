@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "support/play.h"
+#include "support/rounds.h"
 #include "support/scratch_dir.h"
 #include "support/shop_audit.h"
 #include "support/shop_bytes.h"
@@ -44,8 +45,6 @@ protected:
     static CheckRun check(const std::string &words, const std::string &answers = "");
     /// What an independent reading of the files finds wrong, one line each; empty when they agree.
     std::string audit(unsigned parts) const;
-    /// How often a test that goes on at random runs: `usual`, or the environment variable CHECK_ROUNDS.
-    static int rounds(int usual);
     /// A date of row 19 as it stands on file, by its offset there.
     static unsigned date_on_file(unsigned offset);
 };

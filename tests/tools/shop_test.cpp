@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "support/rounds.h"
 #include "support/scratch_dir.h"
 #include "support/shop_audit.h"
 #include "support/shop_bytes.h"
@@ -172,12 +173,10 @@ std::vector<ShopOptions> modes() {
 }
 
 TEST_F(ShopTest, FilesAgree) {
-    // SHOP_SEEDS=N tries so many more.
-    const char *more = std::getenv("SHOP_SEEDS");
     std::vector<ShopOptions> all = modes();
-    for (std::size_t i = 0; more != nullptr && i < std::strtoul(more, nullptr, 10); i++) {
-        all.push_back(all[i % 6]);
-        all.back().seed = 1000 + i;
+    for (int i = 0, more = rounds(1) - 1; i < more; i++) {
+        all.push_back(all[static_cast<std::size_t>(i) % 6]);
+        all.back().seed = static_cast<std::uint64_t>(1000 * first_seed() + i);
         all.back().today = static_cast<day_number>(date_from_str("01011990") + i * 60);
     }
     for (const ShopOptions &options : all) {

@@ -8,6 +8,7 @@
 
 #include "base/base.h"
 #include "store/store_internal.h"
+#include "support/rounds.h"
 #include "support/scratch_dir.h"
 #include "support/store/reference.h"
 #include "support/store/verify.h"
@@ -46,11 +47,6 @@ protected:
 
     void (*plain_wait)(ICB *) = ix_lock_wait;
 };
-
-inline int from_environment(const char *name, int fallback) {
-    const char *text = std::getenv(name);
-    return text == nullptr ? fallback : std::atoi(text);
-}
 
 inline bytes file_bytes(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
