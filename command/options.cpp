@@ -32,6 +32,18 @@ public:
     explicit wrong_use(const std::string &why) : Error("wrong_use", why, status_wrong_use) {}
 };
 
+/// Behind an option stands what it takes and no more: what goes with what is in its text.
+class plain_help : public CLI::Formatter {
+    std::string make_option_opts(const CLI::Option *option) const override {
+        return option->get_type_size() == 0 ? "" : " " + option->get_type_name();
+    }
+};
+
+/// A range of numbers that the help does not show.
+CLI::Validator range_of(int lowest, int highest) {
+    return CLI::Range(lowest, highest).description("");
+}
+
 std::string names_of_checks() {
     std::string all;
     for (const chk_row &row : chk_rows()) {
@@ -79,18 +91,18 @@ void add_choice(CLI::App &app, given_options &given) {
                    shown_text(detail_text(28, 8, "alleen de controles van deze menukeuzes: 11, 12, 13")))
         ->delimiter(',')
         ->allow_extra_args(false)
-        ->check(CLI::Range(entry_series, entry_other))
+        ->check(range_of(entry_series, entry_other))
         ->excludes(only)
         ->type_name("NR,...");
     app.add_option("-j,--jobs", given.run.jobs,
                    shown_text(detail_text(28, 9, "zoveel winkels tegelijk, elk in een eigen proces")))
-        ->check(CLI::Range(1, most_jobs))
+        ->check(range_of(1, most_jobs))
         ->type_name("N");
     app.add_option("--wait", given.run.wait,
                    shown_text(detail_text(28, 10,
                                           "zoveel seconden in totaal op andere gebruikers wachten (60); "
                                           "daarna status 8 voor de winkel")))
-        ->check(CLI::Range(0, longest_wait))
+        ->check(range_of(0, longest_wait))
         ->type_name("SECONDS");
 }
 
@@ -115,7 +127,8 @@ void add_output(CLI::App &app, given_options &given) {
                                         "het herstel doet")));
     app.add_flag("--version", given.version, shown_text(detail_text(28, 16, "de versie")));
     app.add_option("DIRECTORY", given.run.directories,
-                   shown_text(detail_text(28, 17, "een of meer directories met de gegevens van een winkel")));
+                   shown_text(detail_text(28, 17, "een of meer directories met de gegevens van een winkel")))
+        ->type_name("");
 }
 
 /// The checks that were chosen, all when none was.
@@ -196,6 +209,11 @@ run_options options_of(int argc, char **argv) {
                                         "De controles van rvchk860 zonder scherm, in een of meer "
                                         "winkels.")),
                  "rvcheck");
+    app.formatter(std::make_shared<plain_help>());
+    app.get_formatter()->label("Usage", shown_text(detail_text(28, 24, "Gebruik")));
+    app.get_formatter()->label("Positionals", shown_text(detail_text(28, 25, "Waar")));
+    app.option_defaults()->group(shown_text(detail_text(28, 26, "Opties")));
+    app.set_help_flag("-h,--help", shown_text(detail_text(28, 27, "deze tekst")));
     add_answers(app, given);
     add_choice(app, given);
     add_output(app, given);
