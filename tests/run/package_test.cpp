@@ -44,9 +44,13 @@ TEST_F(Package, InstallsAndRuns) {
     ASSERT_TRUE(runs(directory, (root / "bin/mkshop").string() + " '" + directory.string() + "/shop'"));
     // The index of the EAN codes is rebuilt by the program beside it.
     EXPECT_TRUE(runs(directory, here + "env -u BIN root/usr/bin/rvcheck --rehearse --quiet shop"));
-    EXPECT_TRUE(
-        runs(directory,
-             here + "bash -c '. root/usr/share/bash-completion/completions/rvcheck && complete -p rvcheck'"));
+    EXPECT_TRUE(runs(directory, here + R"(cd root/usr/share
+        bash -c '. bash-completion/completions/rvcheck && complete -p rvcheck' || exit 1
+        told=$(zcat man/man1/rvcheck.1.gz | sed 's/\\-/-/g')
+        for option in $(../bin/rvcheck --help | grep -o -- '--[a-z]*'); do
+            case $told in *"$option"*) grep -e "$option" bash-completion/completions/rvcheck && continue ;; esac
+            echo "$option is not told" && exit 1
+        done)"));
     TerminalOptions installed;
     installed.program = root / "bin/rvchk860";
     installed.directory = directory / "shop";
