@@ -51,6 +51,8 @@ mkdir -p "$failures"
 
 declare -a turns rounds failed seconds
 end=$((SECONDS + minutes * 60))
+# Broken off, it tells what was tried so far.
+trap 'end=0' INT TERM
 time_left() { [ "$SECONDS" -lt "$end" ]; }
 
 # One turn of a row. What fails leaves its output, its seed at the head, in build/soak.
