@@ -64,6 +64,7 @@ turn() {
   # The limit of the preset is for short runs.
   if ! RVCHK_SEED=$seed RVCHK_ROUNDS=$factor RVCHK_FUZZ_SECONDS=$factor RVCHK_FUZZ_RUNS=-1 \
     ctest --preset "$preset" -R "$tests" -V --no-tests=error --timeout 3600 -j "$(nproc)" >>"$output" 2>&1; then
+    [ "$end" -ne 0 ] || return  # broken off
     failed[i]=$((${failed[i]:-0} + 1))
     printf 'FAILED with seed %d: %s; see %s\n' "$seed" "$what" "$output" >&2
     kept=$output
