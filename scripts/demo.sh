@@ -23,7 +23,7 @@ bin=$root/build/release
   echo "The first build takes about 2 minutes on two cores, and 10 MB in build/." >&2
 install_missing "${build_packages[@]}"
 configure_preset release
-build_preset release rvchk860 mkshop ixreorgk terminfo
+build_preset release rvchk860 rvcheck mkshop ixreorgk terminfo
 
 shop=$root/build/demo-shop
 export TERM=${TERM:-xterm}

@@ -2,16 +2,19 @@
 # Lets the long tests go on for so many minutes, in turns with new seeds: kills, random mixes of faults,
 # damaged shops (under the sanitizers), programs beside each other, the store's model, keys at random, fuzzers.
 # Ends with one table of what was tried and what failed; the exit status is 1 if anything did.
-#   scripts/soak.sh MINUTES [SEED]     SEED: where a former run ended, so that this one tries something else
+#   scripts/soak.sh MINUTES [SEED [WHAT]]
+#   SEED: where a former run ended, so that this one tries something else. WHAT: only the rows with these
+#   words, as a regular expression
 set -u
 . "$(dirname "$0")/common.sh"
 
 minutes=${1:-}
 if ! [[ $minutes =~ ^[1-9][0-9]*$ ]]; then
-  sed -n '2,5s/^# \{0,1\}//p' "$0" >&2
+  sed -n '2,7s/^# \{0,1\}//p' "$0" >&2
   exit 2
 fi
 seed=${2:-1}
+wanted=${3:-}
 failures=$root/build/soak
 
 # What is tried | preset | tests, as a regular expression | times as many rounds as in a short run
@@ -29,17 +32,26 @@ rows=(
   "Fuzzers|fuzz|^fuzz/|30"
 )
 
+for i in "${!rows[@]}"; do
+  [[ ${rows[i]%%|*} =~ $wanted ]] || unset "rows[i]"
+done
+if [ ${#rows[@]} -eq 0 ]; then
+  echo "No row has the words: $wanted" >&2
+  exit 2
+fi
+
 install_missing "${build_packages[@]}" "${test_packages[@]}"
-for preset in release sanitize; do
-  configure_preset "$preset" -DRVCHK_TESTS=ON
+for preset in $(printf '%s\n' "${rows[@]}" | cut -d'|' -f2 | sort -u); do
+  [ "$preset" = fuzz ] && tests=() || tests=(-DRVCHK_TESTS=ON)
+  configure_preset "$preset" "${tests[@]}"
   build_preset "$preset"
 done
-configure_preset fuzz
-build_preset fuzz
 mkdir -p "$failures"
 
 declare -a turns rounds failed seconds
 end=$((SECONDS + minutes * 60))
+# Broken off, it tells what was tried so far.
+trap 'end=0' INT TERM
 time_left() { [ "$SECONDS" -lt "$end" ]; }
 
 # One turn of a row. What fails leaves its output, its seed at the head, in build/soak.
@@ -51,6 +63,7 @@ turn() {
   # The limit of the preset is for short runs.
   if ! RVCHK_SEED=$seed RVCHK_ROUNDS=$factor RVCHK_FUZZ_SECONDS=$factor RVCHK_FUZZ_RUNS=-1 \
     ctest --preset "$preset" -R "$tests" -V --no-tests=error --timeout 3600 -j "$(nproc)" >>"$output" 2>&1; then
+    [ "$end" -ne 0 ] || return  # broken off
     failed[i]=$((${failed[i]:-0} + 1))
     printf 'FAILED with seed %d: %s; see %s\n' "$seed" "$what" "$output" >&2
     kept=$output

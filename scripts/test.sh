@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds everything and runs all tests. The preset is release, or the one that is named:
+# Builds everything, runs all tests, and counts their lines. The preset is release, or the one that is named:
 #   scripts/test.sh [release|debug|sanitize]
 set -u
 . "$(dirname "$0")/common.sh"
@@ -10,15 +10,20 @@ preset=${1:-release}
 install_missing "${build_packages[@]}" "${test_packages[@]}"
 configure_preset "$preset" -DRVCHK_TESTS=ON
 build_preset "$preset"
-# Tests that watch a real terminal may trip over a busy machine once; a fault trips them again.
-run_tests() {
-  ctest --preset "$preset" --repeat until-pass:2 -j "$(nproc)"
-}
-step "Testing ($preset)" run_tests
-grep -E 'tests passed' "$log"
 
-# The fuzzers, each for a moment; RVCHK_FUZZ_SECONDS and RVCHK_FUZZ_RUNS make it longer.
+# A step for each directory of tests, so that a fault shows soon, and where.
+passed_in_all=0
+for room in $(ctest --preset "$preset" -N | sed -n 's|^ *Test *#[0-9]*: \([a-z]*\)/.*|\1|p' | uniq); do
+  step "Testing $room ($preset)" ctest --preset "$preset" -R "^$room/" -j "$(nproc)" --no-tests=error
+  passed_in_all=$((passed_in_all + $(grep -cE '^ *[0-9]+/[0-9]+ Test .* Passed ' "$log")))
+  echo "$passed_in_all tests passed so far" >&2
+done
+echo "100% of $passed_in_all tests passed"
+
+# The fuzzers, each for a moment; scripts/soak.sh lets them, and the long tests, go on.
 configure_preset fuzz
 build_preset fuzz
 step "Fuzzing" ctest --preset fuzz -j "$(nproc)"
 grep -E 'tests passed' "$log"
+
+scripts/lines.sh

@@ -3,6 +3,7 @@
 #include "base/base.h"
 
 void (*chk_finding_listener)(const finding &found) = nullptr;
+void (*chk_look_listener)(const char *status) = nullptr;
 
 finding_field field_of(const char *name, std::int64_t value) {
     return {name, std::to_string(value), true};

@@ -47,6 +47,9 @@ struct finding {
 
 /// Hears of each finding as it is made; null for nobody.
 extern void (*chk_finding_listener)(const finding &found);
+/// Hears that a check begins to look, the first time or again; `status` is its title for the status line.
+/// What it found before counts no more. Null for nobody.
+extern void (*chk_look_listener)(const char *status);
 inline bool chk_is_heard() {
     return chk_finding_listener != nullptr;
 }

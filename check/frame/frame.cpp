@@ -12,6 +12,7 @@
 // A repair never sets the date itself; only the run that follows it does.
 #include "check/frame/frame.h"
 
+#include "check/frame/findings.h"
 #include "data/data.h"
 #include "report/report.h"
 
@@ -112,6 +113,9 @@ bool run_once(chk_check &check) {
     const chk_settings &settings = check.settings;
     current = {&check, settings.date == nullptr ? day_number{0} : chk_last_date(settings.date)};
     op_interrupt_arm();
+    if (chk_look_listener != nullptr) {
+        chk_look_listener(check.status());
+    }
     outcome run;
     if (settings.report_time == chk_report_time::first) {
         open_report(run);

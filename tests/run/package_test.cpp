@@ -30,16 +30,27 @@ TEST_F(Package, InstallsAndRuns) {
         runs(directory, here + "lintian --pedantic --fail-on error,warning,info,pedantic " LINTIAN_OPTIONS
                                " packed/*.deb"));
     const fs::path root = directory / "root/usr";
-    for (const char *name : {"bin/rvchk860", "bin/ixreorgk", "bin/mkshop", "share/man/man1/rvchk860.1.gz",
-                             "share/doc/rvchk860/operator.md", "share/rvchk860/catalog/en/TERM351.cat",
-                             "share/rvchk860/catalog/nl/DETAIL.cat", "share/rvchk860/make-entries.sh"}) {
+    for (const char *name :
+         {"bin/rvchk860", "bin/mkshop", "share/man/man1/rvchk860.1.gz", "share/man/man1/rvcheck.1.gz",
+          "share/doc/rvchk860/rvcheck-json.md", "share/rvchk860/fleet.jq", "share/doc/rvchk860/operator.md",
+          "share/rvchk860/catalog/en/TERM351.cat", "share/rvchk860/catalog/nl/DETAIL.cat",
+          "share/rvchk860/make-entries.sh"}) {
         EXPECT_TRUE(fs::exists(root / name)) << name;
     }
-    for (const char *tool : {"ixreorgk", "mkshop"}) {
+    for (const char *tool : {"rvcheck", "ixreorgk", "mkshop"}) {
         EXPECT_TRUE(runs(directory, (root / "bin" / tool).string() + " --version | grep '" + tool +
                                         " (rvchk860) 8.60\\(, commit [0-9a-f]* *\\|$\\)'"));
     }
     ASSERT_TRUE(runs(directory, (root / "bin/mkshop").string() + " '" + directory.string() + "/shop'"));
+    // The index of the EAN codes is rebuilt by the program beside it.
+    EXPECT_TRUE(runs(directory, here + "env -u BIN root/usr/bin/rvcheck --rehearse --quiet shop"));
+    EXPECT_TRUE(runs(directory, here + R"(cd root/usr/share
+        bash -c '. bash-completion/completions/rvcheck && complete -p rvcheck' || exit 1
+        told=$(zcat man/man1/rvcheck.1.gz | sed 's/\\-/-/g')
+        for option in $(../bin/rvcheck --help | grep -o -- '--[a-z]*'); do
+            case $told in *"$option"*) grep -e "$option" bash-completion/completions/rvcheck && continue ;; esac
+            echo "$option is not told" && exit 1
+        done)"));
     TerminalOptions installed;
     installed.program = root / "bin/rvchk860";
     installed.directory = directory / "shop";
