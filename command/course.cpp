@@ -2,10 +2,8 @@
 
 namespace {
 
-constexpr day_number days_recent = 7;
-
 bool has_date_of_late(const chk_row &row) {
-    return row.date != nullptr && chk_last_date(row.date) > date_today() - days_recent;
+    return row.date != nullptr && chk_is_recent(chk_last_date(row.date));
 }
 
 /// The check that has to pass before `row`; null for none.

@@ -70,6 +70,7 @@ private:
     std::vector<shop_result> results_;
     std::size_t next_ = 0;
     bool passed_on_ = false;
+    pid_t own_process_ = getpid();
     sigset_t usual_mask_{};
     steady::time_point began_ = steady::now();
 };
@@ -92,6 +93,9 @@ shop_orders fleet::orders_for(const std::string &directory) const {
 
 void fleet::become_shop(const shop_orders &orders, int out, int in) {
     prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() != own_process_) {
+        _exit(1);  // the starting process has died meanwhile
+    }
     for (const running_shop &other : running_) {
         close(other.from);
         close(other.to);

@@ -22,13 +22,17 @@ bool is_required(const chk_row &row) {
 
 }  // namespace
 
+bool chk_is_recent(day_number date) {
+    return date > static_cast<day_number>(date_today() - days_recent);
+}
+
 bool chk_all_recent() {
     SysRow19 dates{};
     iotab_row(tab_action::read, row_dates, dates);
-    const auto limit = static_cast<day_number>(date_today() - days_recent);
     const auto rows = chk_rows();
-    return std::all_of(rows.begin(), rows.end(),
-                       [&](const chk_row &row) { return !is_required(row) || dates.*row.date > limit; });
+    return std::all_of(rows.begin(), rows.end(), [&](const chk_row &row) {
+        return !is_required(row) || chk_is_recent(dates.*row.date);
+    });
 }
 
 void chk_reset_dates() {

@@ -79,7 +79,9 @@ void ixclear(const std::string &name);
 
 // ---- Dates and marker
 
-/// True when every required date of row 19, read fresh from the file, is later than today minus 7 days.
+/// True when a date of row 19 is later than today minus 7 days.
+bool chk_is_recent(day_number date);
+/// True when every required date of row 19, read fresh from the file, is recent.
 bool chk_all_recent();
 /// Zeroes what row 19 must not carry from one session into the next.
 void chk_reset_dates();
