@@ -53,6 +53,8 @@ void Terminal::press(std::string_view keys) {
 }
 
 void Terminal::settle() {
+    // What is typed before the session has begun would go through the editing of the line.
+    EXPECT_TRUE(wait_until([this] { return !raw_.empty(); }, "a session"));
     press("<F2>z");
     marks_++;
     const auto marked = [this] { return static_cast<int>(split(raw_, mark).size()) > marks_; };
