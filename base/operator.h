@@ -1,10 +1,65 @@
-// How the store and the utilities speak to the operator.
+// How everything below the programs speaks to the operator.
 //
-// This layer knows no screen. The screen layer fills in `isam_operator` when its session starts and clears it
-// when the session ends. Any entry may be null; the store then prints plain text and waits by itself.
+// The layers base, store, data and check know no screen: no row, no column, no window. They say what they
+// want of a person in the verbs of this header, and `isam_operator` is whoever answers: the terminal program,
+// a tool on the command line, a test. Any entry of it may be null. Then a question is answered with no,
+// nobody wants to break off, and the store prints plain text and waits by itself.
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+// ---- What is said
+
+/// What the operator is told and has to confirm. Most consist of lines that say it all.
+enum class op_notice : std::uint8_t {
+    size_fault,      ///< an operation on size kinds went wrong: what, and whom to ask
+    price_blocks,    ///< a price set whose blocks can't be read: the title of the warning, and the warning
+    price_sizes,     ///< a price set whose sizes are not those of its blocks
+    size_findings,   ///< a phase of the size check has found what a human must mend
+    titles_unknown,  ///< customers with a title that has no description, and what the shop can do
+    space_freed,     ///< old temporary files were deleted: that, and how much room there is now
+    bad_marks,       ///< customers with an invalid mark, which was mended
+};
+
+/// Yes or no.
+enum class op_question : std::uint8_t {
+    series_index,      ///< make the index of the series file anew?
+    release_labels,    ///< empty the label blocks that are on no chain? Advice is to be asked first
+    repair,            ///< mend what was found?
+    repair_prices,     ///< the same for prices; advice is to be asked first
+    repair_customers,  ///< the same for customers
+    assign_codes,      ///< give EAN codes to the sizes without one?
+};
+enum class op_default : std::uint8_t { none, no, yes };
+/// The answer that stands when nothing else is chosen.
+op_default default_of(op_question question);
+
+/// A place for what changes all the time: the number, the code or the file that is being looked at.
+enum class op_field : std::uint8_t {
+    temporary_files,  ///< the deletion of old temporary files
+    index_release,    ///< the release of keys that dead programs left reserved
+    series_repaired,
+    series_referring,  ///< the series whose references are checked
+    label_in_transit,
+    criteria_lost,  ///< the search for lost blocks of order criteria
+    criteria_lost_count,
+    criteria_free,  ///< the making of their free chain
+    criteria_free_count,
+    size_kinds,  ///< the phases of the size check
+    label_sizes,
+    series_sizes,
+    number_supplier,  ///< the supplier whose order numbers are checked
+    number_code,
+    barcode,
+    ean_code,
+    journal,
+    journal_series,
+};
+
+// ---- Who answers
 
 struct operator_table {
     /// Shows the fatal screen with `text` and ends the process with status 1. Must not return.
@@ -20,6 +75,33 @@ struct operator_table {
     bool (*interrupted)();
     /// Forgets an earlier break-off, if the test is armed.
     void (*interrupt_reset)();
+
+    /// Forgets an earlier break-off, and lets the operator break off from here.
+    void (*interrupt_arm)();
+    /// Hold off leaving, and allow it again; holds nest.
+    void (*hold)();
+    void (*release)();
+    /// Leaves now, if a signal has asked for it and no hold is in force.
+    void (*leave_if_due)();
+    /// Asks for patience, until the next thing is shown.
+    void (*patience)();
+    /// The check that runs now, for the head of the screen; empty for none.
+    void (*status)(const char *text);
+    /// A phase begins: what the one before has left to be seen can go.
+    void (*phase)();
+    void (*tell)(op_notice notice, const std::vector<std::string> &lines);
+    /// Asks the question `text`; `lines` come before it. True for yes.
+    bool (*ask)(op_question question, const char *text, const std::vector<std::string> &lines);
+    /// Shows the caption of a field, or its value. Null for both clears it.
+    void (*show)(op_field field, const char *caption, const char *value);
+    /// Another program is at work: waits until `granted` gives true, a second between two tries. With
+    /// `may_ask` a key brings the question whether to go on waiting; false when the operator gives up.
+    bool (*await_turn)(bool may_ask, const std::function<bool()> &granted);
+    /// The orderly end of the program. Must not return.
+    void (*end)();
+    /// Makes the index of a pair anew, with the pair closed. False, after telling the operator, when it was
+    /// left as it is.
+    bool (*rebuild_index)(const char *pair);
 };
 
 extern operator_table isam_operator;
@@ -31,3 +113,29 @@ extern operator_table isam_operator;
 /// Writes the four lines of a fatal stop on standard output, waits for a line feed (or the end of the
 /// input) and returns.
 void fatal_plain(const char *text);
+
+// ---- The verbs, for any operator or none
+
+void op_status(const char *text);
+void op_phase();
+void op_tell(op_notice notice, const std::vector<std::string> &lines);
+bool op_ask(op_question question, const char *text, const std::vector<std::string> &lines = {});
+void op_caption(op_field field, const char *caption);
+void op_value(op_field field, const char *value);
+void op_clear(op_field field);
+void op_patience();
+bool op_interrupted();
+void op_interrupt_arm();
+void op_leave_if_due();
+bool op_await_turn(bool may_ask, const std::function<bool()> &granted);
+[[noreturn]] void op_end();
+/// Tells for two seconds that something is in use; waits that long without an operator too.
+void op_in_use(const char *text);
+
+/// Holds off leaving for the time of a block: files are between two states.
+struct leave_guard {
+    leave_guard();
+    ~leave_guard();
+    leave_guard(const leave_guard &) = delete;
+    leave_guard &operator=(const leave_guard &) = delete;
+};

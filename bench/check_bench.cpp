@@ -33,13 +33,13 @@
 #include <sstream>
 #include <vector>
 
-#include "check/check.h"
+#include "run/run.h"
 #include "check/prices/prices.h"
 #include "print/print_internal.h"
 #include "screen/screen.h"
-#include "sub/criteriafile.h"
-#include "sub/labelfile.h"
-#include "sub/pricefile.h"
+#include "data/criteriafile.h"
+#include "data/labelfile.h"
+#include "data/pricefile.h"
 #include "tools/shop/shop.h"
 
 namespace {
@@ -191,10 +191,11 @@ double memory(const std::string &pid, const std::string &line_name) {
 
 [[noreturn]] void run_check(const measured_check &check, int rounds) {
     char *arguments[] = {const_cast<char *>("check_bench"), nullptr};
-    prt_modules = {open_job, [] { return false; }};
     start_program("", {"", ""}, 1, arguments);
+    prt_modules.job_open = open_job;
+    prt_modules.preview = [] { return false; };
     set_program_title("bestandscontroles");
-    chk_session_files_open();
+    chk_session_open();
     isam_operator.progress = nullptr;
     chk_full_run = true;
     const figures first = measure(check.run);
@@ -204,7 +205,7 @@ double memory(const std::string &pid, const std::string &line_name) {
     const figures reading = best_of(rounds, [&] { read_files(check); });
     std::ofstream("metingen.txt") << passed << " " << first.total << " " << run.total << " " << run.system
                                   << " " << run.wall << " " << reading.total << " " << peak << "\n";
-    chk_session_files_close();
+    chk_session_close();
     chain_program("");
 }
 

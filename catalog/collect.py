@@ -19,7 +19,7 @@ import re
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-LAYERS = ["base", "store", "screen", "print", "sub", "check", "run", "tools"]
+LAYERS = ["base", "store", "screen", "report", "print", "data", "check", "run", "tools"]
 CATALOGUES = {"term_text": "TERM351", "detail_text": "DETAIL"}
 
 SIMPLE = {"n": 10, "t": 9, "v": 11, "b": 8, "r": 13, "f": 12, "a": 7, "e": 27, "\\": 92, '"': 34, "'": 39, "?": 63}

@@ -1,7 +1,7 @@
 // Chief header of the checks: what they are, and what lasts for a session.
 #pragma once
 
-#include "sub/sub.h"
+#include "data/data.h"
 
 /// Session flags: true when the check has passed in this session.
 extern bool ok_labels;
@@ -23,10 +23,8 @@ extern bool chk_full_run;
 /// The operator cancelled a check of the sequence. The sequence then stops without a summary, even when that
 /// check passed earlier in the session.
 extern bool chk_broken_off;
-
-/// Open and close the files of `chk_files`, which stay open for the whole run.
-void chk_session_files_open();
-void chk_session_files_close();
+/// The index of the series file was made anew in this session.
+extern bool chk_series_index_made;
 
 /// The checks. Each walks its files, reports, repairs what the operator agrees to, and sets its session flag
 /// when it has passed.

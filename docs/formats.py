@@ -27,7 +27,7 @@ HIGHEST_SHOWN = 8
 
 def constants_and_types():
     constants, types = {}, {}
-    headers = [ROOT / "store/format.h", ROOT / "sub/ondisk.h", *sorted((ROOT / "sub").glob("*file.h"))]
+    headers = [ROOT / "store/format.h", ROOT / "data/ondisk.h", *sorted((ROOT / "data").glob("*file.h"))]
     headers += [ROOT / "print/macrofile.h", ROOT / "print/printerfile.h"]
     for header in headers:
         lines = header.read_text().splitlines()

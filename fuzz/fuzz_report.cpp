@@ -14,7 +14,7 @@
 #include <utility>
 
 #include "fuzz/stop.h"
-#include "print/print_internal.h"
+#include "report/report_internal.h"
 
 // The job, without a file.
 
@@ -25,9 +25,6 @@ namespace {
 std::string printed;
 }
 
-void scr_fatal(const char *, ...) {
-    throw fuzz_stop{};
-}
 void job_write_line(std::string_view text) {
     FUZZ_DEMAND(static_cast<int>(text.size()) <= prt_job.rpt_width);
     FUZZ_DEMAND(text.find('\n') == std::string_view::npos);
@@ -146,6 +143,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::string rest(reinterpret_cast<const char *>(data) + 3, size - 3);
     const std::string arguments = rest.substr(0, data[2]);
     const std::string formats = formats_from(rest.substr(arguments.size()));
+    fuzz_catch_stops();
     prt_modules.job_open = [](const print_setup &, std::uint16_t, const char *) { return true; };
     XPRT_OPEN({}, prt_any_page, nullptr);
     try {

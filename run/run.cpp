@@ -1,27 +1,15 @@
 // The course of the run, from start-up to hand-over.
 #include "run/run.h"
 
-#include <dirent.h>
-
 #include "screen/screen.h"
-
-SysRow20 chk_transit_settings{};
 
 namespace {
 
 constexpr build_stamp build{"Jan 26 2015", "11:45:07"};
-constexpr std::uint8_t last_trusted_status = 9;
 
-/// Master data that still waits to be processed stops the run before it has changed anything. A directory
-/// that can't be read would look like one without such data.
+/// Master data that still waits to be processed stops the run before it has changed anything.
 void refuse_waiting_master_data() {
-    DIR *directory = opendir(".");
-    if (directory == nullptr) {
-        err_open(program_name, ".");
-    }
-    closedir(directory);
-    std::string pattern = "STAT%*02hd.TXT";
-    if (FILES_PRESENT(pattern) == 0) {
+    if (!chk_master_data_waits()) {
         return;
     }
     win_open1(11, 24, 4, 37);
@@ -85,10 +73,7 @@ void chk_run(int argc, char **argv) {
         chk_release_indexes();
     }
     chk_reset_dates();
-    chk_session_files_open();
-    iotab_row(tab_action::read, row_transit, chk_transit_settings);
-    // The status on file tells how the slot's last program ended; the one in memory starts at rest.
-    ok_labels = sys_slot_status <= last_trusted_status;
+    chk_session_open();
     keep_print_setup();
     scr_leave_handler = leave_run;
     chk_startup_run();
@@ -96,11 +81,7 @@ void chk_run(int argc, char **argv) {
         chk_menu();
     }
     restore_print_setup();
-    chk_session_files_close();
-    if (session_sizes != nullptr) {
-        mtclose(session_sizes);
-        session_sizes = nullptr;
-    }
+    chk_session_close();
     warn_of_labels();
     if (chk_all_recent()) {
         chk_marker_write();

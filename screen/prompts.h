@@ -62,15 +62,3 @@ void scr_leave_hold();
 void scr_leave_release();
 /// What leaving does: the orderly end of a higher layer. If null, the session ends with status 0.
 extern void (*scr_leave_handler)();
-
-/// A hold for the time of a block.
-struct leave_guard {
-    leave_guard() {
-        scr_leave_hold();
-    }
-    ~leave_guard() {
-        scr_leave_release();
-    }
-    leave_guard(const leave_guard &) = delete;
-    leave_guard &operator=(const leave_guard &) = delete;
-};

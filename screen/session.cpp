@@ -37,6 +37,11 @@ void operator_connect() {
             ing_break_reset();
         }
     };
+    isam_operator.interrupt_arm = ing_break_reset;
+    isam_operator.hold = scr_leave_hold;
+    isam_operator.release = scr_leave_release;
+    isam_operator.leave_if_due = scr_leave_if_due;
+    isam_operator.patience = wait_box;
 }
 
 void operator_disconnect() {

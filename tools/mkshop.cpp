@@ -122,6 +122,53 @@ void help() {
     }
 }
 
+/// An option that says what the shop is to be.
+void set_option(ShopOptions &wanted, int code, const char *name, const char *value) {
+    switch (code) {
+        case option_series:
+            wanted.series = count_of(name, value);
+            break;
+        case option_labels:
+            wanted.labels = count_of(name, value);
+            break;
+        case option_branches:
+            wanted.branches = count_of(name, value);
+            break;
+        case option_customers:
+            wanted.customers = count_of(name, value);
+            break;
+        case option_tills:
+            wanted.tills = count_of(name, value);
+            break;
+        case option_digits:
+            wanted.label_digits = count_of(name, value);
+            break;
+        case option_unlinked:
+            wanted.linked = false;
+            break;
+        case option_no_transit:
+            wanted.transit = false;
+            break;
+        case option_no_decimals:
+            wanted.no_decimals = true;
+            break;
+        case option_checked:
+            wanted.checked = count_of(name, value);
+            break;
+        case option_seed:
+            wanted.seed = seed_of(value);
+            break;
+        case option_today:
+            wanted.today = day_of(value);
+            break;
+        case option_fault:
+            wanted.faults.emplace_back(value);
+            break;
+        default:
+            break;
+    }
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -134,45 +181,6 @@ int main(int argc, char **argv) {
     while ((code = getopt_long(argc, argv, "", options, &index)) != -1) {
         const char *name = code == '?' ? "" : options[index].name;
         switch (code) {
-            case option_series:
-                shop_options.series = count_of(name, optarg);
-                break;
-            case option_labels:
-                shop_options.labels = count_of(name, optarg);
-                break;
-            case option_branches:
-                shop_options.branches = count_of(name, optarg);
-                break;
-            case option_customers:
-                shop_options.customers = count_of(name, optarg);
-                break;
-            case option_tills:
-                shop_options.tills = count_of(name, optarg);
-                break;
-            case option_digits:
-                shop_options.label_digits = count_of(name, optarg);
-                break;
-            case option_unlinked:
-                shop_options.linked = false;
-                break;
-            case option_no_transit:
-                shop_options.transit = false;
-                break;
-            case option_no_decimals:
-                shop_options.no_decimals = true;
-                break;
-            case option_checked:
-                shop_options.checked = count_of(name, optarg);
-                break;
-            case option_seed:
-                shop_options.seed = seed_of(optarg);
-                break;
-            case option_today:
-                shop_options.today = day_of(optarg);
-                break;
-            case option_fault:
-                shop_options.faults.emplace_back(optarg);
-                break;
             case option_force:
                 target = shop_target::any;
                 break;
@@ -182,8 +190,10 @@ int main(int argc, char **argv) {
             case option_version:
                 print_version("mkshop");
                 return EXIT_SUCCESS;
-            default:  // getopt has already printed what is wrong
+            case '?':  // getopt has already printed what is wrong
                 return EXIT_FAILURE;
+            default:
+                set_option(shop_options, code, name, optarg);
         }
     }
     if (optind + 1 != argc) {

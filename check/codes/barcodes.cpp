@@ -5,131 +5,153 @@
 #include <algorithm>
 
 #include "check/codes/code_file.h"
-#include "print/print.h"
-#include "sub/eanfile.h"
-#include "sub/seriesfile.h"
+#include "check/frame/columns.h"
+#include "data/data.h"
+#include "data/eanfile.h"
 
 namespace {
 
 constexpr char file_name[] = "RVBARC";
-constexpr int value_column = 11;
 constexpr int no_supplier = 0;
 
-enum class fault { none, no_series, no_size };
-
-delete_list faulty;
-row_groups groups;
-
-/// The series of an entry; false when there is none.
-bool read_series(const BarcodeRecord &record, SeriesRecord &series) {
-    series = {};
-    series.key = {record.group, record.colour, record.number};
-    return IXREAD(chk_files.rvser, &series);
+const finding_kind *no_series() {
+    return &barcode_findings()[0];
+}
+const finding_kind *no_size() {
+    return &barcode_findings()[1];
 }
 
-fault fault_of(const BarcodeRecord &record, SeriesRecord &series) {
-    if (!read_series(record, series)) {
-        return fault::no_series;
+/// What is wrong with a code, null for nothing. `series` is its series, if there is one.
+const finding_kind *fault_of(const BarcodeRecord &record, SeriesRecord &series) {
+    series = {};
+    series.key = {record.group, record.colour, record.number};
+    if (!IXREAD(chk_files.rvser, &series)) {
+        return no_series();
     }
     const bool fits =
         record.size_kind == series.size_kind && (record.size == 0 || series.sizes.test(record.size));
-    return fits ? fault::none : fault::no_size;
+    return fits ? nullptr : no_size();
 }
 
 void show_code(const article_code &code) {
-    scr_text(A_BOLD, scr->scr_lines - 1, value_column, "%-13.13s", code_text(code).c_str());
+    op_value(op_field::barcode, code_text(code).c_str());
 }
 
-void print_heads(bool) {
-    prt_printf(fmt_columns(0, -13, 1), detail_text(21, 14, "barcode"));
-    prt_printf(fmt_columns(0, -14, 1), detail_text(21, 11, "serienummer"));
-    prt_printf(fmt_columns(0, 3, 1), detail_text(21, 13, "mt"));
-    prt_newline();
-    chk_dashes();
-}
+struct code_line {
+    const BarcodeRecord &record;
+    const SeriesRecord &series;
+    const finding_kind &fault;
+};
 
-void print_row(const BarcodeRecord &record, const SeriesRecord &series, fault found) {
-    groups.begin_row();
-    prt_printf("%-13.13s ", code_text(record.code).c_str());
-    prt_printf("%-14.14s", ser_text(record.group, record.colour, record.number).c_str());
-    if (found == fault::no_size) {
-        prt_printf(" %-3.3s", size_code(series.size_kind, record.size).c_str());
-    } else {
-        prt_fill(4, ' ');
+constexpr report_column<code_line> columns[] = {
+    {[] { return detail_text(21, 14, "barcode"); }, "%-13.13s ",
+     [](const code_line &line) { return text_cell("%-13.13s ", code_text(line.record.code)); }},
+    {[] { return detail_text(21, 11, "serienummer"); }, "%-14.14s ",
+     [](const code_line &line) {
+         return text_cell("%-14.14s", ser_text(line.record.group, line.record.colour, line.record.number));
+     }},
+    {[] { return detail_text(21, 13, "mt"); }, "%3.3s ",
+     [](const code_line &line) {
+         return &line.fault == no_size()
+                    ? text_cell(" %-3.3s", size_code(line.series.size_kind, line.record.size))
+                    : text_cell("%4s", "");
+     }},
+    {nullptr, "%s",
+     [](const code_line &line) { return text_cell("                            %s", line.fault.text()); }},
+};
+
+class barcode_check final : public code_check {
+public:
+    barcode_check()
+        : code_check({.flag = &ok_barcodes,
+                      .date = &SysRow19::barcodes,
+                      .report_time = chk_report_time::before_walk}) {}
+
+    const char *status() const override {
+        return detail_text(21, 24, "controleren barcodebestand");
     }
-    prt_fill(28, ' ');
-    prt_printf("%s", found == fault::no_size ? detail_text(21, 2, "Maat niet bekend bij serie")
-                                             : detail_text(21, 1, "Serie niet aanwezig"));
-    groups.end_row();
-}
-
-/// False when the operator cancelled.
-bool walk_file() {
-    ICB *file = code_file_open(file_name, sizeof(BarcodeRecord));
-    if (file == nullptr) {
-        return true;
+    const char *title() const override {
+        return detail_text(21, 25, "CONTROLEREN BARCODEBESTAND");
     }
-    const bool done = each_in_key_order<BarcodeRecord>(file, [](const BarcodeRecord &record) {
-        show_code(record.code);
-        SeriesRecord series;
-        const fault found = fault_of(record, series);
-        if (found != fault::none) {
-            faulty.add(no_supplier, record.code);
-            print_row(record, series, found);
+    void open() override {
+        op_caption(op_field::barcode, detail_text(21, 26, "Eannummer"));
+        code_check::open();
+    }
+    bool walk() override {
+        std::string name = std::string(file_name) + ".TXT";
+        if (!DIRECTORY(dir_action::open, name)) {
+            return true;
         }
-    });
-    IXCLOSE(file);
-    return done;
-}
-
-bool walk() {
-    std::string name = std::string(file_name) + ".TXT";
-    if (!DIRECTORY(dir_action::open, name)) {
-        return true;
+        const bool done = walk_file();
+        DIRECTORY(dir_action::close, name);
+        return done;
     }
-    const bool done = walk_file();
-    DIRECTORY(dir_action::close, name);
-    return done;
-}
 
-void repair() {
-    ICB *file = code_file_open(file_name, sizeof(BarcodeRecord));
-    if (file == nullptr) {
-        return;
+protected:
+    void print_columns() override {
+        print_headings<code_line>(columns);
     }
-    faulty.for_each([file](int, const article_code &code) {
+    void remove_faulty(int, const article_code &code) override {
+        if (!opened) {
+            file = code_file_open(file_name, sizeof(BarcodeRecord));
+            opened = true;
+        }
+        if (file == nullptr) {
+            return;
+        }
         BarcodeRecord record{};
         std::copy(std::begin(code), std::end(code), record.code);
         show_code(code);
         delete_faulty(file, record, [](const BarcodeRecord &fresh) {
             SeriesRecord series;
-            return fault_of(fresh, series) != fault::none;
+            return fault_of(fresh, series) != nullptr;
         });
-    });
-    IXCLOSE(file);
-}
+    }
+    void end_repair() override {
+        if (file != nullptr) {
+            IXCLOSE(file);
+            file = nullptr;
+        }
+        opened = false;
+    }
 
-const chk_course course{
-    .status = [] { return detail_text(21, 24, "controleren barcodebestand"); },
-    .title = [] { return detail_text(21, 25, "CONTROLEREN BARCODEBESTAND"); },
-    .flag = &ok_barcodes,
-    .date = &SysRow19::barcodes,
-    .report_time = chk_report_time::before_walk,
-    .open =
-        [] {
-            scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", detail_text(21, 26, "Eannummer"));
-            faulty.open();
-            groups = {};
-        },
-    .walk = walk,
-    .has_errors = [] { return !faulty.empty(); },
-    .heads = print_heads,
-    .repair = repair,
-    .close = [] { faulty.close(); },
+private:
+    /// False when the operator cancelled.
+    bool walk_file() {
+        ICB *walked = code_file_open(file_name, sizeof(BarcodeRecord));
+        if (walked == nullptr) {
+            return true;
+        }
+        const bool done = each_in_key_order<BarcodeRecord>(walked, [this](const BarcodeRecord &record) {
+            show_code(record.code);
+            SeriesRecord series;
+            if (const finding_kind *fault = fault_of(record, series)) {
+                note_faulty(no_supplier, record.code);
+                report_row({record, series, *fault});
+            }
+        });
+        IXCLOSE(walked);
+        return done;
+    }
+    void report_row(const code_line &line) {
+        if (chk_is_heard()) {
+            chk_found(line.fault, file_name,
+                      {field_of("code", code_text(line.record.code)),
+                       field_of({line.record.group, line.record.colour, line.record.number}),
+                       field_of("size", std::int64_t{line.record.size})});
+        }
+        begin_row();
+        print_cells<code_line>(columns, line);
+        end_row();
+    }
+
+    ICB *file = nullptr;  ///< open during the repair
+    bool opened = false;
 };
 
 }  // namespace
 
 void chk_barcodes() {
-    chk_perform(course);
+    barcode_check check;
+    chk_perform(check);
 }

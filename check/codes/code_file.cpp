@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "print/print.h"
-#include "sub/iomaat.h"
+#include "data/iomaat.h"
+#include "report/report.h"
 
 namespace {
 
@@ -26,15 +26,6 @@ std::string printable(std::string text) {
     return text;
 }
 
-std::string as_word(const article_code &code) {
-    std::string word;
-    for (const char c : plain_text(code)) {
-        const auto byte = static_cast<unsigned char>(c);
-        word += byte > ' ' && c != '\\' ? std::string(1, c) : str_format("\\%02x", byte);
-    }
-    return word.empty() ? "\\00" : word;
-}
-
 void from_word(const char *word, article_code &code) {
     std::fill(std::begin(code), std::end(code), '\0');
     for (char &c : code) {
@@ -53,6 +44,15 @@ void from_word(const char *word, article_code &code) {
 
 }  // namespace
 
+std::string code_as_word(const article_code &code) {
+    std::string word;
+    for (const char c : plain_text(code)) {
+        const auto byte = static_cast<unsigned char>(c);
+        word += byte > ' ' && c != '\\' ? std::string(1, c) : str_format("\\%02x", byte);
+    }
+    return word.empty() ? "\\00" : word;
+}
+
 std::string code_text(const article_code &code) {
     return printable(plain_text(code));
 }
@@ -70,52 +70,15 @@ ICB *code_file_open(const char *name, std::size_t record_bytes) {
     return file;
 }
 
-void delete_list::open() {
-    close();
-    name = chk_tempname();
-    count = 0;
-    file = std::fopen(name.c_str(), "w+e");
-    if (file == nullptr) {
-        err_open(program_name, name.c_str());
-    }
-}
-
-void delete_list::close() {
-    if (file != nullptr) {
-        std::fclose(file);
-        file = nullptr;
-        file_delete(name.c_str());
-    }
-}
-
-void delete_list::add(int supplier, const article_code &code) {
-    std::fprintf(file, "%4d %-13s\n", supplier, as_word(code).c_str());
-    count++;
-}
-
-bool delete_list::next(int &supplier, article_code &code) {
+bool code_next(std::FILE *list, int &supplier, article_code &code) {
     char line[80];
     char word[escape_bytes * code_bytes + 1];
-    if (std::fgets(line, sizeof line, file) == nullptr ||
+    if (std::fgets(line, sizeof line, list) == nullptr ||
         std::sscanf(line, "%d %39s", &supplier, word) != 2) {
         return false;
     }
     from_word(word, code);
     return true;
-}
-
-void row_groups::begin_row() {
-    if (chk_room(margin)) {
-        rows = 0;
-    }
-}
-
-void row_groups::end_row() {
-    prt_newline();
-    if (++rows == rows_a_group) {
-        chk_dashes();
-        rows = 0;
-    }
 }
 
 std::string size_code(std::uint8_t kind, std::uint8_t size) {
@@ -126,4 +89,48 @@ std::string size_code(std::uint8_t kind, std::uint8_t size) {
         return std::string(sizeof cursor.code, ' ');
     }
     return printable({cursor.code, strnlen(cursor.code, sizeof cursor.code)});
+}
+
+// ---- The checks
+
+void code_check::open() {
+    faulty.create();
+    rows = 0;
+}
+
+void code_check::heads(bool) {
+    print_columns();
+    chk_dashes();
+}
+
+void code_check::note_faulty(int supplier, const article_code &code) {
+    faulty.print("%4d %-13s\n", supplier, code_as_word(code).c_str());
+}
+
+void code_check::begin_row() {
+    if (chk_room(margin)) {
+        rows = 0;
+    }
+}
+
+void code_check::end_row() {
+    prt_newline();
+    if (++rows == rows_a_group) {
+        chk_dashes();
+        rows = 0;
+    }
+}
+
+void code_check::repair() {
+    article_code code;
+    int supplier = 0;
+    faulty.rewind();
+    while (code_next(faulty.stream(), supplier, code)) {
+        remove_faulty(supplier, code);
+    }
+    end_repair();
+}
+
+void code_check::close() {
+    faulty.remove();
 }

@@ -1,12 +1,19 @@
-// What the checks of the files of article codes share: files that may be unsound, codes to be deleted, rows
-// in groups of five.
+// What the two checks of files of article codes share.
+//
+//   1  each record is tested in the order of its key; one at fault is printed, and noted in a work list
+//   2  question; on yes each code of the list is looked at again under its lock, and deleted if still wrong
+//
+// They write in the repair only. A file that is not sound, or has other records, is passed over.
 #pragma once
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 
+#include "check/frame/findings.h"
 #include "check/frame/frame.h"
-#include "screen/screen.h"
+#include "check/frame/record_place.h"
+#include "check/frame/work_file.h"
 
 inline constexpr std::size_t code_bytes = 13;
 using article_code = char[code_bytes];
@@ -18,53 +25,11 @@ std::string code_text(const article_code &code);
 /// program that died left is mended first, so that a killed repair hides nothing.
 ICB *code_file_open(const char *name, std::size_t record_bytes);
 
-/// The codes that a repair is to delete, in a temporary text file: a line for each, the supplier before the
-/// code. A byte that would split a code into several words is written as a backslash and two hexadecimal
+/// A byte that would split a code into several words of a line is written as a backslash and two hexadecimal
 /// digits.
-class delete_list {
-public:
-    delete_list() = default;
-    ~delete_list() {
-        close();
-    }
-    delete_list(const delete_list &) = delete;
-    delete_list &operator=(const delete_list &) = delete;
-
-    void open();
-    /// Closes the file and removes it.
-    void close();
-    void add(int supplier, const article_code &code);
-    /// Calls `visit` with each supplier and code, in the order in which they were added.
-    template <class Visit>
-    void for_each(Visit visit) {
-        article_code code;
-        int supplier = 0;
-        std::rewind(file);
-        while (next(supplier, code)) {
-            visit(supplier, code);
-        }
-    }
-    [[nodiscard]] bool empty() const {
-        return count == 0;
-    }
-
-private:
-    bool next(int &supplier, article_code &code);
-
-    std::string name;
-    std::FILE *file = nullptr;
-    long count = 0;
-};
-
-/// Report rows with a line of dashes after every five; a new page starts the count again.
-class row_groups {
-public:
-    void begin_row();
-    void end_row();
-
-private:
-    int rows = 0;
-};
+std::string code_as_word(const article_code &code);
+/// Reads a supplier and such a word; false at the end of the list.
+bool code_next(std::FILE *list, int &supplier, article_code &code);
 
 /// The code of a size in a size kind, up to three characters; blanks when there is none.
 std::string size_code(std::uint8_t kind, std::uint8_t size);
@@ -77,17 +42,16 @@ bool each_in_key_order(ICB *file, Visit visit) {
     Record record{};
     std::int32_t left = file->nrecs;
     for (bool more = IXFIRST(file, &record); more && left-- > 0; more = IXNEXT(file, &record)) {
-        if (ing_interrupted()) {
+        if (op_interrupted()) {
             return false;
         }
-        const std::int32_t place = file->recno;
+        const record_place place(file);
         Record key = record;
         IXKEYTOREC(file, &key);
         visit(record);
         record = key;
-        file->recno = place;
     }
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 /// Deletes the record with the code of `key`, if `faulty` still says yes to it under its lock.
@@ -100,3 +64,39 @@ void delete_faulty(ICB *file, const Record &key, Faulty faulty) {
         IXFREE(file, &key);
     }
 }
+
+// ---- The checks
+
+class code_check : public chk_check {
+public:
+    using chk_check::chk_check;
+
+    void open() override;
+    bool has_errors() override {
+        return !faulty.empty();
+    }
+    void heads(bool first_page) override;
+    /// Deletes what is still wrong.
+    void repair() override;
+    void close() override;
+
+protected:
+    /// What is to be deleted; 0 stands for no supplier.
+    void note_faulty(int supplier, const article_code &code);
+    /// Begins and ends a row; there is a line of dashes after every five. A new page starts the count again.
+    void begin_row();
+    void end_row();
+
+    virtual void print_columns() = 0;
+    /// Deletes a code of the work list, if it is still wrong.
+    virtual void remove_faulty(int supplier, const article_code &code) = 0;
+    /// The last code was looked at.
+    virtual void end_repair() = 0;
+
+private:
+    work_file faulty;
+    int rows = 0;  ///< since the last line of dashes
+};
+
+std::span<const finding_kind> order_number_findings();
+std::span<const finding_kind> barcode_findings();

@@ -6,20 +6,13 @@
 #include <algorithm>
 
 #include "check/codes/code_file.h"
-#include "print/print.h"
-#include "sub/eanfile.h"
-#include "sub/seriesfile.h"
+#include "check/frame/columns.h"
+#include "data/data.h"
+#include "data/eanfile.h"
 
 namespace {
 
 constexpr int key_parts_supplier = 4;  // of the key of a price set
-constexpr int value_column = 15;
-
-enum class fault { none, no_series, no_size, no_supplier };
-
-ICB *price_sets = nullptr;  // RVIPA
-delete_list faulty;
-row_groups groups;
 
 std::string file_name(int supplier) {
     return str_format("XNRS%04d", supplier);
@@ -39,154 +32,167 @@ SeriesKey key_of(const SupplierNumberRecord &record) {
     return {record.group, record.colour, record.number};
 }
 
-fault fault_of(const SupplierNumberRecord &record, int supplier) {
+void show_supplier(int supplier) {
+    op_value(op_field::number_supplier, std::to_string(supplier).c_str());
+}
+
+void show_code(const article_code &code) {
+    op_value(op_field::number_code, code_text(code).c_str());
+}
+
+struct number_line {
+    const SupplierNumberRecord &record;
+    int supplier;
+    const finding_kind &fault;
+};
+
+constexpr report_column<number_line> columns[] = {
+    {[] { return detail_text(21, 10, "bestelnummer"); }, "%-13.13s ",
+     [](const number_line &line) { return text_cell("%-13.13s ", code_text(line.record.code)); }},
+    {[] { return detail_text(21, 11, "serienummer"); }, "%-14.14s ",
+     [](const number_line &line) { return text_cell("%-14.14s", ser_text(key_of(line.record))); }},
+    {[] { return detail_text(21, 12, "levnr"); }, "%5.5s ",
+     [](const number_line &line) { return number_cell("  %4ld", long{line.supplier}); }},
+    {[] { return detail_text(21, 13, "mt"); }, " %3.3s ",
+     [](const number_line &line) {
+         return line.record.size != 0 && line.record.size_kind != 0
+                    ? text_cell("  %-3.3s", size_code(line.record.size_kind, line.record.size))
+                    : text_cell("%5s", "");
+     }},
+    {nullptr, "%s", [](const number_line &line) { return text_cell("  %s", line.fault.text()); }},
+};
+
+class order_number_check final : public code_check {
+public:
+    order_number_check()
+        : code_check({.flag = &ok_order_numbers,
+                      .date = &SysRow19::order_numbers,
+                      .report_time = chk_report_time::first}) {}
+
+    const char *status() const override {
+        return detail_text(21, 20, "controleren bestelnummers");
+    }
+    const char *title() const override {
+        return detail_text(21, 21, "CONTROLEREN BESTELNUMMERS");
+    }
+    void open() override {
+        price_sets = pair_open("RVIPA", ix_readonly, sizeof(PriceSetRecord));
+        op_caption(op_field::number_supplier, detail_text(21, 22, "Leverancier"));
+        op_caption(op_field::number_code, detail_text(21, 23, "Bestelnummer"));
+        code_check::open();
+    }
+    bool walk() override;
+    void close() override {
+        code_check::close();
+        IXCLOSE(price_sets);
+        price_sets = nullptr;
+    }
+
+protected:
+    void print_columns() override {
+        print_headings<number_line>(columns);
+    }
+    void remove_faulty(int supplier, const article_code &code) override;
+    void end_repair() override {
+        if (file != nullptr) {
+            IXCLOSE(file);
+            file = nullptr;
+        }
+        file_supplier = -1;
+    }
+
+private:
+    const finding_kind *fault_of(const SupplierNumberRecord &record, int supplier);
+    bool walk_supplier(int supplier);
+    void report_row(const number_line &line);
+
+    ICB *price_sets = nullptr;  ///< RVIPA
+    ICB *file = nullptr;        ///< open during the repair
+    int file_supplier = -1;
+};
+
+/// What is wrong with a number, null for nothing.
+const finding_kind *order_number_check::fault_of(const SupplierNumberRecord &record, int supplier) {
     SeriesRecord series{};
     series.key = key_of(record);
     if (!IXREAD(chk_files.rvser, &series)) {
-        return fault::no_series;
+        return &order_number_findings()[0];
     }
     PriceSetRecord set{};
     set.key = key_of(record);
     set.supplier = static_cast<std::uint16_t>(supplier);
     if (!IXNEXTR(price_sets, &set, key_parts_supplier)) {
-        return fault::no_supplier;
+        return &order_number_findings()[2];
     }
     const bool fits =
         record.size_kind == series.size_kind && (record.size == 0 || series.sizes.test(record.size));
-    return fits ? fault::none : fault::no_size;
+    return fits ? nullptr : &order_number_findings()[1];
 }
 
-const char *text_of(fault found) {
-    switch (found) {
-        case fault::no_series:
-            return detail_text(21, 1, "Serie niet aanwezig");
-        case fault::no_size:
-            return detail_text(21, 2, "Maat niet bekend bij serie");
-        case fault::no_supplier:
-            return detail_text(21, 3, "Leverancier niet bekend bij serie");
-        default:
-            return "";
+void order_number_check::report_row(const number_line &line) {
+    if (chk_is_heard()) {
+        chk_found(line.fault, file_name(line.supplier).c_str(),
+                  {field_of("code", code_text(line.record.code)), field_of(key_of(line.record)),
+                   field_of("supplier", std::int64_t{line.supplier}),
+                   field_of("size", std::int64_t{line.record.size})});
     }
-}
-
-void show_supplier(int supplier) {
-    scr_text(A_BOLD, scr->scr_lines - 2, value_column, "%4d", supplier);
-}
-
-void show_code(const article_code &code) {
-    scr_text(A_BOLD, scr->scr_lines - 1, value_column, "%-13.13s", code_text(code).c_str());
-}
-
-void print_heads(bool) {
-    prt_printf(fmt_columns(0, -13, 1), detail_text(21, 10, "bestelnummer"));
-    prt_printf(fmt_columns(0, -14, 1), detail_text(21, 11, "serienummer"));
-    prt_printf(fmt_columns(0, 5, 1), detail_text(21, 12, "levnr"));
-    prt_printf(fmt_columns(1, 3, 1), detail_text(21, 13, "mt"));
-    prt_newline();
-    chk_dashes();
-}
-
-void print_row(const SupplierNumberRecord &record, int supplier, fault found) {
-    groups.begin_row();
-    prt_printf("%-13.13s ", code_text(record.code).c_str());
-    prt_printf("%-14.14s", ser_text(key_of(record)).c_str());
-    prt_printf("  %4d", supplier);
-    if (record.size != 0 && record.size_kind != 0) {
-        prt_printf("  %-3.3s", size_code(record.size_kind, record.size).c_str());
-    } else {
-        prt_fill(5, ' ');
-    }
-    prt_printf("  %s", text_of(found));
-    groups.end_row();
+    begin_row();
+    print_cells<number_line>(columns, line);
+    end_row();
 }
 
 /// False when the operator cancelled.
-bool walk_supplier(int supplier) {
+bool order_number_check::walk_supplier(int supplier) {
     show_supplier(supplier);
-    ICB *file = code_file_open(file_name(supplier).c_str(), sizeof(SupplierNumberRecord));
-    if (file == nullptr) {
+    ICB *walked = code_file_open(file_name(supplier).c_str(), sizeof(SupplierNumberRecord));
+    if (walked == nullptr) {
         return true;
     }
     const bool done =
-        each_in_key_order<SupplierNumberRecord>(file, [supplier](const SupplierNumberRecord &record) {
+        each_in_key_order<SupplierNumberRecord>(walked, [&](const SupplierNumberRecord &record) {
             show_code(record.code);
-            const fault found = fault_of(record, supplier);
-            if (found != fault::none) {
-                faulty.add(supplier, record.code);
-                print_row(record, supplier, found);
+            if (const finding_kind *fault = fault_of(record, supplier)) {
+                note_faulty(supplier, record.code);
+                report_row({record, supplier, *fault});
             }
         });
-    IXCLOSE(file);
+    IXCLOSE(walked);
     return done;
 }
 
-bool walk() {
+bool order_number_check::walk() {
     std::string name = "XNRS%*4d.TXT";
     bool going_on = true;
     if (DIRECTORY(dir_action::open, name)) {
         while (going_on && DIRECTORY(dir_action::next, name)) {
             const int supplier = supplier_of(name);
-            going_on = !ing_interrupted() && (supplier < 0 || walk_supplier(supplier));
+            going_on = !op_interrupted() && (supplier < 0 || walk_supplier(supplier));
         }
         DIRECTORY(dir_action::close, name);
     }
     return going_on;
 }
 
-void repair() {
-    ICB *file = nullptr;
-    int at = -1;
-    faulty.for_each([&](int supplier, const article_code &code) {
-        if (supplier != at) {
-            if (file != nullptr) {
-                IXCLOSE(file);
-            }
-            at = supplier;
-            file = code_file_open(file_name(supplier).c_str(), sizeof(SupplierNumberRecord));
-        }
-        show_supplier(supplier);
-        show_code(code);
-        if (file != nullptr) {
-            SupplierNumberRecord record{};
-            std::copy(std::begin(code), std::end(code), record.code);
-            delete_faulty(file, record, [supplier](const SupplierNumberRecord &fresh) {
-                return fault_of(fresh, supplier) != fault::none;
-            });
-        }
-    });
+void order_number_check::remove_faulty(int supplier, const article_code &code) {
+    if (supplier != file_supplier) {
+        end_repair();
+        file_supplier = supplier;
+        file = code_file_open(file_name(supplier).c_str(), sizeof(SupplierNumberRecord));
+    }
+    show_supplier(supplier);
+    show_code(code);
     if (file != nullptr) {
-        IXCLOSE(file);
+        SupplierNumberRecord record{};
+        std::copy(std::begin(code), std::end(code), record.code);
+        delete_faulty(file, record, [&](const SupplierNumberRecord &fresh) {
+            return fault_of(fresh, supplier) != nullptr;
+        });
     }
 }
-
-const chk_course course{
-    .status = [] { return detail_text(21, 20, "controleren bestelnummers"); },
-    .title = [] { return detail_text(21, 21, "CONTROLEREN BESTELNUMMERS"); },
-    .flag = &ok_order_numbers,
-    .date = &SysRow19::order_numbers,
-    .report_time = chk_report_time::first,
-    .open =
-        [] {
-            price_sets = pair_open("RVIPA", ix_readonly, sizeof(PriceSetRecord));
-            scr_text(A_DIM, scr->scr_lines - 2, 2, "%s", detail_text(21, 22, "Leverancier"));
-            scr_text(A_DIM, scr->scr_lines - 1, 2, "%s", detail_text(21, 23, "Bestelnummer"));
-            faulty.open();
-            groups = {};
-        },
-    .walk = walk,
-    .has_errors = [] { return !faulty.empty(); },
-    .heads = print_heads,
-    .repair = repair,
-    .close =
-        [] {
-            faulty.close();
-            IXCLOSE(price_sets);
-            price_sets = nullptr;
-        },
-};
 
 }  // namespace
 
 void chk_order_numbers() {
-    chk_perform(course);
+    order_number_check check;
+    chk_perform(check);
 }

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "check/customers/customers.h"
+#include "data/data.h"
 
 namespace {
 
@@ -46,11 +47,10 @@ bool recount(CustomerRecord &customer, const customer_totals &walked) {
 }
 
 /// Deletes the extension left by an earlier customer with this number.
-bool drop_old_extension(CustomerRecord &customer) {
+bool drop_old_extension(CustomerRecord &customer, ICB *file) {
     if (customer.extension_date == 0) {
         return false;
     }
-    ICB *file = customer_check.extensions;
     CustomerExtension extension{};
     extension.number = customer.number;
     if (!IXREAD(file, &extension) || extension.number != customer.number ||
@@ -83,7 +83,7 @@ bool move_date_back(CustomerRecord &customer) {
 
 /// Replaces zero bytes by blanks. Where the tills get the marks, a mark after a zero byte is taken for a
 /// leftover, and the operator is told.
-bool mend_marks(CustomerRecord &customer) {
+bool mend_marks(CustomerRecord &customer, std::int32_t &bad_marks) {
     const bool on_tills = (sys_settings.mode & mode_selection_marks) != 0;
     constexpr int last = sizeof customer.marks - 1;
     int zero_at = last;
@@ -99,20 +99,26 @@ bool mend_marks(CustomerRecord &customer) {
             leftover = true;
         }
     }
-    customer_check.bad_marks += leftover ? 1 : 0;
+    if (leftover) {
+        bad_marks++;
+        if (chk_is_heard()) {
+            chk_found(customer_kind(error_bad_mark), "RVKLT",
+                      {field_of("customer", std::int64_t{customer.number})});
+        }
+    }
     return changed;
 }
 
 }  // namespace
 
-bool customer_clean(CustomerRecord &customer, const customer_totals &totals) {
+bool customer_check::clean(CustomerRecord &customer, const customer_totals &totals) {
     if (customer.name[0] == '\0') {
-        customer_add_error(customer.number, error_no_name);
+        add_error(customer.number, error_no_name);
     }
     bool changed = give_stamp(customer);
     changed |= recount(customer, totals);
-    changed |= drop_old_extension(customer);
+    changed |= drop_old_extension(customer, extensions);
     changed |= move_date_back(customer);
-    changed |= mend_marks(customer);
+    changed |= mend_marks(customer, bad_marks);
     return changed;
 }

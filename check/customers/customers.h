@@ -1,9 +1,23 @@
-// What the files of the customer check share.
+// The check of the customers and of the chains of their labels.
+//
+//   phase 1  every customer: the record is cleaned in place and its chain is followed. A label is marked when
+//            it is reached, so a circular chain ends and no label is read twice
+//   phase 2  every label block: a sold label that has a customer but no mark is on no chain. This also finds
+//            the labels after the fault of a chain
+//   repair   on request: chains are cut before their fault, and labels on no chain are put on one
+//
+// The walk of a chain also counts its labels. Only a customer who is recounted and whose chain has a fault
+// needs a second walk, which continues as long as labels can be read.
+//
+// Phase 1 writes: records are cleaned, and customers with an impossible number are deleted. What else is
+// found is mended in the repair, which tells on a report of its own what it did.
 #pragma once
 
+#include "check/frame/error_list.h"
+#include "check/frame/findings.h"
 #include "check/frame/frame.h"
-#include "screen/screen.h"
-#include "sub/customerfile.h"
+#include "data/customerfile.h"
+#include "data/ioeti.h"
 
 // ---- Walking customers
 
@@ -21,7 +35,7 @@ bool each_customer(ICB *file, const char *caption, Visit visit) {
                      chk_bar::step);
     }
     chk_progress(0, 0, chk_bar::close);
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 /// Reads and locks a customer; `file->recno` is its place. False, with nothing locked, when the number does
@@ -44,6 +58,7 @@ enum customer_error : std::uint8_t {
     error_seen = 5,           ///< to a label already walked
     error_no_customer = 101,  ///< a sold label is on no chain, and its customer does not exist
     error_not_linked = 102,   ///< a sold label is on no chain
+    error_bad_mark = 103,     ///< told, but on no list
     error_bad_number = 104,   ///< an impossible number; the customer has been deleted
     error_no_name = 105,
 };
@@ -64,20 +79,15 @@ static_assert(sizeof(CustomerError) == 16 && offsetof(CustomerError, code) == 12
 /// are on no chain are put on it, newest sale first.
 inline constexpr int errors_by_label = 1;
 inline constexpr int errors_by_sale = 2;
-extern error_list<CustomerError> customer_errors;
-void customer_add_error(std::uint32_t customer, customer_error code, std::int32_t label = no_label,
-                        std::int32_t previous = no_label, day_number sold = 0);
+
+/// The tables of what this check, that of the titles and that of the countries can find.
+std::span<const finding_kind> customer_findings();
+std::span<const finding_kind> title_findings();
+std::span<const finding_kind> country_findings();
+/// By the code of an error.
+const finding_kind &customer_kind(int code);
 
 // ---- The check
-
-/// Files and figures of one run.
-struct customer_run {
-    ICB *customers = nullptr;
-    ICB *extensions = nullptr;
-    std::int32_t highest_label = 0;  ///< of the label file
-    std::int32_t bad_marks = 0;      ///< customers with a selection mark that should not be there
-};
-extern customer_run customer_check;
 
 /// Kinds of sale that a customer's figures are kept by.
 enum sale_kind { kind_plain, kind_other, kind_nine, sale_kinds };
@@ -90,9 +100,56 @@ struct customer_totals {
 /// Counts the labels of a chain as long as they can be read, whatever else is wrong with them. Stops at a
 /// label that it has counted before.
 customer_totals customer_count(const CustomerRecord &customer);
+void customer_count_label(customer_totals &totals, const eti_rec &label);
 
-/// Mends what can be mended within a customer with a valid number; true when the record has changed.
-/// `totals` are those of its chain, where labels are linked.
-bool customer_clean(CustomerRecord &customer, const customer_totals &totals);
-/// Cuts and mends the chains of all errors in the list, and reports it on the open report.
-void customer_repair();
+/// The highest label number that the file can hold, by its end mark.
+std::int32_t customer_highest_label();
+
+class customer_check final : public chk_check {
+public:
+    customer_check();
+
+    const char *status() const override;
+    const char *title() const override;
+    void open() override;
+    bool walk() override;
+    bool has_errors() override {
+        return bad_marks > 0 || !errors.empty();
+    }
+    void heads(bool first_page) override;
+    void report() override;
+    /// The repair tells what it does on a report of its own; without that report it is not done.
+    bool ask() override;
+    void repair() override;
+    void close() override;
+
+private:
+    void add_error(std::uint32_t customer, customer_error code, std::int32_t label = no_label,
+                   std::int32_t previous = no_label, day_number sold = 0);
+
+    // Phase 1.
+    void know_more_labels();
+    int chain_fault(std::uint32_t customer, std::int64_t number, eti_rec &label);
+    customer_totals walk_chain(const CustomerRecord &customer);
+    void check_customer(CustomerRecord &customer, std::int32_t place);
+    /// Mends what can be mended within a customer with a valid number; true when the record has changed.
+    /// `totals` are those of its chain, where labels are linked.
+    bool clean(CustomerRecord &customer, const customer_totals &totals);
+
+    // Phase 2.
+    bool customer_exists(std::uint32_t number);
+    void check_block(std::int32_t number, const LabelBlock &block);
+    bool walk_labels();
+
+    void tell_bad_marks() const;
+
+    ICB *customers = nullptr;   ///< RVKLT
+    ICB *extensions = nullptr;  ///< RVKLTEXT
+    error_list<CustomerError> errors{
+        "kltchk",
+        {{"key-1", false, {{'I', 0, 4}, {'I', 12, 1}, {'I', 4, 4}}},
+         {"key-2", false, {{'I', 0, 4}, {'I', 12, 1}, {'I', 14, 2}, {'I', 4, 4}}}}};
+    std::int32_t highest_label = 0;  ///< of the label file
+    std::int32_t bad_marks = 0;      ///< customers with a selection mark that should not be there
+    bool repair_report = false;      ///< the report of the repair is open
+};

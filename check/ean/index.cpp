@@ -5,18 +5,14 @@
 //   2  Of the listed records of one size the last by date and code is taken off the list; the others are
 //      deleted.
 //   3  After any fault the index is rebuilt.
-#include <unistd.h>
-
 #include <cstring>
 #include <limits>
 
 #include "check/ean/ean.h"
-#include "check/frame/frame.h"
-#include "screen/screen.h"
+#include "data/data.h"
 
 namespace {
 
-constexpr char rebuild_program[] = "ixreorgk";
 constexpr int by_code = 1;
 constexpr int by_size = 2;
 
@@ -64,7 +60,7 @@ bool find_faults(ICB *file, double_list &doubles, std::uint32_t &faults) {
     for (std::int32_t place = 0; place < records && going_on; place++) {
         chk_progress(static_cast<std::uint32_t>(place) + 1, static_cast<std::uint32_t>(records),
                      chk_bar::step);
-        going_on = !ing_interrupted();
+        going_on = !op_interrupted();
         if (IXGET(file, &record, place) != 1) {
             continue;
         }
@@ -130,18 +126,10 @@ void delete_doubles(ICB *file, double_list &doubles) {
     }
 }
 
-/// False, after telling the operator, when the rebuild program can't be found.
+/// False, after telling the operator, when the index was left as it is.
 bool rebuild_index() {
-    const std::string place = program_place(rebuild_program);
-    const std::string program = place + rebuild_program;
-    if (place.empty() || access(program.c_str(), X_OK) != 0) {
-        msg_error(str_format(detail_text(23, 6, "Programma %s niet gevonden"), rebuild_program).c_str(),
-                  place.empty() ? detail_text(23, 7, "omgevingsvariabele BIN ontbreekt") : program.c_str(),
-                  str_format(detail_text(23, 8, "De index van %s is niet hersteld"), ean_file_name).c_str());
-        return false;
-    }
-    run_program(place.c_str(), str_format("%s %s", rebuild_program, ean_file_name).c_str(), false);
-    return true;
+    return isam_operator.rebuild_index != nullptr ? isam_operator.rebuild_index(ean_file_name)
+                                                  : IXBLDIX(ean_file_name);
 }
 
 }  // namespace
@@ -158,7 +146,11 @@ bool ean_check_index(ICB *&file, bool &sound) {
     sound = true;
     if (faults != 0) {
         const leave_guard undisturbed;
-        scr_text(A_DIM, scr->scr_lines - 1, 1, "%s", detail_text(21, 26, "Eannummer"));
+        if (chk_is_heard()) {
+            chk_found(ean_kind_of(ean_kind::faulty_index), ean_file_name,
+                      {field_of("faults", std::int64_t{faults})});
+        }
+        op_caption(op_field::ean_code, detail_text(21, 26, "Eannummer"));
         delete_doubles(file, doubles);
         doubles.close();
         IXCLOSE(file);

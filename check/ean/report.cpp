@@ -3,11 +3,11 @@
 #include <cstring>
 
 #include "check/ean/ean.h"
-#include "check/frame/frame.h"
-#include "print/print.h"
-#include "sub/iomaat.h"
-#include "sub/leesstam.h"
-#include "sub/serieslabels.h"
+#include "check/frame/columns.h"
+#include "data/data.h"
+#include "data/iomaat.h"
+#include "data/leesstam.h"
+#include "data/serieslabels.h"
 
 namespace {
 
@@ -22,8 +22,6 @@ struct report_group {
     std::array<std::array<std::uint32_t, size_highest + 1>, statuses> counts{};  ///< of the first branch
     day_number last_sold = 0;
 };
-
-BrandRecord brand{};  ///< the last one read
 
 void column(const char *text, int width, int after) {
     prt_printf(fmt_columns(0, width, after), text);
@@ -67,7 +65,8 @@ std::string text_of(const char (&text)[N]) {
     return {text, strnlen(text, N)};
 }
 
-void print_series(const report_group &group) {
+/// `brand` is the last one read.
+void print_series(const report_group &group, BrandRecord &brand) {
     const SeriesRecord &series = group.series;
     merk_read(chk_files.rvmerk, brand, series.brand);
     column(series.registration == registration_sizes ? detail_text(23, 26, "maat registratie")
@@ -110,9 +109,10 @@ void print_finding(const ean_finding &finding, const report_group &group, ICB *f
 }
 
 /// The rows of one kind: of series, or of small articles.
-void print_rows(ean_findings &findings, ICB *file, bool of_series) {
+void print_rows(ean_list &findings, ICB *file, bool of_series) {
     bool begun = false;
     report_group group;
+    BrandRecord brand{};
     findings.for_each([&](const ean_finding &finding) {
         if ((finding.key.colour != 0 || finding.key.number != 0) != of_series) {
             return;
@@ -128,7 +128,7 @@ void print_rows(ean_findings &findings, ICB *file, bool of_series) {
                 prt_printf("%ld", static_cast<long>(finding.key.group));
             }
             if (group.known) {
-                print_series(group);
+                print_series(group, brand);
             }
             prt_newline();
         }
@@ -136,32 +136,40 @@ void print_rows(ean_findings &findings, ICB *file, bool of_series) {
     });
 }
 
+/// The two lines of headings stand above rows of two kinds, so they have no values of their own.
+struct heading {};
+constexpr report_column<heading> series_headings[] = {
+    {[] { return detail_text(23, 10, "serienummer"); }, "%-14.14s ", nullptr},
+    {[] { return detail_text(23, 11, "registratietype"); }, "%-19.19s ", nullptr},
+    {[] { return detail_text(23, 12, "merk"); }, "%4.4s ", nullptr},
+    {[] { return detail_text(23, 13, "model"); }, "%-15.15s ", nullptr},
+    {[] { return detail_text(23, 14, "seiz"); }, "%7.7s  ", nullptr},
+    {[] { return detail_text(23, 15, "creadt"); }, "%6.6s  ", nullptr},
+    {[] { return detail_text(23, 16, "lorddt"); }, "%6.6s  ", nullptr},
+    {[] { return detail_text(23, 17, "lontdt"); }, "%6.6s  ", nullptr},
+    {[] { return detail_text(23, 18, "lvrkdt"); }, "%6.6s  ", nullptr},
+    {[] { return detail_text(23, 19, "lcordt"); }, "%6.6s", nullptr},
+};
+constexpr report_column<heading> size_headings[] = {
+    {[] { return detail_text(23, 10, "serienummer"); }, "%-14.14s ", nullptr},
+    {[] { return detail_text(23, 20, "maat"); }, "%-4.4s  ", nullptr},
+    {[] { return detail_text(23, 21, "EAN serie"); }, "%13.13s                                       ",
+     nullptr},
+    {[] { return detail_text(23, 22, "NOT"); }, "%6.6s  ", nullptr},
+    {[] { return detail_text(23, 23, "VRD"); }, "%6.6s  ", nullptr},
+    {[] { return detail_text(23, 24, "VRK"); }, "%6.6s  ", nullptr},
+    {[] { return detail_text(23, 25, "COR"); }, "%6.6s", nullptr},
+};
+
 }  // namespace
 
-void ean_heads(bool) {
-    column(detail_text(23, 10, "serienummer"), -14, 1);
-    column(detail_text(23, 11, "registratietype"), -19, 1);
-    column(detail_text(23, 12, "merk"), 4, 1);
-    column(detail_text(23, 13, "model"), -15, 1);
-    column(detail_text(23, 14, "seiz"), 7, 2);
-    column(detail_text(23, 15, "creadt"), 6, 2);
-    column(detail_text(23, 16, "lorddt"), 6, 2);
-    column(detail_text(23, 17, "lontdt"), 6, 2);
-    column(detail_text(23, 18, "lvrkdt"), 6, 2);
-    column(detail_text(23, 19, "lcordt"), 6, 0);
-    prt_newline();
-    column(detail_text(23, 10, "serienummer"), -14, 1);
-    column(detail_text(23, 20, "maat"), -4, 2);
-    column(detail_text(23, 21, "EAN serie"), 13, 39);
-    column(detail_text(23, 22, "NOT"), 6, 2);
-    column(detail_text(23, 23, "VRD"), 6, 2);
-    column(detail_text(23, 24, "VRK"), 6, 2);
-    column(detail_text(23, 25, "COR"), 6, 0);
-    prt_newline();
+void ean_heads() {
+    print_headings<heading>(series_headings);
+    print_headings<heading>(size_headings);
     chk_dashes();
 }
 
-void ean_report(ean_findings &findings, ICB *file) {
+void ean_report(ean_list &findings, ICB *file) {
     print_rows(findings, file, true);
     print_rows(findings, file, false);
 }

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "check/frame/error_list.h"
-#include "sub/ondisk.h"
+#include "data/ondisk.h"
 
 inline constexpr std::int32_t stdchk_none = -1;  ///< no block
 

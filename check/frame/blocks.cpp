@@ -3,7 +3,6 @@
 #include <cstdlib>
 
 #include "check/frame/frame.h"
-#include "screen/screen.h"
 
 namespace {
 
@@ -24,7 +23,7 @@ std::uint8_t mask_of(std::int64_t bit) {
 
 bool chk_scan_first(ICB *file, void *record) {
     file->recno = file->nrecs;  // after the last record a scan that is under way ends
-    return IXSEQ(file, record) || (!ing_interrupted() && IXSEQ(file, record));
+    return IXSEQ(file, record) || (!op_interrupted() && IXSEQ(file, record));
 }
 
 off_t chk_txt_size(const char *name) {

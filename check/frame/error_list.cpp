@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "sub/sub.h"
+#include "data/data.h"
 
 std::string chk_tempname(const char *suffix) {
     const std::int32_t user = sys_user < 1 || sys_user > region_users.highest ? 1 : sys_user;

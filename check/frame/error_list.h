@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "check/frame/temporary.h"
 #include "store/store.h"
 
 /// A key segment, 'I' (integer) or 'C' (text), by its place in the record.
@@ -28,14 +29,12 @@ struct list_definition {
 std::string chk_tempname(const char *suffix = "");
 
 /// The file that holds an error list. Its records are visited in the order of the current key.
-class temporary_list {
+class temporary_list : private temporary {
 public:
     explicit temporary_list(list_definition layout) : definition(std::move(layout)) {}
-    ~temporary_list() {
+    ~temporary_list() override {
         close();
     }
-    temporary_list(const temporary_list &) = delete;
-    temporary_list &operator=(const temporary_list &) = delete;
 
     /// Makes the file, empty, under `file_name` or a name of its own. An open list is emptied.
     void open(const std::string &file_name = "");
@@ -54,6 +53,10 @@ public:
     [[nodiscard]] bool empty() const;
 
 private:
+    void discard() override {
+        close();
+    }
+
     list_definition definition;
     std::string name;
     ICB *file = nullptr;

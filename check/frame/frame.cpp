@@ -12,23 +12,17 @@
 // A repair never sets the date itself; only the run that follows it does.
 #include "check/frame/frame.h"
 
-#include "print/print.h"
-#include "screen/screen.h"
+#include "data/data.h"
+#include "report/report.h"
 
 namespace {
 
 /// The check that is running, and the date of its last error-free run as it stood at the start.
-struct running_check {
-    const chk_course *course = nullptr;
+struct current_check {
+    chk_check *check = nullptr;
     day_number last_date = 0;
 };
-running_check running;
-
-void call(void (*step)()) {
-    if (step != nullptr) {
-        step();
-    }
-}
+current_check current;
 
 /// What is known of a run after its walk.
 struct outcome {
@@ -43,8 +37,8 @@ void open_report(outcome &run) {
     run.refused = !run.report;
 }
 
-bool wants_report(const chk_course &course, const outcome &run) {
-    switch (course.report_time) {
+bool wants_report(const chk_check &check, const outcome &run) {
+    switch (check.settings.report_time) {
         case chk_report_time::after_walk:
             return true;
         case chk_report_time::as_needed:
@@ -54,119 +48,133 @@ bool wants_report(const chk_course &course, const outcome &run) {
     }
 }
 
-void print_success(const chk_course &course) {
-    chk_report_header(course.title(), course.shows_date, running.last_date);
-    call(course.preface);
-    prt_printf("%s", course.success == nullptr ? chk_name(phrase_no_errors) : course.success());
+void print_success(chk_check &check) {
+    chk_report_header(check.title(), check.settings.shows_date, current.last_date);
+    check.preface();
+    prt_printf("%s", check.success());
     prt_newline();
     prt_newline();
-    call(course.figures);
+    check.figures();
 }
 
-void finish_clean(const chk_course &course, const outcome &run) {
+void finish_clean(chk_check &check, const outcome &run) {
+    const chk_settings &settings = check.settings;
     if (run.report && !chk_full_run) {
-        print_success(course);
+        print_success(check);
     }
-    if (course.flag != nullptr && (!run.refused || course.refusal.keeps_flag)) {
-        *course.flag = true;
+    if (settings.flag != nullptr && (!run.refused || settings.refusal.keeps_flag)) {
+        *settings.flag = true;
     }
-    if (course.date != nullptr && course.writes_date && (!run.refused || course.refusal.keeps_date)) {
-        chk_write_date(course.date);
+    if (settings.date != nullptr && settings.writes_date && (!run.refused || settings.refusal.keeps_date)) {
+        chk_write_date(settings.date);
     }
 }
 
-void finish_with_errors(const chk_course &course, const outcome &run) {
-    if (run.report || course.report_time == chk_report_time::by_check) {
-        call(course.report);
+void finish_with_errors(chk_check &check, const outcome &run) {
+    if (run.report || check.settings.report_time == chk_report_time::by_check) {
+        check.report();
     }
 }
 
 /// Asks and repairs; true when the repair has run.
-bool ask_and_repair(const chk_course &course, const outcome &run) {
-    if (course.repair == nullptr || run.broken_off || !run.errors || (run.refused && course.refusal.ends)) {
-        return false;
-    }
-    if (course.ask != nullptr && !course.ask()) {
+bool ask_and_repair(chk_check &check, const outcome &run) {
+    const bool ends = run.refused && check.settings.refusal.ends;
+    if (!check.settings.repairs || run.broken_off || !run.errors || ends || !check.ask()) {
         return false;
     }
     const leave_guard undisturbed;
-    course.repair();
+    check.repair();
     return true;
 }
 
+/// What follows a walk that was not cancelled, up to the report.
+void judge(chk_check &check, outcome &run) {
+    run.errors = check.has_errors();
+    if (run.errors) {
+        // At once: the program may be left at a question that comes before the report.
+        if (check.settings.withdraws) {
+            *check.settings.flag = false;
+        }
+        check.mend();
+    }
+    if (wants_report(check, run)) {
+        open_report(run);
+    }
+    if (run.errors) {
+        finish_with_errors(check, run);
+    } else {
+        finish_clean(check, run);
+    }
+}
+
 /// One run; true when it ended with a repair.
-bool run_once(const chk_course &course) {
-    running = {&course, course.date == nullptr ? day_number{0} : chk_last_date(course.date)};
-    ing_break_reset();
+bool run_once(chk_check &check) {
+    const chk_settings &settings = check.settings;
+    current = {&check, settings.date == nullptr ? day_number{0} : chk_last_date(settings.date)};
+    op_interrupt_arm();
     outcome run;
-    if (course.report_time == chk_report_time::first) {
+    if (settings.report_time == chk_report_time::first) {
         open_report(run);
         if (run.refused) {
             return false;
         }
     }
-    chk_status('C', "%s", course.status());
-    call(course.open);
-    if (course.report_time == chk_report_time::before_walk) {
+    op_status(check.status());
+    check.open();
+    if (settings.report_time == chk_report_time::before_walk) {
         open_report(run);
         if (run.refused) {
-            call(course.close);
+            check.close();
             return false;
         }
     }
-    run.broken_off = course.walk != nullptr && !course.walk();
+    run.broken_off = !check.walk();
     if (run.broken_off) {
         chk_broken_off = true;
     } else {
-        run.errors = course.has_errors != nullptr && course.has_errors();
-        if (run.errors) {
-            // At once: the program may be left at a question that comes before the report.
-            if (course.withdraws) {
-                *course.flag = false;
-            }
-            call(course.mend);
-        }
-        if (wants_report(course, run)) {
-            open_report(run);
-        }
-        if (run.errors) {
-            finish_with_errors(course, run);
-        } else {
-            finish_clean(course, run);
-        }
+        judge(check, run);
     }
     if (run.report) {
         prt_close("");
     }
     if (!run.broken_off) {
-        call(course.finish);
+        check.finish();
     }
-    const bool repaired = ask_and_repair(course, run);
-    call(course.close);
+    const bool repaired = ask_and_repair(check, run);
+    check.close();
     return repaired;
 }
 
 }  // namespace
 
+const char *chk_check::success() const {
+    return chk_name(phrase_no_errors);
+}
+
+bool chk_check::ask() {
+    return chk_ask_repair();
+}
+
 bool chk_room(int margin) {
-    const chk_course *course = running.course;
-    if (course == nullptr || !chk_page_full(margin)) {
+    chk_check *check = current.check;
+    if (check == nullptr || !chk_page_full(margin)) {
         return false;
     }
     const bool first_page = prt_job.rpt_page == 0;
-    chk_report_header(course->title(), course->shows_date, running.last_date);
+    chk_report_header(check->title(), check->settings.shows_date, current.last_date);
     if (first_page) {
-        call(course->preface);
+        check->preface();
     }
-    if (course->heads != nullptr) {
-        course->heads(first_page);
-    }
+    check->heads(first_page);
     return true;
 }
 
-void chk_perform(const chk_course &course) {
-    const running_check outer = running;
-    while (run_once(course) && course.runs_again) {
+void chk_perform(chk_check &check) {
+    if (chk_files.rvser == nullptr) {
+        err_internal(program_name, 3);  // no shop is open
     }
-    running = outer;
+    const current_check outer = current;
+    while (run_once(check) && check.settings.runs_again) {
+    }
+    current = outer;
 }

@@ -1,15 +1,15 @@
 // The parts that every check uses, and the course that it follows.
 //
-// A check fills in a `chk_course` and calls `chk_perform`. The course shows the status line, opens what the
-// check needs, walks, prints the report, sets flag and date when there is nothing to report, asks whether to
-// repair, repairs, and starts again. A check that works differently uses the parts one by one.
+// A check is an object derived from `chk_check`, which goes its course in `chk_perform`: the status line is
+// shown, what the check needs is opened, it walks, the report is printed, flag and date are set when there is
+// nothing to report, the operator is asked, the check repairs, and all starts again.
 #pragma once
 
 #include <string>
 
 #include "check/check.h"
 #include "check/frame/error_list.h"
-#include "sub/pricefile.h"
+#include "data/pricefile.h"
 
 // ---- Texts
 
@@ -37,17 +37,15 @@ enum chk_phrase : int {
 /// A standard phrase; empty for any other index.
 const char *chk_name(int index);
 
-// ---- Screen
+// ---- Operator
 
 enum class chk_bar : int { open = 1, step = 2, close = 3 };
 /// The progress bar in its window: opens it for `total` with a caption, moves it to `current` of `total`, or
 /// closes it, whatever the numbers.
 void chk_progress(std::uint32_t current, std::uint32_t total, chk_bar action, const char *text = nullptr);
-/// Clears the last lines of the screen and opens the bar at the start of a pass. The pass ends, cancelled or
+/// Begins a phase and opens the bar at the start of a pass. The pass ends, cancelled or
 /// not, with `chk_progress(0, 0, chk_bar::close)`.
 void chk_phase(const char *caption, std::uint32_t total);
-/// Two lines, at `row` and the row below, that tell the operator to ask for advice first; beeps.
-void chk_warn_consult(int row);
 /// The question whether errors are to be repaired, default no.
 bool chk_ask_repair();
 
@@ -115,36 +113,62 @@ struct chk_refusal {
     bool keeps_date = false;  ///< a clean run still writes the date
 };
 
-/// What a check supplies of its own. Entries that are null are left out.
-struct chk_course {
-    const char *(*status)();  ///< title for the status line
-    const char *(*title)();   ///< title of the report
-    bool *flag;               ///< session flag, set when the check has passed; null for none
+/// What stands for a check from the start.
+struct chk_settings {
+    bool *flag = nullptr;     ///< session flag, set when the check has passed; null for none
     chk_date date = nullptr;  ///< its field in row 19
     bool shows_date = true;   ///< the report tells that date
     bool writes_date = true;  ///< a clean run writes it
     bool withdraws = false;   ///< errors take back an earlier pass
+    bool repairs = true;      ///< errors lead to the question and the repair
     bool runs_again = true;   ///< after a repair, from the start
     chk_report_time report_time = chk_report_time::after_walk;
     chk_refusal refusal{};
+};
 
-    void (*open)() = nullptr;                  ///< files, rows, error list
-    bool (*walk)() = nullptr;                  ///< the passes; false when the operator cancelled
-    bool (*has_errors)() = nullptr;            ///< asked after the walk
-    void (*mend)() = nullptr;                  ///< repairs that need no question, before the report
-    void (*preface)() = nullptr;               ///< below the head of the first report page
-    void (*heads)(bool first_page) = nullptr;  ///< column heads of a report page
-    void (*report)() = nullptr;                ///< the error lines, or what comes below lines printed earlier
-    const char *(*success)() = nullptr;        ///< in place of "Geen fouten gevonden!"
-    void (*figures)() = nullptr;               ///< after that line
-    void (*finish)() = nullptr;      ///< once the report is gone, with or without errors, unless cancelled
-    bool (*ask)() = chk_ask_repair;  ///< the question before `repair`
-    void (*repair)() = nullptr;
-    void (*close)() = nullptr;  ///< called on every way out, once `open` has run
+/// A check: what it gathers, and what it supplies to the course. It lives as long as the check runs; `open`
+/// sets back what an earlier turn has gathered.
+class chk_check {
+public:
+    explicit chk_check(chk_settings wanted) : settings(wanted) {}
+    virtual ~chk_check() = default;
+    chk_check(const chk_check &) = delete;
+    chk_check &operator=(const chk_check &) = delete;
+
+    /// Title for the status line, and of the report.
+    virtual const char *status() const = 0;
+    virtual const char *title() const = 0;
+
+    /// Files, rows, error list.
+    virtual void open() {}
+    /// The passes; false when the operator cancelled.
+    virtual bool walk() = 0;
+    /// Asked after the walk.
+    virtual bool has_errors() = 0;
+    /// Repairs that need no question, before the report.
+    virtual void mend() {}
+    /// Below the head of the first report page.
+    virtual void preface() {}
+    /// Column heads of a report page.
+    virtual void heads(bool /*first_page*/) {}
+    /// The error lines, or what comes below lines printed earlier.
+    virtual void report() {}
+    /// What the report of a clean run says, and what comes after that line.
+    virtual const char *success() const;
+    virtual void figures() {}
+    /// Once the report is gone, with or without errors, unless cancelled.
+    virtual void finish() {}
+    /// The question before `repair`.
+    virtual bool ask();
+    virtual void repair() {}
+    /// Called on every way out, once `open` has run.
+    virtual void close() {}
+
+    const chk_settings settings;
 };
 
 /// Runs a check, again after each repair. Afterwards its flag tells whether it has passed.
-void chk_perform(const chk_course &course);
+void chk_perform(chk_check &check);
 /// For the check that is running: begins a page with the heads when fewer than `margin` lines are left. True
 /// when it began one.
 bool chk_room(int margin);

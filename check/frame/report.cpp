@@ -1,10 +1,11 @@
 // The printed report of a check, and the dates of the last error-free runs.
+#include "report/report.h"
+
 #include <unistd.h>
 
 #include <cstring>
 
 #include "check/frame/frame.h"
-#include "print/print.h"
 
 namespace {
 

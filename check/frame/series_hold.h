@@ -1,8 +1,8 @@
 // Keeps other programs away from a series while it is looked at or mended.
 #pragma once
 
-#include "sub/seriesfile.h"
-#include "sub/sessionfiles.h"
+#include "data/seriesfile.h"
+#include "data/sessionfiles.h"
 
 /// Holds a series while the object lives: its record is read under its lock, and a series that does not exist
 /// can't be made meanwhile. Every program that changes the labels of a series, or takes a block for it, holds

@@ -1,6 +1,5 @@
 // Phrases, and what is shown on the screen.
 #include "check/frame/frame.h"
-#include "screen/screen.h"
 
 const char *chk_name(int index) {
     switch (index) {
@@ -60,24 +59,11 @@ void chk_progress(std::uint32_t current, std::uint32_t total, chk_bar action, co
 }
 
 void chk_phase(const char *caption, std::uint32_t total) {
-    scr_clear_eos(scr->scr_lines - 2, 1);
+    op_phase();
     chk_progress(0, total, chk_bar::open, caption);
 }
 
-void chk_warn_consult(int row) {
-    const int width = scr->scr_cols - 4;
-    scr_text(A_REVERSE, row, 2, " %-*.*s ", width, width,
-             detail_text(25, 1, "Deze keuze alleen uitvoeren in overleg met ZUV Support."));
-    scr_text(A_REVERSE, row + 1, 2, " %-*.*s ", width, width,
-             detail_text(25, 2, "Uitvoering hiervan kan onherstelbare schade aan uw bestanden veroorzaken!"));
-    beep();
-}
-
 bool chk_ask_repair() {
-    win_open3(scr->scr_lines - 3, 1, 3, 80);
-    win_title("%s", "");
-    const bool yes = ing_akkoord(1, 2, "[-]%s",
-                                 detail_text(13, 37, "Er zijn fouten gevonden. Automatisch herstellen")) != 0;
-    win_close();
-    return yes;
+    return op_ask(op_question::repair,
+                  detail_text(13, 37, "Er zijn fouten gevonden. Automatisch herstellen"));
 }

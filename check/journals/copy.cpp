@@ -8,8 +8,7 @@
 
 #include "base/owned_file.h"
 #include "check/journals/journals.h"
-#include "screen/screen.h"
-#include "sub/sub.h"
+#include "data/data.h"
 
 namespace {
 
@@ -77,7 +76,7 @@ bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64
     journal_copy copy{file.fd};
     while (journal_next(walk)) {
         if (walk.code == 'O') {
-            scr_leave_if_due();
+            op_leave_if_due();
         }
         if (walk.copied) {
             copy.take(walk);
@@ -86,7 +85,7 @@ bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64
     copy.finish();
     size = copy.size();
     if (copy.error != 0) {
-        journal_report(name, str_format("%s --> %s", std::strerror(copy.error), detail_text(24, 8, "FOUT")));
+        journal_report(name, journal_fault::disk, std::strerror(copy.error));
     }
     return copy.error == 0 && (walk.end == journal_end::passed || walk.end == journal_end::empty);
 }
@@ -108,7 +107,7 @@ void journal_take_copy(const journal_name &name, const journal_walk &walk, std::
         unlink(journal.c_str());
         unlink(copy.c_str());
     } else if (rename(copy.c_str(), journal.c_str()) != 0) {
-        scr_fatal("%s: errno=%d", journal.c_str(), errno);
+        isam_fatal("%s: errno=%d", journal.c_str(), errno);
     }
     sync_season(journal);
 }

@@ -10,7 +10,7 @@
 #include <span>
 #include <vector>
 
-#include "sub/journalfile.h"
+#include "data/journalfile.h"
 
 /// Bytes of the payload after a code; -1 for a byte that is not a code.
 int journal_payload(char code);

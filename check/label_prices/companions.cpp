@@ -2,30 +2,12 @@
 //
 // In most series it is a walk along the chain. When the walks of one series add up, its labels are listed by
 // what they are searched for, so that a series with many labels and many days does not need a walk for each.
-#include "check/frame/error_list.h"
 #include "check/label_prices/label_prices.h"
 
 namespace {
 
 constexpr std::uint32_t most_walked = 2000;  ///< labels walked in a series before they are listed
 constexpr int parts_of_arrival = 4;          ///< of the key, up to the size
-
-/// The first label of its size among those that came together. Key 1: all fields up to `size`.
-struct Arrival {
-    little_uint16_t supplier;  // 0
-    little_uint16_t date_in;   // 2
-    little_uint16_t moved;     // 4  0 for a label on order
-    std::uint8_t on_order;     // 6
-    std::uint8_t size;         // 7
-    little_int32_t turn;       // 8  place in the chain, among the labels listed
-    little_int32_t number;     // 12
-};
-static_assert(sizeof(Arrival) == 16);
-
-error_list<Arrival> arrivals(
-    "epkomst", {{"komst", false, {{'I', 0, 2}, {'I', 2, 2}, {'I', 4, 2}, {'I', 6, 1}, {'I', 7, 1}}}});
-std::uint32_t walked = 0;
-bool listed = false;
 
 /// Without the size, since several sizes arrive together.
 Arrival arrival_of(const eti_rec &label) {
@@ -61,8 +43,14 @@ void each_label(const SeriesRecord &series, Visit visit) {
     }
 }
 
-bool walk_to_companion(const SeriesRecord &series, const eti_rec &label, const PriceSetRecord &set,
-                       eti_rec &other) {
+}  // namespace
+
+companion_search::companion_search()
+    : arrivals("epkomst",
+               {{"komst", false, {{'I', 0, 2}, {'I', 2, 2}, {'I', 4, 2}, {'I', 6, 1}, {'I', 7, 1}}}}) {}
+
+bool companion_search::walk_to_companion(const SeriesRecord &series, const eti_rec &label,
+                                         const PriceSetRecord &set, eti_rec &other) {
     bool found = false;
     each_label(series, [&](std::int32_t, const eti_rec &each) {
         walked++;
@@ -73,7 +61,7 @@ bool walk_to_companion(const SeriesRecord &series, const eti_rec &label, const P
     return found;
 }
 
-void list_labels(const SeriesRecord &series) {
+void companion_search::list_labels(const SeriesRecord &series) {
     arrivals.open();
     listed = true;
     std::int32_t turn = 0;
@@ -89,7 +77,7 @@ void list_labels(const SeriesRecord &series) {
     });
 }
 
-bool look_up_companion(const eti_rec &label, const PriceSetRecord &set, eti_rec &other) {
+bool companion_search::look_up_companion(const eti_rec &label, const PriceSetRecord &set, eti_rec &other) {
     Arrival first{};
     bool found = false;
     Arrival arrival = arrival_of(label);
@@ -104,15 +92,13 @@ bool look_up_companion(const eti_rec &label, const PriceSetRecord &set, eti_rec 
     return found && eti_file(eti_action::read, number, other) != 0 && is_companion(label, set, other);
 }
 
-}  // namespace
-
-void companion_begin() {
+void companion_search::begin() {
     walked = 0;
     listed = false;
 }
 
-bool companion_find(const SeriesRecord &series, const label_place &label, const PriceSetRecord &set,
-                    eti_rec &other) {
+bool companion_search::find(const SeriesRecord &series, const label_place &label, const PriceSetRecord &set,
+                            eti_rec &other) {
     if (!listed && walked > most_walked) {
         list_labels(series);
     }
@@ -124,6 +110,6 @@ bool companion_find(const SeriesRecord &series, const label_place &label, const 
     return found;
 }
 
-void companion_end() {
+void companion_search::close() {
     arrivals.close();
 }

@@ -1,38 +1,13 @@
 // Rates and currencies for the prices of labels.
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 #include "check/label_prices/label_prices.h"
-#include "check/label_prices/price_rate.h"
 
 namespace {
 
 constexpr int currency_parts = 1;
 constexpr double no_rate = 1.0;
-
-struct {
-    std::vector<CurrencyRecord> currencies;
-    SupplierRecord supplier{};
-    RateRecord asked{};  ///< the currency and day of the last rate from RVKOERS
-    double rate = 0.0;
-} rates;
-
-/// A currency that is not in the table has decimals, as most have.
-bool has_no_decimals(const char (&code)[3]) {
-    for (const CurrencyRecord &currency : rates.currencies) {
-        if (std::memcmp(currency.code, code, sizeof code) == 0) {
-            return currency.decimals == 0;
-        }
-    }
-    return false;
-}
-
-price_units units_of(const PriceSetRecord &set) {
-    return {.whole = has_no_decimals(set.currency),
-            .home_whole = has_no_decimals(sys_country.home_currency),
-            .labels_whole = std::getenv("KPOS") != nullptr};
-}
 
 /// The rate of a day, or else the last one before it. A record without a unit does not count; one without a
 /// value says that its day has no rate, and gives 0.
@@ -57,20 +32,37 @@ double read_rate(const char (&currency)[3], day_number day) {
     return no_rate;
 }
 
-/// Keeps the last rate, since labels of a series often have the same day.
-double rate_of_day(const char (&currency)[3], day_number day) {
-    if (rates.rate <= 0 || rates.asked.date != day ||
-        std::memcmp(rates.asked.currency, currency, sizeof currency) != 0) {
-        rates.rate = read_rate(currency, day);
-        rates.asked.date = day;
-        std::memcpy(rates.asked.currency, currency, sizeof currency);
+}  // namespace
+
+/// A currency that is not in the table has decimals, as most have.
+bool label_rates::has_no_decimals(const currency_code &code) const {
+    for (const CurrencyRecord &currency : currencies) {
+        if (std::memcmp(currency.code, code, sizeof code) == 0) {
+            return currency.decimals == 0;
+        }
     }
-    return rates.rate;
+    return false;
+}
+
+price_units label_rates::units_of(const PriceSetRecord &set) const {
+    return {.whole = has_no_decimals(set.currency),
+            .home_whole = has_no_decimals(sys_country.home_currency),
+            .labels_whole = std::getenv("KPOS") != nullptr};
+}
+
+/// Keeps the last rate, since labels of a series often have the same day.
+double label_rates::rate_of_day(const currency_code &currency, day_number day) {
+    if (rate <= 0 || asked.date != day || std::memcmp(asked.currency, currency, sizeof currency) != 0) {
+        rate = read_rate(currency, day);
+        asked.date = day;
+        std::memcpy(asked.currency, currency, sizeof currency);
+    }
+    return rate;
 }
 
 /// The fixed rate of the label's supplier when it is for this currency, otherwise that of the label's day.
-double rate_of_label(const eti_rec &label, const char (&currency)[3]) {
-    const SupplierRecord &supplier = label_supplier(label.supplier);
+double label_rates::rate_of_label(const eti_rec &label, const currency_code &currency) {
+    supplier_of(label.supplier);
     if (std::memcmp(supplier.currency, currency, sizeof currency) == 0) {
         const double fixed = rate_on_file(supplier.rate, supplier.rate_unit);
         if (fixed > 0) {
@@ -81,37 +73,38 @@ double rate_of_label(const eti_rec &label, const char (&currency)[3]) {
 }
 
 /// Today's rate in place of a rate of 0.
-double usable(double rate, const char (&currency)[3]) {
-    if (rate == 0.0) {
-        rate = rate_of_day(currency, date_today());
+double label_rates::usable(double found, const currency_code &currency) {
+    if (found == 0.0) {
+        found = rate_of_day(currency, date_today());
     }
-    return rate == 0.0 ? no_rate : rate;
+    return found == 0.0 ? no_rate : found;
 }
 
-}  // namespace
-
-void label_rates_open() {
-    rates = {};
+void label_rates::open() {
+    currencies.clear();
+    supplier = {};
+    asked = {};
+    rate = 0.0;
     CurrencyRecord currency{};
     for (std::int32_t number = 1; iotab(tab_action::read, number, currency, region_currencies) != 0;
          number++) {
-        rates.currencies.push_back(currency);
+        currencies.push_back(currency);
     }
 }
 
-const SupplierRecord &label_supplier(std::uint16_t number) {
-    lev_read(chk_files.rvlev, rates.supplier, number);
-    return rates.supplier;
+const SupplierRecord &label_rates::supplier_of(std::uint16_t number) {
+    lev_read(chk_files.rvlev, supplier, number);
+    return supplier;
 }
 
-std::int32_t label_price_by_day(const eti_rec &label, const PriceSetRecord &set) {
-    const double rate = usable(rate_of_label(label, set.currency), set.currency);
-    return purchase_price(label.price, set.factor, rate, units_of(set));
+std::int32_t label_rates::price_by_day(const eti_rec &label, const PriceSetRecord &set) {
+    const double usual = usable(rate_of_label(label, set.currency), set.currency);
+    return purchase_price(label.price, set.factor, usual, units_of(set));
 }
 
-std::int32_t label_price_by_other(const eti_rec &label, const eti_rec &other, std::int32_t bought_for,
-                                  const PriceSetRecord &set) {
+std::int32_t label_rates::price_by_other(const eti_rec &label, const eti_rec &other, std::int32_t bought_for,
+                                         const PriceSetRecord &set) {
     const price_units units = units_of(set);
-    const double rate = usable(rate_between(other.price, bought_for, set.factor, units), set.currency);
-    return purchase_price(label.price, set.factor, rate, units);
+    const double usual = usable(rate_between(other.price, bought_for, set.factor, units), set.currency);
+    return purchase_price(label.price, set.factor, usual, units);
 }

@@ -18,10 +18,7 @@
 #include <optional>
 #include <set>
 
-#include "check/frame/frame.h"
-#include "check/frame/series_hold.h"
 #include "check/labels/labels.h"
-#include "screen/screen.h"
 
 namespace {
 
@@ -38,27 +35,6 @@ struct chain_update {
     }
     chain_update(const chain_update &) = delete;
     chain_update &operator=(const chain_update &) = delete;
-};
-
-/// Locks row 4 for as long as the object lives.
-class chain_lock {
-public:
-    chain_lock() {
-        iotab_row(tab_action::lock_read, row_label_chain, chain);
-        label_work.moved = label_work.moved || std::memcmp(&chain, &label_work.chain, sizeof chain) != 0;
-    }
-    ~chain_lock() {
-        iotab_row(tab_action::unlock, row_label_chain, chain);
-    }
-    chain_lock(const chain_lock &) = delete;
-    chain_lock &operator=(const chain_lock &) = delete;
-
-    void write() {
-        iotab_row(tab_action::write_keep, row_label_chain, chain);
-        label_work.chain = chain;
-    }
-
-    SysRow4Chain chain{};
 };
 
 /// True when the chain of a series is still wrong in the way that the walk found.
@@ -83,28 +59,6 @@ bool still_wrong(const SeriesRecord &series, const ChainError &error) {
     return code == error.code && block == error.block && previous == error.previous;
 }
 
-/// Gives a series an empty first block of its own. False when it no longer leads to the wrong block.
-bool renew_first_block(series_hold &series, chain_lock &row, const ChainError &error) {
-    if (!series.exists() || series.record.first_block != error.block) {
-        return false;
-    }
-    const std::int32_t block = eti_take_block(row.chain, labels_read);
-    if (block < 0) {
-        return false;
-    }
-    row.write();
-    LabelBlock content{};
-    content.key = series.record.key;
-    content.size_kind = series.record.size_kind;
-    content.next = chain_end;
-    chk_eti_raw(raw_action::write, block, content);
-    label_work.end = std::max(label_work.end, block + 1);
-    chk_bit_set(block);
-    series.record.first_block = block;
-    series.rewrite();
-    return true;
-}
-
 bool set_next(std::int32_t block, std::int32_t next) {
     LabelBlock content;
     if (!labels_read(block, content)) {
@@ -115,20 +69,64 @@ bool set_next(std::int32_t block, std::int32_t next) {
     return true;
 }
 
-bool mend_chain(const ChainError &error) {
+/// Visits the lost blocks of the series that `any` belongs to, in the order of their numbers.
+template <class Visit>
+void for_lost_blocks(chain_error_list &errors, const ChainError &any, Visit visit) {
+    constexpr int same_code = stdchk_series_parts + 1;
+    ChainError error = any;
+    error.block = 0;
+    for (bool found = errors.first(error, same_code); found; found = errors.next(error, same_code)) {
+        const std::int32_t place = errors.icb()->recno;
+        visit(error);
+        errors.icb()->recno = place;
+    }
+}
+
+}  // namespace
+
+void label_check::see_row(const chain_row &row) {
+    moved = moved || std::memcmp(&row.chain, &chain, sizeof chain) != 0;
+}
+
+void label_check::write_row(chain_row &row) {
+    row.write();
+    chain = row.chain;
+}
+
+/// Gives a series an empty first block of its own. False when it no longer leads to the wrong block.
+bool label_check::renew_first_block(series_hold &series, chain_row &row, const ChainError &error) {
+    if (!series.exists() || series.record.first_block != error.block) {
+        return false;
+    }
+    const std::int32_t block = eti_take_block(row.chain, labels_read);
+    if (block < 0) {
+        return false;
+    }
+    write_row(row);
+    LabelBlock content{};
+    content.key = series.record.key;
+    content.size_kind = series.record.size_kind;
+    content.next = chain_end;
+    chk_eti_raw(raw_action::write, block, content);
+    end = std::max(end, block + 1);
+    chk_bit_set(block);
+    series.record.first_block = block;
+    series.rewrite();
+    return true;
+}
+
+bool label_check::mend_chain(const ChainError &error) {
     series_hold series(error.key);
-    chain_lock row;
-    if (label_work.moved && !(series.exists() && still_wrong(series.record, error))) {
+    chain_row row(row_label_chain);
+    see_row(row);
+    if (moved && !(series.exists() && still_wrong(series.record, error))) {
         return false;
     }
     return error.previous == stdchk_none ? renew_first_block(series, row, error)
                                          : set_next(error.previous, chain_end);
 }
 
-/// Labels of status 1 to 4; place 0 is not used.
-using status_counts = std::array<std::uint32_t, label_corrected + 1>;
-
-void count_labels(const LabelBlock &content, status_counts &counts) {
+void label_check::count_labels(const LabelBlock &content, status_counts &counts) {
     for (const LabelEntry &entry : content.slots) {
         const std::uint32_t status = entry.amount_status % 10;
         if (status != label_empty && status < counts.size()) {
@@ -138,12 +136,12 @@ void count_labels(const LabelBlock &content, status_counts &counts) {
 }
 
 /// The last block of the chain of a series, whose labels are counted; -1 when the chain is not sound.
-std::int32_t count_chain(const SeriesRecord &series, status_counts &counts) {
+std::int32_t label_check::count_chain(const SeriesRecord &series, status_counts &counts) const {
     std::int32_t last = stdchk_none;
     std::int32_t steps = 0;
     LabelBlock content;
     for (std::int32_t block = series.first_block; block != chain_end; block = content.next) {
-        if (++steps > label_work.end || !labels_read(block, content) || !(content.key == series.key) ||
+        if (++steps > end || !labels_read(block, content) || !(content.key == series.key) ||
             !chk_bit_test(block)) {
             return stdchk_none;
         }
@@ -153,26 +151,13 @@ std::int32_t count_chain(const SeriesRecord &series, status_counts &counts) {
     return last;
 }
 
-/// Visits the lost blocks of the series that `any` belongs to, in the order of their numbers.
-template <class Visit>
-void for_lost_blocks(const ChainError &any, Visit visit) {
-    constexpr int same_code = stdchk_series_parts + 1;
-    ChainError error = any;
-    error.block = 0;
-    for (bool found = label_errors.first(error, same_code); found;
-         found = label_errors.next(error, same_code)) {
-        const std::int32_t place = label_errors.icb()->recno;
-        visit(error);
-        label_errors.icb()->recno = place;
-    }
-}
-
 /// Puts the lost blocks of a series back on its chain when series, chain and blocks agree on the labels. The
 /// blocks of the chain were met by the walk, or are past the known blocks, so none of the lost ones is among
 /// them.
-void connect_lost(const ChainError &any) {
+void label_check::connect_lost(const ChainError &any) {
     const series_hold hold(any.key);
-    const chain_lock row;
+    const chain_row row(row_label_chain);
+    see_row(row);
     status_counts counts{};
     if (!hold.exists()) {
         return;
@@ -182,7 +167,7 @@ void connect_lost(const ChainError &any) {
     LabelBlock content;
     std::int32_t first = stdchk_none;
     bool agree = true;
-    for_lost_blocks(any, [&](const ChainError &lost) {
+    for_lost_blocks(errors, any, [&](const ChainError &lost) {
         if (labels_read(lost.block, content)) {
             agree = agree && content.key == series.key;
             count_labels(content, counts);
@@ -195,7 +180,7 @@ void connect_lost(const ChainError &any) {
         return;
     }
     std::int32_t before = stdchk_none;
-    for_lost_blocks(any, [&](const ChainError &lost) {
+    for_lost_blocks(errors, any, [&](const ChainError &lost) {
         if (before != stdchk_none) {
             set_next(before, lost.block);
         }
@@ -203,25 +188,23 @@ void connect_lost(const ChainError &any) {
     });
     set_next(before, chain_end);
     set_next(last_in_chain, first);
-    for_lost_blocks(any, [](ChainError &lost) {
+    for_lost_blocks(errors, any, [this](ChainError &lost) {
         lost.repaired = 1;
-        label_errors.update(lost);
+        errors.update(lost);
     });
 }
 
-}  // namespace
-
-void labels_mend() {
+void label_check::mend() {
     const chain_update mark;
     const key_switch key(chk_files.rvser, 1);
-    label_errors.for_each([](ChainError &error) {
+    errors.for_each([this](ChainError &error) {
         if (error.code >= label_outside && error.code <= label_seen_before && mend_chain(error)) {
             error.repaired = 1;
-            label_errors.update(error);
+            errors.update(error);
         }
     });
     SeriesKey done{};
-    label_errors.for_each([&](const ChainError &error) {
+    errors.for_each([&](const ChainError &error) {
         if (error.code == label_lost && !(error.key == done)) {
             done = error.key;
             connect_lost(error);
@@ -230,13 +213,11 @@ void labels_mend() {
 }
 
 // While the question was open, a block may have been put on the chain of its series, or got a new owner.
-void labels_release() {
+void label_check::repair() {
     const chain_update mark;
     std::optional<series_hold> hold;
-    label_errors.for_each([&](const ChainError &error) {
-        const bool lost =
-            error.code == label_lost_unknown || error.code == label_lost || error.code == label_lost_invalid;
-        if (!lost || error.repaired != 0) {
+    errors.for_each([&](const ChainError &error) {
+        if (!label_is_lost(error) || error.repaired != 0) {
             return;
         }
         if (!hold || !(hold->record.key == error.key)) {
@@ -244,10 +225,11 @@ void labels_release() {
             hold.emplace(error.key);
             hold->record.key = error.key;
             if (hold->exists()) {
-                labels_mark_chain(hold->record);
+                mark_chain(hold->record);
             }
         }
-        chain_lock row;
+        chain_row row(row_label_chain);
+        see_row(row);
         LabelBlock content{};
         if (!labels_read(error.block, content) || !(content.key == error.key) || chk_bit_test(error.block)) {
             return;
@@ -258,6 +240,6 @@ void labels_release() {
         chk_bit_set(error.block);
         row.chain.free_head = error.block;
         row.chain.free_count += 1;
-        row.write();
+        write_row(row);
     });
 }

@@ -19,17 +19,17 @@
 #include <cstring>
 #include <limits>
 
-#include "check/frame/frame.h"
 #include "check/labels/labels.h"
-#include "screen/screen.h"
 
 namespace {
 
 constexpr std::int32_t chain_end = -1;
 
+}  // namespace
+
 /// Follows the chain of a series to its end, or to the block at which it is wrong. The code is 0 for a sound
 /// chain.
-ChainError follow(const SeriesRecord &series) {
+ChainError label_check::follow(const SeriesRecord &series) {
     ChainError error{};
     error.key = series.key;
     error.previous = stdchk_none;
@@ -44,7 +44,7 @@ ChainError follow(const SeriesRecord &series) {
             error.code = label_outside;
         } else if (!(content.key == series.key)) {
             error.code = chk_key_empty(content) ? label_in_free_chain : label_other_series;
-        } else if (block < label_work.known ? !chk_bit_set(block) : added++ > eti_max_block()) {
+        } else if (block < known ? !chk_bit_set(block) : added++ > eti_max_block()) {
             error.code = label_seen_before;  // past the known blocks, only a circle is as long
         }
         if (error.code != 0) {
@@ -57,17 +57,30 @@ ChainError follow(const SeriesRecord &series) {
     return error;
 }
 
-void list_invalid(const SeriesKey &key) {
+void label_check::list(const ChainError &error) {
+    // Two records of one number, in a damaged series file, make one error.
+    const bool is_new = !chk_is_heard() || !IXFIND(errors.icb(), &error);
+    errors.add(error);
+    if (chk_is_heard() && is_new) {
+        std::vector<finding_field> fields{field_of(error.key)};
+        add_unless_none(fields, "block", error.block, stdchk_none);
+        add_unless_none(fields, "previous", error.previous, stdchk_none);
+        chk_found(label_findings()[error.code - 1U], error.code == label_series_invalid ? "RVSER" : "RVETI",
+                  std::move(fields));
+    }
+}
+
+void label_check::list_invalid(const SeriesKey &key) {
     ChainError error{};
     error.key = key;
     error.block = stdchk_none;
     error.previous = stdchk_none;
     error.code = label_series_invalid;
-    label_errors.add(error);
+    list(error);
 }
 
 /// Lists a block with labels that no chain holds.
-void list_lost(std::int32_t block, const LabelBlock &content) {
+void label_check::list_lost(std::int32_t block, const LabelBlock &content) {
     ChainError error{};
     error.key = content.key;
     error.block = block;
@@ -77,50 +90,38 @@ void list_lost(std::int32_t block, const LabelBlock &content) {
     } else {
         error.code = chk_ser_exists(content) ? label_lost : label_lost_unknown;
     }
-    label_errors.add(error);
+    list(error);
 }
 
 /// Locks row 4, and takes its present content. The end mark becomes that of the file. One that another
 /// program has changed is not moved back, because it may be written before the block that it counts; one that
 /// is unchanged may be damaged.
-void lock_chain() {
-    SysRow4Chain chain{};
-    iotab_row(tab_action::lock_read, row_label_chain, chain);
-    label_work.moved = std::memcmp(&chain, &label_work.chain, sizeof chain) != 0;
-    label_work.end = labels_in_file();
-    if (chain.end_mark != label_work.chain.end_mark) {
-        label_work.end = std::max(label_work.end, chain.end_mark.value());
+void label_check::lock_chain() {
+    SysRow4Chain now{};
+    iotab_row(tab_action::lock_read, row_label_chain, now);
+    moved = std::memcmp(&now, &chain, sizeof now) != 0;
+    end = labels_in_file();
+    if (now.end_mark != chain.end_mark) {
+        end = std::max(end, now.end_mark.value());
     }
-    chain.end_mark = label_work.end;
-    label_work.chain = chain;
-    chk_bits_grow(static_cast<std::size_t>(label_work.end) / 8 + 1);
+    now.end_mark = end;
+    chain = now;
+    chk_bits_grow(static_cast<std::size_t>(end) / 8 + 1);
 }
 
-/// Marks chains as they are now, each once.
-class chain_marker {
-public:
-    void mark(const SeriesKey &key) {
-        if (key == last) {
-            return;
-        }
-        last = key;
-        SeriesRecord series{};
-        series.key = key;
-        const key_switch by_key(chk_files.rvser, 1);
-        if (IXREAD(chk_files.rvser, &series) && series.key == key) {
-            labels_mark_chain(series);
-        }
+/// The same for a series by its key.
+void label_check::mark_chain_of(const SeriesKey &key) {
+    SeriesRecord series{};
+    series.key = key;
+    const key_switch by_key(chk_files.rvser, 1);
+    if (IXREAD(chk_files.rvser, &series) && series.key == key) {
+        mark_chain(series);
     }
-
-private:
-    SeriesKey last{};
-};
-
-std::uint32_t last_block() {
-    return static_cast<std::uint32_t>(std::max(label_work.end, 1) - 1);
 }
 
-}  // namespace
+std::uint32_t label_check::last_block() const {
+    return static_cast<std::uint32_t>(std::max(end, 1) - 1);
+}
 
 bool labels_read(std::int32_t block, LabelBlock &buffer) {
     return block >= 0 && chk_eti_raw(raw_action::read, block, buffer) != 0;
@@ -131,17 +132,17 @@ std::int32_t labels_in_file() {
     return static_cast<std::int32_t>(std::clamp<off_t>(blocks, 0, std::numeric_limits<std::int32_t>::max()));
 }
 
-void labels_mark_chain(const SeriesRecord &series) {
+void label_check::mark_chain(const SeriesRecord &series) {
     LabelBlock content;
     std::int32_t steps = 0;
-    for (std::int32_t block = series.first_block; block != chain_end && steps++ <= label_work.end &&
-                                                  labels_read(block, content) && content.key == series.key;
+    for (std::int32_t block = series.first_block;
+         block != chain_end && steps++ <= end && labels_read(block, content) && content.key == series.key;
          block = content.next) {
         chk_bit_set(block);
     }
 }
 
-bool labels_walk_series() {
+bool label_check::walk_series() {
     ICB *file = chk_files.rvser;
     const auto last = static_cast<std::uint32_t>(std::max<std::int32_t>(file->nrecs, 1) - 1);
     chk_phase(detail_text(3, 660, "FASE-1: controleren series"), last);
@@ -153,26 +154,24 @@ bool labels_walk_series() {
         }
         const ChainError error = follow(series);
         if (error.code != 0) {
-            label_errors.add(error);
+            list(error);
         }
         chk_progress(static_cast<std::uint32_t>(file->recno), last, chk_bar::step);
     }
     chk_progress(0, 0, chk_bar::close);
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
-void labels_walk_free() {
-    SysRow4Chain &chain = label_work.chain;
+void label_check::walk_free() {
     lock_chain();
     chk_phase(detail_text(3, 667, "FASE-2: controleren vrije etiketblokken"), last_block());
-    const std::int32_t end = label_work.end;
     LabelBlock content;
     LabelBlock sound{};
     std::int32_t previous = stdchk_none;
     std::int32_t count = 0;
     std::int32_t block = chain.free_head;
     // A block that a series had when the first pass met it may have been freed since.
-    const auto freed_since = [&] { return label_work.moved && count < end; };
+    const auto freed_since = [&] { return moved && count < end; };
     while (block != end && labels_read(block, content) && chk_key_empty(content) &&
            (chk_bit_set(block) || freed_since())) {
         previous = block;
@@ -194,17 +193,16 @@ void labels_walk_free() {
         }
     }
     chain.free_count = count;
-    label_work.free_in_chain = count;
+    free_in_chain = count;
     iotab_row(tab_action::write_keep, row_label_chain, chain);
     chk_progress(0, 0, chk_bar::close);
 }
 
-void labels_walk_rest() {
+void label_check::walk_rest() {
     chk_phase(detail_text(3, 671, "FASE-3: controleren etiketblokken niet in ketting"), last_block());
-    SysRow4Chain &chain = label_work.chain;
     LabelBlock content;
-    chain_marker marker;
-    for (std::int32_t block = 0; block < label_work.known; block++) {
+    SeriesKey marked{};
+    for (std::int32_t block = 0; block < known; block++) {
         chk_progress(static_cast<std::uint32_t>(block), last_block(), chk_bar::step);
         if (chk_bit_test(block) || !labels_read(block, content)) {
             continue;
@@ -212,8 +210,11 @@ void labels_walk_rest() {
         const bool has_key = !chk_key_empty(content);
         const bool has_labels = has_key && !chk_block_empty(content);
         if (has_key) {
-            marker.mark(content.key);
-            if (chk_bit_test(block) || (label_work.moved && !has_labels)) {
+            if (!(content.key == marked)) {
+                marked = content.key;
+                mark_chain_of(marked);
+            }
+            if (chk_bit_test(block) || (moved && !has_labels)) {
                 continue;
             }
         }

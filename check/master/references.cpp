@@ -1,9 +1,8 @@
 // The walks of the reference files. A record with an impossible number is deleted silently; what can be
 // corrected from the shop's own data is corrected on the spot.
 #include "check/master/master.h"
-#include "screen/screen.h"
-#include "sub/iofil.h"
-#include "sub/sizefile.h"
+#include "data/iofil.h"
+#include "data/sizefile.h"
 
 namespace {
 
@@ -22,7 +21,7 @@ bool walk(ICB *file, Visit visit) {
     for (bool more = chk_scan_first(file, &record); more; more = IXSEQ(file, &record)) {
         visit(record);
     }
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
 /// Reads a turnover group by number; false when there is none.
@@ -53,7 +52,7 @@ bool size_system_unknown(std::int32_t number) {
     return number != 0 && iotab(tab_action::read, number, name, region_size_systems) == 0;
 }
 
-bool walk_groups(const master_files &files) {
+bool walk_groups(const master_files &files, reference_findings &found) {
     const std::uint16_t limit = files.session_limit;
     return walk<ArticleGroupRecord>(chk_files.rvart, [&](const ArticleGroupRecord &group) {
         if (group.number < 1 || group.number > group_highest) {
@@ -61,21 +60,21 @@ bool walk_groups(const master_files &files) {
             return;
         }
         if (empty_text(group.description)) {
-            master_find(group_no_name, group.number);
+            found.add(group_no_name, group.number);
         }
         TurnoverGroupRecord turnover{};
         bool vat_differs = false;
         if (group.turnover == 0) {
-            master_find(group_no_turnover, group.number);
+            found.add(group_no_turnover, group.number);
         } else if (!turnover_read(files, turnover, group.turnover)) {
-            master_find(group_turnover_unknown, group.number);
+            found.add(group_turnover_unknown, group.number);
         } else if (turnover.vat != group.vat) {
-            master_find(group_vat_differs, group.number);
+            found.add(group_vat_differs, group.number);
             vat_differs = true;
         }
         const bool ahead = session_ahead(group, limit);
         if (ahead) {
-            master_find(group_session, group.number);
+            found.add(group_session, group.number);
         }
         if (vat_differs || ahead) {
             mend_walk_record(chk_files.rvart, group, group_key_bytes, [&](ArticleGroupRecord &fresh) {
@@ -88,7 +87,7 @@ bool walk_groups(const master_files &files) {
     });
 }
 
-bool walk_suppliers(const master_files &files) {
+bool walk_suppliers(const master_files &files, reference_findings &found) {
     const std::uint16_t limit = files.session_limit;
     return walk<SupplierRecord>(chk_files.rvlev, [&](const SupplierRecord &supplier) {
         if (supplier.number < 1 || supplier.number > number_highest) {
@@ -96,13 +95,13 @@ bool walk_suppliers(const master_files &files) {
             return;
         }
         if (empty_text(supplier.name)) {
-            master_find(supplier_no_name, supplier.number);
+            found.add(supplier_no_name, supplier.number);
         }
         const bool no_currency = empty_text(supplier.currency) && !empty_text(sys_country.home_currency);
         const bool no_system = size_system_unknown(supplier.size_system);
         const bool ahead = session_ahead(supplier, limit);
         if (ahead) {
-            master_find(supplier_session, supplier.number);
+            found.add(supplier_session, supplier.number);
         }
         if (no_currency || no_system || ahead) {
             mend_walk_record(chk_files.rvlev, supplier, number_key_bytes, [&](SupplierRecord &fresh) {
@@ -118,7 +117,7 @@ bool walk_suppliers(const master_files &files) {
     });
 }
 
-bool walk_brands(const master_files &files) {
+bool walk_brands(const master_files &files, reference_findings &found) {
     const std::uint16_t limit = files.session_limit;
     return walk<BrandRecord>(chk_files.rvmerk, [&](const BrandRecord &brand) {
         if (brand.number < 1 || brand.number > number_highest) {
@@ -126,12 +125,12 @@ bool walk_brands(const master_files &files) {
             return;
         }
         if (empty_text(brand.name)) {
-            master_find(brand_no_name, brand.number);
+            found.add(brand_no_name, brand.number);
         }
         const bool no_system = size_system_unknown(brand.size_system);
         const bool ahead = session_ahead(brand, limit);
         if (ahead) {
-            master_find(brand_session, brand.number);
+            found.add(brand_session, brand.number);
         }
         if (no_system || ahead) {
             mend_walk_record(chk_files.rvmerk, brand, number_key_bytes, [&](BrandRecord &fresh) {
@@ -145,40 +144,40 @@ bool walk_brands(const master_files &files) {
 }
 
 /// The branches, where there are several, and the head office, whose number is the number of branches.
-bool walk_branches(const master_files &) {
+bool walk_branches(const master_files &, reference_findings &found) {
     const int head_office = sys_settings.branches;
     for (int number = head_office < 2 ? head_office : 0; number <= head_office; number++) {
         BranchRecord branch{};
         iofil(fil_action::read, number, branch);
         if (empty_text(branch.name)) {
-            master_find(branch_no_name, static_cast<unsigned>(number));
+            found.add(branch_no_name, static_cast<unsigned>(number));
         }
     }
-    return !ing_interrupted();
+    return !op_interrupted();
 }
 
-bool walk_turnover_groups(const master_files &files) {
+bool walk_turnover_groups(const master_files &files, reference_findings &found) {
     return walk<TurnoverGroupRecord>(files.turnover, [&](const TurnoverGroupRecord &group) {
         if (group.number == 0) {
             delete_walk_record(files.turnover, group, number_key_bytes);
         } else if (empty_text(group.description)) {
-            master_find(turnover_no_name, group.number);
+            found.add(turnover_no_name, group.number);
         }
     });
 }
 
-bool walk_staff(const master_files &files) {
+bool walk_staff(const master_files &files, reference_findings &found) {
     return walk<StaffRecord>(files.staff, [&](const StaffRecord &staff) {
         if (staff.number < 1 || staff.number > staff_highest) {
             delete_walk_record(files.staff, staff, number_key_bytes);
         } else if (empty_text(staff.name)) {
-            master_find(staff_no_name, staff.number);
+            found.add(staff_no_name, staff.number);
         }
     });
 }
 
 /// For a small article the record of the article itself is checked, not those of the branches.
-bool walk_articles(const master_files &files) {
+bool walk_articles(const master_files &files, reference_findings &found) {
     return walk<SmallArticleRecord>(files.articles, [&](const SmallArticleRecord &article) {
         if (article.number < 1 || article.number > number_highest) {
             delete_walk_record(files.articles, article, article_key_bytes);
@@ -188,49 +187,49 @@ bool walk_articles(const master_files &files) {
             return;
         }
         if (empty_text(article.description)) {
-            master_find(article_no_name, article.number);
+            found.add(article_no_name, article.number);
         }
         TurnoverGroupRecord turnover{};
         if (article.turnover == 0 || !turnover_read(files, turnover, article.turnover)) {
-            master_find(article_turnover, article.number);
+            found.add(article_turnover, article.number);
         }
     });
 }
 
-bool walk_actions(const master_files &files) {
+bool walk_actions(const master_files &files, reference_findings &found) {
     if ((sys_settings.mode & mode_saving) == 0) {
         return true;
     }
     unsigned number = 0;
     for (const SavingAction &action : files.tills.actions) {
         number++;
-        if (ing_interrupted()) {
+        if (op_interrupted()) {
             return false;
         }
         if (action.in_use == 0) {
             continue;
         }
         if (empty_text(action.description)) {
-            master_find(action_no_name, number);
+            found.add(action_no_name, number);
         }
         if (action.begin_date == 0 || action.end_date == 0) {
-            master_find(action_no_period, number);
+            found.add(action_no_period, number);
         }
     }
     return true;
 }
 
-bool walk_size_kinds(const master_files &files) {
+bool walk_size_kinds(const master_files &files, reference_findings &found) {
     const std::uint16_t limit = files.session_limit;
     return walk<SizeKindRecord>(chk_files.rvmaat, [&](const SizeKindRecord &kind) {
         if (session_ahead(kind, limit)) {
-            master_find(size_kind_session, kind.kind);
+            found.add(size_kind_session, kind.kind);
             mend_walk_record(chk_files.rvmaat, kind, pair_key_bytes,
                              [&](SizeKindRecord &fresh) { lower_sessions(fresh, limit); });
         }
         for (unsigned i = 1; i <= size_highest; i++) {
             if (kind.entries[i].link != 0 && empty_text(kind.entries[i].code)) {
-                master_find(size_kind_no_code, kind.kind);
+                found.add(size_kind_no_code, kind.kind);
             }
         }
     });
@@ -238,8 +237,8 @@ bool walk_size_kinds(const master_files &files) {
 
 }  // namespace
 
-bool master_walk_references(const master_files &files) {
-    return walk_groups(files) && walk_suppliers(files) && walk_brands(files) && walk_branches(files) &&
-           walk_turnover_groups(files) && walk_staff(files) && walk_articles(files) && walk_actions(files) &&
-           walk_size_kinds(files);
+bool master_walk_references(const master_files &files, reference_findings &found) {
+    return walk_groups(files, found) && walk_suppliers(files, found) && walk_brands(files, found) &&
+           walk_branches(files, found) && walk_turnover_groups(files, found) && walk_staff(files, found) &&
+           walk_articles(files, found) && walk_actions(files, found) && walk_size_kinds(files, found);
 }

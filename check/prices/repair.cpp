@@ -7,30 +7,49 @@
 // Row 9 is locked for each step. Other programs may have changed the prices since, and row 9 need not show
 // it: a set that is stored again takes the blocks that it has just freed. So the fault is looked for again
 // first, and what is mended is what is wrong with the set now.
-#include "check/frame/frame.h"
 #include "check/prices/prices.h"
-#include "screen/screen.h"
 
 namespace {
 
+void cut_behind(std::int32_t number) {
+    PriceBlock block{};
+    if (price_read_block(number, block)) {
+        block.next = price_no_block;
+        chk_ipg_raw(raw_action::write, number, block);
+    }
+}
+
+/// Marks the blocks that other programs have put on the free chain.
+void mark_free_chain(const SysRow4Chain &chain) {
+    PriceBlock block{};
+    std::int32_t left = chain.end_mark;
+    for (std::int32_t number = chain.free_head; number != chain.end_mark && left-- > 0 &&
+                                                price_read_block(number, block) && price_block_empty(block);
+         number = block.next) {
+        chk_bit_set(number);
+    }
+}
+
+}  // namespace
+
 /// The set that an error belongs to; false when it is gone.
-bool read_set(const PriceError &error, PriceSetRecord &set) {
+bool price_check::read_set(const PriceError &error, PriceSetRecord &set) {
     set = {};
     set.key = error.key;
     set.supplier = error.supplier;
     set.end_date = error.end_date;
-    return IXREAD(price_work.sets, &set);
+    return IXREAD(sets, &set);
 }
 
-void delete_set(const PriceError &error) {
+void price_check::delete_set(const PriceError &error) {
     PriceSetRecord set;
     if (read_set(error, set)) {
-        IXDELETE(price_work.sets, &set);
+        IXDELETE(sets, &set);
     }
 }
 
 /// Makes the sizes of a set those of its chain; without a block it is deleted.
-void recompute_set(const PriceError &error) {
+void price_check::recompute_set(const PriceError &error) {
     PriceSetRecord set;
     if (!read_set(error, set)) {
         return;
@@ -40,28 +59,20 @@ void recompute_set(const PriceError &error) {
     PriceBlock block{};
     std::int32_t number = set.chain;
     std::int32_t left = price_blocks_in_file();
-    while (left-- > 0 && chk_ipg_raw(raw_action::read, number, block) != 0 && ink_owns(set, block)) {
+    while (left-- > 0 && price_read_block(number, block) && ink_owns(set, block)) {
         any = true;
         set.sizes.add(block.sizes);
         number = block.next;
     }
     if (any) {
-        IXREWRITE(price_work.sets, &set);
+        IXREWRITE(sets, &set);
     } else {
-        IXDELETE(price_work.sets, &set);
-    }
-}
-
-void cut_behind(std::int32_t number) {
-    PriceBlock block{};
-    if (chk_ipg_raw(raw_action::read, number, block) != 0) {
-        block.next = price_no_block;
-        chk_ipg_raw(raw_action::write, number, block);
+        IXDELETE(sets, &set);
     }
 }
 
 /// What is to be mended: for a set, what is wrong with it now.
-PriceError present_fault(const PriceError &found) {
+PriceError price_check::present_fault(const PriceError &found) {
     PriceSetRecord set;
     if (found.code >= price_set_no_series ||
         (found.code >= price_lost_no_set && found.code <= price_lost_no_series)) {
@@ -70,8 +81,8 @@ PriceError present_fault(const PriceError &found) {
     return read_set(found, set) ? price_fault(set) : PriceError{};
 }
 
-void mend(const PriceError &found) {
-    const price_lock row;
+void price_check::mend_error(const PriceError &found) {
+    const chain_row row(row_price_chain);
     const PriceError error = present_fault(found);
     switch (error.code) {
         case price_outside:
@@ -89,7 +100,7 @@ void mend(const PriceError &found) {
             recompute_set(error);
             break;
         case price_set_no_series:
-            if (!prices_series_exists(error.key)) {
+            if (!price_series_exists(error.key)) {
                 delete_set(error);
             }
             break;
@@ -98,58 +109,39 @@ void mend(const PriceError &found) {
     }
 }
 
-}  // namespace
-
-void prices_mend() {
-    const auto total = static_cast<std::uint32_t>(price_errors.icb()->nrecs);
+void price_check::repair() {
+    const auto total = static_cast<std::uint32_t>(errors.icb()->nrecs);
     std::uint32_t done = 0;
     chk_phase(detail_text(13, 35, "herstellen fouten"), total);
-    price_errors.for_each([&](const PriceError &error) {
-        mend(error);
+    errors.for_each([&](const PriceError &error) {
+        mend_error(error);
         chk_progress(++done, total, chk_bar::step);
     });
     chk_progress(0, 0, chk_bar::close);
-}
-
-namespace {
-
-/// Marks the blocks that other programs have put on the free chain.
-void mark_free_chain(const SysRow4Chain &chain) {
-    PriceBlock block{};
-    std::int32_t left = chain.end_mark;
-    for (std::int32_t number = chain.free_head;
-         number != chain.end_mark && left-- > 0 && chk_ipg_raw(raw_action::read, number, block) != 0 &&
-         block.key == SeriesKey{};
-         number = block.next) {
-        chk_bit_set(number);
-    }
+    ok_prices = true;
 }
 
 /// False for a block that a set has taken during the check.
-bool is_lost(std::int32_t number) {
+bool price_check::is_lost(std::int32_t number) {
     PriceBlock block{};
-    return !chk_bit_test(number) && !(chk_ipg_raw(raw_action::read, number, block) != 0 &&
-                                      !(block.key == SeriesKey{}) && price_block_held(block, number));
+    return !chk_bit_test(number) &&
+           !(price_read_block(number, block) && !price_block_empty(block) && held_by_set(block, number));
 }
-
-}  // namespace
 
 // Row 9 is written when all blocks are linked: until then the chain that it leads to is whole, and the blocks
 // already linked are on no chain.
-void prices_free_lost() {
+void price_check::free_lost() {
     const leave_guard undisturbed;
-    price_lock row;
-    SysRow4Chain &chain = row.chain;
-    const std::int32_t end = price_work.end;
+    chain_row row(row_price_chain);
     const auto total = static_cast<std::uint32_t>(end);
     chk_phase(detail_text(13, 36, "herstellen vrijketting"), total);
-    mark_free_chain(chain);
+    mark_free_chain(row.chain);
     for (std::int32_t number = 0; number < end; number++) {
         if (is_lost(number)) {
             PriceBlock block{};
-            block.next = chain.free_head;
+            block.next = row.chain.free_head;
             chk_ipg_raw(raw_action::write, number, block);
-            chain.free_head = number;
+            row.chain.free_head = number;
         }
         chk_progress(static_cast<std::uint32_t>(number), total, chk_bar::step);
     }

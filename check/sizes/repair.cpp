@@ -2,16 +2,8 @@
 #include <algorithm>
 
 #include "check/sizes/sizes.h"
-#include "print/print.h"
-#include "screen/screen.h"
-#include "sub/ioink.h"
 
 namespace {
-
-constexpr unsigned reason_invalid = 1;
-constexpr unsigned reason_missing = 2;
-constexpr unsigned reason_empty = 4;
-constexpr unsigned reason_groups = 8;
 
 /// Those of the sizes that exist in the view.
 SizeBitmap existing(const SizeBitmap &sizes) {
@@ -49,14 +41,14 @@ bool sizes_of_prices(const SeriesRecord &series, SizeBitmap &sizes) {
 }
 
 /// Adds sizes to those of the series; the reason when one was missing.
-unsigned add_missing(SeriesRecord &series, const SizeBitmap &sizes) {
+size_reasons add_missing(SeriesRecord &series, const SizeBitmap &sizes) {
     const SizeBitmap before = series.sizes;
     series.sizes.add(sizes);
-    return series.sizes == before ? 0 : reason_missing;
+    return series.sizes == before ? 0 : size_reason(size_series_missing);
 }
 
 /// Drops sizes that do not exist. Size 0 means nothing, so it is ignored.
-unsigned drop_invalid(SeriesRecord &series) {
+size_reasons drop_invalid(SeriesRecord &series) {
     SizeBitmap before{};
     for (unsigned i = 1; i <= size_highest; i++) {
         if (series.sizes.test(i)) {
@@ -64,13 +56,13 @@ unsigned drop_invalid(SeriesRecord &series) {
         }
     }
     series.sizes = existing(before);
-    return series.sizes == before ? 0 : reason_invalid;
+    return series.sizes == before ? 0 : size_reason(size_series_invalid);
 }
 
 /// Walks the price groups that are in use: their last sizes belong to the series. Groups after one whose size
 /// does not exist are given up. `last` is the group where the walk ends, -1 for a series without groups.
-unsigned check_groups(SeriesRecord &series, int &last) {
-    unsigned reasons = 0;
+size_reasons check_groups(SeriesRecord &series, int &last) {
+    size_reasons reasons = 0;
     last = -1;
     for (int i = 0; i < price_groups && series.group_last[i] != 0; i++) {
         last = i;
@@ -99,7 +91,7 @@ std::uint8_t last_size(const SizeBitmap &sizes) {
 }
 
 /// Makes the last group end at the last size.
-unsigned end_groups(SeriesRecord &series, int group) {
+size_reasons end_groups(SeriesRecord &series, int group) {
     if (group < 0) {
         return 0;
     }
@@ -108,15 +100,15 @@ unsigned end_groups(SeriesRecord &series, int group) {
         return 0;
     }
     series.group_last[group] = last;
-    return reason_groups;
+    return size_reason(size_series_groups);
 }
 
 /// Mends the sizes of a series; the reasons for it, 0 for none.
-unsigned mend_sizes(SeriesRecord &series) {
+size_reasons mend_sizes(SeriesRecord &series) {
     sizes_view_kind(series);
     SizeBitmap priced{};
     const bool has_prices = sizes_of_prices(series, priced);
-    unsigned reasons = drop_invalid(series);
+    size_reasons reasons = drop_invalid(series);
     reasons |= add_missing(series, sizes_of_labels(series));
     reasons |= add_missing(series, priced);
     if (!has_prices) {
@@ -128,20 +120,20 @@ unsigned mend_sizes(SeriesRecord &series) {
         SizeBitmap all{};
         std::fill(std::begin(all.bytes), std::end(all.bytes), std::uint8_t{0xFF});
         series.sizes = existing(all);
-        reasons |= reason_empty;
+        reasons |= size_reason(size_series_empty);
     }
     return reasons | end_groups(series, group);
 }
 
 /// The same for what stands on file, under its lock: another program may have changed it meanwhile.
-unsigned mend_on_file(const SeriesKey &key) {
+size_reasons mend_on_file(const SeriesKey &key) {
     SeriesRecord series{};
     series.key = key;
     if (!IXREADLOCK(chk_files.rvser, &series)) {
         IXFREE(chk_files.rvser, &series);
         return 0;
     }
-    const unsigned reasons = mend_sizes(series);
+    const size_reasons reasons = mend_sizes(series);
     if (reasons != 0) {
         IXREWRITE(chk_files.rvser, &series);
     } else {
@@ -150,48 +142,38 @@ unsigned mend_on_file(const SeriesKey &key) {
     return reasons;
 }
 
-void print_mended(const SeriesRecord &series, unsigned reasons) {
-    chk_room(sizes_margin);
-    prt_printf("%s %9d  %s:", ser_text(series.key).c_str(), int{series.size_kind},
-               detail_text(12, 22, "Serie hersteld"));
-    const auto add = [&](unsigned reason, const char *text) {
-        if ((reasons & reason) != 0) {
-            prt_printf(" %s,", text);
+void tell(const SeriesRecord &series, size_reasons reasons) {
+    for (const size_finding reason :
+         {size_series_invalid, size_series_missing, size_series_empty, size_series_groups}) {
+        if (chk_is_heard() && (reasons & size_reason(reason)) != 0) {
+            chk_found(size_findings()[reason], "RVSER",
+                      {field_of(series.key), field_of("size_kind", series.size_kind)});
         }
-    };
-    add(reason_invalid, detail_text(12, 23, "ongeldige maten"));
-    add(reason_missing, detail_text(12, 24, "ontbrekende maten"));
-    add(reason_empty, detail_text(12, 25, "lege maatbalk"));
-    add(reason_groups, detail_text(12, 26, "foutieve prijsgroepen"));
-    prt_newline();
+    }
 }
 
 }  // namespace
 
-std::int64_t sizes_check_series() {
+std::int64_t size_check::check_series() {
     std::int64_t mended = 0;
     const key_switch key(chk_files.rvser, 1);
-    sizes_bar_open();
+    bar_open();
     SeriesRecord series{};
     sizes_walk_by_key(chk_files.rvser, series, 0, [&] {
-        if (ing_interrupted()) {
+        if (op_interrupted()) {
             return false;
         }
         SeriesRecord tried = series;
         if (mend_sizes(tried) != 0) {
-            if (const unsigned reasons = mend_on_file(series.key); reasons != 0) {
-                print_mended(series, reasons);
+            if (const size_reasons reasons = mend_on_file(series.key); reasons != 0) {
+                sizes_print_mended(series, reasons);
+                tell(series, reasons);
                 mended++;
             }
         }
-        sizes_bar_step();
+        bar_step();
         return true;
     });
-    sizes_bar_close();
+    chk_progress(0, 0, chk_bar::close);
     return mended;
-}
-
-void sizes_series_columns() {
-    prt_printf("%-14.14s %9.9s  %s", detail_text(12, 18, "serienummer"), detail_text(12, 11, "maatsoort"),
-               detail_text(12, 21, "hersteld"));
 }

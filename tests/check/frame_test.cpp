@@ -3,91 +3,170 @@
 #include "check/frame/frame.h"
 
 #include <algorithm>
+#include <fstream>
+#include <set>
 #include <sstream>
 
-#include "support/scratch_dir.h"
-#include "support/shop_bytes.h"
-#include "support/terminal.h"
-#include "tools/shop/shop.h"
+#include "check/frame/columns.h"
+#include "support/check_case.h"
 
 namespace {
 
-constexpr unsigned at_series_date = 18 * 64 + 2;
+constexpr unsigned at_series_date = 2;
 
-class Frame : public ScratchDir {
+struct ProbeError {
+    little_uint32_t number;
+    std::uint8_t carried[4];
+};
+
+std::set<unsigned> numbers_in(const char *file) {
+    std::ifstream text(file);
+    std::set<unsigned> numbers;
+    for (unsigned number = 0; text >> number;) {
+        numbers.insert(number);
+    }
+    return numbers;
+}
+
+void note(const std::string &what) {
+    std::ofstream("verloop.txt", std::ios::app) << what << "\n";
+}
+
+/// A check with nothing of its own. It lists the numbers in `fouten.txt`; its repair takes out those below
+/// 100, one round after the other. Words:
+///   full           a full run            before needed own   when the report is opened
+///   passes         a clean run without a report counts
+///   goes-on        with no destination the question is asked all the same
+///   passed         the flag stands already                   withdraws           errors take it back
+///   endless        the walk ends when it is broken off
+class probe_check final : public chk_check {
+public:
+    explicit probe_check(const std::set<std::string> &given)
+        : chk_check({.flag = &ok_series,
+                     .date = &SysRow19::series,
+                     .withdraws = given.contains("withdraws"),
+                     .report_time = given.contains("before")   ? chk_report_time::before_walk
+                                    : given.contains("needed") ? chk_report_time::as_needed
+                                    : given.contains("own")    ? chk_report_time::by_check
+                                                               : chk_report_time::after_walk,
+                     .refusal = {.ends = !given.contains("goes-on"),
+                                 .keeps_flag = given.contains("passes"),
+                                 .keeps_date = given.contains("passes")}}),
+          words(given) {}
+
+    const char *status() const override {
+        return "proef controleren";
+    }
+    const char *title() const override {
+        return words.contains("full") ? "proef: vol" : "proef controleren";
+    }
+    void open() override {
+        errors.open();
+        note(errors.file_name().substr(0, 4));
+    }
+    bool walk() override {
+        const std::set<unsigned> numbers = numbers_in("fouten.txt");
+        chk_phase("FASE-1: proef", static_cast<std::uint32_t>(numbers.size()));
+        bool broken_off = false;
+        do {
+            for (const unsigned number : numbers) {
+                ProbeError error{};
+                error.number = number;
+                errors.add(error);
+            }
+            broken_off = op_interrupted();
+        } while (words.contains("endless") && !broken_off);
+        chk_progress(0, 0, chk_bar::close);
+        return !broken_off;
+    }
+    bool has_errors() override {
+        return !errors.empty();
+    }
+    void heads(bool first_page) override {
+        if (first_page) {
+            prt_printf("%s\n", "alleen op het eerste blad");
+        }
+        prt_printf("%8.8s\n", "nummer");
+        chk_dashes();
+    }
+    void report() override {
+        const bool own = words.contains("own");
+        if (own && !chk_open_report()) {
+            return;
+        }
+        errors.for_each([](const ProbeError &error) {
+            chk_room(2);
+            print_cell(number_cell("%8ld", static_cast<long>(error.number.value())));
+            prt_newline();
+        });
+        if (own) {
+            prt_close("");
+        }
+    }
+    void figures() override {
+        prt_printf("%s\n", "verder niets");
+    }
+    void repair() override {
+        std::ostringstream left;
+        for (const unsigned number : numbers_in("fouten.txt")) {
+            if (number >= 100) {
+                left << number - 100 << "\n";
+            }
+        }
+        std::ofstream("fouten.txt") << left.str();
+        note("hersteld");
+    }
+    void close() override {
+        errors.close();
+        note("gesloten");
+    }
+
+private:
+    const std::set<std::string> words;
+    error_list<ProbeError> errors{"probe", {{"key-1", false, {{'I', 0, 4}}}}};
+};
+
+class Frame : public CheckCase {
 protected:
     void SetUp() override {
-        ScratchDir::SetUp();
-        ShopOptions options;
-        options.series = 3;
-        options.customers = 0;
-        std::string why;
-        ASSERT_TRUE(build_shop(options, shop, why)) << why;
+        CheckCase::SetUp();
+        make({.series = 3, .customers = 0});
         shop.settings.branches = 3;
     }
-    void write(const std::string &errors) {
-        std::string why;
-        ASSERT_TRUE(write_shop(shop, ".", shop_target::any, why)) << why;
+    /// Runs the probe on the numbers of `errors`.
+    CheckRun run(const std::string &list, const std::string &errors, const std::string &answers = "J",
+                 const std::string &break_at = "") {
+        write();
         put("fouten.txt", errors);
-        put("rapport.txt");
-        put("uitkomst.txt");
-    }
-    static TerminalOptions probe(const std::string &words) {
-        TerminalOptions options;
-        options.program = FRAME_PROBE;
-        std::istringstream list(words);
-        for (std::string word; list >> word;) {
-            options.arguments.push_back(word);
-        }
-        return options;
-    }
-    /// Runs the probe, typing each answer at a question. Gives what it noted.
-    static std::string run(const std::string &words, const std::string &answers = "") {
-        Terminal t(probe(words));
-        for (std::size_t round = 0; round < answers.size(); round++) {
-            // The report is out before the question, so the question of the round before is not meant.
-            EXPECT_TRUE(t.wait_until([&] { return round == 0 || reports() > static_cast<int>(round); },
-                                     "the report of this round"));
-            EXPECT_TRUE(t.wait_row(23, "Er zijn fouten gevonden. Automatisch herstellen? (J/N)"));
-            if (answers[round] != '.') {
-                t.type(answers.substr(round, 1));
-            }
-            t.key("ENTER");
-        }
-        EXPECT_EQ(t.wait_exit(), 0) << t.dump();
-        EXPECT_FALSE(temporary_files()) << "an error list was left";
-        return get("uitkomst.txt");
-    }
-    static bool temporary_files() {
+        put("verloop.txt");
+        std::istringstream text(list);
+        const std::set<std::string> words{std::istream_iterator<std::string>(text), {}};
+        CheckRun run = play(
+            {.answers = answers, .break_at = break_at, .refuses = words.contains("refuse"), .page_lines = 20},
+            [&] {
+                chk_full_run = words.contains("full");
+                ok_series = words.contains("passed");
+                probe_check probe(words);
+                chk_perform(probe);
+                note(ok_series ? "goed" : "niet goed");
+            });
+        EXPECT_EQ(run.status, 0) << run;
         std::string pattern = "TP*";
-        return FILES_PRESENT(pattern) != 0;
+        EXPECT_EQ(FILES_PRESENT(pattern), 0) << "an error list was left";
+        return run;
     }
-    static unsigned date_on_file() {
-        return Bytes(sys_file_name).u16(at_series_date);
+    static std::string noted() {
+        return get("verloop.txt");
     }
-    /// The lines of all reports, without the form feeds.
-    static std::vector<std::string> report_lines() {
-        std::vector<std::string> lines;
-        std::istringstream text(get("rapport.txt"));
-        for (std::string line; std::getline(text, line);) {
-            lines.push_back(line[0] == '\f' ? line.substr(1) : line);
-        }
-        return lines;
-    }
-    static int reports() {
-        const std::vector<std::string> lines = report_lines();
-        return static_cast<int>(std::count(lines.begin(), lines.end(), "EINDE"));
-    }
-    Shop shop;
 };
 
 TEST_F(Frame, CleanRunTellsSoAndSetsTheDate) {
     shop.dates.series = date_from_str("05032013");
-    write("");
-    EXPECT_EQ(run(""), "TP01\ngesloten\ngoed\n");
-    EXPECT_EQ(date_on_file(), date_today());
-    const std::vector<std::string> lines = report_lines();
-    ASSERT_EQ(lines.size(), 10U) << get("rapport.txt");
+    const CheckRun clean = run("", "");
+    EXPECT_EQ(noted(), "TP01\ngesloten\ngoed\n");
+    EXPECT_EQ(date_on_file(at_series_date), date_today());
+    const std::vector<std::string> &lines = clean.report;
+    ASSERT_GE(lines.size(), 9U) << clean;
     const std::string title = "BESTANDSCONTROLES: PROEF CONTROLEREN";
     EXPECT_NE(lines[0].find(title), std::string::npos);
     EXPECT_EQ(lines[0].find(shop.settings.company), 0U);
@@ -143,10 +222,12 @@ TEST_F(Frame, CourseFollowsErrorsAnswersAndDestination) {
     for (const Outcome &outcome : outcomes) {
         const std::string name = std::string(outcome.words) + " [" + outcome.errors + "]";
         shop.dates.series = 0;
-        write(outcome.errors);
-        EXPECT_EQ(run(outcome.words, outcome.answers), outcome.noted) << name;
-        EXPECT_EQ(date_on_file(), outcome.dated ? date_today() : 0U) << name;
-        EXPECT_EQ(reports(), outcome.reports) << name;
+        const CheckRun done =
+            run(outcome.words, outcome.errors, *outcome.answers == '\0' ? "X" : outcome.answers);
+        EXPECT_EQ(noted(), outcome.noted) << name;
+        EXPECT_EQ(done.questions.size(), std::string(outcome.answers).size()) << name;
+        EXPECT_EQ(date_on_file(at_series_date), outcome.dated ? date_today() : 0U) << name;
+        EXPECT_EQ(done.jobs, outcome.reports) << name;
     }
 }
 
@@ -156,13 +237,9 @@ TEST_F(Frame, PagesRepeatTheHeadsOnly) {
         errors += std::to_string(number) + "\n";
     }
     shop.settings.branches = 1;
-    write(errors);
-    run("full", "N");
-    const std::vector<std::string> lines = report_lines();
-    const auto count = [&](const std::string &text) {
-        return std::count_if(lines.begin(), lines.end(),
-                             [&](const std::string &line) { return line.find(text) != std::string::npos; });
-    };
+    const CheckRun paged = run("full", errors, "N");
+    const std::vector<std::string> &lines = paged.report;
+    const auto count = [&](const std::string &text) { return paged.count(text); };
     EXPECT_EQ(count("PROEF: VOL"), 4);
     EXPECT_EQ(count("BESTANDSCONTROLES"), 0) << "a title with a colon stands alone";
     EXPECT_EQ(count("  nummer"), 4);
@@ -183,30 +260,16 @@ TEST_F(Frame, PagesRepeatTheHeadsOnly) {
 TEST_F(Frame, BreakingOffLeavesFlagAndDate) {
     shop.dates.series = 12345;
     for (const char *words : {"endless", "endless before", "endless passed withdraws"}) {
-        write("1 2 3");
-        Terminal t(probe(words));
-        ASSERT_TRUE(t.wait_for("FASE-1: proef"));
-        EXPECT_TRUE(t.wait_row(1, "BESTANDSCONTROLES * Proef controleren"));
-        t.key("CANCEL");
-        ASSERT_TRUE(t.wait_for("Onderbreken"));
-        t.type("N");
-        t.key("ENTER");
-        ASSERT_TRUE(t.wait_gone("Onderbreken"));
-        ASSERT_TRUE(t.wait_for("FASE-1: proef"));
-        t.key("CANCEL");
-        ASSERT_TRUE(t.wait_for("Onderbreken"));
-        t.type("J");
-        t.key("ENTER");
-        EXPECT_EQ(t.wait_exit(), 0) << t.dump();
+        const CheckRun broken = run(words, "1 2 3", "J", "FASE-1: proef");
         const bool passed = std::string(words).find("passed") != std::string::npos;
-        EXPECT_EQ(get("uitkomst.txt"), std::string("TP01\ngesloten\n") + (passed ? "goed\n" : "niet goed\n"));
-        EXPECT_EQ(date_on_file(), 12345U);
-        EXPECT_EQ(get("rapport.txt"), "");
-        EXPECT_FALSE(temporary_files());
+        EXPECT_EQ(noted(), std::string("TP01\ngesloten\n") + (passed ? "goed\n" : "niet goed\n"));
+        EXPECT_EQ(date_on_file(at_series_date), 12345U);
+        EXPECT_EQ(broken.jobs, 0);
+        EXPECT_TRUE(broken.questions.empty());
     }
 }
 
-// ---- Parts that need no screen
+// ---- Lists and maps
 
 struct Finding {
     little_uint32_t group;

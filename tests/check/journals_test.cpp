@@ -1,14 +1,19 @@
 // The check of the order journals: what becomes of a journal, of the list of its orders and of their labels.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <set>
 
 #include "base/base.h"
+#include "check/check.h"
 #include "check/journals/walk.h"
 #include "support/check_case.h"
 
@@ -200,6 +205,7 @@ TEST_F(Journals, EachHasItsOutcomeAndTheNextRunMendsTheRest) {
             EXPECT_EQ(file_exists(copy_file), !passes);
             EXPECT_EQ(run.reports("Geen fouten gevonden!"), passes) << run;
             EXPECT_EQ(run.count("FOUT"), outcome.report == nullptr ? 0 : 1) << run;
+            EXPECT_EQ(run.codes.size(), passes ? 0U : 1U) << run;
             if (outcome.report != nullptr) {
                 EXPECT_TRUE(run.reports(std::string("2012Z ORD0001.JRN: ") + outcome.report)) << run;
                 EXPECT_TRUE(run.reports("CONTROLE ORDERJOURNAALS")) << run;
@@ -283,6 +289,51 @@ TEST_F(Journals, OneThatFailsDoesNotKeepTheOthersBack) {
     put("2012Z/ORD0002.JRN", journal("O18 M D S"));
     EXPECT_EQ(check("journals").flags, "journals");
     EXPECT_EQ(listed(), "5001 5003 5004");
+}
+
+TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {
+    write_journal("O17 M D F", "17");
+    EXPECT_EQ(check("journals").found(), "journals.7") << "the last record is out of place";
+    // A program that ignores the lock writes behind the back of the walk.
+    write_journal("O17 M D S", "17");
+    EXPECT_EQ(play({},
+                   [] {
+                       isam_operator.leave_if_due = [] {
+                           std::filesystem::last_write_time(
+                               journal_file,
+                               std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+                       };
+                       chk_journals();
+                   })
+                  .found(),
+              "journals.4");
+    // Another program deletes the journal between its listing and its opening.
+    write_journal("O17 M D S", "17");
+    EXPECT_EQ(play({},
+                   [] {
+                       isam_operator.show = [](op_field, const char *, const char *value) {
+                           if (value != nullptr) {
+                               unlink(journal_file);
+                           }
+                       };
+                       chk_journals();
+                   })
+                  .found(),
+              "journals.6");
+    // There is no room for the copy.
+    std::string words;
+    for (int order = 0; order < 2000; order++) {
+        words += "O" + std::to_string(1000 + order) + " M D S ";
+    }
+    write_journal(words, "");
+    const CheckRun full = play({}, [] {
+        constexpr rlimit room{100000, 100000};
+        std::signal(SIGXFSZ, SIG_IGN);
+        setrlimit(RLIMIT_FSIZE, &room);
+        chk_journals();
+    });
+    EXPECT_EQ(full.found(), "journals.5") << full;
+    EXPECT_EQ(bytes_of(journal_file), journal(words));
 }
 
 TEST_F(Journals, LabelChainsThatLeadAstrayStopNothing) {

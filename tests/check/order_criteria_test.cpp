@@ -143,6 +143,7 @@ TEST_F(OrderCriteria, DamageIsMendedInOneRun) {
         const CheckRun first = check("order_criteria");
         EXPECT_EQ(first.count(corrected), damage.corrected) << first;
         EXPECT_EQ(first.count(deleted), damage.deleted) << first;
+        EXPECT_EQ(std::count(first.codes.begin(), first.codes.end(), "order_criteria.2"), damage.deleted);
         EXPECT_EQ(first.flags, damage.corrected + damage.deleted == 0 ? passed : "");
         EXPECT_TRUE(first.questions.empty()) << first;
         EXPECT_EQ(live_blocks(), live) << "a block of a series was lost";

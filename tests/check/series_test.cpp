@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "base/strformat.h"
-#include "sub/serieskey.h"
+#include "data/serieskey.h"
 #include "support/check_case.h"
 
 namespace {

@@ -14,7 +14,8 @@
 
 #include "check/check.h"
 #include "check/customers/customers.h"
-#include "sub/sub.h"
+#include "check/session/session.h"
+#include "data/data.h"
 #include "support/check_case.h"
 
 namespace {
@@ -86,7 +87,7 @@ private:
         iotab(tab_action::open, sys_row, nullptr, 0, 0, 0);
         iotab_row(tab_action::read, row_settings, sys_settings);
         iotab_row(tab_action::read, row_country, sys_country);
-        chk_session_files_open();
+        chk_session_open();
         customers = IXOPEN("RVKLT", ix_shared);
         ink_open(ink_mode::write);
         eti_file(eti_action::open);
@@ -102,7 +103,7 @@ private:
         eti_file(eti_action::close);
         ink_close();
         IXCLOSE(customers);
-        chk_session_files_close();
+        chk_session_close();
     }
     void miss(const char *what, int index, int detail) {
         std::fprintf(stderr, "%s %d, %d\n", what, index, detail);
@@ -377,7 +378,6 @@ protected:
 };
 
 TEST_F(TillBeside, LosesNothingToACheckRun) {
-    setenv("BIN", std::filesystem::path(IXREORGK).parent_path().c_str(), 1);
     book = static_cast<ledger *>(
         mmap(nullptr, sizeof *book, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     ASSERT_NE(book, MAP_FAILED);

@@ -191,9 +191,9 @@ TEST_F(HandOff, SpoolerIsAskedForItsDestination) {
     wanted.copies = 3;
     ASSERT_TRUE(open());
     const std::string job = prt_job.job_file;
-    EXPECT_TRUE(prt_job.spooler);
     prt_printf("regel\n");
     prt_close("");
+    EXPECT_TRUE(prt_job.spooler);
     ASSERT_TRUE(all_gone());
     EXPECT_EQ(get("calls"), "lpstat -v winkel 1\nlp -dwinkel 1 -n3 -c -s " + job + "\n");
     EXPECT_EQ(get("spooled"), "regel\n\f");
@@ -211,8 +211,9 @@ TEST_F(HandOff, SpoolerIsAskedForItsDestination) {
         wanted.device = device;
         wanted.aux = aux;
         ASSERT_TRUE(open());
-        EXPECT_FALSE(prt_job.spooler);
+        prt_printf("regel\n");
         prt_close("");
+        EXPECT_FALSE(prt_job.spooler);
     }
     EXPECT_FALSE(file_exists("calls"));
 }
@@ -301,10 +302,10 @@ TEST_F(Spooler, TwoCopiesArrive) {
     prt_modules.job_open = prt_job_open;
     ASSERT_TRUE(XPRT_OPEN({2, 0, 1}, prt_fits_132, nullptr));
     prt_modules.job_open = open_wanted;
-    EXPECT_TRUE(prt_job.spooler);
     prt_job.copies = 2;
     prt_printf("uit de tabel\n");
     prt_close("");
+    EXPECT_TRUE(prt_job.spooler);
     EXPECT_TRUE(all_gone());
     EXPECT_TRUE(eventually([] { return count("arrived", "uit de tabel\n\f") == 2; })) << get("arrived");
     // A destination that the spooler does not know is a plain device.

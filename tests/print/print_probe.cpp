@@ -174,10 +174,10 @@ int main(int argc, char **argv) {
         {"no-job-file", no_job_file},
         {"no-directory", no_directory},
     };
-    prt_modules = {};
-    prt_modules.job_open = open_wanted;
-    if (argc == 6) {
-        prt_modules = {prt_job_open, PRT_SCR};
+    prt_install();
+    if (argc != 6) {
+        prt_modules.job_open = open_wanted;
+        prt_modules.preview = nullptr;
     }
     SCRINIT();
     busy_release();

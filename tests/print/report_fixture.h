@@ -25,7 +25,8 @@ struct Report : ScratchDir {
         for (const char *name : {"MAXFMT", "SYSBUF", "MAXSYSBUF"}) {
             unsetenv(name);
         }
-        prt_modules = {};
+        prt_install();
+        prt_modules.preview = nullptr;
         prt_modules.job_open = [](const print_setup &, std::uint16_t, const char *) {
             prt_job = wanted;
             return prt_job_start();

@@ -1,7 +1,7 @@
 // Random operations on pairs of one to five keys, held against the model after every one of them. The count
-// of operations for each pair and mode comes from STORE_MODEL_OPS, the first seed from STORE_MODEL_SEED.
+// of operations for each pair and way of opening comes from STORE_MODEL_OPS, the first seed from
+// STORE_MODEL_SEED.
 #include <algorithm>
-#include <cstdlib>
 #include <random>
 
 #include "support/store/model.h"
@@ -22,15 +22,35 @@ const shape shapes[] = {
      {"vier sleutels,64", "tekst,C,1,10", "groep,I,11,11", "drie,I,12,14,C,15,18", "n,NODUPS,C,1,10"}},
     {"VIJF",
      {"vijf sleutels,90", "lang,C,1,60", "a,C,61,64", "b,I,65,66,C,61,62", "c,I,67,70", "d,C,71,74,I,65,66"}},
+    // Few values, in spite of "no duplicates": equal keys fill whole leaves. An integer of 20 bytes weighs
+    // nothing.
+    {"GELIJK", {"gelijke sleutels,30", "nr,I,1,4", "n,NODUPS,I,5,5,I,6,25"}},
 };
 
-int from_environment(const char *name, int fallback) {
-    const char *text = std::getenv(name);
-    return text == nullptr ? fallback : std::atoi(text);
-}
+enum class way { exact, first, next, previous };
+enum class fills { nothing, key, record };
+
+struct reading {
+    const char *name;
+    bool (*call)(ICB *, void *, int);
+    way go;
+    fills what;
+};
+const reading readings[] = {
+    {"IXREAD", [](ICB *icb, void *record, int) { return IXREAD(icb, record); }, way::exact, fills::record},
+    {"IXFINDP", [](ICB *icb, void *record, int parts) { return IXFINDP(icb, record, parts); }, way::exact,
+     fills::nothing},
+    {"IXFIRSTR", IXFIRSTR, way::first, fills::record},
+    {"IXNEXTR", IXNEXTR, way::next, fills::record},
+    {"IXPREVR", IXPREVR, way::previous, fills::record},
+    {"IXFIRSTK", IXFIRSTK, way::first, fills::key},
+    {"IXNEXTK", IXNEXTK, way::next, fills::key},
+    {"IXPREVK", IXPREVK, way::previous, fills::key},
+};
 
 struct run {
     ICB *icb = nullptr;
+    std::vector<ICB *> handles;
     store_model model;
     std::mt19937 random;
     std::string name;
@@ -41,15 +61,21 @@ struct run {
     int below(int n) {
         return static_cast<int>(random() % static_cast<unsigned>(n));
     }
-
-    bool live(std::int32_t n) const {
-        return n >= 0 && !model.slots[static_cast<std::size_t>(n)].empty();
+    int slots() const {
+        return static_cast<int>(model.slots.size());
     }
-
+    const bytes &slot(std::int32_t n) const {
+        return model.slots[static_cast<std::size_t>(n)];
+    }
+    bool live(std::int32_t n) const {
+        return n >= 0 && n < slots() && !slot(n).empty();
+    }
     int key() const {
         return icb->blk.bkey - 1;
     }
-
+    const std::vector<model_entry> &tree() const {
+        return model.trees[static_cast<std::size_t>(key())];
+    }
     int segments() const {
         const ix_keydef &def = icb->keydef[key()];
         return static_cast<int>(std::find(def.stype, def.stype + ix_max_segments, '\0') - def.stype);
@@ -68,13 +94,13 @@ struct run {
                 const bool far = below(20) == 0;
                 for (int at = def.sstart[s] - 1; at < def.send[s]; ++at) {
                     std::uint8_t &byte = record[static_cast<std::size_t>(at)];
+                    const bool tail = at - def.sstart[s] > 2 && below(4) != 0;
                     if (def.stype[s] == 'C') {
-                        byte =
-                            at - def.sstart[s] > 2 && below(4) != 0 ? 0 : letters[below(std::size(letters))];
+                        byte = tail ? 0 : letters[below(std::size(letters))];
+                    } else if (far) {
+                        byte = below(2) == 0 ? 255 : 128;
                     } else {
-                        byte =
-                            far ? (below(2) == 0 ? 255 : 128)
-                                : static_cast<std::uint8_t>(at < def.sstart[s] ? below(40) : below(4) == 0);
+                        byte = static_cast<std::uint8_t>(at < def.sstart[s] ? below(40) : below(4) == 0);
                     }
                 }
             }
@@ -84,14 +110,48 @@ struct run {
 
     /// A record that exists, or one that mostly doesn't.
     bytes some_record() {
-        if (!model.slots.empty() && below(3) != 0) {
-            const bytes &slot =
-                model.slots[static_cast<std::size_t>(below(static_cast<int>(model.slots.size())))];
-            if (!slot.empty()) {
-                return slot;
+        const std::int32_t n = below(slots() + 1);
+        return live(n) && below(3) != 0 ? slot(n) : random_record();
+    }
+
+    /// Puts the fields of a key into a record.
+    void fill_in(bytes &record, const bytes &from) const {
+        const ix_keydef &def = icb->keydef[key()];
+        auto at = from.begin();
+        for (int s = 0; s < segments(); ++s) {
+            const int length = def.send[s] - def.sstart[s] + 1;
+            const auto to = record.begin() + def.sstart[s] - 1;
+            std::copy(at, at + length, to);
+            if (def.stype[s] == 'I') {
+                std::reverse(to, to + length);
             }
+            at += length;
         }
-        return random_record();
+    }
+
+    /// The record that a reading must find from `record` and `number`; in `record` what it must leave there.
+    std::int32_t lead(const reading &r, int parts, bytes &record, std::int32_t number) const {
+        const int k = key();
+        const bool by_record = r.what == fills::record;
+        const bytes wanted = model.key_of(k, record, by_record && r.go == way::first ? 0 : number);
+        const int compared = by_record ? 0 : parts;
+        std::size_t at =
+            r.go == way::next ? model.upper(k, compared, wanted) : model.lower(k, compared, wanted);
+        if (r.go == way::previous) {
+            --at;  // wraps when there is none before
+        }
+        const int alike = by_record ? parts : parts - 1;  // first segments that must be the same
+        if (at >= tree().size() ||
+            (r.go == way::exact ? model.compare(k, compared, tree()[at].key, wanted) != 0
+                                : alike > 0 && model.compare(k, alike, tree()[at].key, wanted) != 0)) {
+            return -1;
+        }
+        if (r.what == fills::key) {
+            fill_in(record, tree()[at].key);
+        } else if (by_record) {
+            record = slot(tree()[at].record);
+        }
+        return tree()[at].record;
     }
 
     /// What an operation gave, against what it should give.
@@ -101,140 +161,102 @@ struct run {
         ASSERT_EQ(area, record) << operation << " at step " << step;
     }
 
-    std::int32_t entry_record(std::size_t at) const {
-        const auto &tree = model.trees[static_cast<std::size_t>(key())];
-        return at < tree.size() ? tree[at].record : -1;
-    }
-
-    /// The entry `at`, if its first `parts` segments are those of the key.
-    std::int32_t in_group(std::size_t at, int parts, const bytes &wanted) const {
-        const auto &tree = model.trees[static_cast<std::size_t>(key())];
-        return at < tree.size() && (parts == 0 || model.compare(key(), parts, tree[at].key, wanted) == 0)
-                   ? tree[at].record
-                   : -1;
-    }
-
     void read_step() {
         area = some_record();
-        bytes before = area;
+        bytes record = area;
         icb->recno = below(4) == 0 ? below(20) : icb->recno;
-        const int k = key();
+        const reading &r = readings[below(std::size(readings))];
         const int parts = below(segments() + 1);
-        const bytes wanted = model.key_of(k, area, icb->recno);
-        const auto slot = [this, &before](std::int32_t n) {
-            return n >= 0 ? model.slots[static_cast<std::size_t>(n)] : before;
-        };
-        std::int32_t n = -1;
-        switch (below(7)) {
-            case 0: {
-                n = model.find(k, wanted);
-                const bool found = IXREAD(icb, area.data());
-                return expect("IXREAD", found, n, slot(n));
-            }
-            case 1: {
-                const bool found = IXFIND(icb, area.data());
-                return expect("IXFIND", found, model.find(k, wanted), before);
-            }
-            case 2: {
-                const bool found = IXFINDP(icb, area.data(), parts);
-                return expect("IXFINDP", found, model.find(k, wanted, parts), before);
-            }
-            case 3: {
-                const bytes first = model.key_of(k, area, 0);
-                n = in_group(model.lower(k, 0, first), parts, first);
-                const bool found = IXFIRSTR(icb, area.data(), parts);
-                return expect("IXFIRSTR", found, n, slot(n));
-            }
-            case 4: {
-                n = in_group(model.upper(k, 0, wanted), parts, wanted);
-                const bool found = IXNEXTR(icb, area.data(), parts);
-                return expect("IXNEXTR", found, n, slot(n));
-            }
-            case 5: {
-                const std::size_t at = model.lower(k, 0, wanted);
-                n = at == 0 ? -1 : in_group(at - 1, parts, wanted);
-                const bool found = IXPREVR(icb, area.data(), parts);
-                return expect("IXPREVR", found, n, slot(n));
-            }
-            default: {
-                n = below(static_cast<int>(model.slots.size()) + 3) - 1;
-                const std::int32_t noted = icb->recno;
-                const int result = IXGET(icb, area.data(), n);
-                if (n < 0 || n >= static_cast<std::int32_t>(model.slots.size())) {
-                    ASSERT_EQ(result, -1);
-                    return expect("IXGET", noted >= 0, noted, before);
-                }
-                ASSERT_EQ(result, live(n) ? 1 : 0) << "step " << step;
-                return expect("IXGET", true, n, live(n) ? slot(n) : area);
-            }
-        }
+        const std::int32_t number = lead(r, parts, record, icb->recno);
+        const bool found = r.call(icb, area.data(), parts);
+        expect(r.name, found, number, record);
     }
 
-    /// The forms by partial key fill in the key's fields only.
-    void partial_step() {
+    void skip_step() {
         area = some_record();
-        bytes after = area;
-        const int k = key();
+        std::int32_t position = below(slots() + 2) - 1;
         const int parts = below(segments() + 1);
-        const bytes wanted = model.key_of(k, area, icb->recno);
-        const std::size_t first = model.lower(k, parts, wanted);
-        const int what = below(3);
-        std::size_t at = what == 0 ? first : model.upper(k, parts, wanted);
-        if (what == 2) {
-            at = first - 1;  // wraps when there is none before
-        }
-        const std::int32_t n = parts > 1 ? in_group(at, parts - 1, wanted) : entry_record(at);
-        if (n >= 0) {
-            const bytes &entry = model.trees[static_cast<std::size_t>(k)][at].key;
-            const ix_keydef &def = icb->keydef[k];
-            std::size_t from = 0;
-            for (int s = 0; s < segments(); ++s) {
-                const auto length = static_cast<std::size_t>(def.send[s] - def.sstart[s] + 1);
-                bytes field(entry.begin() + static_cast<std::ptrdiff_t>(from),
-                            entry.begin() + static_cast<std::ptrdiff_t>(from + length));
-                if (def.stype[s] == 'I') {
-                    std::reverse(field.begin(), field.end());
-                }
-                std::copy(field.begin(), field.end(), after.begin() + def.sstart[s] - 1);
-                from += length;
+        const int n = below(9) - 4;
+        bytes record = live(position) ? slot(position) : area;
+        std::int32_t number = position;
+        std::int32_t reached = position;
+        for (int left = n == 0 && !live(position) ? 1 : n; left != 0; left -= left > 0 ? 1 : -1) {
+            number = lead(readings[left > 0 ? 6 : 7], parts, record, number);
+            if (number < 0) {
+                break;
             }
+            reached = number;
         }
-        const bool found = what == 0   ? IXFIRSTK(icb, area.data(), parts)
-                           : what == 1 ? IXNEXTK(icb, area.data(), parts)
-                                       : IXPREVK(icb, area.data(), parts);
-        expect(what == 0 ? "IXFIRSTK" : what == 1 ? "IXNEXTK" : "IXPREVK", found, n, after);
+        const bool found = IXSKIP(icb, area.data(), parts, n, &position);
+        expect("IXSKIP", found, number, number < 0 ? record : slot(number));
+        ASSERT_EQ(position, reached) << "step " << step;
     }
 
-    /// A whole walk of the current key, or a scan.
-    void walk_step() {
-        const auto &tree = model.trees[static_cast<std::size_t>(key())];
-        const bool back = below(2) == 0;
+    void get_step() {
+        area = random_record();
+        const bytes before = area;
+        const std::int32_t noted = icb->recno;
+        const std::int32_t n = below(slots() + 3) - 1;
+        const bool inside = n >= 0 && n < icb->nrecs;
+        ASSERT_EQ(IXGET(icb, area.data(), n), inside ? int{live(n)} : -1) << "step " << step;
+        ASSERT_EQ(icb->recno, inside ? n : noted);
+        ASSERT_EQ(area, !inside ? before : live(n) ? slot(n) : area);
+    }
+
+    /// A walk of the current key, forward from its start or back from its last entry. Of equal keys it sees
+    /// one. `dead` tells of records that a damaged file has lost.
+    void walk(bool back, const std::vector<bool> &dead = {}) {
         std::vector<std::int32_t> seen;
         std::vector<std::int32_t> wanted;
-        if (below(3) == 0) {
-            while (IXSEQ(icb, area.data())) {
-                seen.push_back(icb->recno);
-            }
-            for (std::int32_t n = 0; n < static_cast<std::int32_t>(model.slots.size()); ++n) {
-                if (live(n)) {
-                    wanted.push_back(n);
-                }
-            }
-        } else {
-            for (const model_entry &entry : tree) {
-                wanted.push_back(entry.record);
-            }
-            std::fill(area.begin(), area.end(), back ? std::uint8_t{255} : std::uint8_t{0});
-            icb->recno = back ? -1 : 0;
-            for (bool more = back ? IXPREV(icb, area.data()) : IXFIRST(icb, area.data()); more;
-                 more = back ? IXPREV(icb, area.data()) : IXNEXT(icb, area.data())) {
-                seen.push_back(icb->recno);
-            }
-            if (back) {
-                std::reverse(seen.begin(), seen.end());
+        for (std::size_t at = 0; at < tree().size(); ++at) {
+            const std::size_t other = back ? at + 1 : at - 1;
+            const bool start = back && other == tree().size();
+            const bool equal =
+                other < tree().size() && model.compare(key(), 0, tree()[at].key, tree()[other].key) == 0;
+            const std::int32_t record = tree()[at].record;
+            if (!start && !equal && (dead.empty() || !dead[static_cast<std::size_t>(record)])) {
+                wanted.push_back(record);
             }
         }
+        area.assign(static_cast<std::size_t>(model.reclen), 0);
+        icb->recno = 0;
+        if (back && !tree().empty()) {
+            icb->recno = tree().back().record;
+            area = slot(icb->recno);
+        }
+        for (bool more = back ? IXPREV(icb, area.data()) : IXFIRST(icb, area.data()); more;
+             more = back ? IXPREV(icb, area.data()) : IXNEXT(icb, area.data())) {
+            seen.push_back(icb->recno);
+        }
+        if (back) {
+            std::reverse(seen.begin(), seen.end());
+        }
         ASSERT_EQ(seen, wanted) << "step " << step << " key " << key() + 1 << (back ? " back" : "");
+    }
+
+    void scan() {
+        for (std::int32_t n = 0; n < icb->nrecs; ++n) {
+            if (live(n)) {
+                ASSERT_TRUE(IXSEQ(icb, area.data()));
+                ASSERT_EQ(icb->recno, n) << "step " << step;
+            }
+        }
+        ASSERT_FALSE(IXSEQ(icb, area.data()));
+    }
+
+    void delete_step() {
+        IXSWITCH(icb, 1);
+        if (!IXREADLOCK(icb, area.data())) {
+            return IXFREE(icb, area.data());
+        }
+        const std::int32_t n = icb->recno;
+        const bytes read = area;
+        ASSERT_FALSE(IXDELETE(icb, area.data()));
+        model.erase(n);
+        // Neither the record that is gone already nor another one is deleted.
+        icb->recno = below(2) == 0 ? n : below(slots());
+        ASSERT_FALSE(IXDELETE(icb, area.data()));
+        ASSERT_EQ(area, read);
     }
 
     void write_step() {
@@ -246,122 +268,144 @@ struct run {
         }
         const bytes record = area;
         const int k = icb->blk.bkey;
-        switch (below(8)) {
-            case 0:
-            case 1: {
-                IXSWITCH(icb, 1);
-                if (!IXREADLOCK(icb, area.data())) {
-                    IXFREE(icb, area.data());
-                    break;
-                }
-                const std::int32_t n = icb->recno;
-                const bytes read = area;
-                ASSERT_FALSE(IXDELETE(icb, area.data()));
-                ASSERT_EQ(area, read);
-                model.erase(n);
-                break;
+        const int what = below(8);
+        if (what < 2) {
+            delete_step();
+        } else if (what == 2) {
+            IXSWITCH(icb, 1);
+            if (IXREAD(icb, area.data())) {
+                area.back() = static_cast<std::uint8_t>(below(256));  // in no key
+                ASSERT_TRUE(IXREWRITE(icb, area.data()));
+                model.rewrite(icb->recno, area);
             }
-            case 2: {
-                const bytes changed = area;
-                IXSWITCH(icb, 1);
-                const std::int32_t n = model.find(0, model.key_of(0, area, 0));
-                ASSERT_EQ(IXREADLOCK(icb, area.data()), n >= 0);
-                area = changed;
-                ASSERT_TRUE(IXWRITEK(icb, area.data()));
-                ASSERT_EQ(icb->recno, model.write(area)) << "step " << step;
-                IXFREE(icb, area.data());
-                break;
-            }
-            case 3: {
-                IXSWITCH(icb, 1);
-                if (IXREAD(icb, area.data())) {
-                    bool in_key = false;
-                    for (const ix_keydef &def : model.keys) {
-                        in_key = in_key || *std::max_element(def.send, def.send + 10) >= model.reclen;
-                    }
-                    area.back() = in_key ? area.back() : static_cast<std::uint8_t>(below(256));
-                    ASSERT_TRUE(IXREWRITE(icb, area.data()));
-                    model.rewrite(icb->recno, area);
-                }
-                break;
-            }
-            default:
-                ASSERT_TRUE(IXWRITE(icb, area.data()));
-                ASSERT_EQ(area, record);
-                ASSERT_EQ(icb->recno, model.write(area)) << "step " << step;
-                ASSERT_EQ(icb->blk.bkey, k);
+        } else if (what == 3) {
+            IXSWITCH(icb, 1);
+            const std::int32_t n = model.find(0, model.key_of(0, area, 0));
+            ASSERT_EQ(IXREADLOCK(icb, area.data()), n >= 0);
+            area = record;
+            ASSERT_TRUE(IXWRITEK(icb, area.data()));
+            ASSERT_EQ(icb->recno, model.write(area)) << "step " << step;
+            IXFREE(icb, area.data());
+        } else {
+            ASSERT_TRUE(IXWRITE(icb, area.data()));
+            ASSERT_EQ(area, record);
+            ASSERT_EQ(icb->recno, model.write(area)) << "step " << step;
+            ASSERT_EQ(icb->blk.bkey, k);
         }
-        ASSERT_EQ(icb->nrecs, static_cast<int>(model.slots.size()));
-        ASSERT_EQ(icb->freehead, model.free.empty() ? -1 : model.free.back());
     }
 
     void one_step() {
+        icb = handles[static_cast<std::size_t>(below(static_cast<int>(handles.size())))];
         if (below(6) == 0) {
             IXSWITCH(icb, 1 + below(icb->nkeys));
         }
-        switch (below(12)) {
-            case 0:
-            case 1:
-            case 2:
-            case 3:
-            case 4:
-                return write_step();
-            case 5:
-            case 6:
-                return partial_step();
-            case 7:
-                return below(200) == 0 ? walk_step() : read_step();
-            default:
-                return read_step();
+        const int what = below(2400);
+        if (what < 1000) {
+            write_step();
+        } else if (what < 1001) {
+            walk(below(2) == 0);
+        } else if (what < 1003) {
+            scan();
+        } else if (what < 1200) {
+            get_step();
+        } else if (what < 1300) {
+            skip_step();
+        } else {
+            read_step();
         }
     }
 
-    void reopen() {
-        IXCLOSE(icb);
-        ASSERT_EQ(ix_verify(name), std::vector<std::string>{}) << "step " << step;
+    void open() {
+        handles = {IXOPEN(name.c_str(), mode)};
+        if (mode == ix_shared) {
+            handles.push_back(IXOPEN(name.c_str(), mode));  // the two are used in turn
+        }
+        icb = handles[0];
+    }
+
+    void close() {
+        for (ICB *each : handles) {
+            IXCLOSE(each);
+        }
+        expect_sound();
+    }
+
+    void expect_sound() const {
+        ASSERT_EQ(ix_verify(name), sound) << "step " << step;
         ASSERT_EQ(IXCHECK(name.c_str()), static_cast<std::int32_t>(model.free.size()));
-        if (below(3) == 0) {
-            ASSERT_TRUE(IXBLDIX(name.c_str()));
-            model.rebuild();
-            ASSERT_EQ(ix_verify(name), std::vector<std::string>{}) << "after a rebuild at step " << step;
-            ASSERT_EQ(IXCHECK(name.c_str()), static_cast<std::int32_t>(model.free.size()));
+    }
+
+    void rebuild() {
+        ix_rebuild_area = below(2) == 0 ? 65536 : 56 << 20;
+        ASSERT_TRUE(IXBLDIX(name.c_str()));
+        ix_rebuild_area = 56 << 20;
+        model.rebuild();
+        expect_sound();
+    }
+
+    /// Entries whose records are dead, which only a damaged file has: walks step over them, and a record that
+    /// is written again is whole.
+    void lose_records() {
+        std::vector<bool> dead(model.slots.size());
+        const auto reclen = static_cast<std::size_t>(model.reclen);
+        for (std::size_t n = 0; n < dead.size(); ++n) {
+            if (live(static_cast<std::int32_t>(n)) && below(3) == 0) {
+                dead[n] = true;
+                put_bytes(name + ".TXT", n * reclen, bytes(reclen, 0xFF));
+            }
         }
-        icb = IXOPEN(name.c_str(), mode);
+        open();
+        for (int k = 1; k <= icb->nkeys; ++k) {
+            IXSWITCH(icb, k);
+            walk(false, dead);
+            walk(true, dead);
+        }
+        IXSWITCH(icb, 1);
+        for (std::size_t n = 0; n < dead.size(); ++n) {
+            if (dead[n]) {
+                area = model.slots[n];
+                ASSERT_FALSE(IXREAD(icb, area.data()));
+                ASSERT_EQ(icb->recno, static_cast<std::int32_t>(n));
+                ASSERT_TRUE(IXWRITE(icb, model.slots[n].data()));
+            }
+        }
+        close();
     }
 };
 
-struct model_case {
-    int shape;
-    int mode;
-};
-
-class store_model_test : public store_test, public testing::WithParamInterface<model_case> {};
+class store_model_test : public store_test, public testing::WithParamInterface<std::tuple<int, int>> {};
 
 TEST_P(store_model_test, RandomOperations) {
-    const shape &of = shapes[GetParam().shape];
-    const int operations = from_environment("STORE_MODEL_OPS", 20000);
+    const auto [which, mode] = GetParam();
+    const shape &of = shapes[which];
     run r;
-    r.random.seed(static_cast<unsigned>(from_environment("STORE_MODEL_SEED", 1) * 100 + GetParam().shape));
+    r.random.seed(static_cast<unsigned>(from_environment("STORE_MODEL_SEED", 1) * 100 + which));
     r.name = of.name;
-    r.mode = GetParam().mode;
-    r.icb = make_pair_of(of.name, of.texts, r.mode);
+    r.mode = mode;
+    r.handles = {make_pair_of(of.name, of.texts)};
+    r.icb = r.handles[0];
     r.model.define(*r.icb);
-    for (r.step = 1; r.step <= operations && !HasFatalFailure(); ++r.step) {
+    r.close();
+    r.open();
+    for (r.step = 1; r.step <= from_environment("STORE_MODEL_OPS", 20000) && !HasFatalFailure(); ++r.step) {
         r.one_step();
         if (r.step % 1000 == 0 && !HasFatalFailure()) {
-            r.reopen();
+            r.close();
+            if (r.below(3) == 0 && !HasFatalFailure()) {
+                r.rebuild();
+            }
+            r.open();
         }
     }
-    IXCLOSE(r.icb);
-    EXPECT_EQ(ix_verify(r.name), std::vector<std::string>{});
+    ASSERT_FALSE(HasFatalFailure());
+    r.close();
+    if (r.name != "GELIJK") {  // there only a rebuild would do
+        r.lose_records();
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    shapes_and_modes, store_model_test,
-    testing::Values(model_case{0, 1}, model_case{0, 2}, model_case{1, 1}, model_case{1, 2}, model_case{2, 1},
-                    model_case{2, 2}, model_case{3, 1}, model_case{3, 2}, model_case{4, 1}, model_case{4, 2}),
-    [](const auto &tested) {
-        return std::string(shapes[tested.param.shape].name) + "_mode" + std::to_string(tested.param.mode);
-    });
+INSTANTIATE_TEST_SUITE_P(shapes_and_modes, store_model_test,
+                         testing::Combine(testing::Range(0, int{std::size(shapes)}),
+                                          testing::Values(ix_exclusive, ix_shared)));
 
 }  // namespace

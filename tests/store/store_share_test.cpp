@@ -1,4 +1,4 @@
-// Several processes on one pair for a while: STORE_SHARE_SECONDS, 3 when it isn't given.
+// Several processes on one pair for a while: STORE_SHARE_SECONDS, 2 when it isn't given.
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,207 +9,182 @@
 #include <cstring>
 #include <random>
 
-#include "store/store_internal.h"
 #include "support/store/store_fixture.h"
 
 namespace {
 
-constexpr int writers = 4;
-constexpr int readers = 2;
-constexpr int contested = 300;  // keys that are written and deleted all the time
-constexpr int steady = 40;      // keys between them that stay as they are
-
-struct item {
-    boost::endian::little_int32_t number;
-    boost::endian::little_int32_t count;
-    char name[32];
-};
-
-item of(int number, int count) {
-    item i{};
-    i.number = number;
-    i.count = count;
-    std::snprintf(i.name, sizeof i.name, "n%d", (number + count) % 17);
-    return i;
-}
+constexpr unsigned writers = 4;
+constexpr unsigned processes = 7;  // two readers, and one who opens the pair for himself at times
+constexpr int contested = 300;     // keys that are written and deleted all the time
+constexpr int steady = 40;         // keys between them that stay as they are
+constexpr int own_number = 7;      // of the one who opens the pair for himself
 
 /// What the processes share beside the pair. A line of the ledger is looked at and changed by none but the
 /// owner of the record's lock or of the key's reservation, so it tells what he must find in the file.
 struct shared_state {
     struct {
-        int present;
+        bool present;
         int count;
     } ledger[contested];
-    std::array<std::atomic<long>, writers + readers> done;
+    std::array<std::atomic<long>, processes> done;
     std::atomic<int> stop;
 };
 shared_state *state = nullptr;
 
-[[noreturn]] void fail(const char *what, int number, int found, int expected) {
-    std::fprintf(stderr, "%s: key %d, found %d, not %d\n", what, number, found, expected);
-    std::_Exit(2);
+void demand(bool holds, const char *what, int key) {
+    if (!holds) {
+        std::fprintf(stderr, "%s: key %d\n", what, key);
+        std::_Exit(2);
+    }
 }
 
-void write_on_and_on(unsigned seed) {
-    std::mt19937 random(seed);
-    ICB *icb = IXOPEN("S", ix_shared);
-    while (state->stop == 0) {
-        const int key = static_cast<int>(random() % contested);
-        auto &line = state->ledger[key];
-        item i = of(key * 10, 0);
-        const bool found = IXREADLOCK(icb, &i);
-        if (found != (line.present != 0)) {
-            fail("presence", key, found, line.present);
-        }
-        if (found && i.count != line.count) {
-            fail("count", key, i.count, line.count);
-        }
-        ++state->done[seed];
-        const unsigned choice = static_cast<unsigned>(random() % 8);
-        if (choice == 0) {
+void write_once(ICB *icb, std::mt19937 &random) {
+    const int key = static_cast<int>(random() % contested);
+    auto &line = state->ledger[key];
+    item i = item_of(key * 10);
+    const bool found = IXREADLOCK(icb, &i);
+    demand(found == line.present && (!found || i.count == line.count), "not as in the ledger", key);
+    const unsigned choice = static_cast<unsigned>(random() % 8);
+    if (choice == 0) {
+        IXFREE(icb, &i);
+    } else if (found && choice <= 2) {
+        line.present = false;
+        IXDELETE(icb, &i);
+    } else if (found && choice == 3) {
+        i.count = line.count = line.count + 1;  // in no key
+        IXREWRITE(icb, &i);
+    } else {
+        line.present = true;
+        i = item_of(key * 10, ++line.count);
+        if (choice == 4) {
+            IXWRITEK(icb, &i);
             IXFREE(icb, &i);
-        } else if (found && choice <= 2) {
-            line.present = 0;
-            IXDELETE(icb, &i);
-        } else if (found && choice == 3) {
-            i.count = line.count = line.count + 17;  // the name stays the same
-            IXREWRITE(icb, &i);
         } else {
-            line.present = 1;
-            ++line.count;
-            i = of(key * 10, line.count);
-            if (choice == 4) {
-                IXWRITEK(icb, &i);
-                IXFREE(icb, &i);
-            } else {
-                IXWRITE(icb, &i);
-            }
+            IXWRITE(icb, &i);
         }
     }
-    IXCLOSE(icb);
 }
 
 /// A key may be out of sight while a block is split, but not for long.
 void demand_steady(ICB *icb, int key) {
-    for (int attempt = 0; attempt < 5000; ++attempt) {
-        item i = of(key * 10 + 5, 1);
-        if (IXREAD(icb, &i)) {
-            if (i.number != key * 10 + 5 || i.count != 1) {
-                fail("steady record", key, i.count, 1);
-            }
-            return;
-        }
+    item i = item_of(key * 10 + 5, 1);
+    for (int attempt = 0; !IXREAD(icb, &i); ++attempt) {
+        demand(attempt < 5000, "steady record lost", key);
         usleep(1000);
     }
-    fail("steady record", key, 0, 1);
+    demand(i.number == key * 10 + 5 && i.count == 1, "steady record", key);
 }
 
-void read_on_and_on(unsigned seed) {
-    std::mt19937 random(seed);
-    ICB *icb = IXOPEN("S", ix_readonly);
-    while (state->stop == 0) {
-        demand_steady(icb, static_cast<int>(random() % steady));
-        // A record may be another one by the time it is read, so a walk can come back; it must go on.
-        IXSWITCH(icb, 1 + static_cast<int>(random() % 2));
-        item i{};
-        int left = 2000;
-        const bool forward = random() % 2 == 0;
-        if (!forward) {
-            std::memset(&i, 0xFE, sizeof i);
-            IXFIND(icb, &i);
-        }
-        for (bool more = forward ? IXFIRST(icb, &i) : IXPREV(icb, &i); more && --left > 0;
-             more = forward ? IXNEXT(icb, &i) : IXPREV(icb, &i)) {
-        }
-        IXSWITCH(icb, 1);
-        int seen = 0;
-        while (IXSEQ(icb, &i)) {
-            const item unchanged = of(i.number, 1);
-            seen += i.number % 10 == 5 && std::memcmp(&i, &unchanged, sizeof i) == 0 ? 1 : 0;
-        }
-        if (seen != steady) {
-            fail("scan", 0, seen, steady);
-        }
-        ++state->done[seed];
+void read_once(ICB *icb, std::mt19937 &random) {
+    demand_steady(icb, static_cast<int>(random() % steady));
+    // A record may be another one by the time it is read, so a walk can come back; it must go on.
+    IXSWITCH(icb, 1 + static_cast<int>(random() % 3));
+    item i{};
+    int left = 2000;
+    const bool forward = random() % 2 == 0;
+    if (!forward) {
+        std::memset(&i, 0xFE, sizeof i);
+        IXFIND(icb, &i);
     }
-    IXCLOSE(icb);
+    for (bool more = forward ? IXFIRST(icb, &i) : IXPREV(icb, &i); more && --left > 0;
+         more = forward ? IXNEXT(icb, &i) : IXPREV(icb, &i)) {
+    }
+    IXSWITCH(icb, 1);
+    int seen = 0;
+    while (IXSEQ(icb, &i)) {
+        const item unchanged = item_of(i.number, 1);
+        seen += i.number % 10 == 5 && std::memcmp(&i, &unchanged, sizeof i) == 0 ? 1 : 0;
+    }
+    demand(seen == steady, "scan", seen);
 }
 
-class store_share : public store_test {
-protected:
-    void SetUp() override {
-        store_test::SetUp();
-        void *memory =
-            mmap(nullptr, sizeof(shared_state), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-        ASSERT_NE(memory, MAP_FAILED);
-        state = static_cast<shared_state *>(memory);
-    }
-    void TearDown() override {
-        ix_lock_wait = plain;
-        munmap(state, sizeof *state);
-        store_test::TearDown();
-    }
-    void (*plain)(ICB *) = ix_lock_wait;
-};
-
-TEST_F(store_share, WritersAndReaders) {
-    ICB *icb = make_pair_of("S", {"samen,40", "k,I,1,4", "naam,C,9,40"}, ix_shared);
-    for (int key = 0; key < steady; ++key) {
-        const item i = of(key * 10 + 5, 1);
+/// Its header stays in memory until it closes: whatever others did meanwhile would be lost.
+void alone_once() {
+    ICB *icb = IXOPEN("S", ix_exclusive);
+    item i = item_of(own_number);
+    if (IXREAD(icb, &i)) {
+        IXDELETE(icb, &i);
+    } else {
         IXWRITE(icb, &i);
     }
     IXCLOSE(icb);
-    const char *text = std::getenv("STORE_SHARE_SECONDS");
-    const int seconds = text == nullptr ? 3 : std::atoi(text);
-    std::vector<pid_t> children;
-    for (unsigned w = 0; w < writers + readers; ++w) {
-        const pid_t child = fork();
-        if (child == 0) {
-            alarm(static_cast<unsigned>(seconds) + 60);
-            ix_lock_wait = [](ICB *) { usleep(200); };
-            w < writers ? write_on_and_on(w) : read_on_and_on(w);
-            std::_Exit(0);
+    usleep(5000);
+}
+
+[[noreturn]] void work(unsigned number, int seconds) {
+    alarm(static_cast<unsigned>(seconds) + 60);
+    ix_lock_wait = [](ICB *) { usleep(200); };
+    std::mt19937 random(number);
+    ICB *icb = number + 1 == processes ? nullptr : IXOPEN("S", number < writers ? ix_shared : ix_readonly);
+    while (state->stop == 0) {
+        if (icb == nullptr) {
+            alone_once();
+        } else if (number < writers) {
+            write_once(icb, random);
+        } else {
+            read_once(icb, random);
         }
-        children.push_back(child);
+        ++state->done[number];
+    }
+    if (icb != nullptr) {
+        IXCLOSE(icb);
+    }
+    std::_Exit(0);
+}
+
+using store_share = store_test;
+
+TEST_F(store_share, WritersAndReaders) {
+    void *memory =
+        mmap(nullptr, sizeof(shared_state), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    state = static_cast<shared_state *>(memory);
+    ICB *icb = make_pair_of("S", item_keys);
+    for (int key = 0; key < steady; ++key) {
+        write_item(icb, key * 10 + 5, 1);
+    }
+    IXCLOSE(icb);
+    const int seconds = from_environment("STORE_SHARE_SECONDS", 2);
+    std::vector<pid_t> children;
+    for (unsigned number = 0; number < processes; ++number) {
+        children.push_back(fork());
+        if (children.back() == 0) {
+            work(number, seconds);
+        }
     }
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-    int ended = 0;
-    for (; ended == 0 && std::chrono::steady_clock::now() < end; usleep(10000)) {
-        siginfo_t info{};
-        waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT);
-        ended = info.si_pid;
+    siginfo_t ended{};
+    while (ended.si_pid == 0 && std::chrono::steady_clock::now() < end) {
+        usleep(10000);
+        waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT);
     }
-    EXPECT_EQ(ended, 0) << "a process ended early";
+    EXPECT_EQ(ended.si_pid, 0) << "a process ended early";
     state->stop = 1;
-    long updates = 0;
-    for (unsigned w = 0; w < children.size(); ++w) {
+    for (unsigned number = 0; number < processes; ++number) {
         int status = 1;
-        waitpid(children[w], &status, 0);
-        EXPECT_EQ(status, 0) << "process " << w;
-        EXPECT_GT(state->done[w], 0);
-        updates += w < writers ? state->done[w].load() : 0;
+        waitpid(children[number], &status, 0);
+        EXPECT_EQ(status, 0) << "process " << number;
+        EXPECT_GT(state->done[number], 0);
+        RecordProperty("turns" + std::to_string(number), std::to_string(state->done[number]));
     }
-    RecordProperty("updates", std::to_string(updates));
-    EXPECT_EQ(ix_verify("S"), std::vector<std::string>{});  // unique keys, and nothing reserved
+    EXPECT_EQ(ix_verify("S"), sound);  // unique keys, and nothing reserved
     icb = IXOPEN("S", ix_exclusive);
-    int present = 0;
+    item i = item_of(own_number);
+    int expected = steady + (IXREAD(icb, &i) ? 1 : 0);
     for (int key = 0; key < contested; ++key) {
-        item i = of(key * 10, 0);
-        ASSERT_EQ(IXREAD(icb, &i), state->ledger[key].present != 0) << key;
-        if (state->ledger[key].present != 0) {
-            EXPECT_EQ(i.count, state->ledger[key].count) << key;
-            ++present;
-        }
+        const auto &line = state->ledger[key];
+        i = item_of(key * 10);
+        ASSERT_EQ(IXREAD(icb, &i), line.present) << key;
+        EXPECT_TRUE(!line.present || i.count == line.count) << key;
+        expected += line.present ? 1 : 0;
     }
-    item i{};
     int records = 0;
     while (IXSEQ(icb, &i)) {
         ++records;
     }
-    EXPECT_EQ(records, present + steady);
+    EXPECT_EQ(records, expected);
     IXCLOSE(icb);
-    std::printf("%ld locked reads by %d writers, %ld rounds by %d readers in %d s\n", updates, writers,
-                state->done[4] + state->done[5], readers, seconds);
+    munmap(state, sizeof *state);
 }
 
 }  // namespace

@@ -1,13 +1,13 @@
 // The price store against a plain map of prices by series, supplier, size and day.
-#include "sub/ioink.h"
+#include "data/ioink.h"
 
 #include <algorithm>
 #include <map>
 #include <random>
-#include <set>
 
+#include "data/iomaat.h"
 #include "label_file.h"
-#include "sub/iomaat.h"
+#include "support/shop_audit.h"
 
 namespace {
 
@@ -60,11 +60,9 @@ protected:
         LabelFile::TearDown();
     }
 
-    static PriceSetRecord new_set(int series, int supplier, int begin, unsigned end) {
+    PriceSetRecord new_set(int series, int supplier, int begin, unsigned end) {
         PriceSetRecord set{};
-        set.key.group = 100;
-        set.key.colour = 1;
-        set.key.number = static_cast<std::uint16_t>(series + 1);
+        set.key = shop.series[static_cast<std::size_t>(series)].key;
         set.supplier = static_cast<std::uint16_t>(supplier + 10);
         set.begin_date = day_at(begin);
         set.end_date = static_cast<std::uint16_t>(end);
@@ -92,7 +90,7 @@ protected:
         }
         return found;
     }
-    static size_prices stored_prices(int series, int supplier, int day) {
+    size_prices stored_prices(int series, int supplier, int day) {
         PriceSetRecord set = new_set(series, supplier, 0, 0);
         if (!ink_read_valid(set.key, set.supplier, day_at(day), set)) {
             return {};
@@ -120,40 +118,9 @@ protected:
     }
     /// Each block stands on one chain, and the sets say what their blocks hold.
     static void expect_sound() {
-        const Bytes blocks(ink_block_file);
-        SysRow4Chain row{};
-        iotab_row(tab_action::read, row_price_chain, row);
-        ASSERT_EQ(blocks.size(), static_cast<std::size_t>(row.end_mark) * 40);
-        std::set<std::int32_t> seen;
-        for (std::int32_t at = row.free_head; at != row.end_mark; at = blocks.i32(at * 40U + 36)) {
-            ASSERT_TRUE(at >= 0 && at < row.end_mark && seen.insert(at).second) << "free block " << at;
-            ASSERT_TRUE(blocks.zero(at * 40U, 36)) << "free block " << at;
+        for (const std::string &fault : audit_shop(".", date_from_str("20112013"), audit_prices)) {
+            ASSERT_FALSE(fault.starts_with("RVIPG") || fault.starts_with("price")) << fault;
         }
-        std::map<std::string, unsigned> last_day;
-        PriceSetRecord set{};
-        for (bool found = ink_read(ink_action::first, set, 0); found;
-             found = ink_read(ink_action::next, set, 0)) {
-            ASSERT_LE(set.begin_date, set.end_date);
-            SizeBitmap sum{};
-            ASSERT_GE(set.chain, 0);
-            for (std::int32_t at = set.chain; at != -1; at = blocks.i32(at * 40U + 36)) {
-                ASSERT_TRUE(at >= 0 && at < row.end_mark && seen.insert(at).second) << "block " << at;
-                PriceBlock block{};
-                std::memcpy(&block, blocks.data.data() + at * 40, sizeof block);
-                ASSERT_TRUE(ink_owns(set, block)) << "block " << at;
-                ASSERT_EQ(std::memcmp(block.currency, set.currency, 3), 0);
-                ASSERT_EQ(block.size_kind, set.size_kind);
-                for (unsigned size = 0; size < 96; size++) {
-                    ASSERT_FALSE(block.sizes.test(size) && sum.test(size)) << "size " << size;
-                }
-                sum.add(block.sizes);
-            }
-            ASSERT_TRUE(sum == set.sizes);
-            unsigned &last = last_day[std::to_string(set.key.number) + "/" + std::to_string(set.supplier)];
-            ASSERT_TRUE(set.begin_date > last) << "periods overlap";
-            last = set.end_date;
-        }
-        ASSERT_EQ(seen.size(), static_cast<std::size_t>(row.end_mark));
     }
 };
 
@@ -274,6 +241,15 @@ TEST_F(PriceStore, SizesWithOnePriceSideBySideShareABlock) {
     EXPECT_EQ(periods(), "0-:4 ");
     EXPECT_EQ(stored_prices(0, 0, days - 1), wanted);
 
+    const Bytes file(ink_block_file);
+    const std::size_t at = static_cast<std::size_t>(set.chain.value()) * 40;
+    EXPECT_EQ(file.data.substr(at, 8), std::string(reinterpret_cast<const char *>(&set.key), 8));
+    EXPECT_EQ(file.u32(at + 8), 10U + (price_open_ended << 16));
+    EXPECT_TRUE(file.bit(at + 12, sizes[0]) && file.bit(at + 12, sizes[1]));
+    EXPECT_EQ(file.data.substr(at + 24, 4), "EUR\1");
+    EXPECT_EQ(file.i32(at + 28), 5);
+    EXPECT_EQ(file.i32(at + 32), 4);
+
     // What stands in a block is taken as it is, but a gross price of 0 leaves the size present.
     PriceBlock block{};
     ASSERT_EQ(ink_block_read(set.chain, block, ink_report::fatal), 1);
@@ -312,12 +288,26 @@ TEST_F(PriceStore, AWalkEndsInADamagedIndex) {
 TEST_F(PriceStore, ABlockInUseIsNeverTaken) {
     PriceSetRecord set = new_set(0, 0, 0, price_open_ended);
     put_set(set, {{sizes[0], {5, 4}}});
+    PriceBlock looped{};
+    ASSERT_EQ(ink_block_read(set.chain, looped, ink_report::fatal), 1);
+    looped.next = set.chain;
+    ink_block_write(set.chain, looped);
+    ink_set_load(set);
+    EXPECT_EQ(loaded(), (size_prices{{sizes[0], {5, 4}}}));
     SysRow4Chain row{};
     iotab_row(tab_action::lock_read, row_price_chain, row);
     row.free_head = 0;
     EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
     row.free_head = 7;
     EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
+    // Nor is a free one that leads out of the file.
+    PriceBlock block{};
+    for (const std::int32_t next : {-1, row.end_mark + 1}) {
+        block.next = next;
+        ink_block_write(0, block);
+        row.free_head = 0;
+        EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
+    }
     iotab_row(tab_action::unlock, row_price_chain, row);
     EXPECT_EQ(status_on_file(), status_prices_suspect);
 }

@@ -1,8 +1,8 @@
 // Views of size kinds by every key and action, and reference records by number.
-#include "sub/iomaat.h"
+#include "data/iomaat.h"
 
+#include "data/leesstam.h"
 #include "label_file.h"
-#include "sub/leesstam.h"
 
 namespace {
 

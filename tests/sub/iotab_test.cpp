@@ -1,12 +1,14 @@
 // Records of the system file: regions, empty records, locks between programs.
-#include "sub/iotab.h"
+#include "data/iotab.h"
 
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <random>
 
 #include "base/base.h"
-#include "sub/batchvw.h"
-#include "sub/iofil.h"
+#include "data/batch_lock.h"
+#include "data/iofil.h"
 #include "support/other_process.h"
 #include "support/scratch_dir.h"
 
@@ -36,56 +38,49 @@ protected:
     }
 };
 
-struct Walk {
-    const char *name;
-    tab_action action;
-    std::int32_t start;
-    int result;
-    std::int32_t end;
-};
-
-// Titles 3 and 7 of 20 are filled.
-TEST_F(SystemFile, WalksPassOverEmptyRecords) {
-    put_title(3, "Dhr.");
-    put_title(7, "Mevr.");
-    const Walk walks[] = {
-        {"read a filled record", tab_action::read, 3, 1, 3},
-        {"read an empty record", tab_action::read, 4, 0, 4},
-        {"read below the region", tab_action::read, 0, 0, 0},
-        {"read above the region", tab_action::read, 21, 0, 21},
-        {"first, filled", tab_action::first, 7, 1, 7},
-        {"first, empty", tab_action::first, 4, 1, 7},
-        {"first, nothing left", tab_action::first, 8, 0, 21},
-        {"next from before the region", tab_action::next, 0, 1, 3},
-        {"next over the last", tab_action::next, 7, 0, 21},
-        {"previous", tab_action::previous, 7, 1, 3},
-        {"previous from behind the region", tab_action::previous, 21, 1, 7},
-        {"previous from the first record", tab_action::previous, 1, 0, 0},
-        {"next from far below", tab_action::next, -2000000000, 1, 3},
-        {"previous from far above", tab_action::previous, 2000000000, 1, 7},
-    };
-    for (const Walk &walk : walks) {
+// Reads, walks and writes of the 20 titles by any number, against a map of those that aren't empty.
+TEST_F(SystemFile, RegionIsAMapOfItsRecords) {
+    constexpr std::int32_t highest = 20;
+    std::map<std::int32_t, std::string> model;
+    std::mt19937 random(1);
+    const tab_action actions[] = {tab_action::read, tab_action::first, tab_action::next,
+                                  tab_action::previous};
+    for (int step = 0; step < 5000; step++) {
+        const std::int32_t far[] = {-2000000000, -1, 1000, 2000000000};
+        const std::int32_t start =
+            random() % 10 == 0 ? far[random() % 4] : static_cast<std::int32_t>(random() % (highest + 2));
+        std::int32_t number = start;
         TitleRecord title{};
-        std::int32_t number = walk.start;
-        EXPECT_EQ(iotab(walk.action, number, title, region_titles), walk.result) << walk.name;
-        EXPECT_EQ(number, walk.end) << walk.name;
+        if (random() % 4 == 0) {
+            const bool clear = random() % 2 == 0;
+            std::snprintf(title.text, sizeof title.text, "titel %d", step);
+            iotab(clear ? tab_action::clear : tab_action::write, number, title, region_titles);
+            model.erase(start);
+            if (!clear && start >= 1 && start <= highest) {
+                model[start] = title.text;
+            }
+        } else {
+            const tab_action action = actions[random() % 4];
+            auto found = model.find(start);
+            std::int32_t end = start;
+            if (action == tab_action::previous) {
+                found = model.lower_bound(start);
+                found = found == model.begin() ? model.end() : std::prev(found);
+                end = 0;
+            } else if (action == tab_action::next || (action == tab_action::first && found == model.end())) {
+                found = model.upper_bound(start);
+                end = highest + 1;
+            }
+            ASSERT_EQ(iotab(action, number, title, region_titles), found == model.end() ? 0 : 1) << step;
+            ASSERT_EQ(number, found == model.end() ? end : found->first) << step;
+            ASSERT_EQ(title.text, found == model.end() ? "" : found->second) << step;
+        }
     }
-}
-
-TEST_F(SystemFile, WritesWithinTheRegionOnly) {
-    const std::string before = bytes();
-    for (const std::int32_t number : {-1, 0, 21, 1000}) {
-        put_title(number, "buiten");
+    std::string expected(region_actions.end(), '\0');
+    for (const auto &[number, text] : model) {
+        expected.replace(2000 + (static_cast<std::size_t>(number) - 1) * 32, text.size(), text);
     }
-    EXPECT_EQ(bytes(), before);
-    put_title(20, "laatste");
-    std::string after = before;
-    after.replace(2000 + 19 * 32, 7, "laatste");
-    EXPECT_EQ(bytes(), after);
-    TitleRecord title{};
-    std::int32_t last = 20;
-    EXPECT_EQ(iotab(tab_action::clear, last, title, region_titles), 1);
-    EXPECT_EQ(bytes(), before);
+    EXPECT_EQ(bytes(), expected);
 }
 
 TEST_F(SystemFile, ShortRecordIsNotRead) {

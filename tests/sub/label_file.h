@@ -4,8 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <tuple>
 
-#include "sub/sub.h"
+#include "data/data.h"
 #include "support/scratch_dir.h"
 #include "support/shop_bytes.h"
 #include "tools/shop/shop.h"
@@ -14,6 +15,18 @@
 inline int rounds(int usual) {
     const char *wanted = std::getenv("RVCHK_ROUNDS");
     return wanted == nullptr ? usual : std::atoi(wanted);
+}
+
+inline bool operator==(const eti_rec &a, const eti_rec &b) {
+    const auto fields = [](const eti_rec &r) {
+        return std::make_tuple(
+            std::tie(r.group, r.colour, r.number, r.status, r.size_kind, r.size, r.branch, r.supplier),
+            std::tie(r.date_in, r.date_status, r.date_moved, r.date_sold, r.group_value, r.price, r.amount_b),
+            std::tie(r.amount_c, r.flag_e, r.digit_b, r.digit_s, r.digit_a, r.customer,
+                     r.next_customer_label),
+            std::tie(r.code_m, r.in_transit, r.dest_branch, r.order_number, r.reserved_for, r.is_reserved));
+    };
+    return fields(a) == fields(b);
 }
 
 /// A directory with a system file, and the label file open when a test opens it.

@@ -9,10 +9,11 @@
 #include <cstdlib>
 #include <string>
 
+#include "data/data.h"
+#include "run/lock_notice.h"
+#include "run/run_program.h"
+#include "run/startup.h"
 #include "screen/screen.h"
-#include "sub/locknotice.h"
-#include "sub/runprogram.h"
-#include "sub/sub.h"
 
 namespace {
 

@@ -1,91 +1,55 @@
 #include "support/check_case.h"
 
-#include <algorithm>
+#include <csignal>
 #include <cstdlib>
-#include <ostream>
 #include <sstream>
 
-#include "support/terminal.h"
+#include "check/session/session.h"
 
 namespace {
 
-constexpr const char *result_files[] = {"rapport.txt", "vragen.txt", "uitkomst.txt"};
-
-std::vector<std::string> lines_of(const char *name) {
-    std::vector<std::string> lines;
-    std::ifstream text(name);
-    for (std::string line; std::getline(text, line);) {
-        line.erase(0, line.find_first_not_of('\f'));
-        lines.push_back(line);
-    }
-    return lines;
+/// The value of "name=value"; null for any other word.
+const char *value_of(const std::string &word, const std::string &name) {
+    return word.starts_with(name + "=") ? word.c_str() + name.size() + 1 : nullptr;
 }
 
-bool holds(const std::vector<std::string> &lines, const std::string &text) {
-    return std::any_of(lines.begin(), lines.end(),
-                       [&](const std::string &line) { return line.find(text) != std::string::npos; });
+/// Does what a word says. A break waits for the check that comes next.
+void obey(const std::string &word) {
+    if (word == "full") {
+        chk_full_run = true;
+    } else if (word == "trusted") {
+        ok_labels = true;
+    } else if (word == "refuse") {
+        script_now().refuses = true;
+    } else if (word == "break") {
+        script_now().break_at_once = true;
+    } else if (const char *caption = value_of(word, "break")) {
+        script_now().break_at = caption;
+    } else if (const char *kill = value_of(word, "kill-at")) {
+        signal_after(std::stol(kill), SIGKILL);
+    } else if (const char *leave = value_of(word, "leave-at")) {
+        signal_after(std::stol(leave), SIGTERM);
+    } else if (word == "11") {
+        chk_entry_series();
+    } else if (word == "12") {
+        chk_entry_customers();
+    } else if (word == "13") {
+        chk_entry_other();
+    } else {
+        chk_row_of(word)->run();
+    }
 }
 
 }  // namespace
 
-bool CheckRun::reports(const std::string &text) const {
-    return holds(report, text);
-}
-
-int CheckRun::count(const std::string &text) const {
-    return static_cast<int>(std::count_if(report.begin(), report.end(), [&](const std::string &line) {
-        return line.find(text) != std::string::npos;
-    }));
-}
-
-bool CheckRun::asked(const std::string &text) const {
-    return holds(questions, text);
-}
-
-std::ostream &operator<<(std::ostream &out, const CheckRun &run) {
-    out << "status " << run.status << ", flags [" << run.flags << "]\n";
-    for (const std::string &line : run.report) {
-        out << "| " << line << "\n";
-    }
-    for (const std::string &line : run.questions) {
-        out << "? " << line << "\n";
-    }
-    return run.status == 0 ? out : out << run.last_output << "\n";
-}
-
 CheckRun run_check(const std::string &words, const std::string &answers) {
-    for (const char *name : result_files) {
-        std::filesystem::remove(name);
-    }
-    TerminalOptions probe{.program = RVCHK_CHECK_PROBE};
-    if (const char *programs = std::getenv("BIN")) {
-        probe.environment["BIN"] = programs;
-    }
-    if (!answers.empty()) {
-        probe.arguments.push_back("answers=" + answers);
-    }
-    std::istringstream list(words);
-    for (std::string word; list >> word;) {
-        probe.arguments.push_back(word);
-    }
-    CheckRun run;
-    Terminal t(probe);
-    if (t.wait_for("AFGEBROKEN", std::chrono::minutes(1))) {
-        t.key("ENTER");  // a fatal stop waits for it
-    }
-    run.status = t.wait_exit();
-    run.last_output = t.raw();
-    run.report = lines_of("rapport.txt");
-    run.questions = lines_of("vragen.txt");
-    for (const std::string &noted : lines_of("uitkomst.txt")) {
-        if (noted.rfind("writes ", 0) == 0) {
-            run.writes = std::stol(noted.substr(7));
+    return play({.answers = answers.empty() ? "J" : answers}, [&] {
+        ok_labels = false;
+        std::istringstream list(words);
+        for (std::string word; list >> word;) {
+            obey(word);
         }
-        if (const std::size_t colon = noted.find(':'); colon != std::string::npos) {
-            run.flags = noted.substr(std::min(colon + 2, noted.size()));
-        }
-    }
-    return run;
+    });
 }
 
 void CheckCase::make(const ShopOptions &options, const std::vector<std::string> &faults) {

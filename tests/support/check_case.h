@@ -2,8 +2,8 @@
 //
 //     class Labels : public CheckCase {};
 //     TEST_F(Labels, ...) {
-//         make({.series = 5}, {"label-other-series"});   // names of shop faults; or change `shop`, then
-//         write() CheckRun run = check("labels", "J");           // words and answers of check_probe
+//         make({.series = 5}, {"label-other-series"});   // names of shop faults
+//         const CheckRun run = check("labels", "J");     // words and answers
 //         EXPECT_EQ(run.flags, "");
 //         EXPECT_TRUE(run.reports("etiketblok van andere serie")) << run;
 //         EXPECT_EQ(check("labels").flags, "labels");    // the second run
@@ -11,34 +11,25 @@
 //     }
 #pragma once
 
-#include <iosfwd>
 #include <string>
 #include <vector>
 
+#include "support/play.h"
 #include "support/scratch_dir.h"
 #include "support/shop_audit.h"
 #include "support/shop_bytes.h"
 #include "tools/shop/shop.h"
 
-/// What a run of check_probe left behind.
-struct CheckRun {
-    int status = -1;                     ///< exit status; 128 plus the signal that ended it; -1 after no end
-    std::vector<std::string> report;     ///< lines of all reports, pages without their form feeds
-    std::vector<std::string> questions;  ///< the line of each question and each wait for a key
-    long writes = 0;                     ///< to files of data; none of a run that was killed
-    std::string flags;                   ///< names of the checks that have passed, in the order of the menu
-    std::string last_output;             ///< tail of what went to the terminal
-
-    /// True when a line of the reports holds `text`.
-    [[nodiscard]] bool reports(const std::string &text) const;
-    /// How many lines hold `text`.
-    [[nodiscard]] int count(const std::string &text) const;
-    [[nodiscard]] bool asked(const std::string &text) const;
-};
-std::ostream &operator<<(std::ostream &out, const CheckRun &run);
-
-/// Runs check_probe in the current directory. `words` are separated by blanks. A run that does not end within
-/// a minute is killed.
+/// Runs the checks that `words` name, in the order of the words:
+///   labels series ...   the check of that name, as outside a full run
+///   11 12 13            the entry of the menu with that number
+///   full                the checks after this word run as in a full run
+///   trusted             the labels count as sound, as after an orderly end of the run before
+///   break               breaks off at the first look for the wish to
+///   break=TEXT          breaks off in the pass whose caption holds TEXT
+///   kill-at=N           SIGKILL before the write to a file of data that comes N writes from here
+///   leave-at=N          likewise SIGTERM, which is obeyed at the next safe place
+///   refuse              no destination is found for reports
 CheckRun run_check(const std::string &words, const std::string &answers = "");
 
 class CheckCase : public ScratchDir {

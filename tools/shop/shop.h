@@ -11,18 +11,18 @@
 #include <vector>
 
 #include "base/dates.h"
-#include "sub/branchfile.h"
-#include "sub/criteriafile.h"
-#include "sub/customerfile.h"
-#include "sub/eanfile.h"
-#include "sub/journalfile.h"
-#include "sub/labelparts.h"
-#include "sub/masterfile.h"
-#include "sub/pricefile.h"
-#include "sub/seriesfile.h"
-#include "sub/sizefile.h"
-#include "sub/sysfile.h"
-#include "sub/transitfile.h"
+#include "data/branchfile.h"
+#include "data/criteriafile.h"
+#include "data/customerfile.h"
+#include "data/eanfile.h"
+#include "data/journalfile.h"
+#include "data/labelparts.h"
+#include "data/masterfile.h"
+#include "data/pricefile.h"
+#include "data/seriesfile.h"
+#include "data/sizefile.h"
+#include "data/sysfile.h"
+#include "data/transitfile.h"
 
 struct ShopOptions {
     int series = 120;          ///< 0 to 200000

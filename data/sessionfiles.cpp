@@ -1,0 +1,3 @@
+#include "data/sessionfiles.h"
+
+session_files chk_files;

@@ -1,3 +1,0 @@
-#include "sub/sessionfiles.h"
-
-session_files chk_files;

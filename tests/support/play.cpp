@@ -1,0 +1,295 @@
+#include "support/play.h"
+
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <ostream>
+#include <sstream>
+#include <thread>
+
+#include "check/session/session.h"
+#include "report/report_internal.h"
+
+namespace {
+
+constexpr char result_name[] = "uitkomst.txt";
+
+Script script;
+long writes_done = 0;
+long last_write = -1;
+int last_signal = SIGKILL;
+std::size_t answered = 0;
+bool broken_off = false;
+int holds = 0;
+volatile std::sig_atomic_t leaving = 0;
+
+// ---- What becomes known of a run, a line each: a letter and what it is about
+
+void note(char what, std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    std::ofstream(result_name, std::ios::app) << what << text << "\n";
+}
+
+void note_flags() {
+    std::string all;
+    for (const chk_row &row : chk_rows()) {
+        all += *row.passed ? std::string(all.empty() ? "" : " ") + row.name : "";
+    }
+    note('F', all);
+}
+
+void note_finding(const finding &found) {
+    std::string text = std::string(found.kind.code) + " " + found.file;
+    for (const finding_field &field : found.fields) {
+        text += std::string(" ") + field.name + "=" + field.value;
+    }
+    note('C', text);
+}
+
+// ---- The operator
+
+/// The next answer; a question to which nobody gives an end would go on for ever.
+char answer(const std::string &text) {
+    constexpr std::size_t too_many = 5000;
+    note('Q', text);
+    if (answered > too_many) {
+        note('!', "no end of questions");
+        std::raise(SIGKILL);
+    }
+    const char given = script.answers[std::min(answered, script.answers.size() - 1)];
+    answered++;
+    return given;
+}
+
+bool ask(op_question question, const char *text, const std::vector<std::string> &) {
+    const op_default preset = default_of(question);
+    const char *const shown = preset == op_default::yes ? " J" : preset == op_default::no ? " N" : "";
+    const char given = answer(std::string(text) + "? (J/N)" + shown);
+    return given == 'J' || (given == '.' && preset == op_default::yes);
+}
+
+void leave_if_due() {
+    if (leaving != 0 && holds == 0) {
+        shop_close();
+        _exit(0);
+    }
+}
+
+bool interrupted() {
+    leave_if_due();
+    if (script.break_at_once) {
+        script.break_at_once = false;
+        broken_off = true;
+    }
+    return broken_off;
+}
+
+void progress(int action, std::uint32_t, std::uint32_t, const char *title) {
+    constexpr int opens = 0;
+    if (action == opens && !script.break_at.empty() && title != nullptr &&
+        std::strstr(title, script.break_at.c_str()) != nullptr) {
+        script.break_at.clear();
+        script.break_at_once = true;
+    }
+}
+
+void install_operator() {
+    isam_operator = {};
+    isam_operator.fatal = [](const char *text) {
+        note('!', text);
+        _exit(1);
+    };
+    isam_operator.flash = [](int wait, const char *, const char *text) {
+        return wait < 0 ? static_cast<int>(answer(text) == 'J') : 1;
+    };
+    isam_operator.last_line = [](bool, const char *, int) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    };
+    isam_operator.progress = progress;
+    isam_operator.interrupted = interrupted;
+    isam_operator.interrupt_reset = isam_operator.interrupt_arm = [] { broken_off = false; };
+    isam_operator.hold = [] { holds++; };
+    isam_operator.release = [] {
+        holds--;
+        leave_if_due();
+    };
+    isam_operator.leave_if_due = leave_if_due;
+    isam_operator.tell = [](op_notice, const std::vector<std::string> &lines) {
+        std::string all;
+        for (const std::string &line : lines) {
+            all += (all.empty() ? "" : " ") + line;
+        }
+        answer(all);
+    };
+    isam_operator.ask = ask;
+    chk_finding_listener = note_finding;
+    std::signal(SIGTERM, [](int) { leaving = 1; });
+}
+
+// ---- Reports
+
+bool open_job(const print_setup &, std::uint16_t options, const char *) {
+    if (script.refuses || (options & prt_fits_132) == 0) {
+        return false;
+    }
+    prt_job = {};
+    prt_job.preview = true;
+    prt_job.rpt_width = 132;
+    prt_job.rpt_lines = script.page_lines;
+    return prt_job_start();
+}
+
+bool keep_report() {
+    std::ifstream job(prt_job.job_file);
+    for (std::string line; std::getline(job, line);) {
+        note('R', line[0] == '\f' ? line.substr(1) : line);
+    }
+    note('E', "");
+    return false;
+}
+
+[[noreturn]] void perform(const std::function<void()> &course) {
+    install_operator();
+    prt_modules = {.job_open = open_job, .preview = keep_report};
+    catalog_open();
+    shop_open();
+    shop_begin();
+    if (shop_whole_amounts()) {
+        setenv("KPOS", "geset", 1);
+    }
+    set_program_title("bestandscontroles");
+    chk_release_indexes();
+    chk_session_open();
+    const long before = writes_done;
+    course();
+    note_flags();
+    note('W', std::to_string(writes_done - before));
+    chk_session_close();
+    shop_close();
+    _exit(0);
+}
+
+CheckRun read_results(int status) {
+    CheckRun run;
+    run.status = status;
+    std::ifstream results(result_name);
+    for (std::string line; std::getline(results, line);) {
+        const std::string text = line.substr(std::min<std::size_t>(1, line.size()));
+        switch (line.empty() ? ' ' : line[0]) {
+            case 'R':
+                run.report.push_back(text);
+                break;
+            case 'E':
+                run.jobs++;
+                break;
+            case 'Q':
+                run.questions.push_back(text);
+                break;
+            case 'C':
+                run.findings.push_back(text);
+                run.codes.push_back(text.substr(0, text.find(' ')));
+                break;
+            case 'F':
+                run.flags = text;
+                break;
+            case 'W':
+                run.writes = std::stol(text);
+                break;
+            default:
+                run.fatal = text;
+        }
+    }
+    return run;
+}
+
+/// The end of the child: its exit status, or 128 plus the signal that ended it. One that goes on for too long
+/// is killed.
+int await_end(pid_t child) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    int status = 0;
+    while (waitpid(child, &status, WNOHANG) == 0) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            kill(child, SIGKILL);
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+bool holds_text(const std::vector<std::string> &lines, const std::string &text) {
+    return std::any_of(lines.begin(), lines.end(),
+                       [&](const std::string &line) { return line.find(text) != std::string::npos; });
+}
+
+}  // namespace
+
+/// The writes to files of data pass here.
+extern "C" ssize_t pwrite(int fd, const void *from, size_t size, off_t offset) {
+    if (writes_done++ == last_write) {
+        kill(getpid(), last_signal);
+    }
+    return syscall(SYS_pwrite64, fd, from, size, offset);
+}
+
+Script &script_now() {
+    return script;
+}
+
+void signal_after(long writes, int signal) {
+    last_write = writes_done + writes;
+    last_signal = signal;
+}
+
+CheckRun play(const Script &wanted, const std::function<void()> &course) {
+    unlink(result_name);
+    const pid_t child = fork();
+    if (child == 0) {
+        script = wanted;
+        perform(course);
+    }
+    return read_results(await_end(child));
+}
+
+std::string CheckRun::found() const {
+    std::string all;
+    for (std::size_t i = 0; i < codes.size(); i++) {
+        if (i == 0 || codes[i] != codes[i - 1]) {
+            all += (all.empty() ? "" : " ") + codes[i];
+        }
+    }
+    return all;
+}
+
+bool CheckRun::reports(const std::string &text) const {
+    return holds_text(report, text);
+}
+
+int CheckRun::count(const std::string &text) const {
+    return static_cast<int>(std::count_if(report.begin(), report.end(), [&](const std::string &line) {
+        return line.find(text) != std::string::npos;
+    }));
+}
+
+bool CheckRun::asked(const std::string &text) const {
+    return holds_text(questions, text);
+}
+
+std::ostream &operator<<(std::ostream &out, const CheckRun &run) {
+    out << "status " << run.status << ", flags [" << run.flags << "]\n";
+    for (const std::string &line : run.report) {
+        out << "| " << line << "\n";
+    }
+    for (const std::string &line : run.findings) {
+        out << "! " << line << "\n";
+    }
+    for (const std::string &line : run.questions) {
+        out << "? " << line << "\n";
+    }
+    return out << run.fatal << "\n";
+}
