@@ -112,6 +112,9 @@ public:
     /// The operator changes the size of the window.
     void resize(int lines, int columns);
     void send_signal(int signal);
+    pid_t pid() const {
+        return pid_;
+    }
     /// The line drops: the program gets SIGHUP and its terminal is gone.
     void hang_up();
 
