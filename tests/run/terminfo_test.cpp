@@ -1,4 +1,6 @@
 // The terminal descriptions: every terminal has its three, with all keys and attributes of the dialogue.
+#include "support/terminal.h"
+
 #define NCURSES_NOMACROS
 #include <curses.h>
 #include <term.h>
@@ -13,8 +15,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
-
-#include "support/terminal.h"
 
 namespace {
 

@@ -1,473 +1,344 @@
 // Keys, prompts, boxes, help and the menu as the operator meets them.
-#include "dialogue.h"
-
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <random>
 
 #include "support/rounds.h"
+#include "support/terminal.h"
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
-Dialogue editing(const char *format, const char *value, const char *allow = "") {
-    return Dialogue(Arguments{"edit", format, value, allow});
+TerminalOptions scene(std::vector<std::string> words) {
+    return {.program = RVCHK_PROBE, .arguments = std::move(words)};
 }
 
-/// Rows from `first` on, one after another with a '/' after each.
-void expect_rows(const Terminal &t, int first, std::string_view rows) {
-    for (int row = first; !rows.empty(); row++) {
-        const std::size_t end = rows.find('/');
-        EXPECT_EQ(t.row(row), rows.substr(0, end)) << "row " << row << "\n" << t.dump();
-        rows.remove_prefix(end + 1);
-    }
+testing::AssertionResult plays(std::vector<std::string> words, const char *script) {
+    Terminal t(scene(std::move(words)));
+    return t.play(script);
 }
 
-TEST(Keys, MaskSlotsQueueReplay) {
-    Dialogue d(Arguments{"keys"});
-    ASSERT_TRUE(d.wait_mark());
-    d.press("p<^S><^Q>q");
-    ASSERT_TRUE(d.wait_for("tweede"));
-    ASSERT_TRUE(d.settle());
-    expect_rows(d, 1,
-                "esc bij cancel 1/esc zonder cancel 1/f1 bij help 1/buiten het masker 0/letter als uitgang 0/"
-                "zacht maar niet toegestaan 0/zacht 1/zacht gewist 0/hersteld 1/laatste eerst 50049/"
-                "afgebroken 270/herhaald 545556/wacht 0/eerste 112/tweede 113/F1 |/F12|/SH_TAB|/RGHT|/x|/");
+TEST(Keys, QueueWaitingAndNames) {
+    EXPECT_TRUE(plays({"keys"}, R"(
+                  => 1=buiten het masker 0 | 2=2 voor 1 | 3=wacht 0 | 8=x.
+                  => 4=F1 . | 5=F12. | 6=SH_TAB. | 7=RGHT.
+        xp<^S><^Q>q => 10=p dan q
+        x         => exit 0
+    )"));
 }
 
 TEST(Keys, MacroCommandByKeyAndByMenu) {
-    Dialogue d = editing("6l", "5");
-    d.press("<F2>r");
-    ASSERT_TRUE(d.wait_row(5, "123___"));
-    d.press("<F2><INS>");
-    ASSERT_TRUE(d.wait_row(25, "opnemen"));
-    EXPECT_EQ(d.row(5), "         123___") << "the command typed nothing";
-    d.press("<F2><DEL>");
-    ASSERT_TRUE(d.wait_row(25, "verwijderen"));
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_EQ(d.row(15), "[123] changed enter");
+    EXPECT_TRUE(plays({"edit", "6l", "5", ""}, R"(
+        <.><F2>r    => 5=         123___
+        <F2><INS>   => 5=         123___ | 25=opnemen
+        <F2><DEL>   => 25=verwijderen
+        <ENTER>     => 15=[123] changed
+    )"));
+    EXPECT_TRUE(plays({"edit", "6l", "5", ""}, "<.><F2>i => 5=         123___"))
+        << "an interrupt loses no key that is read at the same moment";
 }
-
-TEST(Keys, InterruptLosesNoKeyReadAtTheSameMoment) {
-    Dialogue d = editing("6l", "5");
-    d.press("<F2>i");
-    EXPECT_TRUE(d.wait_row(5, "123___"));
-}
-
-struct FatalFormat {
-    const char *format;
-    const char *value;
-    const char *message;
-    const char *lower, *upper;
-};
 
 TEST(Field, FaultsOfTheFormatStopTheProgram) {
-    const FatalFormat rows[] = {
-        {"256s", "", "r=5, c=10, cs=256s --> Lengte > 255 tekens", "0", "-1"},
-        {"4.2l", "", "cs=4.2l --> precision alleen bij f, C, S en X", "0", "-1"},
-        {"6.2B", "", "precision alleen bij f, C, S en X", "0", "-1"},
-        {"", "", "cs= --> ongeldige vartype", "0", "-1"},
-        {"5q", "", "cs=5q --> ongeldige vartype", "0", "-1"},
-        {"5s[abc,E", "", "cs=5s[abc,E --> [ zonder ]", "0", "-1"},
-        {"4d,P", "0", "cs=4d,P --> ongeldig bereik", "10000", "20000"},
-        {"8D", "", "ongeldig bereik", "1", "29220"},
-        {"3s", "abcd", "cs=3s --> STRING fout", "0", "-1"},
+    const struct {
+        const char *format, *value, *message;
+        const char *limits = "";
+    } rows[] = {
+        {"256s", "", "r=5, c=10, cs=256s --> Lengte > 255 tekens"},
+        {"4.2l", "", "cs=4.2l --> precision alleen bij f, C, S en X"},
+        {"", "", "cs= --> ongeldige vartype"},
+        {"5q", "", "cs=5q --> ongeldige vartype"},
+        {"5s[abc,E", "", "cs=5s[abc,E --> [ zonder ]"},
+        {"4d,P", "0", "cs=4d,P --> ongeldig bereik", "10000:20000"},
+        {"8D", "", "ongeldig bereik", "1:29220"},
+        {"3s", "abcd", "cs=3s --> STRING fout"},
     };
-    for (const FatalFormat &row : rows) {
-        SCOPED_TRACE(row.format);
-        Dialogue d(Arguments{"edit", row.format, row.value, "", row.lower, row.upper});
-        ASSERT_TRUE(d.wait_for(row.message));
-        EXPECT_TRUE(d.wait_for("PROGRAMMA AFGEBROKEN"));
-        d.press("x<ENTER>");
-        EXPECT_EQ(d.wait_exit(), 1);
+    for (const auto &row : rows) {
+        Terminal t(scene({"edit", row.format, row.value, row.limits}));
+        EXPECT_TRUE(t.play(std::string("=> PROGRAMMA AFGEBROKEN | ") + row.message + "\nx<ENTER> => exit 1"));
     }
 }
 
 TEST(Field, QuitEndsTheProgramAtTheFirstPosition) {
-    Dialogue d = editing("6s", "abc");
-    ASSERT_TRUE(d.settle("x"));
-    d.key("QUIT");
-    ASSERT_TRUE(d.settle());
-    EXPECT_EQ(d.row(25), "Ongeldige toets") << "behind it, it is a character that means nothing";
-    ASSERT_TRUE(d.settle("<HOME>"));
-    d.key("QUIT");
-    ASSERT_TRUE(d.wait_for("EXIT-toets gebruikt"));
-    d.key("ENTER");
-    EXPECT_EQ(d.wait_exit(), 1);
+    EXPECT_TRUE(plays({"edit", "6s", "abc", ""}, R"(
+        <.>x<.><QUIT>        => 25=Ongeldige toets
+        <HOME><.><QUIT>      => EXIT-toets gebruikt
+        <ENTER>              => exit 1
+    )"));
 }
 
 TEST(Field, AmountWithoutCents) {
-    TerminalOptions options = dialogue_options({"edit", "8B,ZP", "1234", ""});
+    TerminalOptions options = scene({"edit", "8B,ZP", "1234", ""});
     options.environment["KPOS"] = "";
-    Dialogue d(options);
-    ASSERT_TRUE(d.settle("12.<ENTER>"));
-    EXPECT_EQ(d.row(15), "[12] changed enter");
+    Terminal t(options);
+    EXPECT_TRUE(t.play("<.>12.<ENTER> => 15=[12] changed"));
 }
 
 TEST(Field, BytesOfAnotherCharacterSetPassUnchanged) {
-    TerminalOptions options = dialogue_options({"edit", "20.6S",
-                                                "\x82"
-                                                "bcdefghi",
-                                                ""});
+    TerminalOptions options = scene({"edit", "20.6S",
+                                     "\x82"
+                                     "bcdefghi",
+                                     ""});
     options.environment["LC_ALL"] = "C";
     options.encoding = "CP850";
-    Dialogue d(options);
-    ASSERT_TRUE(d.wait_row(5, "ébcdef"));
-    ASSERT_TRUE(d.settle("<RIGHT>ü<END>"));
-    EXPECT_EQ(d.row(5), "        <defghi") << "this terminal has no arrow of one byte";
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_EQ(d.row(15), "[éücdefghi............] changed enter");
+    Terminal t(options);
+    // This terminal has no arrow of one byte.
+    EXPECT_TRUE(t.play(R"(
+                       => 5:ébcdef
+        <RIGHT>ü<END>  => 5=        <defghi
+        <ENTER>        => 15=[éücdefghi............] changed
+    )"));
 }
 
-struct HelpPage {
-    const char *format;
-    const char *allow;
-    std::string text;  // inner rows 2 to 10
-};
-
 TEST(Help, ExplainsTheFormat) {
-    const std::string expects = "Er wordt ingave van een ", digits = "Alle cijfers  toegestaan/";
-    const std::string must = "U moet  1  posities vullen//";
-    const HelpPage pages[] = {
+    const struct {
+        const char *format, *allow, *text;  // inner rows 2 to 10
+    } pages[] = {
         {"3d,P", "",
-         expects + "getal  verwacht/U mag  3  posities vullen//" + digits + "////Bereik : 1 t/m 999/"},
+         "Er wordt ingave van een getal  verwacht/U mag  3  posities vullen//Alle cijfers  toegestaan/////"
+         "Bereik : 1 t/m 999/"},
         {"6.2f,EZPN", "up tab cancel",
-         expects + "getal  verwacht/U moet  6  posities vullen , waarvan   2  cijfers na de komma//" +
-             digits +
-             "/De volgende functietoetsen zijn toe te passen :/Cursor Up, Tab, CANCEL//"
-             "Bereik : -99.99 t/m 999.99/"},
-        {"1c[+*C],EIAU", "", expects + "tekst  verwacht/" + must + "* + C   toegestaan//////"},
-        {"1c[^.,]", "", expects + "tekst  verwacht/U mag  1  posities vullen//, .   niet toegestaan//////"},
-        {"10D", "", expects + "datum  verwacht/U mag  10  posities vullen   (DDMMJJ)//" + digits + "/////"},
-        {"b", "", "Er wordt ingave Ja of Nee  verwacht/" + must + "J, N  toegestaan//////"},
+         "Er wordt ingave van een getal  verwacht/U moet  6  posities vullen , waarvan   2  cijfers na de "
+         "komma//Alle cijfers  toegestaan//De volgende functietoetsen zijn toe te passen :/"
+         "Cursor Up, Tab, CANCEL//Bereik : -99.99 t/m 999.99/"},
+        {"1c[+*C],EIAU", "",
+         "Er wordt ingave van een tekst  verwacht/U moet  1  posities vullen//* + C   toegestaan//////"},
+        {"1c[^.,]", "",
+         "Er wordt ingave van een tekst  verwacht/U mag  1  posities vullen//, .   niet toegestaan//////"},
+        {"10D", "",
+         "Er wordt ingave van een datum  verwacht/U mag  10  posities vullen   (DDMMJJ)//Alle cijfers  "
+         "toegestaan//////"},
+        {"b", "", "Er wordt ingave Ja of Nee  verwacht/U moet  1  posities vullen//J, N  toegestaan//////"},
         {"4x", "",
-         expects + "hexadecimale waarde  verwacht/U mag  4  posities vullen//"
-                   "Hexadecimale tekens  toegestaan//////"},
+         "Er wordt ingave van een hexadecimale waarde  verwacht/U mag  4  posities vullen//Hexadecimale "
+         "tekens  toegestaan//////"},
     };
-    for (const HelpPage &page : pages) {
+    for (const auto &page : pages) {
         SCOPED_TRACE(page.format);
-        Dialogue d = editing(page.format, page.format[1] == 'D' ? "01032026" : "0", page.allow);
-        ASSERT_TRUE(d.settle("<HELP>"));
-        EXPECT_NE(d.row(9).find(" Ingave HELP-informatie "), std::string::npos) << d.dump();
+        Terminal t(scene({"edit", page.format, page.format[1] == 'D' ? "01032026" : "0", page.allow}));
+        ASSERT_TRUE(t.play("<.><HELP><.> => 9: Ingave HELP-informatie "));
         std::string text;
         for (int row = 11; row < 20; row++) {
-            const std::string line = d.row(row);
-            const auto start = line.find("│");
-            ASSERT_NE(start, std::string::npos) << d.dump();
-            std::string inner = line.substr(start + 4, line.rfind("│") - start - 4);
-            inner.erase(inner.find_last_not_of(' ') + 1);
-            text += inner + "/";
+            const std::string line = t.row(row);
+            const std::size_t start = line.find("│") + 4;
+            std::string inner = line.substr(start, line.rfind("│") - start);
+            text += inner.substr(0, inner.find_last_not_of(' ') + 1) + "/";
         }
         EXPECT_EQ(text, page.text);
-        EXPECT_EQ(d.cursor().row, 21);
-        ASSERT_TRUE(d.settle("x"));
-        EXPECT_EQ(d.row(25), "Ongeldige ingave");
-        ASSERT_TRUE(d.settle("<ENTER>"));
-        EXPECT_EQ(d.row(15), "") << "the field goes on";
-        ASSERT_TRUE(d.settle("<F1><ENTER>"));
-        ASSERT_TRUE(d.settle("<ENTER>"));
+        EXPECT_TRUE(t.play(R"(
+            x                 => 25=Ongeldige ingave
+            <ENTER>           => !HELP | 15=
+            <F1><.><ENTER>    => !HELP
+        )"));
     }
 }
 
 TEST(Prompts, QuestionsWithAndWithoutPreset) {
-    Dialogue d(Arguments{"questions"});
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_EQ(d.row(3), " Akkoord? (J/N) _");
-    EXPECT_EQ(d.row(25), "<> Ingave verplicht");
-    ASSERT_TRUE(d.settle("j<ENTER>"));
-    EXPECT_EQ(d.row(4), " Met ja? (J/N) J");
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_EQ(d.row(5), " Akkoord? (J/N) N");
-    ASSERT_TRUE(d.settle("+<ENTER>"));
-    EXPECT_EQ(d.row(6), " Zeker? (J/N) J");
-    ASSERT_TRUE(d.settle("<CANCEL>"));
-    expect_rows(d, 16, "uitkomst 1 enter/uitkomst 1 enter/uitkomst 1 enter/uitkomst 0 cancel/");
     // On the last line the question comes back when a message goes, that of the field and that of its help.
-    const std::string question = " Een vraag waar een melding over heen komt? (J/N) ";
-    EXPECT_EQ(d.row(25), question + "N");
-    for (const auto &[wrong, right] : {std::pair{"x", "<LEFT>"}, {"<F1>x<ENTER>", "<LEFT>"}, {"x", "<F1>"}}) {
-        ASSERT_TRUE(d.settle(wrong));
-        EXPECT_EQ(d.row(25).find(question), std::string::npos);
-        ASSERT_TRUE(d.settle(right));
-        EXPECT_EQ(d.row(25), question + "N");
-    }
+    EXPECT_TRUE(plays({"questions"}, R"(
+        <.><ENTER>   => 3= Akkoord? (J/N) _ | 25=<> Ingave verplicht
+        j<ENTER>     => 4= Met ja? (J/N) J | 16=uitkomst 1
+        <ENTER>      => 5= Akkoord? (J/N) N | 17=uitkomst 1
+        +<ENTER>     => 6= Zeker? (J/N) J | 18=uitkomst 1
+        <CANCEL>     => 19=uitkomst 0 cancel
+                     => 25= Een vraag waar een melding over heen komt? (J/N) N
+        x            => !Een vraag
+        <LEFT>       => 25= Een vraag waar een melding over heen komt? (J/N) N
+        <F1>x<ENTER> => !Een vraag
+        <LEFT>       => 25= Een vraag waar een melding over heen komt? (J/N) N
+        x            => !Een vraag
+        <F1>         => 25= Een vraag waar een melding over heen komt? (J/N) N
+    )"));
 }
 
-TEST(Prompts, FlashBoxes) {
-    Dialogue d(Arguments{"flashes"});
-    ASSERT_TRUE(d.settle("<F5>"));
-    EXPECT_EQ(d.row(10), std::string(24, ' ') + "┌─────────── titel ────────────┐") << d.dump();
-    const std::string left(24, ' ');
-    expect_rows(d, 11,
-                left + "│ eerste regel                 │/" + left + "│ tweede                       │/" +
-                    left + "│ <ENTER> voor vervolg         │/" + left + "└──────────────────────────────┘//");
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_EQ(d.row(12), "                        │ Alleen een vraag? (J/N) _    │") << d.dump();
-    ASSERT_TRUE(d.settle("n<ENTER>"));
-    EXPECT_EQ(d.row(11), "                        │ Bestand is vol               │") << d.dump();
-    EXPECT_EQ(d.row(12), "                        │ Toch doorgaan? (J/N) J       │");
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    ASSERT_TRUE(d.wait_for("toetsen bewaard"));
-    expect_rows(d, 16, "uitkomst 1 enter/uitkomst 0 enter/uitkomst 1 enter/uitkomst 1 enter/");
-    // The last box stood for no time at all; nothing of it is left.
-    EXPECT_EQ(d.screen().find("xxx"), std::string::npos);
-    EXPECT_NE(d.raw().find(std::string(76, 'x')), std::string::npos) << "a line is cut at 76 characters";
-    EXPECT_EQ(d.raw().find(std::string(77, 'x')), std::string::npos);
-
-    Dialogue impossible(Arguments{"impossible-flash"});
-    EXPECT_TRUE(impossible.wait_for("FFLASH invalid option [-3]"));
-}
-
-TEST(Prompts, MessageBoxes) {
-    Dialogue d(Arguments{"boxes"});
-    ASSERT_TRUE(d.settle("x"));
-    const std::string left(27, ' ');
-    expect_rows(d, 20,
-                left + "┌────────────────────────┐/" + left + "│ een regel              │/" + left +
-                    "│ <ENTER> voor vervolg   │/" + left + "└────────────────────────┘/");
-    EXPECT_EQ(d.bells(), 0);
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    expect_rows(d, 19,
-                left + "┌────────────────────────┐/" + left + "│ fout                   │/" + left +
-                    "│ met twee regels        │/");
-    EXPECT_EQ(d.bells(), 1);
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_NE(d.row(19).find(" waarschuwing "), std::string::npos) << d.dump();
-    EXPECT_EQ(d.row(21), "│ " + std::string(77, 'w') + "│");
-    EXPECT_EQ(d.bells(), 2);
-    d.press("<ENTER>");
-    ASSERT_TRUE(d.wait_mark());
-    EXPECT_EQ(d.row(13), "                            │ Even geduld a.u.b.  │") << d.dump();
+TEST(Prompts, BoxesOfTextsQuestionsAndMessages) {
+    Terminal t(scene({"boxes"}));
+    EXPECT_TRUE(t.play(R"(
+        <.><F5><.> => 10=                        ┌─────────── titel ────────────┐
+                   => 11=                        │ eerste regel                 │
+                   => 12=                        │ tweede                       │
+                   => 13=                        │ <ENTER> voor vervolg         │
+                   => 14=                        └──────────────────────────────┘ | 15= | 25=
+        <ENTER>    => 12=                        │ Alleen een vraag? (J/N) _    │
+        n<ENTER>   => 11=                        │ Bestand is vol               │
+                   => 12=                        │ Toch doorgaan? (J/N) J       │
+    )"));
+    EXPECT_EQ(t.bells(), 0);
+    // The last box stands for no time at all: nothing of it is left. Its line is cut at 76 characters.
+    EXPECT_TRUE(t.play(R"(
+        <ENTER>    => 16=uitkomst 1 | 17=uitkomst 0 | 18=uitkomst 1 | 1=toetsen bewaard | !xxx
+        <.>x<.>    => 20=                           ┌────────────────────────┐
+                   => 21=                           │ een regel              │
+                   => 22=                           │ <ENTER> voor vervolg   │
+                   => 23=                           └────────────────────────┘
+    )"));
+    EXPECT_NE(t.raw().find(std::string(76, 'x')), std::string::npos);
+    EXPECT_EQ(t.raw().find(std::string(77, 'x')), std::string::npos);
+    const int bells = t.bells();
+    EXPECT_TRUE(t.play(R"(
+        <ENTER><.> => 20=                           │ fout                   │
+                   => 21=                           │ met twee regels        │
+    )"));
+    EXPECT_EQ(t.bells(), bells + 1);
+    EXPECT_TRUE(t.play("<ENTER><.> => 19: waarschuwing "));
+    EXPECT_EQ(t.row(21), "│ " + std::string(77, 'w') + "│");
+    EXPECT_EQ(t.bells(), bells + 2);
+    EXPECT_TRUE(t.play("<ENTER> => 13=                            │ Even geduld a.u.b.  │"));
 }
 
 TEST(Prompts, BreakingOffALongCheck) {
-    Dialogue d(Arguments{"long-check"});
-    ASSERT_TRUE(d.wait_for("lange controle"));
-    d.press("abc");
-    ASSERT_TRUE(d.wait_row(25, "Alleen <CANCEL> voor onderbreken"));
-    d.press("<CANCEL><CANCEL>");
-    ASSERT_TRUE(d.wait_for(" Onderbreken "));
-    ASSERT_TRUE(d.wait_for("Akkoord? (J/N) J"));
-    ASSERT_TRUE(d.settle());
-    EXPECT_EQ(d.row(25), "") << "neither the message nor the busy text";
-    d.press("n<ENTER>");
-    ASSERT_TRUE(d.wait_gone("Akkoord"));
-    d.press("<ESC>");
-    ASSERT_TRUE(d.wait_for("Akkoord? (J/N) J"));
-    d.press("<ENTER>");
-    ASSERT_TRUE(d.wait_for("gestopt"));
-    ASSERT_TRUE(d.wait_for("vergeten"));
+    EXPECT_TRUE(plays({"long-check"}, R"(
+                         => lange controle
+        abc              => 25=Alleen <CANCEL> voor onderbreken
+        <CANCEL><CANCEL> =>  Onderbreken  | Akkoord? (J/N) J | 25=
+        n<ENTER>         => !Akkoord
+        <ESC>            => Akkoord? (J/N) J
+        <ENTER>          => gestopt | vergeten
+    )"));
 }
 
 TEST(Prompts, ProgressBars) {
-    Dialogue d(Arguments{"bars"});
-    ASSERT_TRUE(d.wait_mark());
-    EXPECT_NE(d.row(22).find(" voortgang "), std::string::npos) << d.dump();
-    const auto reversed = [&d](int row) {
+    Terminal t(scene({"bars"}));
+    const auto reversed = [&t](int row) {
         int cells = 0;
         for (int col = 1; col <= 80; col++) {
-            cells += d.attr(row, col).reverse ? 1 : 0;
+            cells += t.attr(row, col).reverse ? 1 : 0;
         }
         return cells;
     };
+    EXPECT_TRUE(t.play("<.> => 22: voortgang  | 23,41=▒"));
+    EXPECT_FALSE(t.cursor().visible);
     EXPECT_EQ(reversed(23), 39);
-    EXPECT_EQ(d.cell(23, 41), "▒");
-    EXPECT_FALSE(d.cursor().visible);
-    d.press("x");
-    ASSERT_TRUE(d.wait_mark());
+    EXPECT_TRUE(t.play("x<.> => 22: voortgang "));
     EXPECT_EQ(reversed(23), 78) << "never back, never beyond the end";
-    d.press("x");
-    ASSERT_TRUE(d.wait_mark());
+    EXPECT_TRUE(t.play("x<.> => 23= | 25,37=o | 25,44=n | 25,45=▒"));
     EXPECT_EQ(reversed(25), 40);
-    EXPECT_EQ(d.row(23), "");
-    EXPECT_EQ(d.row(25).substr(36, 8), "onderaan") << d.dump();
-    EXPECT_EQ(d.cell(25, 45), "▒");
-    d.press("x");
-    ASSERT_TRUE(d.wait_mark());
-    EXPECT_EQ(d.row(25), "");
-    EXPECT_TRUE(d.cursor().visible);
+    EXPECT_TRUE(t.play("x<.> => 25="));
+    EXPECT_TRUE(t.cursor().visible);
 }
 
 TEST(Menu, ChoosesByNumberAndByArrows) {
-    Dialogue d(Arguments{"menu"});
-    ASSERT_TRUE(d.settle());
-    for (const auto &[row, text] : {std::pair{1, "statusregel"},
-                                    {2, ""},
-                                    {3, " VOLLEDIGE ÉÉN"},
-                                    {4, " 11 Series/etiketten"},
-                                    {5, " 12 Één klant met een tekst die niet in"},
-                                    {6, " 13 Niet beschikbaar"},
-                                    {7, ""},
-                                    {8, " TWEEDE"},
-                                    {9, " 21 Laatste"}}) {
-        EXPECT_EQ(d.row(row), text);
-    }
-    EXPECT_EQ(d.row(24), " Uw keuze 11");
-    EXPECT_TRUE(d.attr(4, 2).reverse);
-    EXPECT_TRUE(d.attr(4, 39).reverse) << "over the width of the menu";
-    EXPECT_TRUE(d.attr(3, 2).underline || d.attr(3, 2).fg != d.attr(4, 2).fg);
-    ASSERT_TRUE(d.settle("<UP>"));
-    EXPECT_EQ(d.row(24), " Uw keuze 21");
-    ASSERT_TRUE(d.settle("<DOWN><DOWN>"));
-    EXPECT_EQ(d.row(24), " Uw keuze 12");
-    EXPECT_FALSE(d.attr(4, 2).reverse);
-    ASSERT_TRUE(d.settle("<TAB>"));
-    EXPECT_EQ(d.row(24), " Uw keuze 21");
-    ASSERT_TRUE(d.settle("<TAB>"));
-    EXPECT_EQ(d.row(24), " Uw keuze 11");
-    ASSERT_TRUE(d.settle("14"));
-    EXPECT_EQ(d.row(25), "Ongeldige keuze");
-    EXPECT_EQ(d.row(24), " Uw keuze 11");
-    ASSERT_TRUE(d.settle("13"));
-    EXPECT_EQ(d.row(25), "Keuze niet beschikbaar");
-    EXPECT_TRUE(d.attr(6, 2).reverse) << "the entry stays selected";
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_EQ(d.row(25), "Keuze niet beschikbaar");
-    EXPECT_EQ(d.row(20), "gedraaid 0");
-    ASSERT_TRUE(d.settle("12"));
-    EXPECT_EQ(d.row(20), "gedraaid 2");
-    EXPECT_EQ(d.row(24), " Uw keuze 12") << "the next round starts where the last ended";
-    ASSERT_TRUE(d.settle("<BACKSPACE><ENTER>"));
-    EXPECT_EQ(d.row(20), "gedraaid 22");
+    // The selection goes over the width of the menu. The next round starts where the last ended.
+    Terminal t(scene({"menu"}));
+    EXPECT_TRUE(t.play(R"(
+                      => 1=statusregel | 2= | 3= VOLLEDIGE ÉÉN | 4= 11 Series/etiketten | 7=
+                      => 5= 12 Één klant met een tekst die niet in | 6= 13 Niet beschikbaar
+                      => 8= TWEEDE | 9= 21 Laatste | 24= Uw keuze 11
+                      => 4,2 reverse | 4,39 reverse
+        <UP>          => 24= Uw keuze 21
+        <DOWN><DOWN>  => 24= Uw keuze 12 | 4,2 -reverse
+        <TAB>         => 24= Uw keuze 21
+        <TAB>         => 24= Uw keuze 11
+        14            => 24= Uw keuze 11 | 25=Ongeldige keuze
+        13            => 25=Keuze niet beschikbaar | 6,2 reverse
+        <ENTER><.>    => 25=Keuze niet beschikbaar | 20=gedraaid
+        12            => 24= Uw keuze 12 | 20=gedraaid twee
+        <BACKSPACE><ENTER> => 20=gedraaid twee twee
+    )"));
+    EXPECT_TRUE(t.attr(3, 2).underline || t.attr(3, 2).fg != t.attr(4, 2).fg);
 }
 
-TEST(Menu, ExplanationInformationAndEnd) {
-    Dialogue d(Arguments{"menu"});
-    ASSERT_TRUE(d.settle("<F1>"));
-    EXPECT_NE(d.row(16).find(" keuzemogelijkheden "), std::string::npos) << d.dump();
-    EXPECT_EQ(d.row(17).substr(3, 34), " 11-21   Nummer van menukeuze     ") << d.dump();
-    EXPECT_EQ(d.row(20).substr(3, 51), " Tab     Naar eerste menukeuze van volgende rubriek");
-    EXPECT_EQ(d.row(22).substr(3, 21), " <ENTER> voor vervolg");
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_EQ(d.row(24), " Uw keuze 11");
-    ASSERT_TRUE(d.settle("<F10>"));
-    EXPECT_NE(d.row(11).find("<ENTER> voor vervolg"), std::string::npos) << d.dump();
-    ASSERT_TRUE(d.settle("<ENTER><CANCEL>"));
-    ASSERT_TRUE(d.wait_for("einde van het menu"));
-}
-
-TEST(Menu, WithoutEntriesOrTitle) {
-    Dialogue d(Arguments{"empty-menu"});
-    ASSERT_TRUE(d.settle());
-    EXPECT_EQ(d.row(23), "Geen menubevoegdheden");
-    EXPECT_EQ(d.row(24), "<ENTER> voor vervolg");
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_EQ(d.row(3), "  1 Zonder titel");
-    EXPECT_EQ(d.row(24), " Uw keuze 1");
-    ASSERT_TRUE(d.settle("1"));
-    EXPECT_EQ(d.row(20), "gedraaid 1");
-    d.press("x");
-    EXPECT_TRUE(d.wait_for("MENUHDL: errno=101"));
+TEST(Menu, ExplanationInformationAndOneWithoutEntriesOrTitle) {
+    EXPECT_TRUE(plays({"menu"}, R"(
+        <.><F1>  => 16: keuzemogelijkheden  | 17:│ 11-21   Nummer van menukeuze
+                 => 20:│ Tab     Naar eerste menukeuze van volgende rubriek | 22:│ <ENTER> voor vervolg
+        <ENTER>  => 24= Uw keuze 11
+        <F10>    =>  informatie  | <ENTER> voor vervolg
+        <ENTER><CANCEL> => 23=Geen menubevoegdheden | 24=<ENTER> voor vervolg
+        <ENTER>  => 3=  1 Zonder titel | 24= Uw keuze 1
+        1        => 20=gedraaid enige
+        x        => MENUHDL: errno=101
+    )"));
 }
 
 TEST(Signals, LeaveAtOnceUnlessHeldOff) {
-    Dialogue d(Arguments{"leaving"});
-    ASSERT_TRUE(d.wait_for("bijwerken"));
-    d.send_signal(SIGTERM);
-    ASSERT_TRUE(d.settle()) << "goes on while an update is under way";
-    d.press("x");
-    EXPECT_EQ(d.wait_exit(), 0);
-    EXPECT_NE(d.raw().find("bijgewerkt 1"), std::string::npos);
-    EXPECT_NE(d.raw().find("netjes geeindigd"), std::string::npos);
-    EXPECT_EQ(d.raw().find("wachten"), std::string::npos);
-
-    Dialogue waiting(Arguments{"menu"});
-    ASSERT_TRUE(waiting.settle());
-    waiting.send_signal(SIGHUP);
-    EXPECT_EQ(waiting.wait_exit(), 0);
-    Dialogue checking(Arguments{"long-check"});
-    ASSERT_TRUE(checking.wait_for("lange controle"));
-    checking.send_signal(SIGTERM);
-    EXPECT_EQ(checking.wait_exit(), 0);
-    Dialogue fatal = editing("5q", "");
-    ASSERT_TRUE(fatal.wait_for("ongeldige vartype"));
-    fatal.send_signal(SIGTERM);
-    EXPECT_EQ(fatal.wait_exit(), 1) << "a fatal stop stays one";
+    Terminal t(scene({"leaving"}));
+    ASSERT_TRUE(t.wait_for("bijwerken"));
+    t.send_signal(SIGTERM);
+    EXPECT_TRUE(t.play("<.>x => exit 0")) << "goes on while an update is under way";
+    EXPECT_NE(t.raw().find("bijgewerkt 1"), std::string::npos);
+    EXPECT_NE(t.raw().find("netjes geeindigd"), std::string::npos);
+    EXPECT_EQ(t.raw().find("wachten"), std::string::npos);
+    const struct {
+        std::vector<std::string> words;
+        const char *shown;
+        int signal, status;  // a fatal stop stays one
+    } others[] = {{{"menu"}, "Uw keuze", SIGHUP, 0},
+                  {{"long-check"}, "lange controle", SIGTERM, 0},
+                  {{"edit", "5q", "", ""}, "<ENTER> voor vervolg", SIGTERM, 1}};
+    for (const auto &each : others) {
+        Terminal other(scene(each.words));
+        ASSERT_TRUE(other.wait_for(each.shown));
+        other.send_signal(each.signal);
+        EXPECT_EQ(other.wait_exit(), each.status) << each.shown;
+    }
 }
 
 TEST(Signals, StopAndContinueKeepTheScreen) {
-    Dialogue d = editing("6s", "abc");
-    ASSERT_TRUE(d.settle("xy"));
-    d.resize(30, 100);
-    d.send_signal(SIGTSTP);
+    Terminal t(scene({"edit", "6s", "abc", ""}));
+    ASSERT_TRUE(t.play("<.>xy<.>"));
+    t.resize(30, 100);
+    t.send_signal(SIGTSTP);
     // Here nobody could continue it, so it goes on by itself; until it paints again it throws keys away.
-    const auto painting_again = [&d] {
-        const std::string output = d.raw();
-        const auto stopped = output.find("\033[?1049l");
-        return stopped != std::string::npos && output.find("\033[?1049h", stopped) != std::string::npos;
+    const auto painting_again = [&t] {
+        const std::size_t stopped = t.raw().find("\033[?1049l");
+        return stopped != std::string::npos && t.raw().find("\033[?1049h", stopped) != std::string::npos;
     };
-    ASSERT_TRUE(d.wait_until(painting_again, "a stop"));
-    d.send_signal(SIGCONT);
-    ASSERT_TRUE(d.settle("z<^A>"));
-    EXPECT_EQ(d.row(5), "         xyz___");
-    EXPECT_EQ(d.row(25), "Ongeldige toets") << "the screen keeps its size";
-    ASSERT_TRUE(d.settle("<ENTER>"));
-    EXPECT_EQ(d.row(15), "[xyz....] changed enter");
+    ASSERT_TRUE(t.wait_until(painting_again, "a stop"));
+    t.send_signal(SIGCONT);
+    EXPECT_TRUE(t.play(R"(
+        <.>z<^A>  => 5=         xyz___ | 25=Ongeldige toets
+        <ENTER>   => 15=[xyz....] changed
+    )"));
 }
 
 /// Keys at random, by the ten thousand, into fields, questions, the menu, help and information: the program
 /// lives, and the screen is whole afterwards. They differ with the seed.
 TEST(RandomKeys, NeitherCrashNorBreakTheScreen) {
-    const int count = rounds(20000);
     std::mt19937 random(static_cast<unsigned>(first_seed()));
-    const std::vector<std::string> names{"ENTER",  "ENTER", "ENTER", "UP",  "DOWN",      "LEFT", "RIGHT",
-                                         "HOME",   "END",   "INS",   "DEL", "BACKSPACE", "TAB",  "SHTAB",
-                                         "CANCEL", "HELP",  "F1",    "F10", "F11",       "F12",  "ESC",
-                                         "PGUP",   "PGDN",  "^W",    "^H"};
-    Dialogue d(Arguments{"anything"});
-    for (int i = 1; i <= count; i++) {
-        const unsigned choice = random() % 8;
-        if (choice < 3) {
-            d.key(names[random() % names.size()]);
-        } else if (choice == 7) {
-            // Bytes that are no text: halves of characters, control codes other than the signals.
-            const char byte = static_cast<char>(random() % 256);
-            const unsigned char code = static_cast<unsigned char>(byte);
-            if (code != 3 && code != 17 && code != 19 && code != 24 && code != 26 && code != 28) {
-                d.send({&byte, 1});
-            }
-        } else {
-            const std::string typed = "0123456789-+,.jnJNabcABC\\ ";
-            d.type(typed.substr(random() % typed.size(), 1));
-        }
+    const std::vector<std::string> names{"ENTER", "ENTER",     "ENTER", "UP",    "DOWN",   "LEFT", "RIGHT",
+                                         "HOME",  "END",       "INS",   "DEL",   "CANCEL", "HELP", "F1",
+                                         "F10",   "BACKSPACE", "TAB",   "SHTAB", "F11",    "F12",  "ESC",
+                                         "PGUP",  "PGDN",      "^W",    "^H"};
+    const std::string typed = "0123456789-+,.jnJNabcABC\\ ", signals("\003\021\023\030\032\034");
+    Terminal t(scene({"anything"}));
+    for (int i = 0, end = rounds(20000); i < end; i++) {
         if (i % 500 == 0) {
-            ASSERT_TRUE(d.settle()) << "after " << i << " keys";
+            ASSERT_TRUE(t.play("<.>")) << "after " << i << " keys";
+        }
+        const unsigned choice = random() % 8;
+        // Bytes that are no text: halves of characters, control codes other than the signals.
+        const char byte = static_cast<char>(random() % 256);
+        if (choice < 3) {
+            t.key(names[random() % names.size()]);
+        } else if (choice < 7) {
+            t.type(typed.substr(random() % typed.size(), 1));
+        } else if (signals.find(byte) == std::string::npos) {
+            t.send({&byte, 1});
         }
     }
     for (const char *seen :
          {"HELP-informatie", "keuzemogelijkheden", " informatie ", "Vraag? (J/N)", "Uw keuze"}) {
-        EXPECT_NE(d.raw().find(seen), std::string::npos) << "the keys never came to " << seen;
+        EXPECT_NE(t.raw().find(seen), std::string::npos) << "the keys never came to " << seen;
     }
     // Out of whatever stands there, to the last field of the round.
-    const std::string end = "<HOME>stop<ENTER>";
-    bool ended = false;
-    for (int i = 0; i < 200 && !ended; i++) {
-        const std::string field = d.row(23);
-        const bool last = d.cursor().row == 23 && d.row(24).find("voor vervolg") == std::string::npos;
-        if (last && d.row(22).find("┘") == std::string::npos) {
-            EXPECT_EQ(d.row(1), "bovenaan");
-            d.press(end);
-            ended = d.wait_exit() == 0;
-            break;
-        }
-        ASSERT_TRUE(d.settle("<HOME><HOME><ENTER><ESC>")) << d.dump();
+    const auto last_field = [&t] {
+        return t.cursor().row == 23 && t.row(24).find("voor vervolg") == std::string::npos &&
+               t.row(22).find("┘") == std::string::npos;
+    };
+    for (int i = 0; i < 200 && !last_field(); i++) {
+        ASSERT_TRUE(t.play("<HOME><HOME><ENTER><ESC><.>"));
     }
-    EXPECT_TRUE(ended) << d.dump();
+    EXPECT_TRUE(t.play("<HOME>stop => 1=bovenaan"));
+    EXPECT_TRUE(t.play("<ENTER> => exit 0"));
 }
 
 TEST(EndOfInput, EndsWithStatusOne) {
-    TerminalOptions options = dialogue_options({});
-    const std::string probe = options.program;
-    options.program = "/bin/sh";
-    options.arguments = {"-c", probe + " menu < /dev/null; exit $?"};
-    Terminal from_nothing(options);
-    EXPECT_EQ(from_nothing.wait_exit(), 1);
-    options.arguments = {"-c", "printf '12' | " + probe + " edit 6s abc ''; exit $?"};
-    Terminal from_pipe(options);
-    EXPECT_EQ(from_pipe.wait_exit(), 1);
+    const std::string probe = RVCHK_PROBE;
+    for (const std::string &command :
+         {probe + " menu </dev/null; exit $?", "printf '12' | " + probe + " edit 6s abc ''; exit $?"}) {
+        Terminal t({.program = "/bin/sh", .arguments = {"-c", command}});
+        EXPECT_EQ(t.wait_exit(), 1) << command;
+    }
 }
 
 }  // namespace

@@ -1,13 +1,14 @@
 // Drives a program in a pseudo-terminal and reads its screen cell by cell.
 //
-// A thread of its own drains the program's output into a terminal emulator, so the program never blocks on a
-// test that looks elsewhere. Rows and columns count from 1, row before column. Every wait is bounded and ends
-// as soon as the screen shows what is waited for; its result carries the whole screen as failure message:
+// The screen changes only while a test waits for it. Every wait is bounded and ends as soon as the screen
+// shows what is waited for; its result carries the whole screen as failure message. Most tests are scripts:
 //
-//     Terminal t({.directory = shop, .environment = {{"KPOS", ""}}});
-//     ASSERT_TRUE(t.wait_for("Even geduld"));
-//     t.key("F1");
-//     EXPECT_EQ(t.wait_exit(), 0) << t.dump();
+//     Terminal t({.directory = shop});
+//     EXPECT_TRUE(t.play(R"(
+//                   => <ENTER> voor vervolg
+//         <ENTER>   => 24= Uw keuze 11 | 4,2 reverse
+//         <CANCEL>  => exit 0
+//     )"));
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,11 +16,12 @@
 #include <chrono>
 #include <functional>
 #include <map>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "support/emulator.h"
 
 inline constexpr std::chrono::milliseconds terminal_patience{15000};
 
@@ -34,36 +36,19 @@ struct TerminalOptions {
     std::map<std::string, std::optional<std::string>> environment = {};
     /// Directory of compiled terminal descriptions, for the program and for the bytes of the keys.
     std::string terminfo = RVCHK_TERMINFO;
-    /// Character set on the line, a name that iconv knows. Other ones than UTF-8 must have single bytes.
+    /// Character set on the line.
     std::string encoding = "UTF-8";
     /// Whether the window takes the size that the program asks for (CSI 8;rows;cols t, and DECCOLM).
     bool resizable = true;
 };
 
-struct TerminalAttributes {
-    bool bold = false, dim = false, underline = false, reverse = false, blink = false;
-    /// Index of the colour in the palette, -1 for the terminal's default, -2 for a direct colour.
-    int fg = -1, bg = -1;
-    bool operator==(const TerminalAttributes &) const = default;
-};
-void PrintTo(const TerminalAttributes &attributes, std::ostream *out);
-
-struct TerminalCursor {
-    int row = 1, col = 1;
-    bool visible = true;
-    bool operator==(const TerminalCursor &) const = default;
-};
-void PrintTo(const TerminalCursor &cursor, std::ostream *out);
-
-class Terminal {
+class Terminal : public Emulator {
 public:
     using Patience = std::chrono::milliseconds;
 
-    explicit Terminal(const TerminalOptions &options);
+    explicit Terminal(const TerminalOptions &given);
     /// Kills the program if it still runs, and reaps it.
     ~Terminal();
-    Terminal(const Terminal &) = delete;
-    Terminal &operator=(const Terminal &) = delete;
 
     /// Types UTF-8 text, in the character set of the line.
     void type(std::string_view text);
@@ -73,19 +58,43 @@ public:
     /// "DEL", "BACKSPACE", "SHTAB", "CANCEL", "HELP", "EXIT" by the bytes of the program's terminal
     /// description; "ENTER", "TAB", "ESC", "SPACE", "INTR", "QUIT"; and "^A" to "^_" for control keys.
     void key(const std::string &name);
-    void keys(std::initializer_list<std::string> names);
+    void keys(std::initializer_list<std::string> names) {
+        for (const std::string &name : names) {
+            key(name);
+        }
+    }
+    testing::AssertionResult wait_cursor(int row, int col) {
+        return wait_until([&] { return cursor().row == row && cursor().col == col; }, "cursor");
+    }
+    std::optional<TerminalAttributes> attr_of(std::string_view text) const {
+        for (int line = 1; line <= lines(); ++line) {
+            const auto at = row(line).find(text);
+            if (at != std::string::npos) {
+                return attr(line, static_cast<int>(at) + 1);
+            }
+        }
+        return std::nullopt;
+    }
+    /// Types text in which <NAME> is a key and << a less-than sign. <.> waits until all keys have been worked
+    /// off, in a program that writes a mark when it reads <F2> and z.
+    void press(std::string_view keys);
+
+    /// Each line of a script is a step: keys as for `press`, "=>", and what must then be on the screen all at
+    /// once, with " | " in between:
+    ///     TEXT        in some row          !TEXT       in no row
+    ///     3:TEXT      within row 3         3=TEXT      all of row 3; nothing for an empty one
+    ///     3,5 dim     the attribute there  3,5 -dim    without it
+    ///     3,5=x       the cell             @3,5        the cursor
+    ///     exit 0      the end of the program; stands last
+    [[nodiscard]] testing::AssertionResult play(std::string_view script);
 
     /// True as soon as the text stands in one row of the screen.
     [[nodiscard]] testing::AssertionResult wait_for(std::string_view text,
                                                     Patience patience = terminal_patience);
-    [[nodiscard]] testing::AssertionResult wait_gone(std::string_view text,
-                                                     Patience patience = terminal_patience);
+    [[nodiscard]] testing::AssertionResult wait_gone(std::string_view text);
     /// The text in that row.
-    [[nodiscard]] testing::AssertionResult wait_row(int row, std::string_view text,
-                                                    Patience patience = terminal_patience);
-    [[nodiscard]] testing::AssertionResult wait_cursor(int row, int col,
-                                                       Patience patience = terminal_patience);
-    /// Any condition on this terminal; `what` names it in the failure message.
+    [[nodiscard]] testing::AssertionResult wait_row(int row, std::string_view text);
+    /// Any condition, on this terminal or on what the program does elsewhere; `what` names it.
     [[nodiscard]] testing::AssertionResult wait_until(const std::function<bool()> &condition,
                                                       const std::string &what,
                                                       Patience patience = terminal_patience);
@@ -93,35 +102,34 @@ public:
     /// its output is on the screen by then.
     int wait_exit(Patience patience = terminal_patience);
 
-    /// A row in UTF-8 without blanks at its end.
-    std::string row(int row) const;
-    /// All rows, each with a newline.
-    std::string screen() const;
     /// The screen with row numbers, cursor and state, for messages.
     std::string dump() const;
-    /// Character of a cell in UTF-8; a blank for an empty one.
-    std::string cell(int row, int col) const;
-    TerminalAttributes attr(int row, int col) const;
-    /// Attributes of the first cell of a text, wherever it stands; none if it is not on the screen.
-    std::optional<TerminalAttributes> attr_of(std::string_view text) const;
-    TerminalCursor cursor() const;
-    int lines() const;
-    int columns() const;
-
     /// Bytes written by the program so far.
-    std::string raw() const;
-    /// Bytes sent to the printer behind the terminal: all between mc5 and mc4.
-    std::string printed() const;
-    int bells() const;
+    const std::string &raw() const {
+        return raw_;
+    }
 
     /// The operator changes the size of the window.
     void resize(int lines, int columns);
     void send_signal(int signal);
+    pid_t pid() const {
+        return pid_;
+    }
     /// The line drops: the program gets SIGHUP and its terminal is gone.
     void hang_up();
-    int pid() const;
 
 private:
-    struct State;
-    std::unique_ptr<State> state_;
+    void take_output(int milliseconds);
+    bool at_rest() const;
+    void settle();
+    bool holds(std::string_view wanted) const;
+
+    TerminalOptions options_;
+    std::map<std::string, std::string> keys_;
+    std::string raw_;
+    bool closed_ = false;  // the program's side of the line is closed
+    std::optional<int> status_;
+    pid_t pid_ = -1;
+    int line_ = -1;  // our side
+    int marks_ = 0;  // that were asked for
 };

@@ -1,0 +1,17 @@
+// Scenes that the tests of screen/ and print/ play in a terminal, each a function of the program `probe`.
+#pragma once
+
+#include "screen/screen.h"
+
+/// Shows all that was written, and waits for a key.
+void hold();
+
+// What stands in the arguments is said at the function.
+using scene = void (*)(char **arguments);
+struct named_scene {
+    const char *name;
+    scene play;
+};
+void edit(char **arguments);
+extern const named_scene screen_scenes[15];
+extern const named_scene print_scenes[8];

@@ -1,0 +1,313 @@
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "probe.h"
+
+namespace {
+
+/// At the edges of the screen and of a window, before and after it has a frame; then clearing within one.
+void placing(char **) {
+    std::string counts;
+    const auto place = [&counts](int row, int col, const char *text) {
+        counts += " " + std::to_string(scr_text(A_BOLD, row, col, "%s", text));
+    };
+    place(3, 0, "links buiten");
+    place(3, scr->scr_cols, "rand");
+    place(scr->scr_lines + 1, 1, "onder buiten");
+    place(4, 71, "afgesneden bij de rand");
+    win_open1(6, 10, 5, 30);
+    place(1, 1, "zonder kader");
+    win_title(" %s ", "titel");
+    place(1, 1, "met kader");
+    place(4, 1, "onder het kader");
+    place(3, 1, "deze regel is langer dan het venster");
+    scr_text(A_BOLD | A_UNDERLINE, 2, 1, "kop");
+    scr_text(A_BOLD | A_REVERSE, 2, 10, "keuze");
+    scr->scr_off = true;
+    place(1, 1, "onzichtbaar");
+    error("ook onzichtbaar");
+    scr->scr_off = false;
+    scr_base_text(A_BOLD, 20, 1, "uitkomst%s", counts.c_str());
+    hold();
+    for (int row = 1; row <= 3; row++) {
+        scr_text(A_BOLD, row, 1, "%s", std::string(28, 'X').c_str());
+    }
+    scr_clear_eol(1, 4);
+    scr_clear_eos(2, 2);
+    hold();
+    win_close();
+    hold();
+}
+
+/// Messages, and windows that lie over the one below and give back what they hid.
+void stack(char **) {
+    for (int row = 1; row <= scr->scr_lines; row++) {
+        scr_text(A_DIM, row, 1, "onderlaag %d", row);
+    }
+    win_open1(5, 1, 10, 40);
+    win_title(" %s ", "een");
+    win_open3(8, 3, 5, 20);
+    win_title(" %s ", "twee");
+    hold();
+    win_close();
+    hold();
+    win_close();
+    hold();
+    for (const std::string &text :
+         {std::string("eerste melding"), std::string("kort"), std::string(100, 'M'), std::string()}) {
+        error("%s", text.c_str());
+        hold();
+    }
+}
+
+void show_size() {
+    scr_text(A_BOLD, scr->scr_lines, 1, "%d x %d %d x %d", LINES, COLS, scr->scr_lines, scr->scr_cols);
+    hold();
+}
+
+/// Two wide screens one after the other, then three descriptions on top of each other, each with its size.
+void sizes(char **) {
+    show_size();
+    for (int round = 0; round < 2; round++) {
+        scr_switch_terminal("-w");
+        scr_text(A_BOLD, 1, scr->scr_cols - 4, "rand");
+        scr_text(A_BOLD, 2, 1, "terminals %d", scr->scr_nterm);
+        show_size();
+        win_close();
+        show_size();
+    }
+    scr_switch_terminal("-l");
+    show_size();
+    scr_switch_terminal("-w");
+    show_size();
+    win_close();
+    show_size();
+    win_close();
+    show_size();
+}
+
+void fatal_in_windows(char **) {
+    win_open1(3, 3, 10, 40);
+    win_title(" %s ", "bezig");
+    scr_fatal("%s: %s", "PROEF", "kan niet verder");
+}
+
+/// A fault with the stack full is shown all the same, and one within the fatal stop does not hide it.
+void full_stack(char **) {
+    while (scr->scr_nwin < scr_max_windows) {
+        win_open1(2, 2, 5, 20);
+    }
+    scr_switch_terminal("-w");
+}
+
+/// Letters, lines and attributes, and the code of every key, numbered; q ends it.
+void characters(char **) {
+    scr_text(A_BOLD, 2, 1, "caf\x82 \x81 %c%c", 0xDB, 0xF9);
+    scr_text(A_BOLD | A_ALTCHARSET, 3, 1, "aaa");
+    scr_move(3, 10);
+    win_attr(A_BOLD | A_ALTCHARSET);
+    scr_add("qq");
+    scr_add("q%s", std::string(100, 'x').c_str());
+    scr_text(A_BOLD, 4, 1, "stuur\x07\x1b[2Jtekens\n");
+    wmove(win_current(), 9, 0);
+    for (const attr_t attribute : {A_BOLD, A_DIM, A_UNDERLINE, A_REVERSE, A_BLINK}) {
+        wattrset(win_current(), static_cast<int>(attribute));
+        waddstr(win_current(), "x");
+    }
+    for (int count = 0, key = 0; key != 'q'; count++) {
+        scr_text(A_BOLD, 6, 1, "toets %d is %d.  ", count, key);
+        scr_flush(0);
+        key = key_get(win_current());
+    }
+}
+
+/// What the key reader does with its queue and with what waits.
+void keys(char **) {
+    key_allow(512);
+    key_allow(-1);
+    scr_text(A_BOLD, 1, 1, "buiten het masker %d", key_allowed(512) || key_allowed(-1));
+    key_unget('1');
+    key_unget('2');
+    const int last = key_get(win_current());
+    scr_text(A_BOLD, 2, 1, "%c voor %c", last, key_get(win_current()));
+    scr_text(A_BOLD, 3, 1, "wacht %d", key_wait(1, 1, 1));
+    char name[7];
+    int row = 4;
+    for (const int key : {KEY_F(1), KEY_F(12), KEY_BTAB, KEY_RIGHT, int{'x'}}) {
+        key_name(key, name);
+        scr_text(A_BOLD, row++, 1, "%s.", name);
+    }
+    // XON and XOFF are dropped, whatever waits comes in the order in which it was typed.
+    hold();
+    while (!key_wait(1, 1, 1)) {
+    }
+    const int first = key_get(win_current());
+    scr_text(A_BOLD, 10, 1, "%c dan %c", first, key_get(win_current()));
+    hold();
+}
+
+void outcome(int row, int value) {
+    scr_base_text(A_BOLD, row, 1, "uitkomst %d%s", value, scr->ing_exit == K_CANCEL ? " cancel" : "");
+}
+
+void questions(char **) {
+    outcome(16, ing_akkoord(3, 2, "%s", ""));
+    outcome(17, ing_akkoord(4, 2, "[+],%s", "Met ja"));
+    outcome(18, ing_akkoord(5, 2, "[-]"));
+    outcome(19, ing_akkoord(6, 2, "[J]Zeker"));
+    outcome(20, ing_akkoord(scr->scr_lines, 2, "[-]%s", "Een vraag waar een melding over heen komt"));
+}
+
+void boxes(char **) {
+    key_allow(K_F5);
+    outcome(16, FFLASH(-1, 0, A_DIM, "titel", "eerste\tregel\ntweede"));
+    outcome(17, FFLASH(-2, 2, A_DIM, nullptr, "Alleen een vraag"));
+    outcome(18, FFLASH(-2, 1, A_DIM, "Waarschuwing", "Bestand is vol\n[+]Toch doorgaan"));
+    FFLASH(0, 0, A_DIM, std::string(70, 'T').c_str(), "%s", std::string(90, 'x').c_str());
+    scr_base_text(A_BOLD, 1, 1, "%s", key_allowed(K_F5) ? "toetsen bewaard" : "toetsen kwijt");
+    hold();
+    msg_info("een regel");
+    msg_error("fout", "met twee regels");
+    msg_warning("let op", nullptr, std::string(90, 'w').c_str());
+    wait_box();
+    char any = 0;
+    (void)!read(STDIN_FILENO, &any, 1);  // reading a key would take the box away
+}
+
+std::string menu_runs;
+
+void menu(char **) {
+    menu_application.status_line = [] { scr_text(A_REVERSE, 1, 1, "%s", "statusregel"); };
+    menu_application.information_page = [] { FFLASH(-1, 0, A_DIM, "informatie", "een\ntwee"); };
+    do {
+        menu_reset(0);
+        menu_title(true, "  volledige \x82\x82n  ");
+        menu_add(true, true, "series/etiketten", [] { menu_runs += " een"; });
+        menu_add(true, true, "\x82\x82n klant met een tekst die niet in het menu past",
+                 [] { menu_runs += " twee"; });
+        menu_add(false, true, "verborgen", [] { menu_runs += " verborgen"; });
+        menu_add(true, false, "niet beschikbaar", [] { menu_runs += " drie"; });
+        menu_title(false, "niets");
+        menu_title(true, "tweede");
+        menu_add(true, true, "laatste", [] { menu_runs += " laatste"; });
+        scr_text(A_BOLD, 20, 1, "gedraaid%s", menu_runs.c_str());
+    } while (menu_run() != 0);
+    menu_reset(1);
+    menu_title(true, "leeg");
+    menu_add(false, true, "verborgen", [] {});
+    menu_run();
+    menu_reset(1);
+    menu_add(true, true, "zonder titel", [] { menu_runs += " enige"; });
+    menu_run();
+    scr_text(A_BOLD, 20, 1, "gedraaid%s", menu_runs.c_str());
+    hold();
+    menu_reset(10);
+}
+
+void bars(char **) {
+    const auto &progress = isam_operator.progress;
+    progress(0, 0, 40, " voortgang ");
+    progress(1, 20, 40, nullptr);
+    hold();
+    progress(1, 5, 40, nullptr);
+    progress(1, 0, 0, nullptr);
+    progress(1, 90, 40, nullptr);
+    hold();
+    progress(2, 0, 0, nullptr);
+    progress(4, 1, 4, "onderaan");
+    progress(4, 2, 4, nullptr);
+    hold();
+    progress(5, 0, 0, nullptr);
+    hold();
+}
+
+void long_check(char **) {
+    busy_release();
+    scr_text(A_BOLD, 1, 1, "%s", "lange controle");
+    while (!isam_operator.interrupted()) {
+        napms(20);
+    }
+    scr_text(A_BOLD, 2, 1, "%s", "gestopt");
+    isam_operator.interrupt_reset();
+    ing_break_off();
+    scr_text(A_BOLD, 3, 1, "%s", isam_operator.interrupted() ? "nog gestopt" : "vergeten");
+    hold();
+}
+
+/// An update during which the operator is asked something, and one that is not asked anything.
+void leaving(char **) {
+    scr_leave_handler = [] {
+        std::printf("netjes geeindigd\n");
+        scr_exit(0);
+    };
+    {
+        const leave_guard guard;
+        scr_text(A_BOLD, 1, 1, "%s", "bijwerken");
+        hold();
+        scr_text(A_BOLD, 2, 1, "bijgewerkt %d", scr_leave_requested() ? 1 : 0);
+        scr_flush(0);
+    }
+    scr_text(A_BOLD, 3, 1, "%s", "wachten");
+    hold();
+}
+
+/// Every kind of input one after the other, for keys typed at random, until a field in row 23 holds "stop".
+void anything(char **) {
+    std::int32_t amount = 1234;
+    std::uint16_t date = 36526;
+    double fraction = 1.5;
+    std::uint8_t yes = 1;
+    char text[21] = "tekst";
+    char wide[41] = "een lange tekst die schuift";
+    char hex[9] = "0A1B";
+    char word[5] = "";
+    busy_release();
+    menu_application.information_page = [] { FFLASH(-1, 0, A_DIM, "informatie", "een\ntwee"); };
+    const auto field = [](int row, const char *format, auto *target) {
+        INGAVE(row, 5, format, {&K_UP, &K_DOWN, &K_CANCEL}, target);
+    };
+    while (std::strcmp(word, "stop") != 0) {
+        field(3, "8B,JEP", &amount);
+        field(4, "7l,ZPN", &amount);
+        field(6, "10D,E", &date);
+        field(7, "6.2f,ZPN", &fraction);
+        field(8, "b", &yes);
+        field(9, "20s,U", static_cast<char *>(text));
+        field(10, "40.12S", static_cast<char *>(wide));
+        field(11, "8x", static_cast<char *>(hex));
+        field(12, "4c[0123456789ABCDEF],S", static_cast<char *>(word));
+        ing_akkoord(14, 5, "%s", "Vraag");
+        isam_operator.interrupted();
+        isam_operator.interrupt_reset();
+        menu_reset(0);
+        menu_title(true, "menu");
+        menu_add(true, true, "een", [] {});
+        menu_add(true, true, "twee", [] {});
+        menu_run();
+        scr_text(A_BOLD, 1, 1, "%s", "bovenaan");
+        INGAVE(23, 5, "4s", {}, static_cast<char *>(word));
+    }
+}
+
+}  // namespace
+
+const named_scene screen_scenes[15] = {
+    {"edit", edit},
+    {"placing", placing},
+    {"stack", stack},
+    {"sizes", sizes},
+    {"fatal", fatal_in_windows},
+    {"full-stack", full_stack},
+    {"characters", characters},
+    {"keys", keys},
+    {"questions", questions},
+    {"boxes", boxes},
+    {"menu", menu},
+    {"bars", bars},
+    {"long-check", long_check},
+    {"leaving", leaving},
+    {"anything", anything},
+};
