@@ -93,6 +93,11 @@ int CheckCase::rounds(int usual) {
     return wanted == nullptr ? usual : std::atoi(wanted);
 }
 
+bool CheckCase::temporary_files() {
+    std::string pattern = "TP*";
+    return FILES_PRESENT(pattern) != 0;
+}
+
 unsigned CheckCase::date_on_file(unsigned offset) {
     constexpr unsigned row_bytes = 64;
     constexpr unsigned row_dates = 19;
