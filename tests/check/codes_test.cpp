@@ -2,7 +2,8 @@
 #include <algorithm>
 #include <set>
 
-#include "base/base.h"
+#include "base/strformat.h"
+#include "data/serieskey.h"
 #include "store/store.h"
 #include "support/check_case.h"
 #include "tools/shop/plan.h"
@@ -30,19 +31,13 @@ protected:
         }
         return lines;
     }
-    static std::multiset<std::string> codes(const std::string &file, std::size_t record) {
+    template <class Record>
+    static std::multiset<std::string> codes(const std::string &file) {
         std::multiset<std::string> found;
-        const std::string bytes = get(file);
-        for (std::size_t at = 0; at + record <= bytes.size(); at += record) {
-            if (ix_live(bytes.data() + at, static_cast<int>(record))) {
-                found.insert(bytes.substr(at, 13));
-            }
+        for (const Record &record : records<Record>(file)) {
+            found.emplace(record.code, sizeof record.code);
         }
         return found;
-    }
-    static bool temporary_files() {
-        std::string pattern = "TP*";
-        return FILES_PRESENT(pattern) != 0;
     }
     template <class Record>
     Record record_of(const SeriesRecord &series, const std::string &code) {
@@ -66,12 +61,6 @@ protected:
         return shop.series.front();
     }
 };
-
-std::string key_text(const SeriesRecord &series) {
-    return str_format("%-14s", str_format("%u.%u.%u", unsigned{series.key.group}, unsigned{series.key.colour},
-                                          unsigned{series.key.number})
-                                   .c_str());
-}
 
 unsigned first_size(const SeriesRecord &series) {
     unsigned size = 1;
@@ -120,8 +109,9 @@ TEST_F(Codes, OrderNumbersAreListedAndDeletedOnYes) {
         list.back().size_kind = kind;
         list.back().size = index;
         if (text != nullptr) {
-            expected.push_back(str_format("%-13s %s  %4d", code.c_str(), key_text(series).c_str(), supplier) +
-                               shown + "  " + text);
+            expected.push_back(
+                str_format("%-13s %s  %4d", code.c_str(), ser_text(series.key).c_str(), supplier) + shown +
+                "  " + text);
         }
     };
     const char *no_size = "Maat niet bekend bij serie";
@@ -140,7 +130,7 @@ TEST_F(Codes, OrderNumbersAreListedAndDeletedOnYes) {
         str_format("A8?x?1        4000000000.%-3.3s  %4d       Serie niet aanwezig", rest.c_str(), supplier));
     shop.supplier_numbers = {{supplier, list}, {9997, {record_of<SupplierNumberRecord>(series, "B1")}}};
     shop.supplier_numbers[9997].back().size = 91;
-    expected.push_back(str_format("B1            %s  9997  ", key_text(series).c_str()) +
+    expected.push_back(str_format("B1            %s  9997  ", ser_text(series.key).c_str()) +
                        "     Leverancier niet bekend bij serie");
     write();
     const std::vector<std::string> files{get("XNRS9997.TXT"), get(str_format("XNRS%04d.TXT", supplier))};
@@ -158,8 +148,8 @@ TEST_F(Codes, OrderNumbersAreListedAndDeletedOnYes) {
     EXPECT_TRUE(repaired.reports("Geen fouten gevonden!")) << repaired;
     EXPECT_EQ(repaired.flags, "order_numbers");
     EXPECT_EQ(date_on_file(at_order_numbers_date), date_today());
-    EXPECT_TRUE(codes("XNRS9997.TXT", 28).empty());
-    EXPECT_EQ(codes(str_format("XNRS%04d.TXT", supplier), 28),
+    EXPECT_TRUE(codes<SupplierNumberRecord>("XNRS9997.TXT").empty());
+    EXPECT_EQ(codes<SupplierNumberRecord>(str_format("XNRS%04d.TXT", supplier)),
               (std::multiset<std::string>{std::string(list[0].code, 13), std::string(list[1].code, 13)}));
     EXPECT_EQ(check("full order_numbers").flags, "order_numbers");
     EXPECT_FALSE(temporary_files());
@@ -183,7 +173,7 @@ TEST_F(Codes, ReplacedCodesAreListedAndDeletedOnYes) {
         shop.barcodes.back().size_kind = kind;
         shop.barcodes.back().size = static_cast<std::uint8_t>(index);
         if (text != nullptr) {
-            expected.push_back(str_format("%-13s %s", code.c_str(), key_text(series).c_str()) + shown +
+            expected.push_back(str_format("%-13s %s", code.c_str(), ser_text(series.key).c_str()) + shown +
                                std::string(28, ' ') + text);
         }
     };
@@ -210,13 +200,14 @@ TEST_F(Codes, ReplacedCodesAreListedAndDeletedOnYes) {
     EXPECT_EQ(rows(refused), expected) << refused;
     EXPECT_TRUE(refused.reports("barcode       serienummer     mt ")) << refused;
     EXPECT_EQ(refused.flags, "");
-    EXPECT_EQ(codes("RVBARC.TXT", 32).size(), 8U);
+    EXPECT_EQ(codes<BarcodeRecord>("RVBARC.TXT").size(), 8U);
     EXPECT_EQ(date_on_file(at_barcodes_date), 0U);
 
     const CheckRun repaired = check("full barcodes", "J");
     EXPECT_EQ(repaired.questions.size(), 1U) << repaired;
     EXPECT_EQ(repaired.flags, "barcodes");
-    EXPECT_EQ(codes("RVBARC.TXT", 32), (std::multiset<std::string>{"5410000000001", "5410000000002"}));
+    EXPECT_EQ(codes<BarcodeRecord>("RVBARC.TXT"),
+              (std::multiset<std::string>{"5410000000001", "5410000000002"}));
     EXPECT_EQ(date_on_file(at_barcodes_date), date_today());
     EXPECT_EQ(check("full barcodes").flags, "barcodes");
     EXPECT_FALSE(temporary_files());

@@ -40,11 +40,8 @@ protected:
     }
     /// A customer as it stands on file; number 0 when there is none.
     static CustomerRecord on_file(std::uint32_t number) {
-        const Bytes file("RVKLT.TXT");
-        CustomerRecord record{};
-        for (std::size_t at = 0; at < file.size(); at += sizeof record) {
-            if (file.u32(at) == number) {
-                std::memcpy(&record, file.data.data() + at, sizeof record);
+        for (const CustomerRecord &record : records<CustomerRecord>("RVKLT.TXT")) {
+            if (record.number == number) {
                 return record;
             }
         }

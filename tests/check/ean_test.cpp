@@ -45,12 +45,9 @@ protected:
     }
     /// The code of a size, read without the program's module.
     static std::string code_of(const SeriesRecord &series, unsigned size) {
-        const Bytes file("RVEAN.TXT");
-        for (std::size_t at = 0; at < file.size(); at += 28) {
-            if (file.data[at + 13] == 'M' && file.u32(at + 16) == series.key.group &&
-                file.u16(at + 14) == series.key.colour && file.u16(at + 20) == series.key.number &&
-                file.u8(at + 22) == size) {
-                return file.text(at, 13);
+        for (const EanRecord &code : records<EanRecord>("RVEAN.TXT")) {
+            if (is_of(series, code) && code.size == size) {
+                return std::string(code.code, sizeof code.code);
             }
         }
         return "";

@@ -151,8 +151,7 @@ protected:
                 note(ok_series ? "goed" : "niet goed");
             });
         EXPECT_EQ(run.status, 0) << run;
-        std::string pattern = "TP*";
-        EXPECT_EQ(FILES_PRESENT(pattern), 0) << "an error list was left";
+        EXPECT_FALSE(temporary_files()) << "an error list was left";
         return run;
     }
     static std::string noted() {

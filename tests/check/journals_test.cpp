@@ -107,12 +107,9 @@ protected:
     }
     /// The numbers of the list of orders as it stands on file, in order.
     static std::string listed() {
-        const Bytes file("RVORDNR.TXT");
         std::set<std::uint32_t> numbers;
-        for (std::size_t at = 0; at < file.size(); at += 48) {
-            if (file.data.compare(at + 5, 40, std::string(40, '\xff')) != 0) {
-                numbers.insert(file.u32(at));
-            }
+        for (const OrderNumberRecord &record : records<OrderNumberRecord>("RVORDNR.TXT")) {
+            numbers.insert(record.number);
         }
         std::string text;
         for (const std::uint32_t number : numbers) {

@@ -5,6 +5,7 @@
 #include "base/strformat.h"
 #include "data/labelfile.h"
 #include "data/seriesfile.h"
+#include "data/serieskey.h"
 #include "support/check_case.h"
 
 namespace {
@@ -152,14 +153,10 @@ TEST_F(Labels, ReportShowsWhereAChainIsWrong) {
     make({.series = 12, .labels = 25});
     const auto sound = chain(series_of(4).first_block);
     const std::int32_t foreign = series_of(1, 3).first_block;
-    const auto name = [](const SeriesKey &key) {
-        return str_format("%lu.%u.%u", static_cast<unsigned long>(key.group), unsigned{key.colour},
-                          unsigned{key.number});
-    };
     block(sound[1]).next = foreign;
     write();
     const CheckRun run = check("labels", "JN");
-    const std::string own = name(block(sound[0]).key);
+    const std::string own = ser_text(block(sound[0]).key);
     const std::string dashes(132, '-');
     const std::string expected[] = {
         "Index van het seriebestand hersteld",
@@ -167,7 +164,7 @@ TEST_F(Labels, ReportShowsWhereAChainIsWrong) {
         "serienr               etiketblok       P/N  serienr-etiketblok     hersteld  foutmelding",
         dashes,
         str_format("%-22s%10d %8dP  %-22s %-8s  2  etiketblok van andere serie", own.c_str(), foreign,
-                   sound[1], name(block(foreign).key).c_str(), "JA"),
+                   sound[1], ser_text(block(foreign).key).c_str(), "JA"),
         str_format("%-22s%10d %8dN  %-22s %-8s  6  etiketblok niet in ketting, serie aanwezig", "", sound[2],
                    sound[3], own.c_str(), "JA"),
     };

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "base/base.h"
+#include "data/serieskey.h"
 #include "store/store.h"
 #include "support/check_case.h"
 #include "tools/shop/plan.h"
@@ -40,10 +41,7 @@ std::string finding(const char *category, const char *item, unsigned number, con
     return str_format("%-20s%-20s%6u       %s", category, item, number, text);
 }
 std::string finding(const SeriesKey &key, const char *text) {
-    return str_format(
-        "Seriegegevens       serienummer %-14s       %s",
-        str_format("%u.%u.%u", unsigned{key.group}, unsigned{key.colour}, unsigned{key.number}).c_str(),
-        text);
+    return "Seriegegevens       serienummer " + ser_text(key) + "       " + text;
 }
 
 TEST_F(Master, TellsEveryClassInOrderAndMendsWhatItCan) {
@@ -172,13 +170,7 @@ TEST_F(Master, FillsInWhatTheShopItselfSays) {
     make({.series = 4, .customers = 0}, {"supplier-no-currency", "master-no-model", "master-no-letter",
                                          "master-no-target", "master-colour-missing"});
     check("full master");
-    std::vector<SeriesRecord> after;
-    std::string bytes = get("RVSER.TXT");
-    for (std::size_t at = 0; at < bytes.size(); at += sizeof(SeriesRecord)) {
-        if (ix_live(bytes.data() + at, sizeof(SeriesRecord))) {
-            std::memcpy(&after.emplace_back(), bytes.data() + at, sizeof(SeriesRecord));
-        }
-    }
+    const auto after = records<SeriesRecord>("RVSER.TXT");
     ASSERT_EQ(after.size(), shop.series.size());
     for (std::size_t i = 0; i < after.size(); i++) {
         SeriesRecord expected = shop.series[i];

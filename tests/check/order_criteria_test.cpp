@@ -3,6 +3,7 @@
 #include <limits>
 #include <set>
 
+#include "data/serieskey.h"
 #include "support/check_case.h"
 
 namespace {
@@ -161,10 +162,7 @@ TEST_F(OrderCriteria, BlocksComeBackBehindTheChainInOrder) {
               "U dient zelf de juistheid van de bestelcriteria van deze series te controleren bij "
               "besteladviezen.");
     EXPECT_EQ(title[2], std::string(132, '-'));
-    std::string row = std::to_string(record->key.group) + "." + std::to_string(record->key.colour) + "." +
-                      std::to_string(record->key.number);
-    row.resize(17, ' ');
-    EXPECT_EQ(title[3], row + corrected);
+    EXPECT_EQ(title[3], ser_text(record->key) + "   " + corrected);
 
     std::vector<std::int32_t> off(numbers.begin() + 1, numbers.end());
     std::sort(off.begin(), off.end());

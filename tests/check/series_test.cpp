@@ -14,10 +14,7 @@ constexpr day_number earliest_day = day_1980 + 1;
 class Series : public CheckCase {
 protected:
     static SeriesRecord on_file(const SeriesRecord &wanted) {
-        const std::string data = get("RVSER.TXT");
-        SeriesRecord record{};
-        for (std::size_t at = 0; at < data.size(); at += sizeof record) {
-            std::memcpy(&record, data.data() + at, sizeof record);
+        for (const SeriesRecord &record : records<SeriesRecord>("RVSER.TXT")) {
             if (record.key == wanted.key) {
                 return record;
             }

@@ -1,8 +1,10 @@
 // The check of goods in transit: labels with the mark and without an entry, their entries and documents.
 #include <algorithm>
 #include <map>
+#include <set>
 
-#include "base/base.h"
+#include "base/strformat.h"
+#include "data/serieskey.h"
 #include "support/check_case.h"
 
 namespace {
@@ -42,32 +44,21 @@ protected:
                 code = str_format("%.3s", kind.entries[label_of(entry).size / 100].code);
             }
         }
-        const std::string key = str_format("%u.%u.%u", unsigned{entry.key.group}, unsigned{entry.key.colour},
-                                           unsigned{entry.key.number});
         const bool numbered = series == nullptr || series->registration == 0;
         const std::string number = numbered ? str_format("%10d", int{entry.label}) : std::string(10, ' ');
-        std::string line = str_format("%-15s %s %3d %3d %s", key.c_str(), number.c_str(), entry.from,
-                                      entry.to, code.c_str());
+        std::string line = str_format("%-15s %s %3d %3d %s", ser_text(entry.key).c_str(), number.c_str(),
+                                      entry.from, entry.to, code.c_str());
         return line.substr(0, line.find_last_not_of(' ') + 1);
     }
     static std::string trimmed(const std::string &line) {
         return line.substr(0, line.find_last_not_of(' ') + 1);
     }
     static int entries_on_file() {
-        const Bytes file("RVGO.TXT");
-        std::map<std::uint32_t, int> of_label;
-        int entries = 0;
-        for (std::size_t at = 0; at + 28 <= file.size(); at += 28) {
-            if (file.u8(at) != 0xff) {
-                entries++;
-                EXPECT_EQ(++of_label[file.u32(at + 4)], 1) << "two entries of a label";
-            }
+        std::set<std::int32_t> labels;
+        for (const TransitRecord &entry : records<TransitRecord>("RVGO.TXT")) {
+            EXPECT_TRUE(labels.insert(entry.label).second) << "two entries of a label";
         }
-        return entries;
-    }
-    static bool temporary_files() {
-        std::string pattern = "TP*";
-        return FILES_PRESENT(pattern) != 0;
+        return static_cast<int>(labels.size());
     }
     std::vector<TransitRecord> missing;
 };

@@ -325,11 +325,12 @@ TEST(RandomKeys, NeitherCrashNorBreakTheScreen) {
         return t.cursor().row == 23 && t.row(24).find("voor vervolg") == std::string::npos &&
                t.row(22).find("┘") == std::string::npos;
     };
-    for (int i = 0; i < 200 && !last_field(); i++) {
-        ASSERT_TRUE(t.play("<HOME><HOME><ENTER><ESC><.>"));
+    // A question that comes meanwhile may take the word for its own.
+    const std::string stop = "    stop";
+    for (int i = 0; i < 200 && t.row(23) != stop; i++) {
+        ASSERT_TRUE(t.play(last_field() ? "<HOME>stop<.>" : "<HOME><HOME><ENTER><ESC><.>"));
     }
-    EXPECT_TRUE(t.play("<HOME>stop => 1=bovenaan"));
-    EXPECT_TRUE(t.play("<ENTER> => exit 0"));
+    EXPECT_TRUE(t.play("=> 1=bovenaan | 23=" + stop + "\n<ENTER> => exit 0"));
 }
 
 TEST(EndOfInput, EndsWithStatusOne) {

@@ -88,6 +88,11 @@ std::string CheckCase::audit(unsigned parts) const {
     return text;
 }
 
+bool CheckCase::temporary_files() {
+    std::string pattern = "TP*";
+    return FILES_PRESENT(pattern) != 0;
+}
+
 unsigned CheckCase::date_on_file(unsigned offset) {
     constexpr unsigned row_bytes = 64;
     constexpr unsigned row_dates = 19;

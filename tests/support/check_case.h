@@ -11,9 +11,11 @@
 //     }
 #pragma once
 
+#include <cstring>
 #include <string>
 #include <vector>
 
+#include "store/store.h"
 #include "support/play.h"
 #include "support/rounds.h"
 #include "support/scratch_dir.h"
@@ -45,6 +47,20 @@ protected:
     static CheckRun check(const std::string &words, const std::string &answers = "");
     /// What an independent reading of the files finds wrong, one line each; empty when they agree.
     std::string audit(unsigned parts) const;
+    /// The live records of a file.
+    template <class Record>
+    static std::vector<Record> records(const std::string &file) {
+        const std::string bytes = get(file);
+        std::vector<Record> found;
+        for (std::size_t at = 0; at + sizeof(Record) <= bytes.size(); at += sizeof(Record)) {
+            if (ix_live(bytes.data() + at, sizeof(Record))) {
+                std::memcpy(&found.emplace_back(), bytes.data() + at, sizeof(Record));
+            }
+        }
+        return found;
+    }
+    /// True when a work list of a check was left.
+    static bool temporary_files();
     /// A date of row 19 as it stands on file, by its offset there.
     static unsigned date_on_file(unsigned offset);
 };
