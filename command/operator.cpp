@@ -190,7 +190,3 @@ void operator_follow(check_record *followed, const char *check) {
 bool operator_cancelled() {
     return cancelled != 0;
 }
-
-bool operator_may_agree() {
-    return wishes.answers != answer_mode::no;
-}

@@ -28,5 +28,3 @@ void operator_install(const operator_wishes &wishes);
 void operator_follow(check_record *record, const char *check);
 /// The run is to be broken off.
 bool operator_cancelled();
-/// Whether the answer to a question will be yes, or is not known yet.
-bool operator_may_agree();

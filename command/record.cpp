@@ -26,6 +26,7 @@ void check_record::begin_look(const std::string &name) {
     part->sum_before = part->sum;
     part->sum = 0;
     part->mends = false;
+    part->asks = false;
     part->agreed = false;
 }
 
@@ -45,6 +46,7 @@ bool check_record::add(const finding &found) {
     known.now++;
     part->sum += std::hash<std::string>{}(identity) | 1U;
     part->mends = part->mends || mends;
+    part->asks = part->asks || found.kind.fate == finding_fate::asked;
     const bool is_new = known.now > known.most;
     known.most = std::max(known.most, known.now);
     return is_new;
@@ -58,11 +60,11 @@ bool check_record::repair_is_vain() const {
     return part->look >= most_looks || (part->look > 1 && part->sum == part->sum_before);
 }
 
-bool check_record::needs_another_look() const {
-    return std::any_of(parts.begin(), parts.end(), [](const auto &entry) {
+bool check_record::needs_another_look(bool unattended) const {
+    return std::any_of(parts.begin(), parts.end(), [&](const auto &entry) {
         const part_record &one = entry.second;
         const bool same = one.look > 1 && one.sum == one.sum_before;
-        return one.look < most_looks && (one.agreed || (one.mends && !same));
+        return one.look < most_looks && (one.agreed || ((one.mends || (unattended && one.asks)) && !same));
     });
 }
 

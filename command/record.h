@@ -42,8 +42,9 @@ public:
     /// True when this look has made what the one before it made, so the repair has not helped, or when there
     /// have been so many looks that something else must be wrong.
     [[nodiscard]] bool repair_is_vain() const;
-    /// True when another look would tell more: something was put right since the last one began.
-    [[nodiscard]] bool needs_another_look() const;
+    /// True when another look would tell more: something was put right since the last one began. Of what is
+    /// asked about, some may have been put right at once; a person is not asked again just to see that.
+    [[nodiscard]] bool needs_another_look(bool unattended) const;
     /// A number that differs when what the last looks have made differs.
     [[nodiscard]] std::uint64_t state() const;
     /// By code. Of a check that was cancelled nobody knows what its last look would have made.
@@ -64,6 +65,7 @@ private:
         std::uint64_t sum = 0;         ///< of what this look has made
         std::uint64_t sum_before = 0;  ///< of what the look before it made
         bool mends = false;            ///< this look has made what is put right at once
+        bool asks = false;             ///< and what is asked about
         bool agreed = false;
     };
 

@@ -45,12 +45,10 @@ const char *severity_of(finding_fate fate) {
     return fate == finding_fate::mended ? "mended" : fate == finding_fate::asked ? "asked" : "human";
 }
 
-/// Whether a finding of that kind will have been mended; null while that is not known.
+/// Whether a finding of that kind is put right; null where only the next look tells. That is so when the
+/// answer will be no, too: the label check puts back some of what it would ask about.
 json mended_of(finding_fate fate) {
-    if (fate == finding_fate::mended) {
-        return true;
-    }
-    return fate == finding_fate::asked && operator_may_agree() ? json(nullptr) : json(false);
+    return fate == finding_fate::asked ? json(nullptr) : json(fate == finding_fate::mended);
 }
 
 json fields_of(const finding &found) {
@@ -112,7 +110,7 @@ void shop_checks::look(const chk_row &row, state &here) {
         chk_run_row(row);
         ever = ever || *row.passed;
         const std::uint64_t made = here.record.state();
-        if (operator_cancelled() || !here.record.needs_another_look() || (round > 0 && made == before)) {
+        if (operator_cancelled() || !here.record.needs_another_look(options_.answers != answer_mode::ask) || (round > 0 && made == before)) {
             break;
         }
         before = made;

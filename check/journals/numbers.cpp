@@ -89,7 +89,6 @@ void order_number_list::open() {
 }
 
 void order_number_list::close() {
-    shown.end();
     if (numbers != nullptr) {
         IXCLOSE(numbers);
         numbers = nullptr;
@@ -224,4 +223,5 @@ void order_number_list::follow(journal_walk &walk, const journal_name &name) {
             number_labels(walk);
         }
     }
+    shown.end();
 }

@@ -123,7 +123,7 @@ TEST_F(PriceStore, AnswersAsAMapOfDaysWould) {
             }
         }
     };
-    for (int round = 0, end = rounds(1500); round < end; round++) {
+    for (int round = 0, count = rounds(1500); round < count; round++) {
         const int series = below(series_count);
         const int supplier = below(suppliers);
         int begin = below(days - 1);
