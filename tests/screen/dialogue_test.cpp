@@ -17,11 +17,11 @@ testing::AssertionResult plays(std::vector<std::string> words, const char *scrip
     return t.play(script);
 }
 
-TEST(Keys, QueueWaitingAndNames) {
+TEST(Keys, QueueWaitingNamesAndReplay) {
     EXPECT_TRUE(plays({"keys"}, R"(
                   => 1=buiten het masker 0 | 2=2 voor 1 | 3=wacht 0 | 8=x.
                   => 4=F1 . | 5=F12. | 6=SH_TAB. | 7=RGHT.
-        xp<^S><^Q>q => 10=p dan q
+        xp<^S><^Q>q => 10=p dan q | 11=esc 1 herhaalt 0 | 12=923
         x         => exit 0
     )"));
 }
