@@ -1,12 +1,70 @@
 // From print set-up and printer files to the destination of a job.
+#include "print/destination.h"
+
 #include <sys/stat.h>
 
-#include "printer_fixture.h"
-#include "support/terminal.h"
+#include <cstring>
+
+#include "report_fixture.h"
 
 namespace {
 
 namespace fs = std::filesystem;
+
+/// Printer files of a shop, made by the program itself and filled with the printers of a test.
+struct Printers : Report {
+    void SetUp() override {
+        Report::SetUp();
+        prt_modules.job_open = prt_job_open;
+        prt_path_forget();
+        unsetenv("ZUVPRT");
+    }
+    void TearDown() override {
+        unsetenv("ZUVPRT");
+        Report::TearDown();
+    }
+
+    template <std::size_t N>
+    static void put_field(char (&field)[N], const char *text) {
+        std::memcpy(field, text, std::min(std::strlen(text), N));
+    }
+    template <typename Record>
+    static void add(const char *file, const Record &record) {
+        ICB *icb = IXOPEN(file, ix_exclusive);
+        EXPECT_TRUE(IXWRITE(icb, &record));
+        IXCLOSE(icb);
+    }
+    static void add_printer(std::uint16_t number, const char *name) {
+        PrinterRecord record{};
+        record.printer = number;
+        put_field(record.name, name);
+        add("TR_PTRG", record);
+    }
+    static void add_connection(std::uint16_t printer, std::uint8_t number, const char *device,
+                               const char *name, bool to_directory = false) {
+        ConnectionRecord record{};
+        record.printer = printer;
+        record.connection = number;
+        record.to_directory = to_directory;
+        put_field(record.device, device);
+        put_field(record.name, name);
+        add("TR_PTRC", record);
+    }
+    static void add_form(std::uint16_t printer, std::uint8_t number, std::uint16_t columns,
+                         std::uint16_t lines, const char *description, const char *begin = "",
+                         const char *end = "") {
+        PropertyRecord record{};
+        record.printer = printer;
+        record.property = number;
+        record.columns = columns;
+        record.lines = lines;
+        record.orientation = number % 2;
+        put_field(record.description, description);
+        put_field(record.setup_text, begin);
+        put_field(record.end_text, end);
+        add("TR_PTRP", record);
+    }
+};
 
 /// Seven printers beside the screen.
 struct Destination : Printers {
@@ -14,35 +72,30 @@ struct Destination : Printers {
         Printers::SetUp();
         ASSERT_TRUE(prt_tables_ready());
         fs::create_directory("uit");
-        const std::pair<int, const char *> names[] = {{2, "LASER"}, {3, "MAGAZIJN"}, {4, "BON"}, {5, "BREED"},
-                                                      {6, "AUX"},   {7, "TTY"},      {8, "MAP"}};
-        for (const auto &[number, name] : names) {
-            add_printer(number, name);
+        const char *names[] = {"LASER", "MAGAZIJN", "BON", "BREED", "AUX", "TTY", "MAP"};
+        for (std::uint16_t number = 2; number <= 8; number++) {
+            add_printer(number, names[number - 2]);
         }
-        for (const Connection &one : {Connection{1, 1, "uit", "SCR", true},  // which the screen ignores
-                                      {2, 1, "laser1  ", "kantoor"},
-                                      {3, 1, "links", "hal"},
-                                      {3, 4, "rechts", "zolder"},
-                                      {4, 1, "bon", "kassa"},
-                                      {5, 1, "breed", "hal"},
-                                      {6, 2, "AUX", "terminal", true},
-                                      {7, 1, "TERMINAL", "terminal"},
-                                      {8, 1, "uit", "bestanden", true},
-                                      {8, 3, "nergens", "weg", true}}) {
-            add_connection(one);
-        }
-        for (const Form &one : {Form{2, 1, 80, 66, "staand"},
-                                {2, 2, 132, 66, "smal", "\\1bE\\\\", "\\0c"},
-                                {3, 1, 132, 66, "kort"},
-                                {3, 2, 132, 72, "lang"},
-                                {3, 3, 80, 0, "rol"},
-                                {4, 1, 80, 66, "bon"},
-                                {5, 1, 200, 50, "breed"},
-                                {6, 1, 132, 66, "aux"},
-                                {7, 1, 132, 66, "tty"},
-                                {8, 1, 132, 66, "bestand"}}) {
-            add_form(one);
-        }
+        add_connection(1, 1, "uit", "SCR", true);  // which the screen ignores
+        add_connection(2, 1, "laser1  ", "kantoor");
+        add_connection(3, 1, "links", "hal");
+        add_connection(3, 4, "rechts", "zolder");
+        add_connection(4, 1, "bon", "kassa");
+        add_connection(5, 1, "breed", "hal");
+        add_connection(6, 2, "AUX", "terminal", true);
+        add_connection(7, 1, "TERMINAL", "terminal");
+        add_connection(8, 1, "uit", "bestanden", true);
+        add_connection(8, 3, "nergens", "weg", true);
+        add_form(2, 1, 80, 66, "staand");
+        add_form(2, 2, 132, 66, "smal", "\\1bE\\\\", "\\0c");
+        add_form(3, 1, 132, 66, "kort");
+        add_form(3, 2, 132, 72, "lang");
+        add_form(3, 3, 80, 0, "rol");
+        add_form(4, 1, 80, 66, "bon");
+        add_form(5, 1, 200, 50, "breed");
+        add_form(6, 1, 132, 66, "aux");
+        add_form(7, 1, 132, 66, "tty");
+        add_form(8, 1, 132, 66, "bestand");
     }
 
     /// The job that the set-up leads to without a question, closed again; "geen" when there is none.
@@ -59,12 +112,6 @@ struct Destination : Printers {
         prt_close("");
         EXPECT_EQ(job_files(), 0);
         return text;
-    }
-    static TerminalOptions probe(const std::vector<std::string> &arguments) {
-        TerminalOptions options;
-        options.program = PRINT_PROBE;
-        options.arguments = arguments;
-        return options;
     }
 };
 
@@ -127,131 +174,135 @@ TEST_F(Destination, TextsOfTheFormGoAroundTheReport) {
     EXPECT_EQ(get("laser1"), "\033E\\regel\n\f\f");
 }
 
-TEST_F(Destination, DirectoryGetsItsFile) {
-    ASSERT_TRUE(XPRT_OPEN({8, 0, 1}, prt_fits_132, nullptr));
-    prt_printf("regel\n");
-    prt_close("");
-    ASSERT_EQ(std::distance(fs::directory_iterator("uit"), {}), 1);
-    EXPECT_EQ(fs::directory_iterator("uit")->path().filename().string().substr(0, 2), "TR");
-}
-
 TEST_F(Destination, TerminalsOfTheOperator) {
-    struct Case {
-        const char *printer, *file;
-        const char *job;
+    const struct {
+        const char *line, *keys, *job;
         bool through;  // the printer behind the terminal gets it, and not the terminal itself
-    };
-    const Case cases[] = {
-        {"6", "-", "AD <tty>", true}, {"7", "-", "<tty>", false}, {"1", "TERMINAL", "P <tty>", false}};
-    for (const Case &c : cases) {
+    } cases[] = {{"destination 6 0 0 4", "", " A<tty> 1", true},
+                 {"destination 7 0 0 4", "", " <tty> 1", false},
+                 // The screen shows the report first.
+                 {"destination 1 0 0 4 TERMINAL", "=> Einde overzicht\n p", " P<tty> 1", false}};
+    for (const auto &c : cases) {
         SCOPED_TRACE(c.job);
-        Terminal t(probe({c.printer, "0", "0", "4", c.file}));
-        if (*c.printer == '1') {
-            // The screen shows the report first.
-            ASSERT_TRUE(t.wait_for("Einde overzicht"));
-            t.type("p");
-        }
+        Terminal t(scene(c.line));
+        EXPECT_TRUE(t.play(c.keys));
         // On the terminal itself the report may scroll the screen away.
-        const auto in = [](const std::string &text, const char *part) {
-            return text.find(part) != std::string::npos;
-        };
-        EXPECT_TRUE(
-            t.wait_until([&] { return in(t.raw(), c.job) && in(t.raw(), "regel\n\f"); }, "the report"));
-        EXPECT_EQ(in(t.printed(), "regel\n\f"), c.through);
-        EXPECT_TRUE(eventually([] { return job_files() == 0; }));
+        EXPECT_TRUE(t.wait_until([&] { return count(t.raw(), c.job) > 0 && count(t.raw(), "regel\n\f") > 0; },
+                                 "the report"));
+        EXPECT_EQ(count(t.printed(), "regel\n\f") > 0, c.through);
+        EXPECT_TRUE(all_gone());
     }
 }
 
-TEST_F(Destination, OperatorPicks) {
-    Terminal t(probe({"3", "0", "0", "22", "-"}));
-    ASSERT_TRUE(t.wait_row(24, "┘"));
-    ASSERT_TRUE(
-        t.wait_row(4, "Printer      Device               Configuratie                  Kol  Rij O W"));
-    EXPECT_EQ(t.row(3).find("┌"), 0U);
-    EXPECT_NE(t.row(3).find(" Printbestemming "), std::string::npos);
-    EXPECT_EQ(t.row(5), "│ MAGAZIJN     hal                  lang                          132   72 L N │");
-    EXPECT_EQ(t.row(6), "│ MAGAZIJN     hal                  rol                            80    0 P N │");
-    EXPECT_EQ(t.row(7), "│ MAGAZIJN     zolder               lang                          132   72 L N │");
-    EXPECT_EQ(t.row(9), "│" + std::string(78, ' ') + "│");
-    // No way out but a pick.
-    t.key("DOWN");
-    for (const char *key : {"ESC", "CANCEL"}) {
-        t.key(key);
-        ASSERT_TRUE(t.wait_row(25, "U dient een printbestemming te selecteren"));
-        ASSERT_TRUE(t.wait_until([&] { return t.attr(5, 3).reverse; }, "the list again"));
-        t.key("DOWN");
-        ASSERT_TRUE(t.wait_row(25, ""));
-    }
-    t.type("x");
-    t.keys({"F5", "DOWN", "F3"});
-    ASSERT_TRUE(t.wait_for("klaar"));
-    EXPECT_EQ(t.row(2), "132x72  <rechts> [|] 1");
-}
-
-TEST_F(Destination, ListOfAllPrintersAndOneThatIsEmpty) {
-    add_form({8, 2, 132, 66, "nog een"});
-    Terminal t(probe({"0", "1", "0", "4", "-"}));
-    ASSERT_TRUE(t.wait_for("MAP          bestanden            nog een                       132   66 L J"));
-    EXPECT_EQ(t.row(5).substr(4),
-              "SCR          SCR                  SCR-132                       132   64 L J │");
-    t.key("ENTER");
-    ASSERT_TRUE(t.wait_for("Einde overzicht"));
-    t.type("n");
-    ASSERT_TRUE(t.wait_for("klaar"));
-
-    Terminal none(probe({"9", "1", "0", "4", "-"}));
-    ASSERT_TRUE(none.wait_for("Er is geen geldig uitvoermedium geselecteerd"));
-    EXPECT_TRUE(none.wait_for(" Printen "));
-    none.key("ENTER");
-    EXPECT_TRUE(none.wait_for("geen job"));
+TEST_F(Destination, OperatorPicksFromTheList) {
+    // There is no way out but a pick.
+    EXPECT_TRUE(plays(scene("destination 3 0 0 22"), R"(
+           => 3:┌ | 3: Printbestemming 
+           => 4:Printer      Device               Configuratie                  Kol  Rij O W
+           => 5=│ MAGAZIJN     hal                  lang                          132   72 L N │
+           => 6=│ MAGAZIJN     hal                  rol                            80    0 P N │
+           => 7=│ MAGAZIJN     zolder               lang                          132   72 L N │
+           => 9=│                                                                              │ | 24:┘
+        <DOWN><ESC>       => 25:U dient een printbestemming te selecteren | 5,3 reverse
+        <DOWN>            => 25= | 6,3 reverse
+        <CANCEL>          => 25:U dient een printbestemming te selecteren | 5,3 reverse
+        <DOWN>            => 25=
+        x<F5><DOWN><F3>   => klaar | 2=132x72 <rechts> 1
+    )"));
+    add_form(8, 2, 132, 66, "nog een");
+    EXPECT_TRUE(plays(scene("destination 0 1 0 4"), R"(
+           => MAP          bestanden            nog een                       132   66 L J
+           => 5:SCR          SCR                  SCR-132                       132   64 L J │
+        <ENTER>           => Einde overzicht
+        n                 => klaar
+    )"));
+    EXPECT_TRUE(plays(scene("destination 9 1 0 4"), R"(
+           => Er is geen geldig uitvoermedium geselecteerd |  Printen 
+        <ENTER>           => geen job
+    )"));
 }
 
 TEST_F(Destination, PrintingToAFile) {
-    struct Case {
-        const char *options, *file;
-        const char *typed;  // in the box of the widths
-        const char *seen;
+    const std::pair<const char *, const char *> cases[] = {
+        {"4", "=> No outputfile supplied"},
+        {"4 ''", "=> Invalid path to outputfile"},
+        {"65535 lijst", "=> 132 koloms | 10:Printbreedte\n 8 => 80x64 <lijst> 1"},
+        {"6 lijst", "=> 132 koloms\n <ENTER> => 80x64 <lijst> 1"},
+        {"5 lijst", "=> 132 koloms\n 81 => 132x64 <lijst> 1"},
+        {"6 lijst", "=> 132 koloms\n <ESC> => geen geldig uitvoermedium"},
+        {"32 lijst", "=> 132 koloms\n 148<ENTER><ESC> => geen geldig uitvoermedium"},
     };
-    const Case cases[] = {
-        {"4", "-", nullptr, "No outputfile supplied"},
-        {"4", "", nullptr, "Invalid path to outputfile"},
-        {"65535", "lijst", "8", "80x64  <lijst> [|] 1"},
-        {"6", "lijst", "\r", "80x64  <lijst> [|] 1"},
-        {"5", "lijst", "81", "132x64  <lijst> [|] 1"},
-        {"6", "lijst", "\033", "geen geldig uitvoermedium"},
-        {"32", "lijst", "148\r\033", "geen geldig uitvoermedium"},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.seen);
+    for (const auto &[arguments, script] : cases) {
         file_delete("lijst");
-        Terminal t(probe({"0", "2", "0", c.options, c.file}));
-        if (c.typed != nullptr) {
-            ASSERT_TRUE(t.wait_for("132 koloms"));
-            EXPECT_TRUE(t.wait_row(10, "Printbreedte"));
-            t.send(c.typed);
-        }
-        ASSERT_TRUE(t.wait_for(c.seen));
-        // The program may be gone before the shell has the report there.
-        t.key("ENTER");
-        if (std::string(c.seen).find("lijst") != std::string::npos) {
+        Terminal t(scene(std::string("destination 0 2 0 ") + arguments));
+        EXPECT_TRUE(t.play(script));
+        if (count(script, "<lijst>") > 0) {
+            // The program may be gone before the shell has the report there.
+            EXPECT_TRUE(t.play("<ENTER> => exit 0"));
             EXPECT_TRUE(eventually([] { return get("lijst") == "regel\n\f"; })) << get("lijst");
         }
     }
 }
 
 TEST_F(Destination, DirectoryThatIsNoneIsToldAtEveryReport) {
-    TerminalOptions options = probe({"1", "0", "1", "4", "-"});
+    TerminalOptions options = scene("destination 1 0 1 4");
     options.environment["ZUVPRT"] = "nergens";
-    Terminal t(options);
-    ASSERT_TRUE(t.wait_for("De env.var. ZUVPRT bevat geen geldige directorie."));
-    EXPECT_TRUE(t.wait_for("De huidige directorie wordt gebruikt."));
-    EXPECT_TRUE(t.wait_for(" PRINTEN "));
-    t.key("ENTER");
-    ASSERT_TRUE(t.wait_for("Einde overzicht"));
+    EXPECT_TRUE(plays(options, R"(
+        => De env.var. ZUVPRT bevat geen geldige directorie. | De huidige directorie wordt gebruikt. |  PRINTEN 
+        <ENTER> => Einde overzicht
+    )"));
 }
 
-// -----------------------------------------------------------------------------------------------------------
-// The files
+/// How many records the printer files hold, when none of them is damaged.
+std::string record_counts() {
+    for (const char *name : {"TR_PTRG", "TR_PTRC", "TR_PTRP", "TR_PTRCA"}) {
+        EXPECT_GE(IXCHECK(name), 0) << name;
+    }
+    return str_format("%ld %ld %ld", file_size("TR_PTRG.TXT") / long{sizeof(PrinterRecord)},
+                      file_size("TR_PTRC.TXT") / long{sizeof(ConnectionRecord)},
+                      file_size("TR_PTRP.TXT") / long{sizeof(PropertyRecord)});
+}
+
+TEST_F(Destination, PrinterFilesAreMended) {
+    const struct {
+        const char *what;
+        std::function<void()> spoil;
+        const char *counts = "8 10 13";
+        const char *job = "80x9999 <rechts>";
+    } damage[] = {
+        {"none", [] {}},
+        {"no index", [] { file_delete("TR_PTRG.INX"); }},
+        {"an empty index", [] { put("TR_PTRC.INX"); }},
+        {"an index that is no index", [] { put("TR_PTRP.INX", std::string(2048, 'x')); }},
+        {"an index cut", [] { fs::resize_file("TR_PTRG.INX", 1000); }},
+        {"an update broken off",
+         [] {
+             ICB *icb = IXOPEN("TR_PTRG", ix_exclusive);
+             icb->inupdate = 1;
+             IXCLOSE(icb);
+         }},
+        {"no codes",
+         [] {
+             file_delete("TR_PTRCA.TXT");
+             file_delete("TR_PTRCA.INX");
+         }},
+        {"no data of the forms", [] { file_delete("TR_PTRP.TXT"); }, "8 10 3", "geen"},
+        {"making the forms broken off",
+         [] {
+             ICB *icb = IXOPEN("TR_PTRP", ix_exclusive);
+             IXINIT(icb);
+             IXCLOSE(icb);
+         },
+         "8 10 3", "geen"},
+    };
+    for (const auto &each : damage) {
+        each.spoil();
+        EXPECT_EQ(silently({3, 0, 4}, 2), each.job) << each.what;
+        EXPECT_EQ(silently({1, 0, 1}, 4), "132x64 P</dev/null>") << each.what;
+        EXPECT_EQ(record_counts(), each.counts) << each.what;
+    }
+    EXPECT_EQ(file_size("TR_PTRP.TXT"), 3 * 284);
+}
 
 using PrinterFiles = Printers;
 
@@ -283,76 +334,6 @@ TEST_F(PrinterFiles, DirectoryOfTheEnvironment) {
     prt_close("");
     EXPECT_EQ(IXCHECK("map/TR_PTRCA"), 0);
     EXPECT_FALSE(file_exists("TR_PTRG.TXT"));
-}
-
-/// All that the files hold, as text.
-std::string contents() {
-    const printer_table table;
-    if (!table.is_open()) {
-        return "closed";
-    }
-    std::string text;
-    PrinterRecord printer{};
-    for (bool more = IXFIRST(table.general.icb, &printer); more; more = IXNEXT(table.general.icb, &printer)) {
-        text += str_format("%d %s; ", static_cast<int>(printer.printer), printer_text(printer.name).c_str());
-    }
-    ConnectionRecord c{};
-    for (bool more = IXFIRST(table.connections.icb, &c); more; more = IXNEXT(table.connections.icb, &c)) {
-        text += str_format("%d.%d %s<%s> ", static_cast<int>(c.printer), static_cast<int>(c.connection),
-                           printer_text(c.name).c_str(), printer_text(c.device).c_str());
-    }
-    PropertyRecord form{};
-    for (bool more = IXFIRST(table.properties.icb, &form); more; more = IXNEXT(table.properties.icb, &form)) {
-        text += str_format("%d.%d %s ", static_cast<int>(form.printer), static_cast<int>(form.property),
-                           printer_text(form.description).c_str());
-    }
-    return text;
-}
-
-TEST_F(PrinterFiles, AreMadeAndMended) {
-    const std::string fresh = "1 SCR; 1.1 SCR<> 1.1 SCR-40 1.2 SCR-80 1.3 SCR-132 ";
-    ASSERT_TRUE(prt_tables_ready());
-    EXPECT_EQ(contents(), fresh);
-    EXPECT_EQ(file_size("TR_PTRP.TXT"), 3 * 284);
-    EXPECT_EQ(file_size("TR_PTRCA.TXT"), 0);
-    add_printer(2, "LASER");
-    add_connection({2, 1, "laser1", "kantoor"});
-    const std::string filled =
-        "1 SCR; 2 LASER; 1.1 SCR<> 2.1 kantoor<laser1> 1.1 SCR-40 1.2 SCR-80 1.3 SCR-132 ";
-
-    const std::pair<const char *, std::function<void()>> damage[] = {
-        {"none", [] {}},
-        {"no index", [] { file_delete("TR_PTRG.INX"); }},
-        {"an empty index", [] { put("TR_PTRC.INX"); }},
-        {"an index that is no index", [] { put("TR_PTRP.INX", std::string(2048, 'x')); }},
-        {"an index cut", [] { fs::resize_file("TR_PTRG.INX", 1000); }},
-        {"an update broken off",
-         [] {
-             ICB *icb = IXOPEN("TR_PTRG", ix_exclusive);
-             icb->inupdate = 1;
-             IXCLOSE(icb);
-         }},
-        {"no data of the forms", [] { file_delete("TR_PTRP.TXT"); }},
-        {"making the forms broken off",
-         [] {
-             ICB *icb = IXOPEN("TR_PTRP", ix_exclusive);
-             IXINIT(icb);
-             IXCLOSE(icb);
-         }},
-        {"no codes",
-         [] {
-             file_delete("TR_PTRCA.TXT");
-             file_delete("TR_PTRCA.INX");
-         }},
-    };
-    for (const auto &[what, spoil] : damage) {
-        spoil();
-        EXPECT_TRUE(prt_tables_ready()) << what;
-        EXPECT_EQ(contents(), filled) << what;
-        for (const char *name : {"TR_PTRG", "TR_PTRC", "TR_PTRP", "TR_PTRCA"}) {
-            EXPECT_GE(IXCHECK(name), 0) << what << " " << name;
-        }
-    }
 }
 
 TEST_F(PrinterFiles, ThatCannotBeUsedFailTheReport) {

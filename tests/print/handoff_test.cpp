@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "printer_fixture.h"
+#include "report_fixture.h"
 
 namespace {
 
@@ -32,125 +32,64 @@ protected:
         chmod((commands + "/" + name).c_str(), 0700);
         setenv("PATH", (commands + ":" + path_before).c_str(), 1);
     }
-    static void report(const std::string &device, int copies = 1) {
+    static void report(const std::string &device, int copies = 1, const char *lp_options = "") {
         wanted.device = device;
         wanted.copies = copies;
         ASSERT_TRUE(open());
         prt_head("links", "%s", "TITEL");
         prt_printf("regel van %d\n", 42);
-        prt_close("");
-    }
-    static bool all_gone() {
-        return eventually([] { return job_files() == 0; });
-    }
-    /// How often `line` stands in a file.
-    static int count(const std::string &file, const std::string &line) {
-        const std::string text = get(file);
-        int found = 0;
-        for (std::size_t at = text.find(line); at != std::string::npos; at = text.find(line, at + 1)) {
-            found++;
-        }
-        return found;
+        prt_close(lp_options);
     }
 };
 
-TEST_F(HandOff, WordsOfTheShellAreQuotedWhereTheyMustBe) {
-    const std::pair<const char *, const char *> cases[] = {
-        {"/dev/lp0", "/dev/lp0"},
-        {"Kassa_2-A.b:c@host%1", "Kassa_2-A.b:c@host%1"},
-        {"", "''"},
-        {"a b", "'a b'"},
-        {"a;rm -rf x", "'a;rm -rf x'"},
-        {"$(id)", "'$(id)'"},
-        {"it's", "'it'\\''s'"},
-        {"caf\x82", "'caf\x82'"},
-        {"~", "'~'"},
-    };
-    for (const auto &[text, word] : cases) {
-        EXPECT_EQ(shell_word(text), word);
-    }
-}
-
 TEST_F(HandOff, DeviceGetsEveryCopyAndNothingStays) {
-    put("device", "eerder\n");
-    for (const int copies : {1, 2, 5}) {
-        put("device", "eerder\n");
-        wanted.setup_text = "<begin>";
-        wanted.end_text = "<einde>";
-        report("device", copies);
+    // Whatever its name is, it cannot become a command.
+    const std::pair<const char *, int> devices[] = {
+        {"Kassa_2-A.b:c@host%1", 1}, {"de vice", 2}, {"d;touch gotcha;", 5}, {"d$(touch gotcha)", 2},
+        {"d'`touch gotcha`", 2},     {"~", 1},       {"caf\x82", 1}};
+    wanted.setup_text = "<begin>";
+    wanted.end_text = "<einde>";
+    for (const auto &[device, copies] : devices) {
+        put(device, "eerder\n");
+        report(device, copies);
         ASSERT_TRUE(all_gone());
-        const std::string text = get("device");
+        const std::string text = get(device);
         EXPECT_EQ(text.rfind("eerder\n<begin>links", 0), 0U) << text;
-        EXPECT_EQ(count("device", "regel van 42\n\f<einde>"), copies) << text;
+        EXPECT_EQ(count(text, "regel van 42\n\f<einde>"), copies) << text;
+    }
+    EXPECT_FALSE(file_exists("gotcha"));
+    // Copies that fail still end the job.
+    for (const char *device : {"no/such/device", ""}) {
+        report(device, 3);
+        EXPECT_TRUE(all_gone()) << device;
     }
 }
 
-TEST_F(HandOff, NameOfADeviceCannotBecomeACommand) {
-    for (const char *device : {"de vice", "d;touch gotcha;", "d$(touch gotcha)", "d'`touch gotcha`"}) {
-        report(device, 2);
-        ASSERT_TRUE(all_gone());
-        EXPECT_EQ(count(device, "regel van 42\n"), 2) << device;
-        EXPECT_FALSE(file_exists("gotcha"));
-    }
-}
-
-TEST_F(HandOff, ACopyThatFailsStillEndsTheJob) {
-    report("no/such/device", 3);
-    EXPECT_TRUE(all_gone());
-}
-
-TEST_F(HandOff, EmptyJobsAreDropped) {
+TEST_F(HandOff, OnlyOutputIsHandedOff) {
+    const struct {
+        void (*print)();
+        const char *text;
+    } cases[] = {
+        {[] {}, ""},
+        {[] { prt_printf("half"); }, "<begin>half\n\f<einde>"},
+        // A fresh page needs no form feed.
+        {[] { prt_printf("een\n"), prt_newpage(), prt_printf("twee\n"), prt_newpage(); },
+         "<begin>een\ntwee\n\f<einde>"},
+    };
     wanted.setup_text = "<begin>";
     wanted.end_text = "<einde>";
     wanted.device = "device";
-    ASSERT_TRUE(open());
-    EXPECT_EQ(prt_job.start_offset, 7);
-    EXPECT_EQ(prt_job.rpt_line, 10000);
-    EXPECT_EQ(job_files(), 1);
-    prt_close("");
-    EXPECT_EQ(job_files(), 0);
-    EXPECT_FALSE(file_exists("device"));
-    // A line that has only been begun is output.
-    ASSERT_TRUE(open());
-    prt_printf("half");
-    prt_close("");
-    ASSERT_TRUE(all_gone());
-    EXPECT_EQ(get("device"), "<begin>half\n\f<einde>");
-}
-
-TEST_F(HandOff, AFreshPageNeedsNoFormFeed) {
-    wanted.device = "device";
-    ASSERT_TRUE(open());
-    prt_printf("een\n");
-    prt_newpage();
-    prt_printf("twee\n");
-    prt_newpage();
-    prt_close("");
-    ASSERT_TRUE(all_gone());
-    EXPECT_EQ(get("device"), "een\ntwee\n\f");
-}
-
-TEST_F(HandOff, PreviewDecides) {
-    static bool answer = false;
-    static std::string seen;
-    static int pages = 0;
-    answer = false;
-    prt_modules.preview = [] {
-        seen = get(prt_job.job_file);
-        pages = prt_job.rpt_pages - 1;
-        prt_job.copies = 2;
-        return answer;
-    };
-    wanted.preview = true;
-    report("device");
-    EXPECT_NE(seen.find("regel van 42\n\f"), std::string::npos) << "the file is complete by then";
-    EXPECT_EQ(pages, 1);
-    EXPECT_EQ(job_files(), 0);
-    EXPECT_FALSE(file_exists("device"));
-    answer = true;
-    report("device");
-    ASSERT_TRUE(all_gone());
-    EXPECT_EQ(count("device", "regel van 42"), 2);
+    for (const auto &each : cases) {
+        file_delete("device");
+        ASSERT_TRUE(open());
+        EXPECT_EQ(prt_job.rpt_line, 10000);
+        EXPECT_EQ(job_files(), 1);
+        each.print();
+        prt_close("");
+        ASSERT_TRUE(all_gone());
+        EXPECT_EQ(get("device"), each.text);
+        EXPECT_EQ(file_exists("device"), *each.text != '\0');
+    }
 }
 
 TEST_F(HandOff, DirectoryGetsAFinishedFile) {
@@ -164,7 +103,7 @@ TEST_F(HandOff, DirectoryGetsAFinishedFile) {
         for (const auto &entry : fs::directory_iterator("uit gang")) {
             const std::string name = entry.path().filename();
             EXPECT_EQ(name.substr(0, 2), "TR");
-            EXPECT_EQ(count("uit gang/" + name, "regel van 42"), 1);
+            EXPECT_EQ(count(get("uit gang/" + name), "regel van 42"), 1);
             files++;
         }
         EXPECT_EQ(files, round);
@@ -177,49 +116,15 @@ TEST_F(HandOff, OtherTerminalGetsEveryCopy) {
     wanted.aux = true;
     report("terminal", 3);
     ASSERT_TRUE(all_gone());
-    EXPECT_EQ(count("terminal", "regel van 42"), 1);
+    EXPECT_EQ(count(get("terminal"), "regel van 42"), 1);
     command("cat", "echo \"$@\" >>" + path + "/calls\n");
     report("terminal", 3);
     ASSERT_TRUE(all_gone());
-    EXPECT_EQ(count("calls", "PR"), 3) << get("calls");
-}
-
-TEST_F(HandOff, SpoolerIsAskedForItsDestination) {
-    command("lpstat", "printf '%s\\n' \"lpstat $*\" >>" + path + "/calls\ntest \"$2\" = 'winkel 1'\n");
-    command("lp", "printf '%s\\n' \"lp $*\" >>" + path + "/calls\ncat \"$5\" >>" + path + "/spooled\n");
-    wanted.device = "winkel 1";
-    wanted.copies = 3;
-    ASSERT_TRUE(open());
-    const std::string job = prt_job.job_file;
-    prt_printf("regel\n");
-    prt_close("");
-    EXPECT_TRUE(prt_job.spooler);
-    ASSERT_TRUE(all_gone());
-    EXPECT_EQ(get("calls"), "lpstat -v winkel 1\nlp -dwinkel 1 -n3 -c -s " + job + "\n");
-    EXPECT_EQ(get("spooled"), "regel\n\f");
-
-    file_delete("calls");
-    ASSERT_TRUE(open());
-    prt_printf("regel\n");
-    prt_close("-o landscape");
-    ASSERT_TRUE(all_gone());
-    EXPECT_NE(get("calls").find(" -c -s -o landscape PR"), std::string::npos);
-
-    // Neither a printer on a terminal nor a name like an option is asked for.
-    file_delete("calls");
-    for (const auto &[device, aux] : {std::pair{"winkel 1", true}, std::pair{"-h other", false}}) {
-        wanted.device = device;
-        wanted.aux = aux;
-        ASSERT_TRUE(open());
-        prt_printf("regel\n");
-        prt_close("");
-        EXPECT_FALSE(prt_job.spooler);
-    }
-    EXPECT_FALSE(file_exists("calls"));
+    EXPECT_EQ(count(get("calls"), "PR"), 3) << get("calls");
 }
 
 /// A spooler of its own: cupsd on a socket in the test's directory, with a queue whose backend writes to a
-/// file, once for each copy.
+/// file, once for each copy, with the title of the job.
 class Spooler : public HandOff {
 protected:
     pid_t daemon = -1;
@@ -236,36 +141,32 @@ protected:
     /// False, with the reason as a failure of the test, when the spooler can't be started.
     void start() {
         chmod(path.c_str(), 0755);
-        for (const char *directory : {"cups", "cups/spool", "cups/spool/tmp", "cups/cache", "cups/state"}) {
-            fs::create_directory(directory);
-        }
-        put("cups/cupsd.conf", "Listen " + path +
-                                   "/socket\nBrowsing No\nDefaultAuthType None\nWebInterface No\n"
-                                   "LogLevel debug\n<Location />\nOrder deny,allow\n</Location>\n"
-                                   "<Policy default>\n<Limit All>\nOrder deny,allow\n</Limit>\n</Policy>\n");
+        put("cups.conf", "Listen " + path +
+                             "/socket\nBrowsing No\nDefaultAuthType None\nWebInterface No\nLogLevel debug\n"
+                             "<Location />\nOrder deny,allow\n</Location>\n"
+                             "<Policy default>\n<Limit All>\nOrder deny,allow\n</Limit>\n</Policy>\n");
         fs::create_directory(commands + "/backend");
         for (const char *part : {"daemon", "filter", "notifier", "monitor", "cgi-bin"}) {
             fs::create_symlink(std::string("/usr/lib/cups/") + part, commands + "/" + part);
         }
-        command("backend/tofile", "[ $# -gt 0 ] || exit 0\nfor copy in $(seq \"$4\"); do cat \"$6\" >>" +
-                                      path + "/arrived; done\n");
+        command("backend/tofile",
+                "[ $# -gt 0 ] || exit 0\nfor copy in $(seq \"$4\"); do echo \"$3\"; cat \"$6\"; done >>" +
+                    path + "/arrived\n");
         std::string files = "Printcap\nServerBin " + commands + "\n";
-        const std::pair<const char *, const char *> places[] = {
-            {"ServerRoot", "cups"},      {"RequestRoot", "cups/spool"}, {"TempDir", "cups/spool/tmp"},
-            {"CacheDir", "cups/cache"},  {"StateDir", "cups/state"},    {"ErrorLog", "error_log"},
-            {"AccessLog", "access_log"}, {"PageLog", "page_log"},
-        };
-        for (const auto &[what, where] : places) {
-            files += std::string(what) + " " + path + "/" + where + "\n";
+        for (const char *what : {"ServerRoot", "RequestRoot", "TempDir", "CacheDir", "StateDir", "ErrorLog",
+                                 "AccessLog", "PageLog"}) {
+            const bool log = std::string(what).ends_with("Log");
+            fs::create_directories(log ? "." : what);
+            files += std::string(what) + " " + path + "/" + what + (log ? ".log" : "") + "\n";
         }
-        put("cups/cups-files.conf", files);
+        put("cups-files.conf", files);
         setenv("PATH", (path_before + ":/usr/sbin").c_str(), 1);
         chmod(commands.c_str(), 0755);
         setenv("CUPS_SERVER", (path + "/socket").c_str(), 1);
         daemon = fork();
         if (daemon == 0) {
-            execlp("cupsd", "cupsd", "-f", "-c", (path + "/cups/cupsd.conf").c_str(), "-s",
-                   (path + "/cups/cups-files.conf").c_str(), nullptr);
+            execlp("cupsd", "cupsd", "-f", "-c", (path + "/cups.conf").c_str(), "-s",
+                   (path + "/cups-files.conf").c_str(), nullptr);
             _exit(127);
         }
         ASSERT_TRUE(eventually([this] {
@@ -277,42 +178,37 @@ protected:
                         return shell_run("lpstat -r 2> /dev/null | grep -q 'is running'");
                     }) &&
                     daemon > 0)
-            << "cupsd can't be started here (packages cups and cups-client): " << get("error_log");
+            << "cupsd can't be started here (packages cups and cups-client): " << get("ErrorLog.log");
         ASSERT_TRUE(shell_run("lpadmin -p winkel -E -v tofile:x -m raw >lpadmin.log 2>&1"))
-            << get("lpadmin.log") << get("error_log");
+            << get("lpadmin.log") << get("ErrorLog.log");
     }
 };
 
-TEST_F(Spooler, TwoCopiesArrive) {
+TEST_F(Spooler, GetsTheCopiesOfItsDestinations) {
     start();
     if (HasFatalFailure()) {
         return;
     }
-    report("winkel", 2);
-    EXPECT_TRUE(prt_job.spooler);
-    EXPECT_TRUE(all_gone()) << "the spooler has taken its own copy";
-    EXPECT_TRUE(eventually([] { return count("arrived", "regel van 42\n\f") == 2; }))
-        << get("arrived") << get("error_log");
-    // The same by way of the printer files.
-    ASSERT_TRUE(prt_tables_ready());
-    Printers::add_printer(2, "WINKEL");
-    Printers::add_connection({2, 1, "winkel", "hal"});
-    Printers::add_form({2, 1, 132, 66});
-    const auto open_wanted = prt_modules.job_open;
-    prt_modules.job_open = prt_job_open;
-    ASSERT_TRUE(XPRT_OPEN({2, 0, 1}, prt_fits_132, nullptr));
-    prt_modules.job_open = open_wanted;
-    prt_job.copies = 2;
-    prt_printf("uit de tabel\n");
-    prt_close("");
-    EXPECT_TRUE(prt_job.spooler);
-    EXPECT_TRUE(all_gone());
-    EXPECT_TRUE(eventually([] { return count("arrived", "uit de tabel\n\f") == 2; })) << get("arrived");
-    // A destination that the spooler does not know is a plain device.
-    report("andere");
-    EXPECT_FALSE(prt_job.spooler);
-    ASSERT_TRUE(all_gone());
-    EXPECT_EQ(count("andere", "regel van 42\n"), 1);
+    // What the spooler does not know is a plain device. Neither a printer on a terminal nor a name like an
+    // option is asked for.
+    const struct {
+        const char *device;
+        bool aux, spooler;
+        int in_file;
+    } cases[] = {{"winkel", false, true, 0},
+                 {"andere", false, false, 2},
+                 {"-r", false, false, 2},
+                 {"winkel", true, false, 1}};
+    for (const auto &each : cases) {
+        wanted.aux = each.aux;
+        report(each.device, 2, "-t AFDRUK");
+        EXPECT_EQ(prt_job.spooler, each.spooler) << each.device;
+        EXPECT_TRUE(all_gone()) << "the spooler has taken its own copy";
+        EXPECT_EQ(count(get(each.device), "regel van 42\n\f"), each.in_file) << each.device;
+    }
+    EXPECT_TRUE(eventually([] { return count(get("arrived"), "regel van 42\n\f") == 2; }))
+        << get("arrived") << get("ErrorLog.log");
+    EXPECT_EQ(count(get("arrived"), "AFDRUK\nlinks"), 2) << get("arrived");
 }
 
 }  // namespace

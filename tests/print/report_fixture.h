@@ -6,12 +6,29 @@
 
 #include <chrono>
 #include <functional>
+#include <iomanip>
+#include <sstream>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "print/print_internal.h"
 #include "support/scratch_dir.h"
+#include "support/terminal.h"
+
+/// A scene of the probe with its arguments; '' is an empty one.
+inline TerminalOptions scene(const std::string &line) {
+    TerminalOptions options{.program = RVCHK_PROBE};
+    std::istringstream words(line);
+    for (std::string word; words >> std::quoted(word, '\'');) {
+        options.arguments.push_back(word);
+    }
+    return options;
+}
+
+inline testing::AssertionResult plays(const TerminalOptions &options, const std::string &script) {
+    Terminal t(options);
+    return t.play(script);
+}
 
 struct Report : ScratchDir {
     /// What the next job is to be.
@@ -63,6 +80,16 @@ struct Report : ScratchDir {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
         return true;
+    }
+    static int count(const std::string &text, const std::string &part) {
+        int found = 0;
+        for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+            found++;
+        }
+        return found;
+    }
+    static bool all_gone() {
+        return eventually([] { return job_files() == 0; });
     }
     static int job_files() {
         std::string pattern = "PR*";

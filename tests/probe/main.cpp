@@ -8,6 +8,7 @@
 #include <deque>
 #include <string_view>
 
+#include "print/print.h"
 #include "probe.h"
 #include "screen/macros.h"
 
@@ -77,6 +78,7 @@ int main(int argc, char **argv) {
     }
     for (const named_scene &each : print_scenes) {
         if (name == each.name) {
+            prt_install();
             busy_release();
             each.play(argv + 2);
         }

@@ -43,18 +43,6 @@ void print_list() {
     prt_printf("regel 1 van de lijst\nregel 2 van de lijst\n");
 }
 
-/// The printer on the operator's own terminal.
-void own_terminal(char **) {
-    scr_text(A_BOLD, 3, 1, "onderlaag");
-    wanted_on(terminal_path(), 2);
-    open_wanted();
-    scr_text(A_BOLD, 4, 1, ing_break_is_on() ? "afbreken kan" : "afbreken kan niet");
-    print_list();
-    prt_close("");
-    scr_text(A_BOLD, 5, 1, ing_break_is_on() ? "afbreken kan weer" : "afbreken kan niet");
-    finish("klaar");
-}
-
 /// The operator breaks off while the lines are printed.
 void break_lines(char **) {
     wanted_on("device", 1);
@@ -69,11 +57,13 @@ void break_lines(char **) {
     finish(ing_interrupted() ? "nog afgebroken" : "klaar");
 }
 
-/// DEVICE, or nothing for the terminal. The operator breaks off while the copies are sent: the key arrives
-/// during a preview that takes longer than the interval at which the keyboard is looked at.
-void break_copies(char **arguments) {
-    wanted_on(arguments[0] != nullptr ? arguments[0] : terminal_path(), 3);
-    wanted.preview = true;
+/// [DEVICE]: three copies; for the printer on the operator's own terminal without a name, or, without a
+/// preview, by the name "-". In the preview the operator presses a key, which may break off the copies; it
+/// takes longer than the interval at which the keyboard is looked at.
+void copies(char **arguments) {
+    const std::string device = arguments[0] != nullptr ? arguments[0] : "";
+    wanted_on(device.empty() || device == "-" ? terminal_path() : device, 3);
+    wanted.preview = device != "-";
     prt_modules.preview = [] {
         scr_text(A_BOLD, 3, 1, "voorbeeld");
         scr_flush(0);
@@ -87,8 +77,10 @@ void break_copies(char **arguments) {
         return true;
     };
     open_wanted();
+    scr_text(A_BOLD, 4, 1, ing_break_is_on() ? "afbreken kan" : "afbreken kan niet");
     print_list();
     prt_close("");
+    scr_text(A_BOLD, 5, 1, ing_break_is_on() ? "afbreken kan weer" : "afbreken kan niet");
     finish("klaar");
 }
 
@@ -113,7 +105,6 @@ void preview(char **arguments) {
     wanted.preview = true;
     wanted.setup_text = "SET-UP";
     wanted.rpt_width = std::atoi(arguments[2]);
-    prt_modules.preview = PRT_SCR;
     open_wanted();
     std::string ruler = "kolom     ";
     for (int column = 20; column <= wanted.rpt_width; column += 10) {
@@ -138,7 +129,6 @@ void preview(char **arguments) {
 /// PRINTER FLAGS CONNECTION OPTIONS [FILE]: tells what job the printer files give, and prints one line.
 void destination(char **arguments) {
     const auto number = [arguments](int i) { return static_cast<std::uint16_t>(std::atoi(arguments[i])); };
-    prt_modules = {prt_job_open, PRT_SCR};
     const print_setup setup{number(0), static_cast<std::uint8_t>(number(1)),
                             static_cast<std::uint8_t>(number(2))};
     if (!XPRT_OPEN(setup, number(3), arguments[4])) {
@@ -156,11 +146,10 @@ void destination(char **arguments) {
 int records = 0;
 int current = 0;
 
-/// RECORDS START ROW COL HEIGHT WIDTH TITLE: a pick list, twice.
+/// RECORDS START ROW COL HEIGHT WIDTH TITLE: a pick list, twice; without heads when the title is "-".
 void pick(char **arguments) {
-    const auto number = [arguments](int i) { return std::atoi(arguments[i]); };
-    records = number(0);
-    current = number(1);
+    records = std::atoi(arguments[0]);
+    current = std::atoi(arguments[1]);
     pick_list *list = pick_new(
         [](int n) {
             const int moved = current + n;
@@ -171,11 +160,14 @@ void pick(char **arguments) {
             char typed = ' ';
             INGAVE(getmaxy(win_current()) - 2, 2, "1c,I", {}, &typed);
         },
-        [] { scr_text(A_DIM, 1, 2, "%s", "Kop"); }, [] { return str_format("record %d.", current + 1); });
-    list->row = number(2);
-    list->col = number(3);
-    list->height = number(4);
-    list->width = number(5);
+        nullptr, [] { return str_format("record %d.", current + 1); });
+    if (*arguments[6] != '-') {
+        list->heads = [] { scr_text(A_DIM, 1, 2, "%s", "Kop"); };
+    }
+    list->row = std::atoi(arguments[2]);
+    list->col = std::atoi(arguments[3]);
+    list->height = std::atoi(arguments[4]);
+    list->width = std::atoi(arguments[5]);
     list->title = arguments[6];
     for (int round = 0; round < 2; round++) {
         const bool picked = pick_run(list);
@@ -188,8 +180,8 @@ void pick(char **arguments) {
 /// FLAGS ROW COL WIDTH FIRST ITEMS [KEY]: a menu window. ITEMS as "e&Een,d&Twee,hKop,h"; their results are 1,
 /// 2, and so on. KEY is one that waits.
 void menu_window(char **arguments) {
-    const auto number = [arguments](int i) { return std::atoi(arguments[i]); };
-    tr_menu *menu = tr_menu_new(static_cast<unsigned>(number(0)), number(1), number(2), number(3), "Keuze");
+    tr_menu *menu = tr_menu_new(static_cast<unsigned>(std::atoi(arguments[0])), std::atoi(arguments[1]),
+                                std::atoi(arguments[2]), std::atoi(arguments[3]), "Keuze");
     int result = 0;
     for (char *item = std::strtok(arguments[5], ","); item != nullptr; item = std::strtok(nullptr, ",")) {
         const tr_item kind = *item == 'e'   ? tr_item::enabled
@@ -201,21 +193,19 @@ void menu_window(char **arguments) {
     if (arguments[6] != nullptr) {
         key_unget(*arguments[6] == 'F' ? KEY_F(std::atoi(arguments[6] + 1)) : *arguments[6]);
     }
-    const int chosen = tr_menu_run(menu, number(4));
+    const int chosen = tr_menu_run(menu, std::atoi(arguments[4]));
     scr_base_text(A_BOLD, 1, 1, "gekozen %d, toets %d", chosen, scr->ing_exit);
+    hold();
+    tr_menu_enable(menu, 99, true);
+    scr_base_text(A_BOLD, 2, 1, "stand %d", static_cast<int>(tr_menu_state(menu, 1)));
     hold();
     tr_menu_free(menu);
 }
 
 }  // namespace
 
-const named_scene print_scenes[8] = {
-    {"own-terminal", own_terminal},
-    {"break-lines", break_lines},
-    {"break-copies", break_copies},
-    {"not-to-be-made", not_to_be_made},
-    {"preview", preview},
-    {"destination", destination},
-    {"pick", pick},
+const named_scene print_scenes[7] = {
+    {"break-lines", break_lines}, {"copies", copies},           {"not-to-be-made", not_to_be_made},
+    {"preview", preview},         {"destination", destination}, {"pick", pick},
     {"menu-window", menu_window},
 };

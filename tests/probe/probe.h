@@ -14,4 +14,4 @@ struct named_scene {
 };
 void edit(char **arguments);
 extern const named_scene screen_scenes[15];
-extern const named_scene print_scenes[8];
+extern const named_scene print_scenes[7];

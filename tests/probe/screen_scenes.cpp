@@ -5,6 +5,7 @@
 #include <string>
 
 #include "probe.h"
+#include "screen/macros.h"
 
 namespace {
 
@@ -146,6 +147,16 @@ void keys(char **) {
     }
     const int first = key_get(win_current());
     scr_text(A_BOLD, 10, 1, "%c dan %c", first, key_get(win_current()));
+    // Esc ends a replay; a key given back comes before those that are left of it.
+    key_unget(K_ESC);
+    macros.start('r');
+    const int broken = key_get(win_current());
+    scr_text(A_BOLD, 11, 1, "esc %d herhaalt %d", broken == K_ESC, macros.replaying());
+    macros.start('r');
+    key_unget('9');
+    for (int col = 1; col <= 3; col++) {
+        scr_text(A_BOLD, 12, col, "%c", key_get(win_current()));
+    }
     hold();
 }
 
