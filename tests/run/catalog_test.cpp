@@ -7,98 +7,75 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const char *const catalogues = RVCHK_CATALOGUES;
-
 /// A shop whose labels were never checked, so that the menu comes.
 class Catalogue : public RunCase {
 protected:
     void SetUp() override {
         RunCase::SetUp();
-        options.checked = 1;
-        make([](Shop &shop) { shop.dates.labels = 0; });
+        make();
     }
-    /// Makes <name>.cat in the shop's directory from a source in the form of gencat.
-    void compile(const std::string &name, const std::string &source) const {
-        const std::string path = (directory / name).string();
+    /// Makes DETAIL.cat in the shop's directory from a source in the form of gencat.
+    void compile(const std::string &source) const {
+        const std::string path = (directory / "DETAIL").string();
+        fs::remove(path + ".cat");
         std::ofstream(path + ".msg") << source;
         ASSERT_EQ(std::system(("LC_ALL=C " GENCAT " '" + path + ".cat' '" + path + ".msg'").c_str()), 0);
     }
-    [[nodiscard]] Terminal start(const std::string &nlspath, const std::string &lang = "C.UTF-8") const {
-        return RunCase::start({.environment = {{"NLSPATH", nlspath}, {"LANG", lang}}});
+    [[nodiscard]] testing::AssertionResult plays(const std::string &catalogues, const std::string &script,
+                                                 const std::string &lang = "C.UTF-8") const {
+        return start({.environment = {{"NLSPATH", catalogues}, {"LANG", lang}}}).play(script);
+    }
+    [[nodiscard]] std::string own() const {
+        return directory.string() + "/%N.cat";
     }
 };
 
-TEST_F(Catalogue, LanguageOfTheEnvironmentIsShown) {
-    Terminal t = start(std::string(catalogues) + "/%l/%N.cat", "en_GB.UTF-8");
-    ASSERT_TRUE(t.wait_for("<ENTER> to continue"));
-    t.key("ENTER");
-    ASSERT_TRUE(t.wait_for("Your choice"));
-    EXPECT_TRUE(t.wait_for("COMPLETE CHECK"));
-    EXPECT_TRUE(t.wait_for("11 Series/labels"));
-    t.key("HELP");
-    ASSERT_TRUE(t.wait_for("To first choice of next section"));
-    EXPECT_TRUE(t.wait_for("<ENTER> to continue"));
-    t.key("ENTER");
-    ASSERT_TRUE(t.wait_gone("To first choice"));
-    t.type("99");
-    ASSERT_TRUE(t.wait_for("Invalid choice"));
-    t.key("CANCEL");
-    EXPECT_EQ(t.wait_exit(), 0);
-}
-
-TEST_F(Catalogue, NamedLanguageServesFatalMessages) {
+TEST_F(Catalogue, LanguageIsThatOfTheEnvironmentOrTheNamedOne) {
+    EXPECT_TRUE(plays(RVCHK_CATALOGUES "/%l/%N.cat", R"(
+                 => <ENTER> to continue
+        <ENTER>  => Your choice | COMPLETE CHECK | 11 Series/labels
+        <HELP>   => To first choice of next section | <ENTER> to continue
+        <ENTER>  => !To first choice
+        99       => Invalid choice
+        <CANCEL> => exit 0
+    )",
+                      "en_GB.UTF-8"));
     fs::remove(directory / "RVSYS.TXT");
-    Terminal t = start(std::string(catalogues) + "/en/%N.cat", "nl_NL.UTF-8");
-    ASSERT_TRUE(t.wait_for("RVSYS.TXT not present in " + directory.string().substr(0, 30)));
-    EXPECT_TRUE(t.wait_for("PROGRAM STOPPED"));
-    EXPECT_TRUE(t.wait_for("Please contact the Support group"));
-    t.key("ENTER");
-    EXPECT_EQ(t.wait_exit(), 1);
+    EXPECT_TRUE(plays(RVCHK_CATALOGUES "/en/%N.cat", R"(
+                 => RVSYS.TXT not present in / | PROGRAM STOPPED | Please contact the Support group
+        <ENTER>  => exit 1
+    )",
+                      "nl_NL.UTF-8"));
 }
 
 TEST_F(Catalogue, FormatWithOtherConversionsIsLeftAlone) {
     fs::remove(directory / "RVSYS.TXT");
-    struct {
-        const char *text;
-        const char *shown;
-    } const cases[] = {
+    const std::string own_text = "RVSYS.TXT niet aanwezig in ";
+    const std::pair<std::string, std::string> texts[] = {
         {"nergens %s, ook niet in %.5s", "nergens RVSYS.TXT, ook niet in "},
-        {"%s %s %s", "RVSYS.TXT niet aanwezig in "},
-        {"%d mist in %s", "RVSYS.TXT niet aanwezig in "},
-        {"%s mist in %n", "RVSYS.TXT niet aanwezig in "},
-        {"%s mist in %*s", "RVSYS.TXT niet aanwezig in "},
-        {"mist", "RVSYS.TXT niet aanwezig in "},
+        {"%s %s %s", own_text},
+        {"%d mist in %s", own_text},
+        {"%s mist in %n", own_text},
+        {"%s mist in %*s", own_text},
+        {"mist", own_text},
     };
-    for (const auto &each : cases) {
-        fs::remove(directory / "DETAIL.cat");
-        compile("DETAIL", std::string("$quote \"\n$set 9\n751 \"") + each.text + "\"\n");
-        Terminal t = start(directory.string() + "/%N.cat");
-        ASSERT_TRUE(t.wait_for("PROGRAMMA AFGEBROKEN")) << each.text;
-        EXPECT_TRUE(t.wait_for(each.shown)) << each.text;
-        t.key("ENTER");
-        EXPECT_EQ(t.wait_exit(), 1);
+    for (const auto &[text, shown] : texts) {
+        compile("$quote \"\n$set 9\n751 \"" + text + "\"\n");
+        EXPECT_TRUE(plays(own(), "=> PROGRAMMA AFGEBROKEN | " + shown + "\n<ENTER> => exit 1")) << text;
     }
 }
 
-// Percent signs mean nothing in a text that is not a format, and letters of code page 850 come out as such.
+// Percent signs mean nothing in a text that is not a format, and letters of code page 850 come out as such. A
+// damaged catalogue is none.
 TEST_F(Catalogue, PlainTextMayHoldAnything) {
-    compile("DETAIL", "$ codeset=IBM850\n$quote \"\n$set 7\n556 \"100%s \\202\\202n keuze\"\n");
-    Terminal t = start(directory.string() + "/%N.cat");
-    ASSERT_TRUE(t.wait_for("<ENTER> voor vervolg"));
-    t.key("ENTER");
-    ASSERT_TRUE(t.wait_for("100%s één keuze"));
-    t.key("CANCEL");
-    EXPECT_EQ(t.wait_exit(), 0);
-}
-
-TEST_F(Catalogue, DamagedCatalogueIsNoCatalogue) {
+    const std::string menu = "=> <ENTER> voor vervolg\n <ENTER> => 24= ";
+    const std::string leave = " 11\n <CANCEL> => exit 0";
+    compile("$ codeset=IBM850\n$quote \"\n$set 7\n556 \"100%s \\202\\202n keuze\"\n");
+    EXPECT_TRUE(plays(own(), menu + "100%s één keuze" + leave));
     for (const std::string &bytes : {std::string(), std::string(10000, '\xff')}) {
         std::ofstream(directory / "DETAIL.cat", std::ios::binary) << bytes;
         std::ofstream(directory / "TERM351.cat", std::ios::binary) << bytes;
-        Terminal t = start(directory.string() + "/%N.cat");
-        reach_menu(t);
-        t.key("CANCEL");
-        EXPECT_EQ(t.wait_exit(), 0);
+        EXPECT_TRUE(plays(own(), menu + "Uw keuze" + leave));
     }
 }
 
