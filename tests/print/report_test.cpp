@@ -102,7 +102,7 @@ TEST_F(Layout, ALineIsMadeOfManyCalls) {
     prt_printf(fmt_hu(0), 9);
     EXPECT_EQ(ended(),
               "\nnr 5   \n    123\n-----%%abcd   xnr :  kol    r 12    cs  1  2  3  4 \n"
-              "                                                   9\n");
+              "                                                  9\n");
 }
 
 TEST_F(Layout, SettingsLimitFieldsAndLines) {
