@@ -1,5 +1,7 @@
 // The walk of the series: what each of them refers to, and the few fields that a series always has.
 #include <algorithm>
+#include <array>
+#include <memory>
 
 #include "check/frame/columns.h"
 #include "check/master/master.h"
@@ -12,13 +14,24 @@ constexpr std::size_t series_key_bytes = sizeof(SeriesKey);
 
 using finding_set = bool[master_series_findings];
 
-/// The records that the last series referred to.
+/// Records that series referred to, by their number: the same few come up again and again. Each number has
+/// one place, which the next record with that place takes; what was not found is looked for again.
+template <class Record>
+class recent_records {
+public:
+    Record &place(std::uint32_t number) {
+        return records[number % records.size()];
+    }
+
+private:
+    std::array<Record, 256> records{};
+};
 struct referred_records {
-    ArticleGroupRecord group;
-    BrandRecord brand;
-    SupplierRecord supplier;
-    numbered_name colour;
-    numbered_name size_kind;
+    recent_records<ArticleGroupRecord> groups;
+    recent_records<BrandRecord> brands;
+    recent_records<SupplierRecord> suppliers;
+    recent_records<numbered_name> colours;
+    recent_records<numbered_name> size_kinds;
 };
 
 void add_colour(std::int32_t number) {
@@ -32,24 +45,26 @@ void add_colour(std::int32_t number) {
     iotab(tab_action::write, number, name, region_colours);
 }
 
-void test_references(const SeriesRecord &series, referred_records &last, finding_set &found) {
-    found[no_group] = art_read(chk_files.rvart, last.group, series.key.group) == 0;
-    found[colour_added] = colour_read(last.colour, series.key.colour) == 0;
+void test_references(const SeriesRecord &series, referred_records &recent, finding_set &found) {
+    ArticleGroupRecord &group = recent.groups.place(series.key.group);
+    found[no_group] = art_read(chk_files.rvart, group, series.key.group) == 0;
+    found[colour_added] = colour_read(recent.colours.place(series.key.colour), series.key.colour) == 0;
     if (found[colour_added]) {
         add_colour(series.key.colour);
     }
-    found[no_brand] = merk_read(chk_files.rvmerk, last.brand, series.brand) == 0;
+    found[no_brand] = merk_read(chk_files.rvmerk, recent.brands.place(series.brand), series.brand) == 0;
     found[no_supplier] =
-        series.supplier != 0 && lev_read(chk_files.rvlev, last.supplier, series.supplier) == 0;
-    found[no_size_kind] = list_b_read(last.size_kind, series.size_kind) == 0;
+        series.supplier != 0 &&
+        lev_read(chk_files.rvlev, recent.suppliers.place(series.supplier), series.supplier) == 0;
+    found[no_size_kind] = list_b_read(recent.size_kinds.place(series.size_kind), series.size_kind) == 0;
     const char letter = series.season_letter;
     found[no_season_letter] = letter != 'Z' && letter != 'W' && letter != 'K';
     found[no_season_number] = series.season_number > season_highest;
-    found[no_label_kind] = series.target_group == 0 && last.group.label_kind == 0;
+    found[no_label_kind] = series.target_group == 0 && group.label_kind == 0;
 }
 
 /// Fills in the fields that a series must have.
-void fill_in(SeriesRecord &series, const referred_records &last) {
+void fill_in(SeriesRecord &series, const ArticleGroupRecord &group) {
     if (series.letter == '\0') {
         series.letter = ' ';
     }
@@ -58,16 +73,16 @@ void fill_in(SeriesRecord &series, const referred_records &last) {
         std::memcpy(series.model, no_model, sizeof no_model);
     }
     if (series.target_group == 0) {
-        series.target_group = last.group.label_kind;
+        series.target_group = group.label_kind;
     }
 }
 
-void mend(const SeriesRecord &series, const referred_records &last) {
+void mend(const SeriesRecord &series, const ArticleGroupRecord &group) {
     SeriesRecord filled = series;
-    fill_in(filled, last);
+    fill_in(filled, group);
     if (std::memcmp(&filled, &series, sizeof series) != 0) {
         mend_walk_record(chk_files.rvser, series, series_key_bytes,
-                         [&](SeriesRecord &fresh) { fill_in(fresh, last); });
+                         [&](SeriesRecord &fresh) { fill_in(fresh, group); });
     }
 }
 
@@ -100,12 +115,12 @@ void print_findings(const SeriesKey &key, const finding_set &found) {
 }
 
 /// True when something was found that keeps the check from passing.
-bool check_series(const SeriesRecord &series, referred_records &last) {
+bool check_series(const SeriesRecord &series, referred_records &recent) {
     finding_set found = {};
     found[key_invalid] = !chk_key_valid(series.key);
     if (!found[key_invalid]) {
-        test_references(series, last, found);
-        mend(series, last);
+        test_references(series, recent, found);
+        mend(series, recent.groups.place(series.key.group));
     }
     print_findings(series.key, found);
     found[colour_added] = false;
@@ -116,11 +131,12 @@ bool check_series(const SeriesRecord &series, referred_records &last) {
 
 bool master_walk_series(reference_findings &found) {
     op_caption(op_field::series_referring, detail_text(20, 61, "Serienummer"));
-    referred_records last{};
+    const auto recent = std::make_unique<referred_records>();
+    op_ticker<SeriesKey> shown(op_field::series_referring, ser_text);
     SeriesRecord series{};
     for (bool more = chk_scan_first(chk_files.rvser, &series); more; more = IXSEQ(chk_files.rvser, &series)) {
-        op_value(op_field::series_referring, ser_text(series.key).c_str());
-        if (check_series(series, last)) {
+        shown.show(series.key);
+        if (check_series(series, *recent)) {
             found.count_error();
         }
     }

@@ -64,16 +64,18 @@ void transit_check::check_block(std::int32_t block, const LabelBlock &buffer) {
             print_label(number);
         }
     }
-    transit_show_number(eti_number(block, labels_per_block - 1));
 }
 
 /// Blocks above the highest number hold no labels, since no label has such a number.
 bool transit_check::walk() {
+    op_ticker<std::int32_t> shown(op_field::label_in_transit,
+                                  [](const std::int32_t &number) { return std::to_string(number); });
     LabelBlock buffer;
     for (std::int32_t block = 0; block <= eti_max_block() && chk_eti_raw(raw_action::read_on, 0, buffer) != 0;
          block++) {
         if (buffer.key.group != 0 && buffer.key.colour != 0 && buffer.key.number != 0) {
             check_block(block, buffer);
+            shown.show(eti_number(block, labels_per_block - 1));
         }
     }
     work.rewind();
