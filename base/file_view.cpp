@@ -10,9 +10,9 @@
 // - Another process may cut the file meanwhile (a rebuild, an emptied file). The rest of the page that the
 //   end falls in then reads as zeros, and pages after it raise SIGBUS. The handler puts a page of zeros in
 //   place and marks the view as lost. The reader looks at the mark after each copy; it then drops the view
-//   and reads through the system instead. What ends in zeros may lie past the new end, so the size is asked
-//   for before they are believed. A file cut short thus shows as a read that returns less, just as without a
-//   view.
+//   and reads through the system instead. A block of zeros may lie past the new end, so the size is asked for
+//   before it is believed. A file cut short thus shows as a read that returns less, just as without a view.
+//   (A cut within a block, which no program of the system makes, shows at the next look at the size.)
 // - A page that the disk can't read raises SIGBUS as well; the read through the system then tells the error.
 // - A file that can't be mapped is read with pread.
 #include "base/file_view.h"
@@ -118,6 +118,16 @@ bool view_intact(file_view &view) {
     return true;
 }
 
+/// True for what begins and ends in zeros. That costs less than a look at all of it, and much less than
+/// asking for the size each time.
+bool is_framed_in_zeros(const void *buffer, std::size_t size) {
+    static constexpr std::array<std::uint8_t, 8> zeros{};
+    const std::size_t length = std::min(size, zeros.size());
+    const auto *bytes = static_cast<const std::uint8_t *>(buffer);
+    return std::memcmp(bytes, zeros.data(), length) == 0 &&
+           std::memcmp(bytes + size - length, zeros.data(), length) == 0;
+}
+
 }  // namespace
 
 const std::uint8_t *file_view_peek(file_view &view, int fd, off_t offset, std::size_t size) {
@@ -149,11 +159,7 @@ void file_view_close(file_view &view) {
 ssize_t file_view_read_at(file_view &view, int fd, void *buffer, std::size_t size, off_t offset) {
     // A damaged count or pointer may lead before the file: then the system says what it thinks of it.
     if (offset >= 0 && file_view_read(view, fd, offset, buffer, size)) {
-        static constexpr std::array<std::uint8_t, 8> zeros{};
-        const std::size_t tail = std::min(size, zeros.size());
-        const bool ends_in_zeros =
-            std::memcmp(static_cast<std::uint8_t *>(buffer) + size - tail, zeros.data(), tail) == 0;
-        if (!ends_in_zeros || file_fd_size(fd) >= offset + static_cast<off_t>(size)) {
+        if (!is_framed_in_zeros(buffer, size) || file_fd_size(fd) >= offset + static_cast<off_t>(size)) {
             return static_cast<ssize_t>(size);
         }
     }
