@@ -1,7 +1,8 @@
 // The index of the EAN codes, and sizes with two codes.
 //
-//   1  Each record is looked up by each of its keys. A search that ends elsewhere is a fault; on the key of
-//      the size the other record may be a second code, so both are listed.
+//   1  Each record is looked up by each of its keys, first all by the one and then all by the other. A search
+//      that ends elsewhere is a fault; on the key of the size the other record may be a second code, so both
+//      are listed.
 //   2  Of the listed records of one size the last by date and code is taken off the list; the others are
 //      deleted.
 //   3  After any fault the index is rebuilt.
@@ -41,41 +42,49 @@ void list_double(double_list &doubles, const EanRecord &record, std::int32_t pla
     doubles.add(item);
 }
 
-/// Where the search for a record by a key ends; -1 when it finds nothing. Records of one size count as equal.
+/// Where the search for a record by the current key ends; -1 when it finds nothing. Records of one size count
+/// as equal.
 std::int32_t search(ICB *file, int key, std::int32_t place, const EanRecord &record) {
-    IXSWITCH(file, key);
     file->recno = place;
     const bool by_parts = key == ean_by_size && file->plan[key - 1].dups;
     const bool found = by_parts ? IXFINDP(file, &record, file->plan[key - 1].nsegs) : IXFIND(file, &record);
     return found ? std::int32_t{file->recno} : -1;
 }
 
-/// Looks each record up by each key. False when the operator cancelled.
+/// Looks a record up by a key; what the search for a size ends at instead may be its second code.
+void look_up(ICB *file, int key, std::int32_t place, double_list &doubles, std::uint32_t &faults) {
+    EanRecord record{};
+    if (IXGET(file, &record, place) != 1) {
+        return;
+    }
+    const std::int32_t found = search(file, key, place, record);
+    if (found == place) {
+        return;
+    }
+    faults++;
+    if (key == ean_by_size) {
+        EanRecord other{};
+        list_double(doubles, record, place);
+        if (found >= 0 && IXGET(file, &other, found) == 1) {
+            list_double(doubles, other, found);
+        }
+    }
+}
+
+/// Looks each record up by each key; key by key, since records that follow each other are neighbours in the
+/// index, too. False when the operator cancelled.
 bool find_faults(ICB *file, double_list &doubles, std::uint32_t &faults) {
     const std::int32_t records = file->nrecs;
     chk_phase("RVEAN.INX", static_cast<std::uint32_t>(records));
     bool going_on = true;
-    EanRecord record{};
-    for (std::int32_t place = 0; place < records && going_on; place++) {
-        chk_progress(static_cast<std::uint32_t>(place) + 1, static_cast<std::uint32_t>(records),
-                     chk_bar::step);
-        going_on = !op_interrupted();
-        if (IXGET(file, &record, place) != 1) {
-            continue;
-        }
-        for (int key = 1; key <= file->nkeys; key++) {
-            const std::int32_t found = search(file, key, place, record);
-            if (found == place) {
-                continue;
-            }
-            faults++;
-            EanRecord other{};
-            if (key == ean_by_size) {
-                list_double(doubles, record, place);
-                if (found >= 0 && IXGET(file, &other, found) == 1) {
-                    list_double(doubles, other, found);
-                }
-            }
+    for (int key = 1; key <= file->nkeys && going_on; key++) {
+        IXSWITCH(file, key);
+        const std::int64_t before = std::int64_t{records} * (key - 1);
+        for (std::int32_t place = 0; place < records && going_on; place++) {
+            chk_progress(static_cast<std::uint32_t>((before + place + 1) / file->nkeys),
+                         static_cast<std::uint32_t>(records), chk_bar::step);
+            going_on = !op_interrupted();
+            look_up(file, key, place, doubles, faults);
         }
     }
     IXSWITCH(file, by_code);
