@@ -316,4 +316,16 @@ TEST(Terminal, ClosesCharacterDevicesOnly) {
     }));
 }
 
+TEST(Locks, AreTriedAgainForAMomentOnly) {
+    int refusals = 5;
+    const auto refuse = [&](int error) {
+        errno = error;
+        return refusals-- == 0;
+    };
+    EXPECT_TRUE(file_lock_soon([&] { return refuse(EAGAIN); }));
+    EXPECT_TRUE(!file_lock_soon([&] { return refuse(EBADF); }) && errno == EBADF);
+    EXPECT_EQ(refusals, -2) << "a descriptor without locks is asked once";
+    EXPECT_TRUE(!file_lock_soon([&] { return refuse(EACCES); }) && errno == EACCES);
+}
+
 }  // namespace
