@@ -25,7 +25,8 @@ std::vector<std::uint32_t> bench_shuffled(std::uint32_t count);
 
 [[noreturn]] void bench_fail(const char *what, const char *why);
 
-// ---- Peers (bench_peers.cpp). All use prepared statements or cursors inside one transaction.
+// ---- Peers (bench_peers.cpp). All use prepared statements or cursors. Reads are inside one transaction;
+// each write is one of its own, as each of the store's in shared mode is there for others at once.
 
 /// SQLite: a table with two indexes, 64 MB of cache, no syncing and the journal in memory. An empty path's
 /// database is made of `ranks`, in that order.
@@ -37,6 +38,7 @@ struct sqlite_side {
     sqlite3_stmt *by_key2 = nullptr;
     sqlite3_stmt *insert = nullptr;
     sqlite3_stmt *walk = nullptr;
+    sqlite3_stmt *update = nullptr;
 
     void open(const std::string &path);
     /// Loads the table, without indexes.
@@ -44,11 +46,15 @@ struct sqlite_side {
     void index();
     void drop_indexes();
     void prepare();
+    /// For writing: a write-ahead log, and no transaction around.
+    void prepare_writes();
     void close();
     void run(const char *sql);
     bool find1(const bench_record &key, bench_record &out);
     bool find2(const bench_record &key, bench_record &out);
     void add(const bench_record &record);
+    /// Reads a record and writes it back, in one transaction.
+    bool rewrite(const bench_record &key);
     void start_walk(const char *order);
     bool step(bench_record &out);
 };
@@ -66,6 +72,8 @@ struct lmdb_side {
     bool find2(const bench_record &key, bench_record &out);
     /// Next record of key 1, from the front after the last.
     bool step(bench_record &out);
+    void add(const bench_record &record);
+    bool rewrite(const bench_record &key);
     void close();
 };
 

@@ -93,8 +93,28 @@ void sqlite_side::prepare() {
     sqlite3_prepare_v2(db, "INSERT INTO t VALUES(?,?,?,?)", -1, &insert, nullptr);
 }
 
+void sqlite_side::prepare_writes() {
+    run("PRAGMA journal_mode=WAL");
+    sqlite3_prepare_v2(db, "SELECT * FROM t WHERE high=? AND low=?", -1, &by_key1, nullptr);
+    sqlite3_prepare_v2(db, "INSERT INTO t VALUES(?,?,?,?)", -1, &insert, nullptr);
+    sqlite3_prepare_v2(db, "UPDATE t SET rest=? WHERE high=? AND low=?", -1, &update, nullptr);
+}
+
+bool sqlite_side::rewrite(const bench_record &key) {
+    bench_record record;
+    run("BEGIN IMMEDIATE");
+    const bool found = find1(key, record);
+    sqlite3_bind_blob(update, 1, record.rest, sizeof record.rest, SQLITE_STATIC);
+    sqlite3_bind_int(update, 2, key.high);
+    sqlite3_bind_int(update, 3, key.low);
+    const bool done = found && sqlite3_step(update) == SQLITE_DONE;
+    sqlite3_reset(update);
+    run("COMMIT");
+    return done;
+}
+
 void sqlite_side::close() {
-    for (sqlite3_stmt **statement : {&by_key1, &by_key2, &insert, &walk}) {
+    for (sqlite3_stmt **statement : {&by_key1, &by_key2, &insert, &walk, &update}) {
         sqlite3_finalize(*statement);
         *statement = nullptr;
     }
@@ -149,7 +169,7 @@ void lmdb_side::make(const std::string &path, const std::vector<std::uint32_t> &
     MDB_txn *writing = nullptr;
     demand(mdb_env_create(&of), "mdb_env_create");
     mdb_env_set_maxdbs(of, 2);
-    mdb_env_set_mapsize(of, (ranks.size() + 10000) * 400);
+    mdb_env_set_mapsize(of, (ranks.size() + 10000) * 4000);
     demand(mdb_env_open(of, path.c_str(), MDB_NOSUBDIR | MDB_NOSYNC, 0600), path.c_str());
     demand(mdb_txn_begin(of, nullptr, 0, &writing), "mdb_txn_begin");
     demand(mdb_dbi_open(writing, "k1", MDB_CREATE, &key1), "k1");
@@ -206,6 +226,35 @@ bool lmdb_side::step(bench_record &out) {
     }
     std::memcpy(&out, data.mv_data, sizeof out);
     return true;
+}
+
+void lmdb_side::add(const bench_record &record) {
+    MDB_txn *writing = nullptr;
+    demand(mdb_txn_begin(static_cast<MDB_env *>(env), nullptr, 0, &writing), "mdb_txn_begin");
+    const lmdb_key key = key1_of(record);
+    MDB_val k1 = value(&key, sizeof key);
+    MDB_val data = value(&record, sizeof record);
+    demand(mdb_put(writing, key1, &k1, &data, 0), "mdb_put");
+    MDB_val k2 = value(record.name, sizeof record.name);
+    demand(mdb_put(writing, key2, &k2, &k1, 0), "mdb_put");
+    demand(mdb_txn_commit(writing), "mdb_txn_commit");
+}
+
+bool lmdb_side::rewrite(const bench_record &wanted) {
+    MDB_txn *writing = nullptr;
+    demand(mdb_txn_begin(static_cast<MDB_env *>(env), nullptr, 0, &writing), "mdb_txn_begin");
+    const lmdb_key key = key1_of(wanted);
+    MDB_val k1 = value(&key, sizeof key);
+    MDB_val data;
+    bench_record record{};
+    const bool found = mdb_get(writing, key1, &k1, &data) == MDB_SUCCESS;
+    if (found) {
+        std::memcpy(&record, data.mv_data, sizeof record);
+        data = value(&record, sizeof record);
+        demand(mdb_put(writing, key1, &k1, &data, 0), "mdb_put");
+    }
+    demand(mdb_txn_commit(writing), "mdb_txn_commit");
+    return found;
 }
 
 void lmdb_side::close() {

@@ -21,7 +21,10 @@
 //   walk key 1, key 2     the next record in the order of a key (IXNEXT), round and round
 //   scan                  the next record in the order of the file (IXSEQ; SQLite: rowid)
 //   insert                a tenth as many records again, keys in random order, into the full file with both
-//                         keys. SQLite does it in one transaction, the store's shared mode in one for each
+//                         keys. Each record is there for others when its call returns: in SQLite (with a
+//                         write-ahead log) and in LMDB that is a transaction for each
+//   rewrite               one random record: read under its lock, written back and released (IXREADLOCK,
+//                         IXREWRITE; the peers: a transaction)
 //   rebuild sorted        both indexes over a file in the order of key 1 (SQLite: CREATE INDEX twice)
 //   rebuild random        the same with the records in random order
 //   check                 IXCHECK with every tenth record in the free chain (SQLite: PRAGMA quick_check,
@@ -293,13 +296,58 @@ void time_sqlite_inserts(benchmark::State &state) {
         state.ResumeTiming();
         sqlite_side side;
         side.open("insert.db");
-        side.prepare();
+        side.prepare_writes();
         for (const std::uint32_t rank : ranks) {
             side.add(bench_record_at(rank));
         }
         side.close();
     }
     state.SetItemsProcessed(static_cast<std::int64_t>(ranks.size()) * state.iterations());
+}
+
+void time_lmdb_inserts(benchmark::State &state) {
+    const auto ranks = fresh_ranks();
+    for (auto _ : state) {
+        state.PauseTiming();
+        fs::remove("insert.mdb");
+        lmdb_side side;
+        side.make("insert.mdb", order);
+        state.ResumeTiming();
+        for (const std::uint32_t rank : ranks) {
+            side.add(bench_record_at(rank));
+        }
+        side.close();
+    }
+    state.SetItemsProcessed(static_cast<std::int64_t>(ranks.size()) * state.iterations());
+}
+
+template <class Rewrite>
+void time_rewrites(benchmark::State &state, Rewrite rewrite) {
+    for (auto _ : state) {
+        if (!rewrite(bench_record_at(keys().next()))) {
+            state.SkipWithError("a record is missing");
+            break;
+        }
+    }
+}
+
+void time_store_rewrites(benchmark::State &state) {
+    ICB *icb = open_store(ix_shared, 1);
+    time_rewrites(state,
+                  [icb](bench_record record) { return IXREADLOCK(icb, &record) && IXREWRITE(icb, &record); });
+}
+
+void time_sqlite_rewrites(benchmark::State &state) {
+    sqlite_side side;
+    const bool made = fs::exists("rewrite.db");
+    side.open("rewrite.db");
+    if (!made) {
+        side.load(order);
+        side.index();
+    }
+    side.prepare_writes();
+    time_rewrites(state, [&](const bench_record &record) { return side.rewrite(record); });
+    side.close();
 }
 
 void time_sqlite_index(benchmark::State &state, const char *path, bool sorted) {
@@ -386,6 +434,13 @@ void register_all() {
     }
     add("scan/sqlite", [](benchmark::State &state) { time_sqlite_walk(state, ""); })->Unit(step);
     whole(add("insert/sqlite", time_sqlite_inserts));
+    whole(add("insert/lmdb", time_lmdb_inserts));
+    add("rewrite/shared", time_store_rewrites)->Unit(step);
+    add("rewrite/sqlite", time_sqlite_rewrites)->Unit(step);
+    add("rewrite/lmdb", [](benchmark::State &state) {
+        lmdb_side &side = lmdb();
+        time_rewrites(state, [&](const bench_record &record) { return side.rewrite(record); });
+    })->Unit(step);
     for (const bool sorted : {true, false}) {
         const std::string name = sorted ? "rebuild sorted" : "rebuild random";
         whole(add(name + "/exclusive",
