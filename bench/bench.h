@@ -72,6 +72,8 @@ struct lmdb_side {
     bool find2(const bench_record &key, bench_record &out);
     /// Next record of key 1, from the front after the last.
     bool step(bench_record &out);
+    /// A reader keeps the pages that it may still read from being used again.
+    void end_reading();
     void add(const bench_record &record);
     bool rewrite(const bench_record &key);
     void close();

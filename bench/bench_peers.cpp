@@ -257,9 +257,16 @@ bool lmdb_side::rewrite(const bench_record &wanted) {
     return found;
 }
 
+void lmdb_side::end_reading() {
+    if (txn != nullptr) {
+        mdb_cursor_close(static_cast<MDB_cursor *>(cursor));
+        mdb_txn_abort(static_cast<MDB_txn *>(txn));
+        txn = nullptr;
+    }
+}
+
 void lmdb_side::close() {
-    mdb_cursor_close(static_cast<MDB_cursor *>(cursor));
-    mdb_txn_abort(static_cast<MDB_txn *>(txn));
+    end_reading();
     mdb_env_close(static_cast<MDB_env *>(env));
 }
 

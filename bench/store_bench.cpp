@@ -312,6 +312,7 @@ void time_lmdb_inserts(benchmark::State &state) {
         fs::remove("insert.mdb");
         lmdb_side side;
         side.make("insert.mdb", order);
+        side.end_reading();
         state.ResumeTiming();
         for (const std::uint32_t rank : ranks) {
             side.add(bench_record_at(rank));
@@ -438,8 +439,12 @@ void register_all() {
     add("rewrite/shared", time_store_rewrites)->Unit(step);
     add("rewrite/sqlite", time_sqlite_rewrites)->Unit(step);
     add("rewrite/lmdb", [](benchmark::State &state) {
-        lmdb_side &side = lmdb();
+        fs::remove("rewrite.mdb");
+        lmdb_side side;
+        side.make("rewrite.mdb", order);
+        side.end_reading();
         time_rewrites(state, [&](const bench_record &record) { return side.rewrite(record); });
+        side.close();
     })->Unit(step);
     for (const bool sorted : {true, false}) {
         const std::string name = sorted ? "rebuild sorted" : "rebuild random";
