@@ -19,6 +19,7 @@ failures=$root/build/soak
 
 # What is tried | preset | tests, as a regular expression | times as many rounds as in a short run
 rows=(
+  "Kills in the store|release|^store/store_crash|20"
   "Kills and ends of each check|release|^check/Ends|10"
   "Mixes of faults|release|^check/.*ManyFaults|10"
   "Damaged shops, sanitizers|sanitize|^check/Damaged|10"

@@ -6,9 +6,7 @@
 #include <sys/stat.h>
 #include <termios.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <cstring>
 #include <memory>
@@ -17,12 +15,6 @@
 #include "base/operator.h"
 #include "support/other_process.h"
 #include "support/scratch_dir.h"
-
-// A sanitizer has a limit of its own for one area, in place of the one that the process sets.
-extern "C" const char *__asan_default_options();
-extern "C" const char *__asan_default_options() {
-    return "allocator_may_return_null=1:max_allocation_size_mb=256";
-}
 
 namespace {
 
@@ -217,28 +209,6 @@ TEST_F(Files, DiskFreeIsInKilobytes) {
     EXPECT_NEAR(static_cast<double>(disk_free()), bytes / 1024, bytes / 1024 * 0.1);
 }
 
-TEST(Memory, LargestArea) {
-    void *area = nullptr;
-    EXPECT_EQ(mem_largest(&area, 10, 1000), 1000U);
-    EXPECT_EQ(std::count(static_cast<char *>(area), static_cast<char *>(area) + 1000, 0), 1000);
-    std::free(area);
-    EXPECT_EQ(mem_largest(&area, 1000, 10), 1000U);
-    std::free(area);
-    EXPECT_TRUE(elsewhere([] {
-#ifndef __SANITIZE_ADDRESS__
-        const struct rlimit gigabyte { 1UL << 30, 1UL << 30 };
-        setrlimit(RLIMIT_AS, &gigabyte);
-#endif
-        const std::size_t too_much = 3UL << 30;
-        void *part = nullptr;
-        const std::size_t got = mem_largest(&part, 7, too_much);
-        void *none = &part;
-        return part != nullptr && (got == too_much / 4 || got == too_much / 16) &&
-               mem_largest(&none, too_much / 3, too_much) == 0 && none == nullptr;
-    }));
-    EXPECT_EQ(mem_largest(&area, 0, 0), 0U);
-}
-
 constexpr lock_action E = lock_action::exclusive;
 constexpr lock_action S = lock_action::sole;
 constexpr lock_action T = lock_action::test;
@@ -274,12 +244,6 @@ TEST_F(Files, LocksBetweenProcesses) {
     EXPECT_FALSE(file_lock(T, fd, 0, 1));
     EXPECT_EQ(file_lock_holder(fd, 0, 1), 0);
     EXPECT_EQ(lock_range(fd, 3, 1), -1) << "no endless wait on a closed descriptor";
-}
-
-TEST(LockWait, SleepsWithoutAScreen) {
-    const auto begin = std::chrono::steady_clock::now();
-    lock_wait();
-    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(990));
 }
 
 TEST(Terminal, EchoGoesAndComesBack) {

@@ -36,21 +36,6 @@ TEST(CharTables, LettersPairUp) {
     EXPECT_STREQ(str_upper(room("\x8b\x98\xd5\xe1\xe6").s), "\xd8Y\xd5\xe1\xe6");
 }
 
-TEST(CharTables, Classes) {
-    const struct {
-        unsigned char c;
-        unsigned bits;
-    } cases[] = {
-        {8, 32},    {9, 40},    {13, 40},   {14, 32},   {' ', 72}, {'/', 16}, {'0', 132},
-        {'9', 132}, {':', 16},  {'A', 129}, {'F', 129}, {'G', 1},  {'Z', 1},  {'[', 16},
-        {'a', 130}, {'f', 130}, {'g', 2},   {'z', 2},   {127, 32}, {128, 1},  {129, 2},
-        {155, 2},   {156, 16},  {157, 1},   {199, 1},   {213, 16}, {225, 2},  {255, 72},
-    };
-    for (const auto &c : cases) {
-        EXPECT_EQ(char_class_of(c.c), c.bits) << int{c.c};
-    }
-}
-
 TEST(Text, DeleteAndTrim) {
     const struct {
         std::size_t at, n;

@@ -351,16 +351,24 @@ TEST_F(Customers, NumbersThatCanNotBeAndMissingNames) {
 }
 
 TEST_F(Customers, DamagedIndexesAreMadeAnewOrLeftAlone) {
+    shop.customer_extensions.clear();
+    for (std::uint16_t i = 1; i < 3; i++) {
+        shop.customers[i].extension_date = 9000 + i;
+        shop.customer_extensions.push_back(
+            {shop.customers[i].number, "", shop.customers[i].extension_date, {}});
+    }
     shop.index_damages = {{"RVKLT", index_damage::in_update}, {"RVKLTEXT", index_damage::cut}};
     write();
     EXPECT_EQ(check("full customers titles countries").flags, "customers titles countries");
     // Keys that lead to other records: nobody's record is taken for that of another.
     shop.index_damages = {{"RVKLT", index_damage::swapped}};
     write();
-    const std::string data = get("RVKLT.TXT");
+    const std::string extension = get("RVKLTEXT.TXT").substr(sizeof(CustomerExtension));
+    put("RVKLTEXT.TXT", extension + extension);
+    const std::string data = get("RVKLT.TXT") + get("RVKLTEXT.TXT");
     const std::string labels = get("RVETI.TXT");
     check("full customers titles countries", "JJN");
-    EXPECT_TRUE(get("RVKLT.TXT") == data && get("RVETI.TXT") == labels);
+    EXPECT_TRUE(get("RVKLT.TXT") + get("RVKLTEXT.TXT") == data && get("RVETI.TXT") == labels);
 }
 
 // ---- Titles and countries

@@ -328,24 +328,4 @@ TEST_F(Lists, ErrorsComeInKeyOrderOncePerKey) {
     EXPECT_TRUE(std::filesystem::is_empty("."));
 }
 
-TEST_F(Lists, BitMapHoldsItsBitsAndNoOther) {
-    constexpr int blocks = 20;
-    chk_bits_open(blocks / 8 + 1);
-    for (const int bit : {0, 7, 8, 19, 23}) {
-        EXPECT_FALSE(chk_bit_test(bit)) << bit;
-        EXPECT_TRUE(chk_bit_set(bit)) << bit;
-        EXPECT_FALSE(chk_bit_set(bit)) << bit;
-    }
-    for (int bit = 0; bit < 24; bit++) {
-        EXPECT_EQ(chk_bit_test(bit), bit == 0 || bit == 7 || bit == 8 || bit == 19 || bit == 23) << bit;
-    }
-    for (const std::int64_t bit : {std::int64_t{-1}, std::int64_t{24}, std::int64_t{1} << 40}) {
-        EXPECT_TRUE(chk_bit_test(bit));
-        EXPECT_FALSE(chk_bit_set(bit)) << "outside counts as seen before";
-    }
-    chk_bits_open(3);
-    EXPECT_FALSE(chk_bit_test(8)) << "a new map is clear";
-    chk_bits_close();
-}
-
 }  // namespace

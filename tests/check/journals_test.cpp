@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -342,14 +341,6 @@ TEST_F(Journals, LabelChainsThatLeadAstrayStopNothing) {
         EXPECT_EQ(check("journals").flags, "journals");
         EXPECT_EQ(label_number(), 1001U);
     }
-}
-
-TEST(JournalWalk, WhatCannotBeReadIsNoEnd) {
-    journal_walk walk;
-    journal_begin(walk, -1, nullptr);
-    EXPECT_FALSE(journal_next(walk));
-    EXPECT_EQ(walk.end, journal_end::unreadable);
-    EXPECT_EQ(walk.error, EBADF);
 }
 
 }  // namespace

@@ -392,19 +392,21 @@ TEST_F(TillBeside, LosesNothingToACheckRun) {
     munmap(book, sizeof *book);
 }
 
-// The other program changes a count, and a check that has seen the row before meets that under its lock.
+// The other program changes a count, and a check that has seen the row before meets that under its lock. It
+// looks again at the loop that it has found, and mends it.
 TEST_F(TillBeside, MovesNoEndMarkThatWasDamagedBefore) {
     constexpr std::uint32_t far_away = 2000000000;
     constexpr struct {
         int row;
         const char *check;
+        const char *fault;
         const char *file;
         std::size_t block;
-    } chains[] = {{row_label_chain, "labels", eti_file_name, sizeof(LabelBlock)},
-                  {row_price_chain, "prices", "RVIPG.TXT", sizeof(PriceBlock)}};
+    } chains[] = {{row_label_chain, "labels", "label-chain-loop", eti_file_name, sizeof(LabelBlock)},
+                  {row_price_chain, "prices", "price-chain-loop", "RVIPG.TXT", sizeof(PriceBlock)}};
     for (const auto &chain : chains) {
         SCOPED_TRACE(chain.check);
-        make({.series = 5});
+        make({.series = 5}, {chain.fault});
         const std::size_t row = (static_cast<std::size_t>(chain.row) - 1) * sizeof(SysRow4Chain);
         const int fd = ::open("RVSYS.TXT", O_RDWR | O_CLOEXEC);
         ASSERT_TRUE(fd >= 0 && file_write_at(fd, &far_away, sizeof far_away, static_cast<off_t>(row + 4)));
@@ -418,6 +420,7 @@ TEST_F(TillBeside, MovesNoEndMarkThatWasDamagedBefore) {
         other.join();
         ::close(fd);
         EXPECT_EQ(Bytes("RVSYS.TXT").u32(row + 4), Bytes(chain.file).size() / chain.block);
+        EXPECT_EQ(check(std::string("full ") + chain.check).flags, chain.check);
     }
 }
 

@@ -1,5 +1,4 @@
 // The outcomes of a whole run: refused, already complete, with or without the marker, stopped.
-#include <fcntl.h>
 #include <utime.h>
 
 #include <csignal>
@@ -326,20 +325,6 @@ TEST_F(Run, InformationPageComesFromTheMenuAndAtAWrongStart) {
                  => rvchk860 foutief gestart, code 99 | PROGRAMMA AFGEBROKEN | <ENTER> voor vervolg
         <ENTER>  => exit 1
     )"));
-}
-
-TEST_F(Run, HeldRowOfDatesIsWaitedFor) {
-    options.checked = 1;
-    make();
-    const int fd = open((directory / "RVSYS.TXT").c_str(), O_RDWR);
-    ASSERT_TRUE(file_lock(lock_action::sole, fd, region_rows.offset(row_dates), region_rows.size));
-    Terminal t = start();
-    EXPECT_TRUE(t.play("=> 25:SYSTEEM-Informatie in gebruik op ander scherm | 25,1=S | 25,1 blink"));
-    ASSERT_TRUE(file_lock(lock_action::exclusive, fd, region_users.offset(1), region_users.size));
-    EXPECT_TRUE(t.play("=> 25:SYSTEEM-Informatie in gebruik door "));
-    close(fd);
-    EXPECT_TRUE(t.play("=> exit 0"));
-    EXPECT_TRUE(there("RVCHK860.OK"));
 }
 
 // A slot at rest is not written back, a status that was raised stays as a warning. A closed terminal ends the

@@ -104,38 +104,6 @@ TEST(Terminfo, EveryVariantHasWhatTheDialogueNeeds) {
     unsetenv("TERMINFO");
 }
 
-TEST(Terminfo, NcursesDeliversKeysAttributesAndLines) {
-    const std::map<std::string, int> codes = {
-        {"CANCEL", KEY_CANCEL}, {"HELP", KEY_HELP}, {"EXIT", KEY_EXIT}, {"BACKSPACE", KEY_BACKSPACE},
-        {"SHTAB", KEY_BTAB},    {"UP", KEY_UP},     {"DOWN", KEY_DOWN}, {"LEFT", KEY_LEFT},
-        {"RIGHT", KEY_RIGHT},   {"HOME", KEY_HOME}, {"END", KEY_END},   {"PGUP", KEY_PPAGE},
-        {"PGDN", KEY_NPAGE},    {"INS", KEY_IC},    {"DEL", KEY_DC},    {"F1", KEY_F(1)},
-        {"F2", KEY_F(2)},       {"F3", KEY_F(3)},   {"F4", KEY_F(4)},   {"F5", KEY_F(5)},
-        {"F6", KEY_F(6)},       {"F7", KEY_F(7)},   {"F8", KEY_F(8)},   {"F9", KEY_F(9)},
-        {"F10", KEY_F(10)},     {"F11", KEY_F(11)}, {"F12", KEY_F(12)}, {"TAB", 9},
-        {"ENTER", 10},          {"ESC", 27},        {"^H", 8},          {"SPACE", 32},
-    };
-    for (const Delivered &terminal : delivered) {
-        SCOPED_TRACE(terminal.term);
-        Terminal t({.program = TERMINAL_PROBE, .term = terminal.term});
-        ASSERT_TRUE(t.wait_for("ready 25x80"));
-        EXPECT_EQ(t.attr_of("bold"), (TerminalAttributes{.bold = true}));
-        EXPECT_EQ(t.attr_of("underline"), (TerminalAttributes{.underline = true}));
-        EXPECT_EQ(t.attr_of("reverse"), (TerminalAttributes{.reverse = true}));
-        EXPECT_EQ(t.attr_of("dim"), (TerminalAttributes{.dim = terminal.dim}));
-        EXPECT_EQ(t.attr_of("blink"), (TerminalAttributes{.blink = terminal.blink}));
-        EXPECT_EQ(t.row(3).substr(0, 12), "┌─┐│");
-        int count = 0;
-        for (const auto &[name, code] : codes) {
-            t.key(name);
-            ASSERT_TRUE(t.wait_for("key " + std::to_string(++count) + " is " + std::to_string(code) + "."))
-                << name;
-        }
-        t.type("q");
-        EXPECT_EQ(t.wait_exit(), 0);
-    }
-}
-
 // The build compiles those in the list; this is one that is not, and a name that nothing describes. The
 // terminals of today need no more than the descriptions that every Debian has.
 TEST(Terminfo, ScriptCompilesAnyOther) {

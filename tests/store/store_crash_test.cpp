@@ -1,4 +1,4 @@
-// Processes that die before any write of an update or a rebuild.
+// Processes that die before any write of an update or a rebuild, or at any moment beside others.
 //
 // Whatever the moment: IXCHECK tells that the pair is unsound, or it is sound in every byte; a rebuild makes
 // it sound; and the records are those before or after the operation that the process died in, with nothing
@@ -177,6 +177,99 @@ TEST_F(store_crash, BeforeEveryWriteOfAnUpdate) {
     }
     EXPECT_GT(deaths, operations * 3);
     EXPECT_GT(noticed, deaths / 2);
+}
+
+constexpr int writers = 3;
+
+/// The n-th operation of one of several writers, who has keys of his own.
+operation nth_of(int writer, unsigned seed, int n) {
+    operation o = nth(seed + static_cast<unsigned>(writer), n);
+    o.number = o.number * writers + writer;
+    return o;
+}
+
+std::string done_by(int writer) {
+    return "gedaan" + std::to_string(writer);
+}
+
+/// Starts a process that carries out operations until there is a file "klaar".
+pid_t start_writer(int writer, unsigned seed) {
+    const int done = open(done_by(writer).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const pid_t child = fork();
+    if (child == 0) {
+        isam_operator.fatal = [](const char *text) {
+            std::_Exit(std::strstr(text, "Niet consistent") != nullptr ? 3 : 1);
+        };
+        ix_lock_wait = [](ICB *) {
+            if (file_exists("klaar")) {
+                std::_Exit(0);  // a reservation of the dead is never given up
+            }
+            usleep(10);
+        };
+        ICB *mine = IXOPEN("D", ix_shared);
+        for (int n = 0; !file_exists("klaar"); ++n) {
+            carry_out(mine, nth_of(writer, seed, n));
+            (void)!write(done, "x", 1);
+        }
+        std::_Exit(0);
+    }
+    close(done);
+    return child;
+}
+
+// Several writers, of whom one or all are killed at any moment; the others stop at his mark or go on.
+TEST_F(store_crash, AnyMomentOfSharedUpdates) {
+    IXCLOSE(make_pair_of("D", item_keys));
+    contents expected;
+    std::mt19937 random(static_cast<unsigned>(first_seed()));
+    for (int left = rounds(60); left > 0; --left) {
+        SCOPED_TRACE(left);
+        const auto seed = static_cast<unsigned>(random());
+        file_delete("klaar");
+        std::array<pid_t, writers> children{};
+        for (int w = 0; w < writers; ++w) {
+            children.at(static_cast<std::size_t>(w)) = start_writer(w, seed);
+        }
+        while (file_size("gedaan0") + file_size("gedaan1") + file_size("gedaan2") < writers) {
+            usleep(100);
+        }
+        usleep(static_cast<useconds_t>(random() % 8000));
+        const std::size_t victim = random() % (2 * writers);  // beyond the last writer: all of them
+        for (std::size_t w = 0; w < writers; ++w) {
+            if (victim == w || victim >= writers) {
+                kill(children.at(w), SIGKILL);
+            }
+        }
+        usleep(1000);
+        put("klaar");
+        for (std::size_t w = 0; w < writers; ++w) {
+            int status = 0;
+            waitpid(children.at(w), &status, 0);
+            const bool by_itself =
+                WIFEXITED(status) && (WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == 3);
+            ASSERT_TRUE(by_itself || victim == w || victim >= writers) << status;
+        }
+        ASSERT_NO_FATAL_FAILURE(judge());
+        ix_mend("D", 0);
+        ASSERT_EQ(ix_verify("D", false), sound);
+        ASSERT_TRUE(IXBLDIX("D"));  // the dead keep no key reserved
+        ASSERT_EQ(ix_verify("D"), sound);
+        const contents found = read_all_records();
+        for (int w = 0; w < writers; ++w) {
+            const auto done = static_cast<int>(file_size(done_by(w).c_str()));
+            for (int n = 0; n < done; ++n) {
+                perform(expected, nth_of(w, seed, n));
+            }
+            const operation next = nth_of(w, seed, done);
+            const auto is = found.find(next.number);
+            const auto was = expected.find(next.number);
+            if ((is == found.end()) != (was == expected.end()) ||
+                (is != found.end() && !(is->second == was->second))) {
+                perform(expected, next);  // it stood in the file when he died
+            }
+        }
+        ASSERT_TRUE(found == expected);
+    }
 }
 
 /// The data half, with what a rebuild may change blanked out: the links of the free records.

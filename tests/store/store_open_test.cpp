@@ -270,22 +270,6 @@ TEST_F(damaged, Versions) {
     EXPECT_EQ(IXCHECK("S.TMP"), 4);
 }
 
-TEST_F(damaged, EmptiedPairKeepsItsDefinition) {
-    for (const int mode : {ix_shared, ix_exclusive}) {
-        ICB *icb = IXOPEN("S", mode);
-        IXINIT(icb);
-        EXPECT_EQ(icb->flocked, mode == ix_exclusive ? 1 : 0);
-        EXPECT_EQ(file_bytes("S.INX").size(), 4U * 512);
-        EXPECT_EQ(file_size("S.TXT"), 0);
-        row r{};
-        EXPECT_FALSE(IXFIRST(icb, &r));
-        write_row(icb, 5);
-        EXPECT_EQ(icb->recno, 0);
-        IXCLOSE(icb);
-        EXPECT_EQ(ix_verify("S"), sound);
-    }
-}
-
 TEST_F(damaged, DescriptorsComeBack) {
     const int before = open_file_limit();
     const auto in_use = [] {

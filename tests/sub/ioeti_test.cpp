@@ -241,23 +241,6 @@ TEST_F(LabelFile, HighestBlockFollowsTheDigits) {
     }
 }
 
-TEST_F(LabelFile, WrongUseIsAnInternalError) {
-    make_empty();
-    std::int32_t number = 1;
-    eti_rec rec;
-    const testing::ExitedWithCode stopped(1);
-    EXPECT_EXIT((dup2(2, 1), eti_file(eti_action::read, number, rec)), stopped, "IOETI: errno=2");
-    open_labels();
-    EXPECT_EXIT((dup2(2, 1), eti_file(eti_action::open)), stopped, "IOETI: errno=3");
-    EXPECT_EXIT((dup2(2, 1), eti_file(eti_action::lock_read, number, rec)), stopped, "IOETI: errno=1");
-    EXPECT_EXIT((dup2(2, 1), eti_next_kind(eti_action::write, number, rec, 1)), stopped, "IOETI: errno=4");
-    eti_file(eti_action::close);
-    is_open = false;
-    std::filesystem::remove(eti_file_name);
-    EXPECT_EXIT((dup2(2, 1), eti_file(eti_action::open)), stopped,
-                "IOETI: Open niet gelukt \\(file=RVETI.TXT, errno=2\\)");
-}
-
 TEST(SeriesKeys, RangesTextsAndStamps) {
     const struct {
         std::uint32_t group;

@@ -84,11 +84,6 @@ protected:
     void make_plain_shop(int series) {
         make_shop_with(series, [](Shop &) {});
     }
-    static SysRow4Chain label_row() {
-        SysRow4Chain row{};
-        iotab_row(tab_action::read, row_label_chain, row);
-        return row;
-    }
     static int status_on_file() {
         return static_cast<int>(Bytes(sys_file_name).u8(2640 + 38));
     }

@@ -189,16 +189,6 @@ testing::AssertionResult Terminal::wait_for(std::string_view text, Patience pati
     return wait_until([&] { return screen().find(text) != std::string::npos; }, std::string(text), patience);
 }
 
-testing::AssertionResult Terminal::wait_gone(std::string_view text) {
-    return wait_until([&] { return screen().find(text) == std::string::npos; },
-                      "the end of " + std::string(text));
-}
-
-testing::AssertionResult Terminal::wait_row(int row, std::string_view text) {
-    return wait_until([&] { return this->row(row).find(text) != std::string::npos; },
-                      std::string(text) + " in row " + std::to_string(row));
-}
-
 int Terminal::wait_exit(Patience patience) {
     const Clock::time_point end = Clock::now() + patience;
     for (int status = 0; !status_; take_output(10)) {

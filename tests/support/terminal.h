@@ -58,23 +58,6 @@ public:
     /// "DEL", "BACKSPACE", "SHTAB", "CANCEL", "HELP", "EXIT" by the bytes of the program's terminal
     /// description; "ENTER", "TAB", "ESC", "SPACE", "INTR", "QUIT"; and "^A" to "^_" for control keys.
     void key(const std::string &name);
-    void keys(std::initializer_list<std::string> names) {
-        for (const std::string &name : names) {
-            key(name);
-        }
-    }
-    testing::AssertionResult wait_cursor(int row, int col) {
-        return wait_until([&] { return cursor().row == row && cursor().col == col; }, "cursor");
-    }
-    std::optional<TerminalAttributes> attr_of(std::string_view text) const {
-        for (int line = 1; line <= lines(); ++line) {
-            const auto at = row(line).find(text);
-            if (at != std::string::npos) {
-                return attr(line, static_cast<int>(at) + 1);
-            }
-        }
-        return std::nullopt;
-    }
     /// Types text in which <NAME> is a key and << a less-than sign. <.> waits until all keys have been worked
     /// off, in a program that writes a mark when it reads <F2> and z.
     void press(std::string_view keys);
@@ -91,9 +74,6 @@ public:
     /// True as soon as the text stands in one row of the screen.
     [[nodiscard]] testing::AssertionResult wait_for(std::string_view text,
                                                     Patience patience = terminal_patience);
-    [[nodiscard]] testing::AssertionResult wait_gone(std::string_view text);
-    /// The text in that row.
-    [[nodiscard]] testing::AssertionResult wait_row(int row, std::string_view text);
     /// Any condition, on this terminal or on what the program does elsewhere; `what` names it.
     [[nodiscard]] testing::AssertionResult wait_until(const std::function<bool()> &condition,
                                                       const std::string &what,
@@ -112,9 +92,6 @@ public:
     /// The operator changes the size of the window.
     void resize(int lines, int columns);
     void send_signal(int signal);
-    pid_t pid() const {
-        return pid_;
-    }
     /// The line drops: the program gets SIGHUP and its terminal is gone.
     void hang_up();
 

@@ -137,11 +137,4 @@ TEST_F(ShopTest, CommandLine) {
     EXPECT_EQ(get("own/brief.txt"), "van een ander");
 }
 
-TEST_F(ShopTest, FullDiskIsTold) {
-    // A file size limit stands in for the full disk.
-    const auto limited = run("--help >/dev/null; trap '' XFSZ; ulimit -f 100; " MKSHOP " b --series 500");
-    EXPECT_EQ(limited.first, 1);
-    EXPECT_NE(limited.second.find("cannot be written"), std::string::npos) << limited.second;
-}
-
 }  // namespace
