@@ -1,7 +1,6 @@
 #include "command/fleet.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -11,10 +10,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
-#include <filesystem>
 #include <list>
 #include <optional>
 
+#include "command/operator.h"
 #include "command/output.h"
 #include "command/question.h"
 #include "command/shop.h"
@@ -83,9 +82,7 @@ shop_orders fleet::orders_for(const std::string &directory) const {
         if (base.empty() || options_.directories.size() == 1) {
             return base;
         }
-        std::error_code ignored;
-        std::string name = std::filesystem::weakly_canonical(directory, ignored).filename().string();
-        return base + "/" + name;
+        return base + "/" + name_of_shop(directory);
     };
     return {directory, place(options_.report), place(options_.keep), place(options_.backup),
             output_.bars.wanted()};
@@ -166,9 +163,10 @@ void fleet::obey(running_shop &shop, const std::string &line) {
         shop.copy = told["directory"];
     } else if (type == "ask") {
         output_.bars.clear();
-        const char answer = cancelled != 0 ? 'X'
-                                           : question_ask(shop.result.directory, told["text"],
-                                                          told["default"].get<std::string>(), usual_mask_);
+        const char answer = cancelled != 0
+                                ? 'X'
+                                : question_ask(question_place(options_.json), shop.result.directory,
+                                               told["text"], told["default"].get<std::string>(), usual_mask_);
         cancelled = answer == 'X' ? 1 : cancelled;
         if (write(shop.to, &answer, 1) != 1) {
             return;  // it has ended meanwhile, and is told as such
@@ -314,14 +312,7 @@ int fleet::close_run() {
 }
 
 int fleet::run() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    struct sigaction action {};
-    action.sa_handler = [](int) { cancelled = 1; };
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        sigaddset(&signals, signal);
-        sigaction(signal, &action, nullptr);
-    }
+    const sigset_t signals = operator_hear_signals([](int) { cancelled = 1; }, 0);
     // They arrive only while this process waits, so none is missed.
     sigprocmask(SIG_BLOCK, &signals, &usual_mask_);
     std::signal(SIGPIPE, SIG_IGN);
@@ -344,11 +335,11 @@ int fleet::run() {
 
 int fleet_run(const run_options &options) {
     if (options.answers == answer_mode::no && !options.quiet) {
-        fmt::print(
-            stderr, "{}\n",
-            shown_text(detail_text(28, 42,
-                                   "Alle vragen krijgen nee. Wat de controles zonder vraag herstellen, "
-                                   "herstellen ze.")));
+        write_out(stderr,
+                  shown_text(detail_text(28, 42,
+                                         "Alle vragen krijgen nee. Wat de controles zonder vraag herstellen, "
+                                         "herstellen ze.")) +
+                      "\n");
     }
     return fleet(options).run();
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <ctime>
 #include <set>
 
@@ -150,17 +149,24 @@ void progress(int action, std::uint32_t value, std::uint32_t total, const char *
                   {"total", total}});
 }
 
-void take_signals() {
-    struct sigaction action {};
-    action.sa_handler = [](int) { cancelled = 1; };
-    action.sa_flags = SA_RESTART;
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        sigaction(signal, &action, nullptr);
-    }
-    std::signal(SIGPIPE, SIG_IGN);
-}
-
 }  // namespace
+
+sigset_t operator_hear_signals(void (*handler)(int), int flags) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    struct sigaction action {};
+    action.sa_handler = handler;
+    action.sa_flags = flags;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before {};
+        sigaction(signal, nullptr, &before);
+        if (signal != SIGHUP || before.sa_handler != SIG_IGN) {
+            sigaddset(&signals, signal);
+            sigaction(signal, &action, nullptr);
+        }
+    }
+    return signals;
+}
 
 void operator_install(const operator_wishes &wanted) {
     wishes = wanted;
@@ -179,7 +185,8 @@ void operator_install(const operator_wishes &wanted) {
     isam_operator.await_turn = await_turn;
     isam_operator.end = [] { wishes.stop(stop_cause::fatal, "", true); };
     ix_lock_wait = wait_for_record;
-    take_signals();
+    operator_hear_signals([](int) { cancelled = 1; }, SA_RESTART);
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 void operator_follow(check_record *followed, const char *check) {

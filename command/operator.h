@@ -1,6 +1,7 @@
 // The operator of an unattended run: answers as the command line says, or lets the starting process ask.
 #pragma once
 
+#include <csignal>
 #include <string>
 
 #include "command/options.h"
@@ -21,6 +22,8 @@ struct operator_wishes {
     void (*stop)(stop_cause cause, const std::string &why, bool orderly) = nullptr;
 };
 
+/// Lets `handler` hear SIGINT, SIGTERM and SIGHUP, which are returned. Under nohup a hangup stays unheard.
+sigset_t operator_hear_signals(void (*handler)(int), int flags);
 /// Fills in `isam_operator`, and takes SIGINT, SIGTERM and SIGHUP for the wish to break off.
 void operator_install(const operator_wishes &wishes);
 /// The record of the check that runs: it knows when a repair is in vain, and then the answer is no. Null

@@ -9,6 +9,7 @@
 #include <set>
 
 #include "base/codepage.h"
+#include "command/question.h"
 #include "tools/version.h"
 
 namespace {
@@ -44,6 +45,13 @@ CLI::Validator range_of(int lowest, int highest) {
     return CLI::Range(lowest, highest).description("");
 }
 
+/// As from a variable that is not set: the option would count as not given.
+const CLI::Validator is_named(
+    [](const std::string &name) {
+        return name.empty() ? shown_text(detail_text(28, 29, "hier ontbreekt een naam")) : "";
+    },
+    "");
+
 std::string names_of_checks() {
     std::string all;
     for (const chk_row &row : chk_rows()) {
@@ -70,10 +78,12 @@ void add_answers(CLI::App &app, given_options &given) {
     app.add_option("--keep", given.run.keep,
                    shown_text(detail_text(28, 4, "de kopie van --rehearse hier bewaren")))
         ->needs(rehearse)
+        ->check(is_named)
         ->type_name("DIR");
     app.add_option("--backup", given.run.backup,
                    shown_text(detail_text(28, 5, "eerst hier een volledige kopie maken")))
         ->excludes(rehearse)
+        ->check(is_named)
         ->type_name("DIR");
     app.add_flag("--marker", given.run.marker,
                  shown_text(detail_text(28, 6, "RVCHK860.OK schrijven als alles goed is")))
@@ -109,9 +119,11 @@ void add_choice(CLI::App &app, given_options &given) {
 void add_output(CLI::App &app, given_options &given) {
     app.add_option("--report", given.run.report,
                    shown_text(detail_text(28, 11, "de verslagen als tekst (UTF-8) in deze directory")))
+        ->check(is_named)
         ->type_name("DIR");
     app.add_option("--json", given.run.json,
                    shown_text(detail_text(28, 12, "de bevindingen als JSON Lines; - is de standaarduitvoer")))
+        ->check(is_named)
         ->type_name("FILE");
     auto *const progress =
         app.add_flag("--progress", given.progress,
@@ -128,6 +140,7 @@ void add_output(CLI::App &app, given_options &given) {
     app.add_flag("--version", given.version, shown_text(detail_text(28, 16, "de versie")));
     app.add_option("DIRECTORY", given.run.directories,
                    shown_text(detail_text(28, 17, "een of meer directories met de gegevens van een winkel")))
+        ->check(is_named)
         ->type_name("");
 }
 
@@ -155,7 +168,12 @@ std::vector<const chk_row *> chosen_checks(const given_options &given) {
 /// Each process goes to the directory of its shop, so what lies elsewhere is named in full.
 void make_absolute(std::string &path) {
     if (!path.empty() && path != "-") {
-        path = std::filesystem::absolute(path).lexically_normal().string();
+        std::error_code failed;
+        const std::string given = path;
+        path = std::filesystem::absolute(given, failed).string();
+        if (failed) {
+            throw wrong_use(given + ": " + failed.message());
+        }
     }
 }
 
@@ -171,11 +189,31 @@ void require_different(const run_options &run) {
             throw wrong_use(directory + ": " +
                             shown_text(detail_text(28, 19, "deze directory is meer dan eens genoemd")));
         }
-        if (by_name && !names.insert(place.filename().string()).second) {
+        if (by_name && !names.insert(name_of_shop(directory)).second) {
             throw wrong_use(directory + ": " +
                             shown_text(detail_text(28, 20,
                                                    "twee winkels met deze naam: kopieen en verslagen vielen "
                                                    "samen")));
+        }
+    }
+}
+
+bool is_in(const std::string &path, const std::string &directory) {
+    std::error_code failed;
+    const auto from_there = std::filesystem::weakly_canonical(path, failed)
+                                .lexically_relative(std::filesystem::weakly_canonical(directory, failed));
+    return !failed && !from_there.empty() && *from_there.begin() != "..";
+}
+
+/// A copy of a shop does not lie in the shop, above all not that of a rehearsal, which writes nothing there.
+void require_outside(const run_options &run) {
+    for (const std::string &place :
+         {run.backup, run.rehearse && run.keep.empty() ? rehearsal_place() : run.keep}) {
+        for (const std::string &directory : run.directories) {
+            if (!place.empty() && is_in(place, directory)) {
+                throw wrong_use(place + ": " +
+                                shown_text(detail_text(28, 28, "dit ligt in de directory van een winkel")));
+            }
         }
     }
 }
@@ -190,17 +228,63 @@ void judge(given_options &given) {
         make_absolute(*path);
     }
     require_different(run);
+    require_outside(run);
     if (given.yes || run.rehearse) {
         run.answers = answer_mode::yes;
-    } else if (given.no || isatty(STDIN_FILENO) == 0) {
+    } else if (given.no || isatty(STDIN_FILENO) == 0 || question_place(run.json) == nullptr) {
         run.answers = answer_mode::no;
     }
 }
 
+/// The bytes of the character with which a text begins, when it is one of several bytes in UTF-8; else 0. In
+/// code page 850 these would be frames and signs that no text holds.
+std::size_t utf8_length(std::string_view text) {
+    const auto byte = [&](std::size_t i) {
+        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+    };
+    const std::size_t length = byte(0) >= 0xf0 && byte(0) <= 0xf4   ? 4
+                               : byte(0) >= 0xe0 && byte(0) <= 0xef ? 3
+                               : byte(0) >= 0xc2 && byte(0) <= 0xdf ? 2
+                                                                    : 0;
+    for (std::size_t i = 1; i < length; i++) {
+        if ((byte(i) & 0xc0U) != 0x80U) {
+            return 0;
+        }
+    }
+    return length;
+}
+
 }  // namespace
 
-std::string shown_text(const char *text) {
-    return codepage_to_utf8(text);
+std::string name_of_shop(const std::string &directory) {
+    std::error_code failed;
+    auto place = std::filesystem::weakly_canonical(directory, failed);
+    if (failed) {
+        place = directory;
+    }
+    return (place.has_filename() ? place : place.parent_path()).filename().string();
+}
+
+std::string rehearsal_place() {
+    const char *wanted = std::getenv("TMPDIR");
+    std::error_code failed;
+    return std::filesystem::absolute(wanted == nullptr || *wanted == '\0' ? "/var/tmp" : wanted, failed)
+        .string();
+}
+
+std::string shown_text(std::string_view text) {
+    std::string shown;
+    while (!text.empty()) {
+        const std::size_t length = std::max<std::size_t>(utf8_length(text), 1);
+        shown += length > 1 ? std::string(text.substr(0, length)) : codepage_to_utf8(text.substr(0, 1));
+        text.remove_prefix(length);
+    }
+    return shown;
+}
+
+void write_out(std::FILE *to, const std::string &text) {
+    std::fwrite(text.data(), 1, text.size(), to);
+    std::fflush(to);
 }
 
 run_options options_of(int argc, char **argv) {

@@ -1,7 +1,9 @@
 // The command line of rvcheck.
 #pragma once
 
+#include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "check/session/session.h"
@@ -35,7 +37,15 @@ inline constexpr int status_wrong_use = 16;
 inline constexpr int status_cancelled = 32;
 
 /// Reads the command line. Ends the process after --help and --version, and with `status_wrong_use` when it
-/// makes no sense. A run that should ask has the answer no when standard input is no terminal.
+/// makes no sense. A run that should ask has the answer no without a terminal to read from and ask on.
 run_options options_of(int argc, char **argv);
-/// A text of the catalogue, or any other of code page 850, as it goes out: in UTF-8.
-std::string shown_text(const char *text);
+/// A text of the catalogue, or any other of code page 850, as it goes out: in UTF-8. A path in it, which is
+/// in UTF-8 already, stays as it is.
+std::string shown_text(std::string_view text);
+/// The name of a directory, also of one that is named as "." or through a link.
+std::string name_of_shop(const std::string &directory);
+/// Below which directory the private copies of rehearsals are made: that of TMPDIR, or without it /var/tmp.
+std::string rehearsal_place();
+/// Writes a text at once. What can't be written is lost: a full disk, or a terminal or reader that has gone,
+/// must not end the checks.
+void write_out(std::FILE *to, const std::string &text);

@@ -16,7 +16,7 @@ run_output::run_output(const run_options &options)
     }
     file_ = options.json == "-" ? stdout : std::fopen(options.json.c_str(), "we");
     if (file_ == nullptr) {
-        fmt::print(stderr, "rvcheck: {}: {}\n", options.json, std::strerror(errno));
+        write_out(stderr, fmt::format("rvcheck: {}: {}\n", options.json, std::strerror(errno)));
         std::exit(status_wrong_use);
     }
 }
@@ -34,7 +34,7 @@ void run_output::object(const std::string &line) {
     if (std::fwrite(line.data(), 1, line.size(), file_) != line.size() || std::fflush(file_) != 0) {
         const int why = errno;
         bars.clear();
-        fmt::print(stderr, "rvcheck: {}: {}\n", options_.json, std::strerror(why));
+        write_out(stderr, fmt::format("rvcheck: {}: {}\n", options_.json, std::strerror(why)));
         complete_ = false;
     }
 }
@@ -48,19 +48,17 @@ void run_output::finding(const json &found) {
         fields += fmt::format(" {}={}", name, value.is_string() ? value.get<std::string>() : value.dump());
     }
     bars.clear();
-    fmt::print(people_, "{}: {} {}{}: {}\n", found["shop"].get<std::string>(),
-               found["code"].get<std::string>(), found["file"].get<std::string>(), fields,
-               found["text"].get<std::string>());
-    std::fflush(people_);
+    write_out(people_, fmt::format("{}: {} {}{}: {}\n", found["shop"].get<std::string>(),
+                                   found["code"].get<std::string>(), found["file"].get<std::string>(), fields,
+                                   found["text"].get<std::string>()));
 }
 
 void run_output::notice(const std::string &shop, const std::string &text) {
     bars.clear();
-    fmt::print(stderr, "{}: {}\n", shop, text);
+    write_out(stderr, fmt::format("{}: {}\n", shop, text));
 }
 
 void run_output::table(const std::string &text) {
     bars.clear();
-    fmt::print(people_, "{}", text);
-    std::fflush(people_);
+    write_out(people_, text);
 }

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "command/options.h"
+
 namespace {
 
 constexpr int bar_width = 20;
@@ -38,8 +40,7 @@ void progress_bars::drop(std::size_t shop) {
 
 void progress_bars::clear() {
     if (drawn_ > 0) {
-        fmt::print(stderr, "\r\033[{}A\033[J", drawn_);
-        std::fflush(stderr);
+        write_out(stderr, fmt::format("\r\033[{}A\033[J", drawn_));
         drawn_ = 0;
     }
 }
@@ -48,8 +49,7 @@ void progress_bars::draw() {
     clear();
     const std::size_t width = screen_width() - 1;
     for (const auto &[shop, line] : lines_) {
-        fmt::print(stderr, "{:.{}}\n", line, width);
+        write_out(stderr, fmt::format("{:.{}}\n", line, width));
         drawn_++;
     }
-    std::fflush(stderr);
 }

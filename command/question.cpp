@@ -4,8 +4,6 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <cstdio>
-
 #include "command/options.h"
 
 namespace {
@@ -30,14 +28,23 @@ bool read_line(std::string &line, const sigset_t &mask) {
 
 }  // namespace
 
-char question_ask(const std::string &shop, const std::string &text, const std::string &preset,
-                  const sigset_t &mask) {
+std::FILE *question_place(const std::string &json) {
+    for (std::FILE *place : {json == "-" ? stderr : stdout, stderr}) {
+        if (isatty(fileno(place)) != 0) {
+            return place;
+        }
+    }
+    return nullptr;
+}
+
+char question_ask(std::FILE *place, const std::string &shop, const std::string &text,
+                  const std::string &preset, const sigset_t &mask) {
     const std::string choice = shown_text(detail_text(1, 866, "(J/N)"));
     for (std::string line;;) {
-        fmt::print("{}: {}? {} {}", shop, text, choice, preset.empty() ? "" : "[" + preset + "] ");
-        std::fflush(stdout);
+        write_out(place, fmt::format("{}: {}? {} {}", shop, text, choice,
+                                     preset.empty() ? "" : "[" + preset + "] "));
         if (!read_line(line, mask)) {
-            fmt::print("\n");
+            write_out(place, "\n");
             return cancel;
         }
         const char given = line.empty() ? preset.empty() ? '\0' : preset[0] : line[0];

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "base/codepage.h"
+#include "check/journals/journals.h"
 #include "command/courier.h"
 #include "command/operator.h"
 #include "command/shop_checks.h"
@@ -40,7 +40,7 @@ struct {
     courier_send({{"type", "end"},
                   {"unchecked", unchecked},
                   {"cancelled", cancelled},
-                  {"reason", why.empty() ? json(nullptr) : json(codepage_to_utf8(why))}});
+                  {"reason", why.empty() ? json(nullptr) : json(shown_text(why))}});
     _exit(0);
 }
 
@@ -126,13 +126,20 @@ void make_directory(const std::filesystem::path &path) {
 /// Makes the copies that were asked for, and gives the directory in which the checks work.
 std::string prepare_directory() {
     const shop_orders &orders = *shop.orders;
-    const std::string from = std::filesystem::absolute(orders.directory).string();
+    std::error_code failed;
+    const std::string from = std::filesystem::absolute(orders.directory, failed).string();
+    if (failed) {
+        stop(stop_cause::fatal, failed.message(), true);
+    }
     copy_result result{.ok = true, .why = {}, .left_out = {}, .changed = {}};
     std::string work = from;
     if (shop.options->rehearse && orders.keep.empty()) {
-        result = shop_copy_private(from, work);
-        shop.copy = result.ok ? work : "";
-        courier_send({{"type", "copy"}, {"directory", shop.copy}});
+        journal_copies_on_disk = false;
+        result = shop_copy_private(from, rehearsal_place(), [](const std::string &copy) {
+            shop.copy = copy;
+            courier_send({{"type", "copy"}, {"directory", copy}});
+        });
+        work = shop.copy;
     } else if (shop.options->rehearse) {
         work = orders.keep;
         make_directory(std::filesystem::path(work).parent_path());

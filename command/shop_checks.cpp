@@ -110,7 +110,8 @@ void shop_checks::look(const chk_row &row, state &here) {
         chk_run_row(row);
         ever = ever || *row.passed;
         const std::uint64_t made = here.record.state();
-        if (operator_cancelled() || !here.record.needs_another_look(options_.answers != answer_mode::ask) || (round > 0 && made == before)) {
+        if (operator_cancelled() || !here.record.needs_another_look(options_.answers != answer_mode::ask) ||
+            (round > 0 && made == before)) {
             break;
         }
         before = made;
@@ -231,7 +232,7 @@ void shop_checks::tell_one(const chk_row &row, const state &here) {
                   {"shop", shop_},
                   {"check", row.name},
                   {"result", here.result},
-                  {"reason", here.reason.empty() ? json(nullptr) : json(codepage_to_utf8(here.reason))},
+                  {"reason", here.reason.empty() ? json(nullptr) : json(shown_text(here.reason))},
                   {"found", all.found},
                   {"mended", all.mended},
                   {"left", all.left},

@@ -340,18 +340,16 @@ copy_result shop_copy(const std::string &from, const std::string &to) {
     return result;
 }
 
-copy_result shop_copy_private(const std::string &from, std::string &made) {
-    const char *wanted = std::getenv("TMPDIR");
-    std::string name =
-        std::string(wanted == nullptr || *wanted == '\0' ? "/var/tmp" : wanted) + "/rvcheck-XXXXXX";
+copy_result shop_copy_private(const std::string &from, const std::string &place,
+                              const std::function<void(const std::string &)> &made) {
+    std::string name = place + "/rvcheck-XXXXXX";
     if (mkdtemp(name.data()) == nullptr) {
         return cannot_make(name);
     }
-    made = name;
+    made(name);
     copy_result result = shop_copier(from, name, false).run();
     if (!result.ok) {
         shop_copy_remove(name);
-        made.clear();
     }
     return result;
 }

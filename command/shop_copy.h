@@ -9,6 +9,7 @@
 // the free space is looked at before the first byte is copied.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -23,9 +24,10 @@ struct copy_result {
 /// user may give files away, owners. All is on disk when this returns. What a copy that fails has made is
 /// removed.
 copy_result shop_copy(const std::string &from, const std::string &to);
-/// The same into a new directory `made` that no other user can enter, below TMPDIR or, without it, /var/tmp:
-/// shops are large, and the directory of the shop may be one where nothing can be written. The owner may
-/// write all its files, whatever the modes of the originals. Nothing is forced to disk.
-copy_result shop_copy_private(const std::string &from, std::string &made);
+/// The same into a new directory that no other user can enter, below `place`: shops are large, and the
+/// directory of the shop may be one where nothing can be written. `made` hears its name before anything is
+/// copied. The owner may write all its files, whatever the modes of the originals. Nothing is forced to disk.
+copy_result shop_copy_private(const std::string &from, const std::string &place,
+                              const std::function<void(const std::string &)> &made);
 /// Removes a copy, with all that has been made in it. What can't be removed stays.
 void shop_copy_remove(const std::string &dir);

@@ -49,7 +49,7 @@ struct journal_copy {
     }
     void finish() {
         flush();
-        if (error == 0 && fsync(fd) != 0) {
+        if (error == 0 && journal_copies_on_disk && fsync(fd) != 0) {
             error = errno;
         }
     }
@@ -59,7 +59,7 @@ struct journal_copy {
 void sync_season(const std::string &path) {
     const open_file directory(
         open(path.substr(0, path.find('/')).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (directory.fd >= 0) {
+    if (journal_copies_on_disk && directory.fd >= 0) {
         fsync(directory.fd);
     }
 }

@@ -34,6 +34,8 @@ std::string journal_path(const journal_name &name, const char *extension = "JRN"
 bool journal_season(const std::string &directory, journal_name &name);
 /// True for the name of a journal in it, ORD, four digits and ".JRN".
 bool journal_number(const std::string &file, journal_name &name);
+/// Copies are forced to disk, unless all that is written goes anyway.
+inline bool journal_copies_on_disk = true;
 /// Walks through a journal to the end and writes its copy. True when the journal passes; the copy is then
 /// complete on disk.
 bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64_t &size);

@@ -22,30 +22,31 @@ digests >"$work/digests"
 times >"$work/times"
 
 # The paths of descriptors stand in the trace, and all paths are absolute: the directory of the shop is never the
-# current one. What may be done below it is told here; all else is a fault.
+# current one. What may be done below it is told here; all else is a fault. Each process has a trace of its own, so
+# no call is cut in two.
 cd "$work" || exit 1
 # The search for leaks of a sanitizer fails under strace.
-ASAN_OPTIONS=detect_leaks=0 strace -f -y -qq -s 0 -o "$work/trace" -e trace=%file,%desc,%process \
+ASAN_OPTIONS=detect_leaks=0 strace -ff -y -qq -s 0 -o "$work/trace" -e trace=%file,%desc,%process \
   "$rvcheck" --rehearse "$shop" >"$work/out" 2>&1
 status=$?
 [ $((status & ~5)) -eq 0 ] && [ "$status" -ne 0 ] || fail "status $status" "$(cat "$work/out")"
-grep -F "$shop" "$work/trace" | grep -v ' execve(' >"$work/touched"
+grep -hF "$shop" "$work"/trace.* | grep -v '^execve(' >"$work/touched"
 [ "$(grep -c 'O_RDONLY' "$work/touched")" -gt 20 ] || fail "the files of the shop were not read"
 faults=$(grep -vE \
-  -e '^[0-9]+ +(newfstatat|statx|l?stat|fstat|readlink|readlinkat|read|pread64|lseek|getdents64|close)\(' \
-  -e '^[0-9]+ +(access|faccessat2?|f?statfs|fadvise64)\(' \
-  -e '^[0-9]+ +openat\([^,]*, [^,]*, O_RDONLY(\|O_(NOCTTY|NOATIME|NONBLOCK|CLOEXEC|DIRECTORY))*\)' \
-  -e '^[0-9]+ +fcntl\([^,]*, F_[SG]ET(FD|FL)' \
-  -e "^[0-9]+ +copy_file_range\([0-9]+<${shop}[^>]*>, [^,]*, [0-9]+<$TMPDIR" \
-  -e "^[0-9]+ +ioctl\([0-9]+<${TMPDIR}[^>]*>, (BTRFS_IOC_CLONE|FICLONE)" "$work/touched")
+  -e '^(newfstatat|statx|l?stat|fstat|readlink|readlinkat|read|pread64|lseek|getdents64|close)\(' \
+  -e '^(access|faccessat2?|f?statfs|fadvise64)\(' \
+  -e '^openat\([^,]*, [^,]*, O_RDONLY(\|O_(NOCTTY|NOATIME|NONBLOCK|CLOEXEC|DIRECTORY))*\)' \
+  -e '^fcntl\([^,]*, F_[SG]ET(FD|FL)' \
+  -e "^copy_file_range\([0-9]+<${shop}[^>]*>, [^,]*, [0-9]+<$TMPDIR" \
+  -e "^ioctl\([0-9]+<${TMPDIR}[^>]*>, (BTRFS_IOC_CLONE|FICLONE)" "$work/touched")
 [ -z "$faults" ] || fail "not only read:" "$faults"
 
 # Times first: the digests read the files.
 times | cmp - "$work/times" || fail "times differ"
 digests | cmp - "$work/digests" || fail "content differs"
-[ -z "$(ls -A "$TMPDIR")" ] || fail "a copy is left: $(ls "$TMPDIR")"
 
-# Where nothing can be written the result is the same, but for the time.
+# Where nothing can be written the result is the same, but for the time. No run has left its copy.
+export TMPDIR=copies
 if unshare -m true 2>/dev/null; then
   unshare -m sh -c 'mount --bind "$0" "$0" && mount -o remount,bind,ro "$0" && ! touch "$0/x" 2>/dev/null &&
     exec "$1" --rehearse "$0"' "$shop" "$rvcheck" >"$work/readonly" 2>&1
@@ -53,5 +54,6 @@ else
   chmod -R a-w "$shop" && "$rvcheck" --rehearse "$shop" >"$work/readonly" 2>&1
 fi
 [ $? -eq "$status" ] || fail "read-only gives another status" "$(cat "$work/readonly")"
+[ -z "$(ls -A "$TMPDIR")" ] || fail "a copy is left: $(ls "$TMPDIR")"
 sed -i -E 's/[0-9]+\.[0-9]+  /-  /' "$work/out" "$work/readonly"
 diff "$work/out" "$work/readonly" || fail "read-only gives other findings"

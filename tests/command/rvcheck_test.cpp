@@ -118,6 +118,8 @@ TEST_F(RvCheck, StatusTellsWhatWasMendedAndWhatIsLeft) {
     make("chain", {"label-chain-cut"});
     EXPECT_EQ(run("-n chain"), status_mended) << get("out");
     EXPECT_EQ(run("-n shop"), status_clean) << get("out");
+    EXPECT_EQ(std::system(RVCHECK " -n shop </dev/null >/dev/full 2>&1"), 0)
+        << "ends when nothing can be told";
 }
 
 TEST_F(RvCheck, WhatNoRepairHelpsIsAskedOnceAndLeft) {
@@ -201,10 +203,11 @@ TEST_F(RvCheck, AShopThatCannotBeCheckedIsALineOfTheResult) {
         make(shop);
     }
     make("left", {"customer-no-name"});
+    std::filesystem::create_directory("w\u00e9g");
     std::filesystem::resize_file("cut/RVSYS.TXT", 100);
     const OtherProcess one([] { lock_system_file("locked/RVSYS.TXT"); });
     const OtherProcess two([] { lock_system_file("dies/RVSYS.TXT"); });
-    const pid_t fleet = start("-j 2 --wait 2 dies sound locked nowhere cut left");
+    const pid_t fleet = start("-j 2 --wait 2 dies sound locked w\u00e9g cut left");
     pid_t dies = 0;
     ASSERT_TRUE(comes_true([&] { return (dies = process_in(fleet, "dies")) != 0; }));
     kill(dies, SIGSEGV);
@@ -214,10 +217,12 @@ TEST_F(RvCheck, AShopThatCannotBeCheckedIsALineOfTheResult) {
         statuses[name] = shop["status"];
         EXPECT_EQ(shop["reason"].is_null(), name == "sound" || name == "left") << shop;
     }
-    const std::map<std::string, int> expected = {{"cut", status_unchecked},     {"dies", status_unchecked},
-                                                 {"left", status_left},         {"locked", status_unchecked},
-                                                 {"nowhere", status_unchecked}, {"sound", status_clean}};
+    const std::map<std::string, int> expected = {{"cut", status_unchecked}, {"dies", status_unchecked},
+                                                 {"left", status_left},     {"locked", status_unchecked},
+                                                 {"sound", status_clean},   {"w\u00e9g", status_unchecked}};
     EXPECT_EQ(statuses, expected) << get("out");
+    EXPECT_NE(shops["w\u00e9g"]["reason"].get<std::string>().find("/w\u00e9g"), std::string::npos)
+        << get("out");
     // A line a shop, sorted.
     const std::string out = get("out");
     std::size_t last = 0;
@@ -306,7 +311,8 @@ TEST_F(RvCheck, WrongUseIsToldAndNothingIsDone) {
          {"", "-y -n shop", "-n --rehearse shop", "--keep here shop", "--rehearse --backup here shop",
           "--rehearse --marker shop", "--only lables shop", "--only labels --entry 11 shop",
           "--entry 14 shop", "-j 0 shop", "--wait -1 shop", "--progress --quiet shop", "shop ./shop",
-          "--report r shop other/shop", "--json nowhere/lines shop", "--unknown shop"}) {
+          "--report r shop other/shop", "--json nowhere/lines shop", "--unknown shop", "-y --backup '' shop",
+          "--rehearse --keep shop/kept shop", "shop ''"}) {
         EXPECT_EQ(run(arguments), status_wrong_use) << arguments << get("out");
         EXPECT_NE(get("out"), "") << arguments;
     }
