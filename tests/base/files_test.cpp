@@ -265,19 +265,4 @@ TEST(Terminal, EchoGoesAndComesBack) {
     }));
 }
 
-TEST(Terminal, ClosesCharacterDevicesOnly) {
-    EXPECT_TRUE(elsewhere([] {
-        const int device = open("/dev/null", O_RDWR);
-        const int file = open("/proc/self/exe", O_RDONLY);
-        int pipe_ends[2];
-        if (pipe(pipe_ends) != 0 || dup2(device, 39) != 39 || dup2(device, 40) != 40) {
-            return false;
-        }
-        tty_close_others();
-        const auto is_open = [](int fd) { return fcntl(fd, F_GETFD) != -1; };
-        return !is_open(device) && is_open(file) && is_open(pipe_ends[0]) && !is_open(39) && is_open(40) &&
-               is_open(2);
-    }));
-}
-
 }  // namespace
