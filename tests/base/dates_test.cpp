@@ -63,18 +63,6 @@ TEST(Dates, Texts) {
     }
 }
 
-TEST(Dates, Shown) {
-    EXPECT_STREQ(date_show(36525), "31-12-99");
-    EXPECT_STREQ(date_show_long(36526), "01-01-2000");
-    EXPECT_STREQ(date_plain(0), "      ");
-    EXPECT_STREQ(date_show(0), "  -  -  ");
-    EXPECT_STREQ(date_show_long(0), "  -  -    ");
-    EXPECT_EQ(date_plain(1), date_show_long(2)) << "one buffer is shared";
-    EXPECT_STREQ(time_show(3599), "00:59:59");
-    EXPECT_STREQ(time_show(86399), "23:59:59");
-    EXPECT_STREQ(time_show(-1), "00:00:00");
-}
-
 TEST(Dates, TodayFollowsTheLocalClock) {
     for (const char *zone : {"XST+12", "XST-14"}) {  // 26 hours apart, so never on the same date
         setenv("TZ", zone, 1);

@@ -36,36 +36,6 @@ TEST(CharTables, LettersPairUp) {
     EXPECT_STREQ(str_upper(room("\x8b\x98\xd5\xe1\xe6").s), "\xd8Y\xd5\xe1\xe6");
 }
 
-TEST(Text, DeleteAndTrim) {
-    const struct {
-        std::size_t at, n;
-        const char *left;
-    } cases[] = {{0, 2, "cdef"},   {4, 2, "abcd"},   {6, 0, "abcdef"},       {0, 6, ""},
-                 {4, 3, "abcdef"}, {7, 0, "abcdef"}, {3, SIZE_MAX, "abcdef"}};
-    for (const auto &c : cases) {
-        EXPECT_STREQ(str_del(room("abcdef").s, c.at, c.n), c.left) << c.at << ',' << c.n;
-    }
-    EXPECT_STREQ(str_trim(room("").s), "");
-    EXPECT_STREQ(str_trim(room("   ").s), "");
-    EXPECT_STREQ(str_trim(room("  a b  ").s), "a b");
-    EXPECT_STREQ(str_trim(room("\ta\xff ").s), "\ta\xff");
-}
-
-TEST(Text, Unescape) {
-    const struct {
-        const char *from, *to;
-    } cases[] = {{"a\\1b\\0a\\fF\\Ff", "a\x1b\n\xff\xff"},
-                 {"\\\\1b", "\\1b"},
-                 {"\\\\\\41", "\\A"},
-                 {"\\4", "\\4"},
-                 {"\\4g", "\\4g"},
-                 {"\\g1\\", "\\g1\\"},
-                 {"a\\00b", "a"}};
-    for (const auto &c : cases) {
-        EXPECT_STREQ(str_unescape(room(c.from).s), c.to) << c.from;
-    }
-}
-
 TEST(Scramble, KnownBytes) {
     // key 160: steps of 17, base 5. 'A' is 33 - 17 + 5, 'B' 34 + 34 + 5, 'C' 35 - 51 + 5 + 222.
     room three("ABC");

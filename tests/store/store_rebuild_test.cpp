@@ -224,16 +224,6 @@ TEST_F(store_rebuild, DiskFull) {
     EXPECT_EQ(IXCHECK("B"), -1);
     ASSERT_TRUE(IXBLDIX("B"));
     EXPECT_EQ(ix_verify("B"), sound);
-    IXCLOSE(make_pair_of("V", {"vol,100", "k,I,1,4"}));
-    const auto fill = [&] {
-        limit(5050);
-        ICB *icb = IXOPEN("V", ix_shared);
-        for (int record[25] = {};; ++record[0]) {
-            IXWRITE(icb, record);
-        }
-    };
-    EXPECT_EXIT(fill(), stopped, "QBISAM\\(27\\): V.TXT ");
-    EXPECT_EQ(file_size("V.TXT"), 5000) << "no part of a record stays";
     ICB icb{};
     icb.mode = ix_readonly;
     std::strcpy(icb.opened_as, "B");

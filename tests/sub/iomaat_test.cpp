@@ -139,21 +139,6 @@ TEST_F(Reference, AViewIsReadOnceAndItsBitmapStays) {
     EXPECT_EQ(look(mt_action::first, mt_key::position, 0), "-");
 }
 
-TEST_F(Reference, MisuseOfAViewIsFatal) {
-    size_view(session_sizes, own, 1);
-    size_cursor cursor{};
-    const auto dies = [](auto call, const char *text) {
-        EXPECT_EXIT((dup2(2, 1), call()), testing::ExitedWithCode(1), text);
-    };
-    dies([&] { mtread(nullptr, mt_action::first, cursor, mt_key::index); }, "IOMAAT: errno=4");
-    dies([&] { mtopen(own, 0); }, "IOMAAT: errno=7");
-    dies([&] { chk_files.rvmaat = nullptr, mtopen(own, 1); }, "IOMAAT: errno=5");
-    dies([&] { mtread(session_sizes, mt_action{'Q'}, cursor, mt_key::index); },
-         "mtread\\(Q,1\\) aktie ongedefinieerd");
-    dies([&] { mtread(session_sizes, mt_action::next, cursor, mt_key{5}); },
-         "mtread\\(N,5\\) keynr ongedefinieerd");
-}
-
 /// Reads through a record that starts as all zero: there, at hand though changed on file, not there (twice),
 /// and number 0.
 template <class Record, class Read, class Change>

@@ -83,15 +83,6 @@ TEST_F(SystemFile, RegionIsAMapOfItsRecords) {
     EXPECT_EQ(bytes(), expected);
 }
 
-TEST_F(SystemFile, ShortRecordIsNotRead) {
-    put_title(20, "laatste");
-    std::filesystem::resize_file(sys_file_name, 2000 + 19 * 32 + 20);
-    TitleRecord title{};
-    std::int32_t number = 20;
-    EXPECT_EQ(iotab(tab_action::read, number, title, region_titles), 0);
-    EXPECT_EQ(iotab(static_cast<tab_action>('?'), number, title, region_titles), 0);
-}
-
 TEST_F(SystemFile, BusyRowKeepsWhatStandsBesideTheText) {
     SysRow10 row{};
     std::memcpy(row.release, data_release, sizeof row.release);
@@ -102,14 +93,6 @@ TEST_F(SystemFile, BusyRowKeepsWhatStandsBesideTheText) {
     EXPECT_EQ(std::string(row.busy_text, sizeof row.busy_text), std::string(49, 'b') + '\0');
     EXPECT_EQ(std::string(row.release, sizeof row.release), data_release);
     EXPECT_EQ(row.state, state_busy);
-}
-
-TEST_F(SystemFile, StatusIsWrittenForAUserOnly) {
-    set_program_status(status_in_chain_update);
-    EXPECT_EQ(bytes(), std::string(region_actions.end(), '\0'));
-    sys_user = 4;
-    set_program_status(status_in_chain_update);
-    EXPECT_EQ(bytes()[static_cast<std::size_t>(region_users.offset(4)) + 38], status_in_chain_update);
 }
 
 /// Another program on the same system file.

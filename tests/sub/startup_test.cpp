@@ -46,23 +46,6 @@ TEST_F(Startup, CurrencyAndTills) {
         {false, [](Shop &) {}, "decimalen 2, KPOS=.", "kassa's."},
         {true, [](Shop &shop) { shop.currencies.at(0).decimals = 0; }, "decimalen 0, KPOS=geset.",
          "kassa's 1/2 10/99."},
-        // Only the first match counts, and an empty record ends the table.
-        {false,
-         [](Shop &shop) {
-             shop.currencies.resize(3);
-             shop.currencies[1] = shop.currencies[0];
-             shop.currencies[1].decimals = 0;
-         },
-         "decimalen 2, KPOS=.", "kassa's."},
-        {false,
-         [](Shop &shop) {
-             shop.currencies.resize(3);
-             shop.currencies[2] = shop.currencies[0];
-             shop.currencies[2].decimals = 0;
-             shop.currencies[0].code[0] = '?';
-             shop.currencies[1] = {};
-         },
-         "decimalen 2, KPOS=.", "kassa's."},
     };
     for (const auto &each : cases) {
         make([&each](Shop &shop) {

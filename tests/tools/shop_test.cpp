@@ -74,17 +74,6 @@ TEST_F(ShopTest, MadeAgainLeavesNothingOfTheLastShop) {
     EXPECT_EQ(a, snapshot("b"));
 }
 
-TEST_F(ShopTest, FaultsCombine) {
-    // So few codes that two faults often come upon the same one.
-    ShopOptions options = small();
-    options.series = 3;
-    options.faults = {"ean-double", "ean-missing"};
-    for (options.seed = 1; options.seed <= 10; options.seed++) {
-        ASSERT_EQ(make_shop(options, "a"), "");
-        EXPECT_EQ(audit_shop("a", options.today, audit_codes).size(), 2U) << options.seed;
-    }
-}
-
 /// Runs mkshop; its exit status and what it says.
 std::pair<int, std::string> run(const std::string &arguments) {
     FILE *pipe = popen((MKSHOP " " + arguments + " 2>&1").c_str(), "r");
