@@ -51,6 +51,16 @@ MDB_val value(const void *bytes, std::size_t size) {
     return {size, const_cast<void *>(bytes)};  // the library doesn't write through it
 }
 
+/// Key 1 leads to the record, key 2 to key 1.
+void put(const lmdb_side &side, MDB_txn *writing, const bench_record &record) {
+    const lmdb_key key = key1_of(record);
+    MDB_val k1 = value(&key, sizeof key);
+    MDB_val data = value(&record, sizeof record);
+    demand(mdb_put(writing, side.key1, &k1, &data, 0), "mdb_put");
+    MDB_val k2 = value(record.name, sizeof record.name);
+    demand(mdb_put(writing, side.key2, &k2, &k1, 0), "mdb_put");
+}
+
 }  // namespace
 
 void sqlite_side::run(const char *sql) {
@@ -175,13 +185,7 @@ void lmdb_side::make(const std::string &path, const std::vector<std::uint32_t> &
     demand(mdb_dbi_open(writing, "k1", MDB_CREATE, &key1), "k1");
     demand(mdb_dbi_open(writing, "k2", MDB_CREATE, &key2), "k2");
     for (const std::uint32_t rank : ranks) {
-        const bench_record record = bench_record_at(rank);
-        const lmdb_key key = key1_of(record);
-        MDB_val k1 = value(&key, sizeof key);
-        MDB_val data = value(&record, sizeof record);
-        demand(mdb_put(writing, key1, &k1, &data, 0), "mdb_put");
-        MDB_val k2 = value(record.name, sizeof record.name);
-        demand(mdb_put(writing, key2, &k2, &k1, 0), "mdb_put");
+        put(*this, writing, bench_record_at(rank));
     }
     demand(mdb_txn_commit(writing), "mdb_txn_commit");
     MDB_txn *reading = nullptr;
@@ -231,12 +235,7 @@ bool lmdb_side::step(bench_record &out) {
 void lmdb_side::add(const bench_record &record) {
     MDB_txn *writing = nullptr;
     demand(mdb_txn_begin(static_cast<MDB_env *>(env), nullptr, 0, &writing), "mdb_txn_begin");
-    const lmdb_key key = key1_of(record);
-    MDB_val k1 = value(&key, sizeof key);
-    MDB_val data = value(&record, sizeof record);
-    demand(mdb_put(writing, key1, &k1, &data, 0), "mdb_put");
-    MDB_val k2 = value(record.name, sizeof record.name);
-    demand(mdb_put(writing, key2, &k2, &k1, 0), "mdb_put");
+    put(*this, writing, record);
     demand(mdb_txn_commit(writing), "mdb_txn_commit");
 }
 

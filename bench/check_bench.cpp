@@ -288,7 +288,7 @@ long count_labels(const Shop &shop) {
     return count;
 }
 
-/// The rounds of the peer; 0 without one.
+/// Makes a shop. Above 0, `peer_rounds` is how often each question is put to the peer.
 size_of_shop make(int series, const fs::path &below, int peer_rounds) {
     ShopOptions options;
     options.series = series;

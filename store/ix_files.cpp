@@ -91,6 +91,7 @@ bool sole_beside(const open_file &file, int fd, off_t start, off_t end) {
         return true;
     }
     unlock_uncovered(file, fd, start, end);
+    errno = EAGAIN;  // another process has it: worth another try
     return false;
 }
 
