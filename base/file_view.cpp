@@ -4,6 +4,8 @@
 // read-only shared mapping: what another process on this host writes is seen in it at once, as it is with a
 // read. Writes are plain writes, which the mapping shows as well.
 //
+// - A mapping and its pages cost as much as some tens of reads, and a shop has hundreds of small files of
+//   which little more than the header is read. The first reads of a file go through the system.
 // - A mapping reaches beyond the end of the file, to leave room for growth. Only bytes below `known`, the
 //   size as last seen, are touched; for a place past that the size is asked for again, and more is mapped if
 //   need be.
@@ -36,6 +38,9 @@ struct view_slot {
     std::atomic<std::size_t> length;
     volatile std::sig_atomic_t lost;
 };
+
+/// After so many reads a file is mapped.
+constexpr int reads_worth_a_mapping = 32;
 
 std::array<view_slot, 128> slots;
 struct sigaction previous_action;
@@ -98,6 +103,10 @@ bool view_map(file_view &view, int fd, off_t size) {
 /// mapped.
 bool view_reach(file_view &view, int fd, off_t end) {
     if (view.refused) {
+        return false;
+    }
+    if (view.base == nullptr && view.reads < reads_worth_a_mapping) {
+        view.reads++;
         return false;
     }
     const off_t size = std::max(file_fd_size(fd), off_t{0});

@@ -183,15 +183,23 @@ bool write_by_key(ICB *icb, const void *record, bool release) {
     return done;
 }
 
-}  // namespace
-
-void ix_refresh_header(ICB *icb) {
+/// The header on disk; that of the ICB stays as it is.
+ix_header header_on_disk(ICB *icb) {
     ix_header header;
     if (!file_view_read(icb->index_view, icb->ixfd, 0, &header, ix_header_size) ||
         header.version != ix_version) {
+        const ix_header before = *icb;
         IXRDIX(icb, 0);
         header = *icb;
+        *static_cast<ix_header *>(icb) = before;
     }
+    return header;
+}
+
+}  // namespace
+
+void ix_refresh_header(ICB *icb) {
+    const ix_header header = header_on_disk(icb);
     const bool defined_alike = ix_same_definition(header, *icb);
     *static_cast<ix_header *>(icb) = header;
     // A pair that was made anew with other keys is not the one that was opened.
