@@ -66,9 +66,26 @@ void sync_season(const std::string &path) {
 
 }  // namespace
 
+bool journal_is_clean(journal_walk &walk) {
+    bool clean = true;
+    std::int64_t size = 0;
+    while (journal_next(walk)) {
+        if (walk.code == 'O') {
+            op_leave_if_due();
+        }
+        clean = clean && walk.copied && !walk.replaces && !walk.renumbered;
+        size += 1 + static_cast<std::int64_t>(walk.payload.size());
+    }
+    return clean && walk.end == journal_end::passed && size != bytes_without_order;
+}
+
+void journal_remove_copy(const journal_name &name) {
+    unlink(journal_path(name, "TMP").c_str());
+}
+
 bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64_t &size) {
     const std::string path = journal_path(name, "TMP");
-    unlink(path.c_str());
+    journal_remove_copy(name);
     const open_file file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, copy_mode));
     if (file.fd < 0) {
         err_open(program_name, path.c_str());

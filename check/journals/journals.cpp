@@ -59,18 +59,26 @@ bool journal_check::check_journal(const journal_name &name) {
     const journal_state before = journal_state_of(journal.fd);
     journal_walk walk;
     journal_begin(walk, journal.fd, eti_next_serial);
+    const bool clean = journal_is_clean(walk);
     std::int64_t size = 0;
-    if (!journal_write_copy(name, walk, size)) {
-        journal_report_end(name, walk);
-        return false;
+    if (!clean) {
+        journal_again(walk);
+        if (!journal_write_copy(name, walk, size)) {
+            journal_report_end(name, walk);
+            return false;
+        }
     }
     // A program that ignores the lock has written: its order is in the journal, but not in the copy.
     if (!(journal_state_of(journal.fd) == before)) {
         journal_report(name, journal_fault::changed, journal_findings()[3].text());
         return false;
     }
-    journal_take_copy(name, walk, size);
-    // The copy is the journal now. The lock on the old one is released before any series is held.
+    if (clean) {
+        journal_remove_copy(name);
+    } else {
+        journal_take_copy(name, walk, size);
+    }
+    // The copy, if there was one, is the journal now. The lock is released before any series is held.
     file_lock(lock_action::unlock, journal.fd, 0, 0);
     numbers.follow(walk, name);
     if (walk.end == journal_end::unreadable) {

@@ -1,10 +1,11 @@
 // The check of the order journals and of the list of their order numbers.
 //
 // For each journal of each season:
-//   1  A walk checks the order of its records, and writes the clean copy beside it.
-//   2  A journal that fails is left as it is, with its copy beside it, and nothing in it has any effect.
+//   1  A walk checks the order of its records. When all of them may stay as they are, the journal stays.
+//   2  For any other a second walk writes the clean copy beside it. A journal that fails is left as it is, with
+//      its copy beside it, and nothing in it has any effect.
 //   3  The copy of a journal that passes replaces it, once the copy is complete on disk.
-//   4  A second walk, through the old journal, updates the list of order numbers and gives the labels of
+//   4  A last walk, through the old journal, updates the list of order numbers and gives the labels of
 //      renumbered orders their new number. A run that dies before this leaves orders with their new numbers
 //      in the journal, and the next run does the same for these.
 // When all have passed, each order number is looked up in its journal; one that isn't there is deleted.
@@ -12,6 +13,7 @@
 #pragma once
 
 #include <cstring>
+#include <deque>
 #include <string>
 
 #include "base/owned_file.h"
@@ -26,6 +28,7 @@ struct journal_name {
     int year;
     char letter;
     int number;
+    bool operator==(const journal_name &) const = default;
 };
 
 /// Path from the directory of the data, with the extension "JRN" or that of the copy, "TMP".
@@ -36,6 +39,10 @@ bool journal_season(const std::string &directory, journal_name &name);
 bool journal_number(const std::string &file, journal_name &name);
 /// Copies are forced to disk, unless all that is written goes anyway.
 inline bool journal_copies_on_disk = true;
+/// Walks through a journal to the end. True when it passes and its copy would be equal to it.
+bool journal_is_clean(journal_walk &walk);
+/// Removes the copy that an earlier run has left beside a journal, if there is one.
+void journal_remove_copy(const journal_name &name);
 /// Walks through a journal to the end and writes its copy. True when the journal passes; the copy is then
 /// complete on disk.
 bool journal_write_copy(const journal_name &name, journal_walk &walk, std::int64_t &size);
@@ -123,7 +130,6 @@ private:
 
     // When all journals have passed.
     int open_journal_of(const OrderNumberRecord &record);
-    void close_last_journal();
     bool handed_out_since(const OrderNumberRecord &record);
     bool settle_number(const OrderNumberRecord &record);
 
@@ -134,9 +140,14 @@ private:
     /// occurs in many orders, and need not be walked for each of them.
     std::int32_t series_at_start = 0;
     std::uint32_t serial_at_start = 0;  ///< the last serial number before the check
-    /// The journal last opened for the order numbers, which come season by season.
-    std::string last_path;
-    open_file last_journal{-1};
+    /// The journals last opened for the order numbers; a journal that can't be opened has a place too. The
+    /// numbers of seasons that are worked on side by side alternate.
+    struct opened_journal {
+        journal_name name;
+        open_file file;
+        opened_journal(const journal_name &journal, int fd) : name(journal), file(fd) {}
+    };
+    std::deque<opened_journal> opened;
 };
 
 class journal_check final : public chk_check {

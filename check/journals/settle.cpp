@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -18,13 +19,22 @@ std::uint32_t journal_last_serial() {
                : static_cast<std::uint32_t>(last);
 }
 
-void order_number_list::close_last_journal() {
-    last_journal.close();
-    last_path.clear();
+namespace {
+
+journal_name journal_of(const OrderNumberRecord &record) {
+    return {record.year, record.letter, record.journal};
 }
 
+}  // namespace
+
 int order_number_list::open_journal_of(const OrderNumberRecord &record) {
-    const journal_name name{record.year, record.letter, record.journal};
+    constexpr std::size_t kept_open = 4;
+    const journal_name name = journal_of(record);
+    const auto known =
+        std::find_if(opened.begin(), opened.end(), [&](const auto &journal) { return journal.name == name; });
+    if (known != opened.end()) {
+        return known->file.fd;
+    }
     journal_name season{};
     journal_name file{};
     const std::string path = journal_path(name);
@@ -34,12 +44,10 @@ int order_number_list::open_journal_of(const OrderNumberRecord &record) {
         !journal_number(path.substr(slash + 1), file)) {
         return -1;
     }
-    if (path != last_path) {
-        close_last_journal();
-        last_path = path;
-        last_journal.fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (opened.size() == kept_open) {
+        opened.pop_front();
     }
-    return last_journal.fd;
+    return opened.emplace_back(name, ::open(path.c_str(), O_RDWR | O_CLOEXEC)).file.fd;
 }
 
 /// True for the number of an order that another program added after the walk of its journal. The numbers come
@@ -83,7 +91,8 @@ bool order_number_list::settle_number(const OrderNumberRecord &record) {
     } else if (!text_empty(record.text)) {
         const off_t text_at = at + static_cast<off_t>(offsetof(JournalOrder, text));
         if (!file_write_at(fd, record.text, sizeof record.text, text_at)) {
-            isam_fatal("%s: errno=%d", last_path.c_str(), errno);
+            const int error = errno;
+            isam_fatal("%s: errno=%d", journal_path(journal_of(record)).c_str(), error);
         }
     }
     return true;
@@ -104,7 +113,7 @@ void order_number_list::settle() {
             remove(record.number);
         }
     }
-    close_last_journal();
+    opened.clear();
     chk_progress(total, total, chk_bar::close);
     close();
 }

@@ -319,7 +319,7 @@ TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {
     // There is no room for the copy.
     std::string words;
     for (int order = 0; order < 2000; order++) {
-        words += "O" + std::to_string(1000 + order) + " M D S ";
+        words += "O" + std::to_string(order == 0 ? 17 : 1000 + order) + " M D S ";
     }
     write_journal(words, "");
     const CheckRun full = play({}, [] {
