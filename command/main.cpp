@@ -1,7 +1,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <string>
 
 #include "command/fleet.h"
 #include "command/summary.h"
@@ -25,7 +28,10 @@ int main(int argc, char **argv) {
     catalog_open();
     const run_options options = options_of(argc, argv);
     if (options.list) {
-        std::fputs(findings_table().c_str(), stdout);
+        if (!write_out(stdout, findings_table())) {
+            write_out(stderr, std::string("rvcheck: --list: ") + std::strerror(errno) + "\n");
+            return status_wrong_use;
+        }
         return status_clean;
     }
     return fleet_run(options);

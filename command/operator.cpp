@@ -1,5 +1,7 @@
 #include "command/operator.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
 #include <ctime>
@@ -20,6 +22,7 @@ volatile std::sig_atomic_t cancelled = 0;
 int holds = 0;
 double waited = 0;  // seconds
 std::set<std::string> answered_before;
+std::set<std::string> refused_before;  ///< repairs, each with what was found then
 
 void leave_if_due() {
     if (cancelled != 0 && holds == 0) {
@@ -72,6 +75,20 @@ bool ask_person(const char *text, const char *preset) {
     return answer == 'J';
 }
 
+/// The answer of the person at the terminal about a repair. Who has refused it is not asked again while the
+/// check finds the same, as it does when all checks run once more.
+bool ask_repair(const std::string &text, const char *preset) {
+    const std::string now = fmt::format("{} {:x} {}", check_name, record == nullptr ? 0 : record->state(), text);
+    if (refused_before.contains(now)) {
+        return false;
+    }
+    const bool yes = ask_person(text.c_str(), preset);
+    if (!yes) {
+        refused_before.insert(now);
+    }
+    return yes;
+}
+
 bool ask(op_question question, const char *text, const std::vector<std::string> &lines) {
     if (cancelled != 0) {
         return false;
@@ -82,7 +99,7 @@ bool ask(op_question question, const char *text, const std::vector<std::string> 
         for (const std::string &line : lines) {
             all += line + "\n";
         }
-        yes = ask_person((all + text).c_str(), default_letter(default_of(question)));
+        yes = ask_repair(all + text, default_letter(default_of(question)));
     }
     if (yes && record != nullptr) {
         record->agreed();

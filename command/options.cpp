@@ -282,9 +282,14 @@ std::string shown_text(std::string_view text) {
     return shown;
 }
 
-void write_out(std::FILE *to, const std::string &text) {
-    std::fwrite(text.data(), 1, text.size(), to);
-    std::fflush(to);
+bool write_out(std::FILE *to, const std::string &text) {
+    return std::fwrite(text.data(), 1, text.size(), to) == text.size() && std::fflush(to) == 0;
+}
+
+std::string name_in_line(std::string name) {
+    std::replace_if(
+        name.begin(), name.end(), [](unsigned char c) { return c < 0x20 || c == 0x7f; }, '?');
+    return name;
 }
 
 run_options options_of(int argc, char **argv) {

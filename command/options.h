@@ -47,5 +47,7 @@ std::string name_of_shop(const std::string &directory);
 /// Below which directory the private copies of rehearsals are made: that of TMPDIR, or without it /var/tmp.
 std::string rehearsal_place();
 /// Writes a text at once. What can't be written is lost: a full disk, or a terminal or reader that has gone,
-/// must not end the checks.
-void write_out(std::FILE *to, const std::string &text);
+/// must not end the checks. False with errno then.
+bool write_out(std::FILE *to, const std::string &text);
+/// A name, or a text with one, for a line of its own: control characters, which would break the line, as question marks.
+std::string name_in_line(std::string name);

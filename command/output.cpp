@@ -48,14 +48,14 @@ void run_output::finding(const json &found) {
         fields += fmt::format(" {}={}", name, value.is_string() ? value.get<std::string>() : value.dump());
     }
     bars.clear();
-    write_out(people_, fmt::format("{}: {} {}{}: {}\n", found["shop"].get<std::string>(),
+    write_out(people_, fmt::format("{}: {} {}{}: {}\n", name_in_line(found["shop"]),
                                    found["code"].get<std::string>(), found["file"].get<std::string>(), fields,
                                    found["text"].get<std::string>()));
 }
 
 void run_output::notice(const std::string &shop, const std::string &text) {
     bars.clear();
-    write_out(stderr, fmt::format("{}: {}\n", shop, text));
+    write_out(stderr, fmt::format("{}: {}\n", name_in_line(shop), text));
 }
 
 void run_output::table(const std::string &text) {

@@ -41,7 +41,7 @@ char question_ask(std::FILE *place, const std::string &shop, const std::string &
                   const std::string &preset, const sigset_t &mask) {
     const std::string choice = shown_text(detail_text(1, 866, "(J/N)"));
     for (std::string line;;) {
-        write_out(place, fmt::format("{}: {}? {} {}", shop, text, choice,
+        write_out(place, fmt::format("{}: {}? {} {}", name_in_line(shop), text, choice,
                                      preset.empty() ? "" : "[" + preset + "] "));
         if (!read_line(line, mask)) {
             write_out(place, "\n");

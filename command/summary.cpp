@@ -28,7 +28,7 @@ std::string remark_of(const shop_result &result) {
     for (const auto &[check, found] : result.by_check) {
         text += fmt::format("{}{} {}", text.empty() ? "" : ", ", check, found);
     }
-    return text + (text.empty() || result.reason.empty() ? "" : "; ") + result.reason;
+    return text + (text.empty() || result.reason.empty() ? "" : "; ") + name_in_line(result.reason);
 }
 
 /// Characters, not bytes.
@@ -71,7 +71,7 @@ std::string summary_table(std::vector<shop_result> results) {
          shown_text(detail_text(28, 64, "over")), shown_text(detail_text(28, 65, "seconden")),
          shown_text(detail_text(28, 66, "bevindingen per controle"))}};
     for (const shop_result &result : results) {
-        rows.push_back({result.directory, verdict_of(result.status), fmt::format("{}", result.counts.found),
+        rows.push_back({name_in_line(result.directory), verdict_of(result.status), fmt::format("{}", result.counts.found),
                         fmt::format("{}", result.counts.mended), fmt::format("{}", result.counts.left),
                         fmt::format("{:.1f}", result.seconds), remark_of(result)});
     }

@@ -299,6 +299,12 @@ TEST_F(RvCheck, QuestionsAreAskedInALineWithTheDefault) {
     agrees.type("[N] ", "j\n");
     EXPECT_EQ(agrees.end(), status_mended);
     EXPECT_EQ(run("shop"), status_clean);
+    // The customers are mended, so that all checks run again; what was refused is not asked again.
+    make("two", {"series-count", "customer-number-zero"});
+    Dialogue chooses({"two"});
+    chooses.type("[N] ", "\n");
+    chooses.type("[J] ", "\n");
+    EXPECT_EQ(chooses.end(), status_left);
 }
 
 // ---- The command line
@@ -320,6 +326,7 @@ TEST_F(RvCheck, WrongUseIsToldAndNothingIsDone) {
 }
 
 TEST_F(RvCheck, ListNamesAllThatCanBeFoundAndNoTerminalIsLinked) {
+    EXPECT_EQ(std::system("'" RVCHECK "' --list >/dev/full 2>/dev/null"), status_wrong_use << 8);
     EXPECT_EQ(run("--list"), status_clean);
     std::istringstream list(get("out"));
     std::set<std::string> codes;
