@@ -43,7 +43,7 @@ std::uint32_t next_number() {
 std::string free_code(ICB *file) {
     std::string code;
     EanRecord other{};
-    for (std::int32_t tries = file->nrecs; tries >= 0; tries--) {
+    for (std::int32_t tries = ix_record_places(file); tries >= 0; tries--) {
         code = ean_instore(next_number());
         if (!read_exact(file, other, code)) {
             break;

@@ -90,6 +90,20 @@ void ix_write_record(ICB *icb, const void *record, std::int32_t number) {
     file_view_grown(icb->data_view, offset + static_cast<off_t>(size));
 }
 
+std::int32_t ix_record_places(const ICB *icb) {
+    const off_t places = icb->reclen > 0 ? file_fd_size(icb->datfd) / icb->reclen : 0;
+    return static_cast<std::int32_t>(std::clamp<off_t>(places, 0, INT_MAX));
+}
+
+// A header that does not fit its pair is left to the next write, which refuses it.
+void ix_renew_count(ICB *icb) {
+    ix_header header;
+    if (icb->cached == 0 && file_read_at(icb->ixfd, &header, ix_header_size, 0) == ix_header_size &&
+        ix_same_definition(header, *icb) && header.nrecs > icb->nrecs && header.nrecs <= ix_record_places(icb)) {
+        icb->nrecs = header.nrecs;
+    }
+}
+
 void IXRDDAT(ICB *icb, void *record) {
     ix_demand(icb, "IXRDDAT");
     ix_read_record(icb, record, icb->recno);

@@ -175,7 +175,7 @@ bool IXLOCK(ICB *icb, int number) {
             return true;
         case ix_unlock_header:
             // The header's range is part of the whole-file lock, which an update must not give up.
-            if (icb->flocked == 0) {
+            if (icb->flocked == 0 || icb->flocked == ix_alone) {
                 ix_range_lock(lock_action::unlock, icb, icb->ixfd, 0, ix_block_size);
             }
             return true;

@@ -216,6 +216,13 @@ ICB *IXOPEN(const char *name, int mode) {
     return icb;
 }
 
+ICB *ix_open_alone(const char *name) {
+    ICB *icb = IXOPEN(name, ix_exclusive);
+    IXLOCK(icb, ix_unlock_file);
+    icb->flocked = ix_alone;
+    return icb;
+}
+
 ICB *IXCREATE(const char *name, int mode) {
     const bool data_first = (mode & ix_data_first) != 0;
     mode &= ~ix_data_first;

@@ -50,7 +50,7 @@ struct ICB : ix_header {
     std::int32_t ixfd;
     std::int32_t datfd;
     std::int32_t mode;
-    std::uint8_t flocked;   ///< this ICB holds the whole-file lock
+    std::uint8_t flocked;   ///< this ICB holds the whole-file lock, or needs none (`ix_alone`)
     std::uint8_t tempfile;  ///< the given name had a full stop
     std::int32_t curblk;    ///< number of the block in `blk`
     std::int32_t recno;     ///< record of the last operation, -1 after a failed search
@@ -73,6 +73,9 @@ struct ICB : ix_header {
 /// Opens a pair in mode 0, 1 or 2. A name with a full stop is the temporary flavour: the name itself is the
 /// index half. A failure, an old version or an inconsistent header ends the program.
 ICB *IXOPEN(const char *name, int mode);
+/// Opens a work file of this run's own in mode 1, and locks nothing: nobody else writes it, and who looks at
+/// it, as a clean-up does, need not wait until the run is done with it.
+ICB *ix_open_alone(const char *name);
 /// Creates (truncates) an index half beside a new or existing data half. No header is written yet.
 ICB *IXCREATE(const char *name, int mode);
 /// Empties an open pair and writes a fresh index half from the definition in the ICB.
@@ -154,6 +157,10 @@ bool IXSKIP(ICB *icb, void *record, int parts, int n, std::int32_t *position);
 int IXGET(ICB *icb, void *record, std::int32_t number);
 /// Next live record in physical order. One scan at a time; it runs until it returns false.
 bool IXSEQ(ICB *icb, void *record);
+/// Places for records in the data half as it is now. No key has more entries than that.
+std::int32_t ix_record_places(const ICB *icb);
+/// Takes over how many records other programs have brought a shared pair to since the ICB last looked.
+void ix_renew_count(ICB *icb);
 /// True unless the record of `reclen` bytes has the form of a free one.
 bool ix_live(const void *record, int reclen);
 

@@ -36,6 +36,9 @@ struct ix_names {
     char data[512];
     bool temporary;
 };
+/// In `flocked`, for a pair that nobody else uses.
+inline constexpr std::uint8_t ix_alone = 2;
+
 /// False when the name is empty or too long.
 bool ix_resolve(const char *name, ix_names &names);
 

@@ -13,6 +13,7 @@
 #include "check/frame/findings.h"
 #include "check/frame/frame.h"
 #include "check/frame/record_place.h"
+#include "check/frame/walk_bound.h"
 #include "check/frame/work_file.h"
 
 inline constexpr std::size_t code_bytes = 13;
@@ -40,8 +41,8 @@ std::string size_code(std::uint8_t kind, std::uint8_t size);
 template <class Record, class Visit>
 bool each_in_key_order(ICB *file, Visit visit) {
     Record record{};
-    std::int32_t left = file->nrecs;
-    for (bool more = IXFIRST(file, &record); more && left-- > 0; more = IXNEXT(file, &record)) {
+    walk_bound bound(file);
+    for (bool more = IXFIRST(file, &record); more && bound.step(); more = IXNEXT(file, &record)) {
         if (op_interrupted()) {
             return false;
         }

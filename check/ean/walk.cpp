@@ -3,6 +3,7 @@
 
 #include "check/ean/ean.h"
 #include "check/frame/record_place.h"
+#include "check/frame/walk_bound.h"
 #include "data/data.h"
 #include "data/masterfile.h"
 
@@ -68,8 +69,8 @@ bool ean_check::check_sizes() {
     ean_ticker shown(op_field::ean_code, ean_text);
     const key_switch of_size(codes, ean_by_size);
     SeriesRecord series{};
-    std::int32_t left = chk_files.rvser->nrecs;  // a damaged index can lead in a circle
-    for (bool found = IXFIRST(chk_files.rvser, &series); found && left-- > 0;
+    walk_bound bound(chk_files.rvser);
+    for (bool found = IXFIRST(chk_files.rvser, &series); found && bound.step();
          found = IXNEXT(chk_files.rvser, &series)) {
         {
             const record_place here(chk_files.rvser);
@@ -112,8 +113,8 @@ bool ean_check::check_codes() {
     ean_ticker shown(op_field::ean_code, ean_text);
     EanRecord code{};
     SeriesRecord series{};
-    std::int32_t left = codes->nrecs;  // a damaged index can lead in a circle
-    for (bool found = IXFIRST(codes, &code); found && left-- > 0; found = IXNEXT(codes, &code)) {
+    walk_bound bound(codes);
+    for (bool found = IXFIRST(codes, &code); found && bound.step(); found = IXNEXT(codes, &code)) {
         shown.show(code);
         if (points_to_nothing(code, series)) {
             list_code(code, codes->recno);

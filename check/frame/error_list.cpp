@@ -37,7 +37,7 @@ void temporary_list::open(const std::string &file_name) {
     }
     IXINIT(file);
     IXCLOSE(file);
-    file = IXOPEN(name.c_str(), ix_exclusive);  // nobody else knows the name
+    file = ix_open_alone(name.c_str());
 }
 
 void temporary_list::close() {

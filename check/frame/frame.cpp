@@ -108,6 +108,16 @@ void judge(chk_check &check, outcome &run) {
     }
 }
 
+/// The files of the session stay open while other programs add records, which a check has to see.
+void renew_counts() {
+    for (ICB *file : {chk_files.rvart, chk_files.rvgo, chk_files.rvlev, chk_files.rvmerk, chk_files.rvontv,
+                      chk_files.rvser, chk_files.rvmaat, chk_files.rvmtom, chk_files.rvkoers}) {
+        if (file != nullptr) {
+            ix_renew_count(file);
+        }
+    }
+}
+
 /// One run; true when it ended with a repair.
 bool run_once(chk_check &check) {
     const chk_settings &settings = check.settings;
@@ -124,6 +134,7 @@ bool run_once(chk_check &check) {
         }
     }
     op_status(check.status());
+    renew_counts();
     check.open();
     if (settings.report_time == chk_report_time::before_walk) {
         open_report(run);

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "check/frame/record_place.h"
+#include "check/frame/walk_bound.h"
 #include "check/journals/journals.h"
 #include "data/data.h"
 
@@ -104,8 +105,8 @@ void order_number_list::settle() {
     chk_phase(detail_text(24, 4, "controleren ordernummers"), total);
     std::uint32_t done = 0;
     OrderNumberRecord record{};
-    // A damaged index can lead in a circle.
-    for (bool found = IXFIRST(numbers, &record); found && done < total; found = IXNEXT(numbers, &record)) {
+    walk_bound bound(numbers);
+    for (bool found = IXFIRST(numbers, &record); found && bound.step(); found = IXNEXT(numbers, &record)) {
         op_leave_if_due();
         chk_progress(++done, total, chk_bar::step);
         const record_place here(numbers);

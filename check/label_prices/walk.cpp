@@ -58,16 +58,18 @@ void store_price(const eti_rec &label, bool has_set, PriceSetRecord set, std::in
 }
 
 /// Gives a label without a price of its own the lowest one. The series is held meanwhile: a till may have
-/// sold the label.
-void give_lowest_price(const SeriesRecord &series, label_place &label) {
+/// sold the label, or the label may have gone; then it is false.
+bool give_lowest_price(const SeriesRecord &series, label_place &label) {
     const series_hold hold(series.key);
     const std::int32_t number = label.number;
-    if (eti_file(eti_action::read, label.number, label.rec) != 0 && label.rec.price < 1 &&
-        owner_of(label.rec) == series.key) {
+    const SeriesKey owner = owner_of(label.rec);
+    const bool there = eti_file(eti_action::read, label.number, label.rec) != 0 && owner_of(label.rec) == owner;
+    if (there && label.rec.price < 1 && owner == series.key) {
         label.rec.price = 1;
         eti_file(eti_action::write, label.number, label.rec);
     }
     label.number = number;
+    return there;
 }
 
 }  // namespace
@@ -141,8 +143,8 @@ void label_price_check::walk_labels(const SeriesRecord &series) {
     label_place label{series.first_block, {}};
     for (int found = eti_file(eti_action::first, label.number, label.rec); found != 0;
          found = eti_file(eti_action::next, label.number, label.rec)) {
-        if (label.rec.price < 1) {
-            give_lowest_price(series, label);
+        if (label.rec.price < 1 && !give_lowest_price(series, label)) {
+            continue;
         }
         const bool has_set = find_set(series, label.rec, held);
         held.valid = has_set && held.set.sizes.test(label.rec.size);

@@ -1,6 +1,7 @@
 // The walk of the series check, and what is mended on the way.
 #include <algorithm>
 
+#include "check/frame/walk_bound.h"
 #include "check/series/series.h"
 
 namespace {
@@ -130,8 +131,8 @@ bool series_check::walk() {
     ArticleGroupRecord group{};  // the last one read: series come group by group
     std::uint32_t step = 0;
     const key_switch key(file, 1);
-    std::int32_t left = file->nrecs;  // a damaged index can lead in a circle
-    while (left-- > 0 && !op_interrupted() && IXNEXT(file, &series)) {
+    walk_bound bound(file);
+    while (bound.step() && !op_interrupted() && IXNEXT(file, &series)) {
         if (is_void(series)) {
             delete_void(series.key);
         } else {

@@ -16,6 +16,7 @@
 #include "check/frame/findings.h"
 #include "check/frame/frame.h"
 #include "check/frame/record_place.h"
+#include "check/frame/walk_bound.h"
 #include "check/sizes/missing_sizes.h"
 #include "data/data.h"
 
@@ -44,14 +45,13 @@ inline constexpr size_reasons size_reason(size_finding finding) {
 /// with its records could lead in a circle, so there are no more steps than records.
 template <class Record, class Visit>
 void sizes_walk_by_key(ICB *file, Record &record, int parts, Visit visit) {
-    std::int32_t steps = 0;
-    for (bool found = IXFIRSTR(file, &record, parts); found && steps < file->nrecs;
+    walk_bound bound(file);
+    for (bool found = IXFIRSTR(file, &record, parts); found && bound.step();
          found = IXNEXTR(file, &record, parts)) {
         const record_place place(file);
         if (!visit()) {
             return;
         }
-        steps++;
     }
 }
 

@@ -3,6 +3,7 @@
 #include <cctype>
 
 #include "base/strformat.h"
+#include "check/check.h"
 #include "data/serieskey.h"
 #include "support/check_case.h"
 
@@ -127,6 +128,24 @@ struct Stamp {
     bool valid;
     int repaired;  ///< day from today
 };
+
+TEST_F(Series, ThoseThatOthersAddDuringTheSessionAreLookedAt) {
+    make({.series = 3});
+    constexpr std::int16_t added = 20;  // more than there are free records
+    const CheckRun run = play({.answers = "N"}, [&] {
+        chk_series();
+        ICB *other = IXOPEN("RVSER", ix_shared);
+        SeriesRecord series = shop.series[0];
+        series.stock++;
+        for (int number = 1; number <= added; number++) {
+            series.key.number = static_cast<std::uint16_t>(series.key.number + 1000);
+            IXWRITE(other, &series);
+        }
+        IXCLOSE(other);
+        chk_series();
+    });
+    EXPECT_EQ(std::ssize(run.codes), added) << run;
+}
 
 TEST_F(Series, StampsLieBetween1980AndTheFirstLabel) {
     constexpr int none = 1;
