@@ -87,15 +87,6 @@ contents read_all_records() {
     while (IXSEQ(icb, &i)) {
         EXPECT_TRUE(all.emplace(int{i.number}, i).second) << "record " << i.number << " stands there twice";
     }
-    for (int k = 1; k <= icb->nkeys; ++k) {
-        IXSWITCH(icb, k);
-        std::size_t steps = 0;
-        std::memset(&i, 0, sizeof i);
-        for (bool more = IXFIRST(icb, &i); more && steps <= all.size(); more = IXNEXT(icb, &i)) {
-            ++steps;
-        }
-        EXPECT_EQ(steps, all.size()) << "key " << k;
-    }
     IXCLOSE(icb);
     return all;
 }
@@ -272,16 +263,6 @@ TEST_F(store_crash, AnyMomentOfSharedUpdates) {
     }
 }
 
-/// The data half, with what a rebuild may change blanked out: the links of the free records.
-bytes without_links(bytes data) {
-    for (std::size_t at = 0; at + sizeof(item) <= data.size(); at += sizeof(item)) {
-        if (!ix_live(data.data() + at, sizeof(item))) {
-            std::fill_n(data.begin() + static_cast<std::ptrdiff_t>(at) + 1, 4, std::uint8_t{0});
-        }
-    }
-    return data;
-}
-
 TEST_F(store_crash, BeforeEveryWriteOfARebuild) {
     constexpr int records = 240;
     ICB *icb = make_pair_of("D", item_keys);
@@ -292,6 +273,7 @@ TEST_F(store_crash, BeforeEveryWriteOfARebuild) {
         delete_item(icb, n);
     }
     IXCLOSE(icb);
+    const contents before = read_all_records();
     constexpr std::int32_t free = records / 3;
     ix_rebuild_area = 65536;
     const bytes index = file_bytes("D.INX");
@@ -312,7 +294,7 @@ TEST_F(store_crash, BeforeEveryWriteOfARebuild) {
         ix_mend("D", 0);
         ASSERT_EQ(IXCHECK("D"), free);
         ASSERT_EQ(ix_verify("D"), sound);
-        ASSERT_TRUE(without_links(file_bytes("D.TXT")) == without_links(data)) << "write " << deaths;
+        ASSERT_TRUE(read_all_records() == before) << "write " << deaths;
     }
     ix_rebuild_area = 56 << 20;
     EXPECT_GT(deaths, 10);

@@ -1,4 +1,4 @@
-// The layout on disk and the shape of small trees, byte for byte; definitions, and the order of texts.
+// The layout on disk and the shape of small trees, byte for byte.
 #include <cstring>
 
 #include "support/store/store_fixture.h"
@@ -122,24 +122,5 @@ TEST_P(store_format, SplitOfSmallOrder) {
 }
 
 INSTANTIATE_TEST_SUITE_P(modes, store_format, testing::Values(ix_exclusive, ix_shared));
-
-TEST(text_order, RisesAsItShould) {
-    // From low to high: an accent counts last, a character that is ignored at first and case not at all.
-    const char *rising[] = {"a",  "a ",     "abcdefghijk", "abcdefghijkl", "\x91",   "AE",
-                            "az", "a\x01z", "Muller",      "m\x81ller",    "mulles", "\xE1",
-                            "ss", "z",      "{",           "\xFE",         "\xFF"};
-    const auto compare = [](const char *a, const char *b) {
-        char field[2][12] = {};
-        std::memcpy(field[0], a, std::strlen(a));
-        std::memcpy(field[1], b, std::strlen(b));
-        return coll_cmp(field[0], field[1], 12);
-    };
-    for (std::size_t n = 1; n < std::size(rising); ++n) {
-        EXPECT_LT(compare(rising[n - 1], rising[n]), 0) << rising[n - 1] << " " << rising[n];
-        EXPECT_GT(compare(rising[n], rising[n - 1]), 0) << rising[n - 1] << " " << rising[n];
-    }
-    EXPECT_EQ(compare("m\x81ller", "M\x9Aller"), 0);
-    EXPECT_EQ(compare("Muller", "muller"), 0);
-}
 
 }  // namespace

@@ -1,8 +1,8 @@
 #include "support/store/reference.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
-#include <map>
 #include <utility>
 
 namespace {
@@ -12,46 +12,55 @@ struct weights {
     int secondary;
 };
 
-const std::map<int, weights> &listed() {
-    static const std::map<int, weights> table = [] {
-        std::map<int, weights> t;
-        const std::pair<std::vector<int>, weights> rows[] = {
-            {{128, 135}, {'C', '5'}},      {{129, 154}, {'U', '"'}},      {{130}, {'E', '`'}},
-            {{131, 182}, {'A', '^'}},      {{132, 142}, {'A', '"'}},      {{133, 183}, {'A', 39}},
-            {{134, 143}, {'A', '*'}},      {{136, 210}, {'E', '^'}},      {{137, 211}, {'E', '"'}},
-            {{138, 212}, {'E', 39}},       {{139, 216}, {'I', '"'}},      {{140, 215}, {'I', '^'}},
-            {{141, 222}, {'I', 39}},       {{144, 160, 181}, {'A', '`'}}, {{145, 146}, {'A', 'E'}},
-            {{147, 208, 226}, {'O', '^'}}, {{148, 153}, {'O', '"'}},      {{149, 227}, {'O', 39}},
-            {{150, 234}, {'U', '^'}},      {{151, 235}, {'U', 39}},       {{152}, {'Y', '"'}},
-            {{155, 157}, {'O', '/'}},      {{161, 214}, {'I', '`'}},      {{162, 224}, {'O', '`'}},
-            {{163, 233}, {'U', '`'}},      {{164, 165}, {'N', '~'}},      {{198, 199}, {'A', '~'}},
-            {{225}, {'S', 'S'}},           {{228, 229}, {'O', '~'}},      {{236, 237}, {'Y', '`'}},
-        };
-        for (const auto &[codes, w] : rows) {
+weights weights_of(int c) {
+    static const std::pair<std::vector<int>, weights> listed[] = {
+        {{0}, {0, 0}},
+        {{255}, {255, 255}},
+        {{127}, {0, 127}},
+        {{128, 135}, {'C', '5'}},
+        {{129, 154}, {'U', '"'}},
+        {{130}, {'E', '`'}},
+        {{131, 182}, {'A', '^'}},
+        {{132, 142}, {'A', '"'}},
+        {{133, 183}, {'A', 39}},
+        {{134, 143}, {'A', '*'}},
+        {{136, 210}, {'E', '^'}},
+        {{137, 211}, {'E', '"'}},
+        {{138, 212}, {'E', 39}},
+        {{139, 216}, {'I', '"'}},
+        {{140, 215}, {'I', '^'}},
+        {{141, 222}, {'I', 39}},
+        {{144, 160, 181}, {'A', '`'}},
+        {{145, 146}, {'A', 'E'}},
+        {{147, 208, 226}, {'O', '^'}},
+        {{148, 153}, {'O', '"'}},
+        {{149, 227}, {'O', 39}},
+        {{150, 234}, {'U', '^'}},
+        {{151, 235}, {'U', 39}},
+        {{152}, {'Y', '"'}},
+        {{155, 157}, {'O', '/'}},
+        {{161, 214}, {'I', '`'}},
+        {{162, 224}, {'O', '`'}},
+        {{163, 233}, {'U', '`'}},
+        {{164, 165}, {'N', '~'}},
+        {{198, 199}, {'A', '~'}},
+        {{225}, {'S', 'S'}},
+        {{228, 229}, {'O', '~'}},
+        {{236, 237}, {'Y', '`'}},
+    };
+    static const std::vector<weights> table = [] {
+        std::vector<weights> all(256);
+        for (int code = 0; code < 256; ++code) {
+            all[std::size_t(code)] = code < 32 ? weights{0, code} : weights{std::toupper(code), 1};
+        }
+        for (const auto &[codes, w] : listed) {
             for (const int code : codes) {
-                t[code] = w;
+                all[std::size_t(code)] = w;
             }
         }
-        return t;
+        return all;
     }();
-    return table;
-}
-
-weights weights_of(int c) {
-    if (c == 0) {
-        return {0, 0};
-    }
-    if (c < 32 || c == 127) {
-        return {0, c};
-    }
-    if (c == 255) {
-        return {255, 255};
-    }
-    if (c >= 97 && c <= 122) {
-        return {c - 32, 1};
-    }
-    const auto at = listed().find(c);
-    return at == listed().end() ? weights{c, 1} : at->second;
+    return table[std::size_t(c)];
 }
 
 bool two_letters(int c) {

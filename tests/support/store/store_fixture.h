@@ -10,7 +10,6 @@
 #include "store/store_internal.h"
 #include "support/rounds.h"
 #include "support/scratch_dir.h"
-#include "support/store/reference.h"
 #include "support/store/verify.h"
 
 inline std::vector<std::string> operator_notes;
@@ -47,11 +46,6 @@ protected:
 
     void (*plain_wait)(ICB *) = ix_lock_wait;
 };
-
-inline bytes file_bytes(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 inline void put_bytes(const std::string &path, std::size_t offset, const bytes &what) {
     std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);

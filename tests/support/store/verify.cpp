@@ -3,16 +3,8 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <string>
-
-#include "support/store/reference.h"
 
 namespace {
-
-bytes read_all(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 struct verifier {
     bytes index;
@@ -196,12 +188,17 @@ struct verifier {
 
 }  // namespace
 
+bytes file_bytes(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
 std::vector<std::string> ix_verify(const std::string &name, bool queue_empty) {
     const std::size_t slash = name.rfind('/');
     const std::size_t stop = name.find('.', slash == std::string::npos ? 0 : slash);
     verifier v;
-    v.index = read_all(stop == std::string::npos ? name + ".INX" : name);
-    v.data = read_all(name.substr(0, stop) + ".TXT");
+    v.index = file_bytes(stop == std::string::npos ? name + ".INX" : name);
+    v.data = file_bytes(name.substr(0, stop) + ".TXT");
     if (v.read_header()) {
         v.free_chain();
         v.trees();

@@ -3,7 +3,11 @@
 #pragma once
 
 #include <string>
-#include <vector>
+
+#include "support/store/reference.h"
+
+/// All that stands in a file; nothing when it is not there.
+bytes file_bytes(const std::string &path);
 
 /// Everything that is wrong with the pair, empty when it is sound: lengths, counts, and for every key the
 /// order, the highest keys in the parents, the sentinel, levels and capacity of the blocks; every live
