@@ -245,9 +245,7 @@ TEST_F(Destination, PrintingToAFile) {
 }
 
 TEST_F(Destination, DirectoryThatIsNoneIsToldAtEveryReport) {
-    TerminalOptions options = scene("destination 1 0 1 4");
-    options.environment["ZUVPRT"] = "nergens";
-    EXPECT_TRUE(plays(options, R"(
+    EXPECT_TRUE(plays(scene("destination 1 0 1 4", {{"ZUVPRT", "nergens"}}), R"(
         => De env.var. ZUVPRT bevat geen geldige directorie. | De huidige directorie wordt gebruikt. |  PRINTEN 
         <ENTER> => Einde overzicht
     )"));

@@ -6,29 +6,12 @@
 
 #include <chrono>
 #include <functional>
-#include <iomanip>
-#include <sstream>
 #include <string>
 #include <thread>
 
 #include "print/print_internal.h"
 #include "support/scratch_dir.h"
 #include "support/terminal.h"
-
-/// A scene of the probe with its arguments; '' is an empty one.
-inline TerminalOptions scene(const std::string &line) {
-    TerminalOptions options{.program = RVCHK_PROBE};
-    std::istringstream words(line);
-    for (std::string word; words >> std::quoted(word, '\'');) {
-        options.arguments.push_back(word);
-    }
-    return options;
-}
-
-inline testing::AssertionResult plays(const TerminalOptions &options, const std::string &script) {
-    Terminal t(options);
-    return t.play(script);
-}
 
 struct Report : ScratchDir {
     /// What the next job is to be.

@@ -9,17 +9,8 @@
 
 namespace {
 
-TerminalOptions scene(std::vector<std::string> words) {
-    return {.program = RVCHK_PROBE, .arguments = std::move(words)};
-}
-
-testing::AssertionResult plays(std::vector<std::string> words, const char *script) {
-    Terminal t(scene(std::move(words)));
-    return t.play(script);
-}
-
 TEST(Keys, QueueWaitingNamesAndReplay) {
-    EXPECT_TRUE(plays({"keys"}, R"(
+    EXPECT_TRUE(plays(scene("keys"), R"(
                   => 1=buiten het masker 0 | 2=2 voor 1 | 3=wacht 0 | 8=x.
                   => 4=F1 . | 5=F12. | 6=SH_TAB. | 7=RGHT.
         xp<^S><^Q>q => 10=p dan q | 11=esc 1 herhaalt 0 | 12=923
@@ -28,38 +19,35 @@ TEST(Keys, QueueWaitingNamesAndReplay) {
 }
 
 TEST(Keys, MacroCommandByKeyAndByMenu) {
-    EXPECT_TRUE(plays({"edit", "6l", "5", ""}, R"(
+    EXPECT_TRUE(plays(scene("edit 6l 5 ''"), R"(
         <.><F2>r    => 5=         123___
         <F2><INS>   => 5=         123___ | 25=opnemen
         <F2><DEL>   => 25=verwijderen
         <ENTER>     => 15=[123] changed
     )"));
-    EXPECT_TRUE(plays({"edit", "6l", "5", ""}, "<.><F2>i => 5=         123___"))
+    EXPECT_TRUE(plays(scene("edit 6l 5 ''"), "<.><F2>i => 5=         123___"))
         << "an interrupt loses no key that is read at the same moment";
 }
 
 TEST(Field, FaultsOfTheFormatStopTheProgram) {
-    const struct {
-        const char *format, *value, *message;
-        const char *limits = "";
-    } rows[] = {
-        {"256s", "", "r=5, c=10, cs=256s --> Lengte > 255 tekens"},
-        {"4.2l", "", "cs=4.2l --> precision alleen bij f, C, S en X"},
-        {"", "", "cs= --> ongeldige vartype"},
-        {"5q", "", "cs=5q --> ongeldige vartype"},
-        {"5s[abc,E", "", "cs=5s[abc,E --> [ zonder ]"},
-        {"4d,P", "0", "cs=4d,P --> ongeldig bereik", "10000:20000"},
-        {"8D", "", "ongeldig bereik", "1:29220"},
-        {"3s", "abcd", "cs=3s --> STRING fout"},
+    const std::pair<const char *, const char *> rows[] = {
+        {"256s '' ''", "r=5, c=10, cs=256s --> Lengte > 255 tekens"},
+        {"4.2l '' ''", "cs=4.2l --> precision alleen bij f, C, S en X"},
+        {"'' '' ''", "cs= --> ongeldige vartype"},
+        {"5q '' ''", "cs=5q --> ongeldige vartype"},
+        {"5s[abc,E '' ''", "cs=5s[abc,E --> [ zonder ]"},
+        {"4d,P 0 10000:20000", "cs=4d,P --> ongeldig bereik"},
+        {"8D '' 1:29220", "ongeldig bereik"},
+        {"3s abcd ''", "cs=3s --> STRING fout"},
     };
-    for (const auto &row : rows) {
-        Terminal t(scene({"edit", row.format, row.value, row.limits}));
-        EXPECT_TRUE(t.play(std::string("=> PROGRAMMA AFGEBROKEN | ") + row.message + "\nx<ENTER> => exit 1"));
+    for (const auto &[arguments, message] : rows) {
+        EXPECT_TRUE(plays(scene(std::string("edit ") + arguments),
+                          std::string("=> PROGRAMMA AFGEBROKEN | ") + message + "\nx<ENTER> => exit 1"));
     }
 }
 
 TEST(Field, QuitEndsTheProgramAtTheFirstPosition) {
-    EXPECT_TRUE(plays({"edit", "6s", "abc", ""}, R"(
+    EXPECT_TRUE(plays(scene("edit 6s abc ''"), R"(
         <.>x<.><QUIT>        => 25=Ongeldige toets
         <HOME><.><QUIT>      => EXIT-toets gebruikt
         <ENTER>              => exit 1
@@ -67,22 +55,14 @@ TEST(Field, QuitEndsTheProgramAtTheFirstPosition) {
 }
 
 TEST(Field, AmountWithoutCents) {
-    TerminalOptions options = scene({"edit", "8B,ZP", "1234", ""});
-    options.environment["KPOS"] = "";
-    Terminal t(options);
-    EXPECT_TRUE(t.play("<.>12.<ENTER> => 15=[12] changed"));
+    EXPECT_TRUE(plays(scene("edit 8B,ZP 1234 ''", {{"KPOS", ""}}), "<.>12.<ENTER> => 15=[12] changed"));
 }
 
 TEST(Field, BytesOfAnotherCharacterSetPassUnchanged) {
-    TerminalOptions options = scene({"edit", "20.6S",
-                                     "\x82"
-                                     "bcdefghi",
-                                     ""});
-    options.environment["LC_ALL"] = "C";
+    TerminalOptions options = scene("edit 20.6S \202bcdefghi ''", {{"LC_ALL", "C"}});
     options.encoding = "CP850";
-    Terminal t(options);
     // This terminal has no arrow of one byte.
-    EXPECT_TRUE(t.play(R"(
+    EXPECT_TRUE(plays(options, R"(
                        => 5:ébcdef
         <RIGHT>ü<END>  => 5=        <defghi
         <ENTER>        => 15=[éücdefghi............] changed
@@ -114,7 +94,8 @@ TEST(Help, ExplainsTheFormat) {
     };
     for (const auto &page : pages) {
         SCOPED_TRACE(page.format);
-        Terminal t(scene({"edit", page.format, page.format[1] == 'D' ? "01032026" : "0", page.allow}));
+        Terminal t(scene(std::string("edit ") + page.format +
+                         (page.format[1] == 'D' ? " 01032026 '" : " 0 '") + page.allow + "'"));
         ASSERT_TRUE(t.play("<.><HELP><.> => 9: Ingave HELP-informatie "));
         std::string text;
         for (int row = 11; row < 20; row++) {
@@ -134,7 +115,7 @@ TEST(Help, ExplainsTheFormat) {
 
 TEST(Prompts, QuestionsWithAndWithoutPreset) {
     // On the last line the question comes back when a message goes, that of the field and that of its help.
-    EXPECT_TRUE(plays({"questions"}, R"(
+    EXPECT_TRUE(plays(scene("questions"), R"(
         <.><ENTER>   => 3= Akkoord? (J/N) _ | 25=<> Ingave verplicht
         j<ENTER>     => 4= Met ja? (J/N) J | 16=uitkomst 1
         <ENTER>      => 5= Akkoord? (J/N) N | 17=uitkomst 1
@@ -151,7 +132,7 @@ TEST(Prompts, QuestionsWithAndWithoutPreset) {
 }
 
 TEST(Prompts, BoxesOfTextsQuestionsAndMessages) {
-    Terminal t(scene({"boxes"}));
+    Terminal t(scene("boxes"));
     EXPECT_TRUE(t.play(R"(
         <.><F5><.> => 10=                        ┌─────────── titel ────────────┐
                    => 11=                        │ eerste regel                 │
@@ -186,7 +167,7 @@ TEST(Prompts, BoxesOfTextsQuestionsAndMessages) {
 }
 
 TEST(Prompts, BreakingOffALongCheck) {
-    EXPECT_TRUE(plays({"long-check"}, R"(
+    EXPECT_TRUE(plays(scene("long-check"), R"(
                          => lange controle
         abc              => 25=Alleen <CANCEL> voor onderbreken
         <CANCEL><CANCEL> =>  Onderbreken  | Akkoord? (J/N) J | 25=
@@ -197,7 +178,7 @@ TEST(Prompts, BreakingOffALongCheck) {
 }
 
 TEST(Prompts, ProgressBars) {
-    Terminal t(scene({"bars"}));
+    Terminal t(scene("bars"));
     const auto reversed = [&t](int row) {
         int cells = 0;
         for (int col = 1; col <= 80; col++) {
@@ -218,7 +199,7 @@ TEST(Prompts, ProgressBars) {
 
 TEST(Menu, ChoosesByNumberAndByArrows) {
     // The selection goes over the width of the menu. The next round starts where the last ended.
-    Terminal t(scene({"menu"}));
+    Terminal t(scene("menu"));
     EXPECT_TRUE(t.play(R"(
                       => 1=statusregel | 2= | 3= VOLLEDIGE ÉÉN | 4= 11 Series/etiketten | 7=
                       => 5= 12 Één klant met een tekst die niet in | 6= 13 Niet beschikbaar
@@ -238,7 +219,7 @@ TEST(Menu, ChoosesByNumberAndByArrows) {
 }
 
 TEST(Menu, ExplanationInformationAndOneWithoutEntriesOrTitle) {
-    EXPECT_TRUE(plays({"menu"}, R"(
+    EXPECT_TRUE(plays(scene("menu"), R"(
         <.><F1>  => 16: keuzemogelijkheden  | 17:│ 11-21   Nummer van menukeuze
                  => 20:│ Tab     Naar eerste menukeuze van volgende rubriek | 22:│ <ENTER> voor vervolg
         <ENTER>  => 24= Uw keuze 11
@@ -251,7 +232,7 @@ TEST(Menu, ExplanationInformationAndOneWithoutEntriesOrTitle) {
 }
 
 TEST(Signals, LeaveAtOnceUnlessHeldOff) {
-    Terminal t(scene({"leaving"}));
+    Terminal t(scene("leaving"));
     ASSERT_TRUE(t.wait_for("bijwerken"));
     t.send_signal(SIGTERM);
     EXPECT_TRUE(t.play("<.>x => exit 0")) << "goes on while an update is under way";
@@ -259,14 +240,13 @@ TEST(Signals, LeaveAtOnceUnlessHeldOff) {
     EXPECT_NE(t.raw().find("netjes geeindigd"), std::string::npos);
     EXPECT_EQ(t.raw().find("wachten"), std::string::npos);
     const struct {
-        std::vector<std::string> words;
-        const char *shown;
+        const char *line, *shown;
         int signal, status;  // a fatal stop stays one
-    } others[] = {{{"menu"}, "Uw keuze", SIGHUP, 0},
-                  {{"long-check"}, "lange controle", SIGTERM, 0},
-                  {{"edit", "5q", "", ""}, "<ENTER> voor vervolg", SIGTERM, 1}};
+    } others[] = {{"menu", "Uw keuze", SIGHUP, 0},
+                  {"long-check", "lange controle", SIGTERM, 0},
+                  {"edit 5q '' ''", "<ENTER> voor vervolg", SIGTERM, 1}};
     for (const auto &each : others) {
-        Terminal other(scene(each.words));
+        Terminal other(scene(each.line));
         ASSERT_TRUE(other.wait_for(each.shown));
         other.send_signal(each.signal);
         EXPECT_EQ(other.wait_exit(), each.status) << each.shown;
@@ -274,7 +254,7 @@ TEST(Signals, LeaveAtOnceUnlessHeldOff) {
 }
 
 TEST(Signals, StopAndContinueKeepTheScreen) {
-    Terminal t(scene({"edit", "6s", "abc", ""}));
+    Terminal t(scene("edit 6s abc ''"));
     ASSERT_TRUE(t.play("<.>xy<.>"));
     t.resize(30, 100);
     t.send_signal(SIGTSTP);
@@ -300,7 +280,7 @@ TEST(RandomKeys, NeitherCrashNorBreakTheScreen) {
                                          "F10",   "BACKSPACE", "TAB",   "SHTAB", "F11",    "F12",  "ESC",
                                          "PGUP",  "PGDN",      "^W",    "^H"};
     const std::string typed = "0123456789-+,.jnJNabcABC\\ ", signals("\003\021\023\030\032\034");
-    Terminal t(scene({"anything"}));
+    Terminal t(scene("anything"));
     for (int i = 0, end = rounds(20000); i < end; i++) {
         if (i % 500 == 0) {
             ASSERT_TRUE(t.play("<.>")) << "after " << i << " keys";

@@ -8,10 +8,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TerminalOptions scene(const char *name) {
-    return {.program = RVCHK_PROBE, .arguments = {name}};
-}
-
 TEST(Screen, PlacesAndClearsTextWithinItsWindowOnly) {
     Terminal t(scene("placing"));
     EXPECT_TRUE(t.play(R"(
@@ -73,12 +69,12 @@ TEST(Screen, FollowsASmallerWindowAndKeepsToItsOwnInALargerOne) {
                    {43, 132, "=> 25 x 80 25 x 80 | !rand\n x => 25 x 132 25 x 132 | 1:rand\n x => !rand"},
                    {20, 70, "=> 20 x 70 20 x 70 | !rand\n x => 20 x 70 20 x 70 | 1:rand\n x => !rand"}};
     for (const auto &window : windows) {
-        TerminalOptions options = scene("sizes");
-        options.lines = window.lines;
-        options.columns = window.columns;
-        options.resizable = false;
-        Terminal t(options);
-        EXPECT_TRUE(t.play(window.script));
+        EXPECT_TRUE(plays({.program = RVCHK_PROBE,
+                           .arguments = {"sizes"},
+                           .lines = window.lines,
+                           .columns = window.columns,
+                           .resizable = false},
+                          window.script));
     }
 }
 
@@ -86,11 +82,11 @@ TEST(Screen, FollowsASmallerWindowAndKeepsToItsOwnInALargerOne) {
 TEST(Screen, EndsOnTheLastLineWithAllOfTheWindowScrolling) {
     for (const char *term : {"linux", "vt100"}) {
         for (const int lines : {25, 43}) {
-            TerminalOptions options = scene("sizes");
-            options.term = term;
-            options.lines = lines;
-            options.resizable = false;
-            Terminal t(options);
+            Terminal t({.program = RVCHK_PROBE,
+                        .arguments = {"sizes"},
+                        .lines = lines,
+                        .term = term,
+                        .resizable = false});
             EXPECT_TRUE(t.play("=> 25 x 80 25 x 80\n xxxxxxxxx => exit 0"));
             EXPECT_EQ(t.cursor().row, 25) << term;
             const std::string region = "\033[1;" + std::to_string(lines) + "r";
@@ -154,30 +150,19 @@ TEST(Screen, FatalStopTellsWaitsAndEndsWithOne) {
 TEST(Screen, UnknownTerminalIsNamed) {
     for (const auto &[term, name] :
          {std::pair<std::optional<std::string>, std::string>{{}, "(TERM)"}, {"qq-1", "(Qq-1)"}}) {
-        TerminalOptions options = scene("stack");
-        options.environment["TERM"] = term;
-        Terminal t(options);
         EXPECT_TRUE(
-            t.play("=> Onbekende terminfo " + name + " | Start opnieuw met TERM=xterm-256color | exit 10"));
+            plays(scene("stack", {{"TERM", term}}),
+                  "=> Onbekende terminfo " + name + " | Start opnieuw met TERM=xterm-256color | exit 10"));
     }
-}
-
-TEST(Screen, EndOfTheInputEndsTheProgram) {
-    Terminal t(scene("characters"));
-    ASSERT_TRUE(t.wait_for("tekens"));
-    t.hang_up();
-    EXPECT_NE(t.wait_exit(), -1);
 }
 
 TEST(Screen, ShowsCodePage850OnAnyLine) {
     // The second locale is not installed, but says what the line takes.
     for (const auto &[encoding, locale] :
          {std::pair{"UTF-8", "C.UTF-8"}, {"UTF-8", "xx_XX.utf8"}, {"CP850", "C"}}) {
-        TerminalOptions options = scene("characters");
+        TerminalOptions options = scene("characters", {{"LC_ALL", locale}});
         options.encoding = encoding;
-        options.environment["LC_ALL"] = locale;
-        Terminal t(options);
-        EXPECT_TRUE(t.play(R"(
+        EXPECT_TRUE(plays(options, R"(
                       => 2=café ü █¨ | 3:▒▒▒      ───│ | 4=stuur??[2Jtekens?
             é         => toets 1 is 130.
             <CANCEL>  => toets 2 is 355.

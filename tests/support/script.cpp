@@ -1,6 +1,8 @@
 // Scripts of keys and of what they must bring to the screen.
 #include <cctype>
 #include <cstdlib>
+#include <iomanip>
+#include <sstream>
 #include <vector>
 
 #include "support/terminal.h"
@@ -124,4 +126,18 @@ testing::AssertionResult Terminal::play(std::string_view script) {
         }
     }
     return testing::AssertionSuccess();
+}
+
+TerminalOptions scene(const std::string &line,
+                      std::map<std::string, std::optional<std::string>> environment) {
+    TerminalOptions options{.program = RVCHK_PROBE, .environment = std::move(environment)};
+    std::istringstream words(line);
+    for (std::string word; words >> std::quoted(word, '\'');) {
+        options.arguments.push_back(word);
+    }
+    return options;
+}
+
+testing::AssertionResult plays(const TerminalOptions &options, std::string_view script) {
+    return Terminal(options).play(script);
 }

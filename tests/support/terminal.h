@@ -110,3 +110,8 @@ private:
     int line_ = -1;  // our side
     int marks_ = 0;  // that were asked for
 };
+
+/// A scene of the program `probe` with its arguments, '' for an empty one.
+TerminalOptions scene(const std::string &line,
+                      std::map<std::string, std::optional<std::string>> environment = {});
+[[nodiscard]] testing::AssertionResult plays(const TerminalOptions &options, std::string_view script);
