@@ -20,7 +20,8 @@ struct Ended {
     const char *more = "";
 };
 
-const Row text_rows[] = {
+const Row rows[] = {
+    // Text.
     {"5c", "abcde", "x", "x____", 1, "", "<ENTER>", "x [x....] changed"},
     {"5c", "abcde", "<RIGHT>x", "axcde", 2, "", "<ENTER>", "axcde [axcde] changed"},
     {"5c", "ab   ", "<END>", "ab___", 2, "", "<ENTER>", "ab [ab...] same"},
@@ -46,9 +47,7 @@ const Row text_rows[] = {
     {"1c[+*C],EIAU", "*", "x", "_", 0, "<X> Ongeldige ingave!!", "c", "C [C] changed"},
     {"1s[],AUE", "", "x", "_", 0, "<X> Ongeldige ingave!!", "<ESC>", " [..] same esc empty", "cancel"},
     {"4s", "ab", "<END>cd", "abcd", 2, "", "<ENTER>", "abcd [abcd.] changed", "edge"},
-};
-
-const Row exit_rows[] = {
+    // Keys that end a field.
     {"6s", "abc", "xy<HOME>", "xy____", 0, "", "<CANCEL>", "abc [abc....] same cancel", "cancel"},
     {"6s", "abc", "xy<CANCEL>", "xy/___", 3, "", "<ENTER>", "xy/ [xy/....] changed", "cancel"},
     {"6s", "abc", "xy", "xy____", 2, "", "<ESC>", "abc [abc....] same esc", "cancel"},
@@ -68,9 +67,7 @@ const Row exit_rows[] = {
     {"6s", "abcdef", "<INTR>", "bcdef_", 0, "", "<ENTER>", "bcdef [bcdef..] changed"},
     {"8D", "28022026", "01", "01-02-26", 3, "", "<ESC>", "28-02-26 [28-02-2026] same esc", "cancel"},
     {"10D", "", "0103", "01-03-____", 6, "", "<ESC>", "  -  - [0] same esc empty", "cancel"},
-};
-
-const Row number_rows[] = {
+    // Numbers.
     {"7l,IEZP", "55", "<ENTER>", "_______", 0, "<> Ingave verplicht", "0<ENTER>", "0 [0] same"},
     {"7l,ZP", "0", "", "_______", 0, "", "<ENTER>", " [0] same empty"},
     {"7l,P", "12", "0<ENTER>", "0______", 0, "<0> Moet ongelijk zijn aan 0", "8<ENTER>", "8 [8] changed"},
@@ -89,9 +86,7 @@ const Row number_rows[] = {
      "-99.99:99.99"},
     {"8B,JEP", "123456", "", "1234.56_", 0, "", "12,3<ENTER>", "   12.30 [1230] changed"},
     {"8B,JEP", "1", "100000<ENTER>", "100000__", 0, "<100000> Alleen 0.01 t/m 99999.99 mogelijk"},
-};
-
-const Row date_rows[] = {
+    // Dates.
     {"8D", "", "1-3-26", "01-03-26", 8, "", "<ENTER>", "01-03-26 [01-03-2026] changed"},
     {"8D", "28022026", "<RIGHT>-", "28-02-26", 3, "", "1-<ENTER>", "28-12-26 [28-12-2026] changed"},
     {"8D", "", "12", "12-__-__", 3, "", "0326<ENTER>", "12-03-26 [12-03-2026] changed"},
@@ -126,9 +121,7 @@ const Row date_rows[] = {
     {"8D", "", "+3<ENTER>", "__-__-__", 0, "<  -  -  > Alleen datum tussen 01-01-1980 en 31-12-2050"},
     {"8D", "01012050", "+400<ENTER>", "05-02-51", 0,
      "<05-02-51> Alleen datum tussen 01-01-1980 en 31-12-2050"},
-};
-
-const Row other_rows[] = {
+    // Answers, hexadecimal digits, texts that scroll, composed characters.
     {"b", "1", "", "J", 0, "", "<ENTER>", "J [1] same"},
     {"b,/E", "1", "-", "N", 1, "", "<ENTER>", "N [0] changed"},
     {"b,I", "1", "<ENTER>", "_", 0, "<> Ingave verplicht", "<HOME><ESC>", "N [0] same esc", "cancel"},
@@ -205,8 +198,7 @@ void finish(Terminal &t, const char *typed, const std::string &result) {
     EXPECT_EQ(t.row(16), "");
 }
 
-template <std::size_t n>
-void run_all(const Row (&rows)[n]) {
+TEST(Field, ShowsWhatIsTypedAndWhatComesOfIt) {
     for (const Row &row : rows) {
         SCOPED_TRACE(std::string(row.format) + " holding '" + row.value + "', typed " + row.typed);
         Terminal t({.program = RVCHK_PROBE, .arguments = {"edit", row.format, row.value, row.more}});
@@ -222,26 +214,6 @@ void run_all(const Row (&rows)[n]) {
             finish(t, row.end, row.result);
         }
     }
-}
-
-TEST(Field, Text) {
-    run_all(text_rows);
-}
-
-TEST(Field, Exits) {
-    run_all(exit_rows);
-}
-
-TEST(Field, Numbers) {
-    run_all(number_rows);
-}
-
-TEST(Field, Dates) {
-    run_all(date_rows);
-}
-
-TEST(Field, AnswersHexadecimalScrollingComposed) {
-    run_all(other_rows);
 }
 
 TEST(Field, EndsByItself) {
