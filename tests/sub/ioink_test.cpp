@@ -186,15 +186,6 @@ TEST_F(PriceStore, SizesWithOnePriceSideBySideShareABlock) {
     EXPECT_EQ(Bytes(ink_block_file).size(), 4 * 40U);
     EXPECT_EQ(stored_prices(0, 0, days - 1), wanted);
 
-    const Bytes file(ink_block_file);
-    const std::size_t at = static_cast<std::size_t>(set.chain.value()) * 40;
-    EXPECT_EQ(file.data.substr(at, 8), std::string(reinterpret_cast<const char *>(&set.key), 8));
-    EXPECT_EQ(file.u32(at + 8), 10U + (price_open_ended << 16));
-    EXPECT_TRUE(file.bit(at + 12, sizes[0]) && file.bit(at + 12, sizes[1]));
-    EXPECT_EQ(file.data.substr(at + 24, 4), "EUR\1");
-    EXPECT_EQ(file.i32(at + 28), 5);
-    EXPECT_EQ(file.i32(at + 32), 4);
-
     // What stands in a block is taken as it is, but a gross price of 0 leaves the size present.
     PriceBlock block{};
     ASSERT_EQ(ink_block_read(set.chain, block, ink_report::fatal), 1);

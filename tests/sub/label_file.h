@@ -3,25 +3,12 @@
 
 #include <cstdio>
 #include <string>
-#include <tuple>
 
 #include "data/data.h"
 #include "support/rounds.h"
 #include "support/scratch_dir.h"
 #include "support/shop_bytes.h"
 #include "tools/shop/shop.h"
-
-inline bool operator==(const eti_rec &a, const eti_rec &b) {
-    const auto fields = [](const eti_rec &r) {
-        return std::make_tuple(
-            std::tie(r.group, r.colour, r.number, r.status, r.size_kind, r.size, r.branch, r.supplier),
-            std::tie(r.date_in, r.date_status, r.date_moved, r.date_sold, r.group_value, r.price, r.amount_b),
-            std::tie(r.amount_c, r.flag_e, r.digit_b, r.digit_s, r.digit_a, r.customer,
-                     r.next_customer_label),
-            std::tie(r.code_m, r.in_transit, r.dest_branch, r.order_number, r.reserved_for, r.is_reserved));
-    };
-    return fields(a) == fields(b);
-}
 
 /// A directory with a system file, and the label file open when a test opens it.
 class LabelFile : public ScratchDir {
@@ -32,11 +19,8 @@ protected:
         unsetenv("ZUV_INTERN");
     }
     void TearDown() override {
-        if (is_open) {
-            eti_file(eti_action::close);
-        }
+        close_shop();
         chk_eti_raw(raw_action::close);
-        iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
         sys_user = 0;
         sys_slot = {};
         sys_settings = {};
@@ -52,7 +36,9 @@ protected:
     }
     /// Ready for the next shop.
     void close_shop() {
-        eti_file(eti_action::close);
+        if (is_open) {
+            eti_file(eti_action::close);
+        }
         iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
         is_open = false;
     }
@@ -80,9 +66,6 @@ protected:
         ASSERT_TRUE(write_shop(shop, ".", shop_target::made, why)) << why;
         open_system();
         open_labels();
-    }
-    void make_plain_shop(int series) {
-        make_shop_with(series, [](Shop &) {});
     }
     static int status_on_file() {
         return static_cast<int>(Bytes(sys_file_name).u8(2640 + 38));
