@@ -1,7 +1,6 @@
 // Reports for tests: a job of any destination, in a directory of its own, with what became of it.
 #pragma once
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -77,26 +76,5 @@ struct Report : ScratchDir {
     static int job_files() {
         std::string pattern = "PR*";
         return FILES_PRESENT(pattern);
-    }
-
-    /// The text of the fatal stop that `action` ends in, run in a process of its own.
-    static std::string fatal_text(const std::function<void()> &action) {
-        put("empty");
-        const pid_t child = fork();
-        if (child == 0) {
-            if (freopen("fatal", "w", stdout) != nullptr && freopen("empty", "r", stdin) != nullptr) {
-                action();
-            }
-            _exit(99);
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        const std::string shown = get("fatal");
-        if (!WIFEXITED(status) || WEXITSTATUS(status) != 1 ||
-            shown.rfind("PROGRAMMA AFGEBROKEN\r\n", 0) != 0) {
-            return "not fatal: " + shown;
-        }
-        const std::size_t start = shown.find('\n') + 1;
-        return shown.substr(start, shown.find('\r', start) - start);
     }
 };

@@ -360,4 +360,40 @@ TEST_F(Run, SlotOfTheUserIsLeftAsItShouldBe) {
     }
 }
 
+// Both mode bits are set, and the labels count as sound at the start of a session.
+TEST_F(Run, MenuLeadsToTheWindowOfUnknownTitles) {
+    make([](Shop &shop) { shop.customers.at(0).title = 17; });
+    run(R"(
+        12      => 16:Er zijn klanten aangetroffen met een titulatuurcode zonder omschrijving.
+                => 17:Hiervan wordt nu een verslag afgedrukt.
+                => 19:U kunt de titulatuurcodes bij deze klanten wijzigen of de omschrijving
+                => 20:toevoegen via Klantenadministratie / Definieren titulatuurcodes.
+                => 22:<ENTER> voor vervolg
+    )");
+}
+
+TEST_F(Run, WithoutTheRebuildProgramTheIndexOfTheCodesStays) {
+    options.customers = 0;
+    options.faults = {"index-ean-swapped"};
+    make();
+    Terminal t = start({.environment = {{"BIN", "/nergens"}}});
+    reach_menu(t);
+    EXPECT_TRUE(
+        t.play("12 => Programma ixreorgk niet gevonden | /nergens/ixreorgk | "
+               "De index van RVEAN is niet hersteld"));
+}
+
+TEST_F(Run, EndedAtAQuestionLeavesNoTemporaryFiles) {
+    options.customers = 0;
+    options.faults = {"ean-series-unknown"};
+    make();
+    Terminal t = start();
+    reach_menu(t);
+    EXPECT_TRUE(t.play("12 => Instore EAN-codes toekennen"));
+    t.send_signal(SIGTERM);
+    EXPECT_EQ(t.wait_exit(), 0);
+    std::string pattern = directory / "TP*";
+    EXPECT_EQ(FILES_PRESENT(pattern), 0) << pattern;
+}
+
 }  // namespace

@@ -1,4 +1,4 @@
-// Locks between processes, and between two handles of one process.
+// Locks between processes and between two handles of one process, messages, scans and limits.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -252,6 +252,87 @@ TEST_F(store_lock, TwoHandlesSeeEachOther) {
     IXCLOSE(handles[0]);
     IXCLOSE(handles[1]);
     EXPECT_EQ(ix_verify("G"), sound);
+}
+
+// ---- What the random operations do not reach: messages, scans, limits
+
+TEST_F(store_lock, ReadOnlyWritesNothing) {
+    ICB *reader = IXOPEN("L", ix_readonly);
+    const bytes before = file_bytes("L.TXT");
+    write_item(reader, 7, 1);
+    ASSERT_EQ(operator_notes, std::vector<std::string>{
+                                  "flash -1|Waarschuwing|IXWRITE op een bestand dat READ-ONLY geopend is"});
+    item i = item_of(1);
+    EXPECT_TRUE(IXREADLOCK(reader, &i));
+    i = item_of(70);
+    EXPECT_FALSE(IXREADLOCK(reader, &i));
+    IXCLOSE(reader);
+    EXPECT_EQ(file_bytes("L.TXT"), before);
+    EXPECT_EQ(ix_verify("L"), sound);
+}
+
+TEST_F(store_lock, ScanOfOneFileAtATime) {
+    delete_item(icb, 4);
+    item i{};
+    std::vector<int> seen;
+    while (IXSEQ(icb, &i)) {
+        seen.push_back(icb->recno);
+        const std::int32_t noted = icb->recno;
+        item other = item_of(1);
+        IXREAD(icb, &other);
+        icb->recno = noted;
+    }
+    EXPECT_EQ(seen, (std::vector<int>{0, 1, 2, 3, 5, 6, 7, 8, 9}));
+    // A scan that is left off does not get into the way of the next file's.
+    EXPECT_TRUE(IXSEQ(icb, &i));
+    ICB *second = IXOPEN("L", ix_shared);
+    int count = 0;
+    while (IXSEQ(second, &i)) {
+        ++count;
+    }
+    EXPECT_EQ(count, 9);
+    EXPECT_TRUE(IXSEQ(icb, &i));
+    IXCLOSE(second);
+    IXCLOSE(icb);  // forgets the scan
+    static int asked;
+    asked = 0;
+    isam_operator.interrupted = [] { return ++asked > 0; };
+    isam_operator.interrupt_reset = [] { asked -= 1000; };
+    icb = IXOPEN("L", ix_shared);
+    EXPECT_TRUE(IXSEQ(icb, &i));
+    EXPECT_EQ(asked, -999);
+    isam_operator.interrupted = [] { return true; };
+    while (IXSEQ(icb, &i)) {
+    }
+    EXPECT_EQ(icb->recno, 9);
+    EXPECT_FALSE(IXSEQ(icb, &i)) << "broken off";
+    EXPECT_EQ(icb->recno, -1);
+}
+
+TEST_F(store_lock, BlockLimit) {
+    const int noted = ix_block_limit;
+    ix_block_limit = icb->nblocks + 5;
+    delete_item(icb, 4);
+    const item i = item_of(10);
+    EXPECT_FALSE(IXWRITE(icb, &i));
+    EXPECT_EQ(operator_notes,
+              std::vector<std::string>{
+                  "flash -1|Waarschuwing|Er kunnen niet meer index records aangemaakt worden !"});
+    IXCLOSE(icb);
+    EXPECT_EQ(ix_verify("L"), sound);
+    operator_notes.clear();
+    operator_answer = 1;
+    EXPECT_EQ(IXCHECK("L"), 1);
+    EXPECT_EQ(operator_notes,
+              std::vector<std::string>{
+                  "flash -2|Waarschuwing|Het bestand L is bijna aan zijn limiet !\nWilt U toch doorgaan "});
+    operator_answer = 0;
+    EXPECT_EXIT(IXCHECK("L"), testing::ExitedWithCode(1), "Het bestand L is bijna aan zijn limiet !");
+    EXPECT_FALSE(IXBLDIX("L"));
+    ix_block_limit = noted;
+    EXPECT_EQ(IXCHECK("L"), -1);
+    EXPECT_TRUE(IXBLDIX("L"));
+    EXPECT_EQ(ix_verify("L"), sound);
 }
 
 }  // namespace

@@ -117,9 +117,6 @@ void Emulator::control_sequence() {
         if (std::sscanf(sequence_.c_str(), "\033[8;%d;%d", &lines, &columns) == 2) {
             take_size(lines, columns);
         }
-    } else if (parameters == "?3" && resizable_) {
-        take_size(lines(), last == 'h' ? 132 : 80);
-        pending_ += "\033[H\033[2J";
     } else {
         pending_ += last == 'm' ? rendition_of(parameters) : sequence_;
     }

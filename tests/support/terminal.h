@@ -38,7 +38,7 @@ struct TerminalOptions {
     std::string terminfo = RVCHK_TERMINFO;
     /// Character set on the line.
     std::string encoding = "UTF-8";
-    /// Whether the window takes the size that the program asks for (CSI 8;rows;cols t, and DECCOLM).
+    /// Whether the window takes the size that the program asks for (CSI 8;rows;cols t).
     bool resizable = true;
 };
 
