@@ -41,6 +41,17 @@ struct pattern_case {
     names no;
 };
 
+template <std::size_t n, class Match>
+void expect_matches(const pattern_case (&cases)[n], const Match &match) {
+    for (const pattern_case &c : cases) {
+        for (const bool wanted : {true, false}) {
+            for (const std::string &name : wanted ? c.yes : c.no) {
+                EXPECT_EQ(match(c.pattern, name), wanted) << c.pattern << " | " << name;
+            }
+        }
+    }
+}
+
 TEST(WalkPattern, Matches) {
     const pattern_case cases[] = {
         {"*", {"A", "x.y", "%s%n", "\xe1\xff"}, {}},
@@ -64,15 +75,9 @@ TEST(WalkPattern, Matches) {
           "B",
           "A \x01 x", "A\x01\n"}},
     };
-    for (const pattern_case &c : cases) {
-        const std::string format = pattern_format(c.pattern);
-        for (const std::string &name : c.yes) {
-            EXPECT_TRUE(format_match(format, name)) << c.pattern << " | " << name;
-        }
-        for (const std::string &name : c.no) {
-            EXPECT_FALSE(format_match(format, name)) << c.pattern << " | " << name;
-        }
-    }
+    expect_matches(cases, [](const char *pattern, const std::string &name) {
+        return format_match(pattern_format(pattern), name);
+    });
     EXPECT_FALSE(format_match("", "A"));
 }
 
@@ -88,14 +93,9 @@ TEST(Wildcard, Matches) {
         {"\x8b", {"\x8b"}, {"\xd8"}},                             // that capital has no way back
         {"*a*a*a*a*a*a*a*a*a*a*b", {}, {std::string(250, 'a')}},  // and soon
     };
-    for (const pattern_case &c : cases) {
-        for (const std::string &name : c.yes) {
-            EXPECT_TRUE(wildcard_match(c.pattern, name.c_str())) << c.pattern << " | " << name;
-        }
-        for (const std::string &name : c.no) {
-            EXPECT_FALSE(wildcard_match(c.pattern, name.c_str())) << c.pattern << " | " << name;
-        }
-    }
+    expect_matches(cases, [](const char *pattern, const std::string &name) {
+        return wildcard_match(pattern, name.c_str());
+    });
 }
 
 struct Walk : ScratchDir {};
@@ -162,30 +162,6 @@ TEST_F(Walk, EveryWayOutComesHome) {
         EXPECT_EQ(std::filesystem::current_path(), path) << c.pattern;
     }
     EXPECT_EQ(lowest_free_fd(), fd) << "no descriptor is left open";
-}
-
-TEST_F(Walk, NestsWhileFilesComeAndGo) {
-    put("A1");
-    put("A2");
-    std::string text;
-    for (int depth = 0; depth < 3; depth++) {
-        text = "none";
-        EXPECT_FALSE(DIRECTORY(dir_action::open, text)) << "nothing found takes no place";
-        text = "A*";
-        ASSERT_TRUE(DIRECTORY(dir_action::open, text));
-        EXPECT_TRUE(DIRECTORY(dir_action::next, text));
-        EXPECT_EQ(text, "A1");
-    }
-    put("A3");
-    unlink("A2");
-    ASSERT_EQ(mkdir("elsewhere", 0700) + chdir("elsewhere"), 0);
-    for (int depth = 0; depth < 3; depth++) {
-        EXPECT_TRUE(DIRECTORY(dir_action::next, text)) << "each walk has a place of its own";
-        EXPECT_EQ(text, "A2");
-        EXPECT_FALSE(DIRECTORY(dir_action::next, text));
-        EXPECT_TRUE(DIRECTORY(dir_action::close, text));
-    }
-    EXPECT_FALSE(DIRECTORY(dir_action::next, text));
 }
 
 }  // namespace

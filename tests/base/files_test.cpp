@@ -1,10 +1,8 @@
 #include "base/files.h"
 
-#include <pty.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <termios.h>
 
 #include <cerrno>
 #include <climits>
@@ -288,25 +286,6 @@ TEST_F(Files, LocksBetweenProcesses) {
     EXPECT_FALSE(file_lock(T, fd, 0, 1));
     EXPECT_EQ(file_lock_holder(fd, 0, 1), 0);
     EXPECT_EQ(lock_range(fd, 3, 1), -1) << "no endless wait on a closed descriptor";
-}
-
-TEST(Terminal, EchoGoesAndComesBack) {
-    EXPECT_TRUE(elsewhere([] {
-        int master = -1;
-        int slave = -1;
-        if (openpty(&master, &slave, nullptr, nullptr, nullptr) != 0 || dup2(slave, 0) != 0) {
-            return false;
-        }
-        const auto echoes = [] {
-            termios now{};
-            return tcgetattr(0, &now) == 0 && (now.c_lflag & ECHO) != 0;
-        };
-        const bool first = echoes();
-        tty_noecho();
-        const bool second = echoes();
-        tty_restore();
-        return first && !second && echoes();
-    }));
 }
 
 TEST(Terminal, ClosesCharacterDevicesOnly) {

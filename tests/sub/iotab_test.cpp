@@ -6,7 +6,6 @@
 
 #include "base/base.h"
 #include "data/batch_lock.h"
-#include "data/iofil.h"
 #include "support/other_process.h"
 #include "support/scratch_dir.h"
 
@@ -156,32 +155,6 @@ TEST_F(SystemFile, BatchLockIsAByteForKindAndUser) {
     EXPECT_TRUE(batch_lock(1, false));
     batch_unlock(1);
     EXPECT_EXIT(batch_lock(16, false), testing::ExitedWithCode(1), "");
-}
-
-// Names are scrambled on file, the head office has that of row 1.
-TEST_F(SystemFile, BranchFileKeepsNamesInItsOwnForm) {
-    put("RVFILGEG.TXT", std::string(3 * sizeof(BranchRecord), '\1'));
-    std::strcpy(sys_settings.company, "Schoenhuis");
-    sys_settings.branches = 2;
-    BranchRecord branch{};
-    iofil(fil_action::open, 0, branch);
-    for (const int number : {0, 1, 2}) {
-        ASSERT_EQ(iofil(fil_action::read, number, branch), 1);
-        std::memset(branch.name, 0, sizeof branch.name);
-        std::strcpy(branch.name, ("Filiaal " + std::to_string(number)).c_str());
-        EXPECT_EQ(iofil(fil_action::write, number, branch), 1);
-    }
-    const char *expected[] = {"Filiaal 0", "Filiaal 1", "Schoenhuis"};
-    for (const int number : {0, 1, 2}) {
-        ASSERT_EQ(iofil(fil_action::read, number, branch), 1);
-        EXPECT_STREQ(branch.name, expected[number]);
-        EXPECT_EQ(branch.carried_600[11], 1);
-    }
-    const std::string on_file = get("RVFILGEG.TXT");
-    EXPECT_EQ(on_file.find("Filiaal"), std::string::npos);
-    EXPECT_EQ(on_file.substr(0, 32), std::string(32, '\0')) << "the head office has no name on file";
-    EXPECT_EXIT(iofil(fil_action::read, 3, branch), testing::ExitedWithCode(1), "");
-    iofil(fil_action::close, 0, branch);
 }
 
 }  // namespace
