@@ -5,6 +5,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 #include "base/catalog.h"
 
@@ -137,7 +138,11 @@ void op_in_use(const char *text) {
 }
 
 bool op_due(std::chrono::steady_clock::time_point &last) {
-    const auto now = std::chrono::steady_clock::now();
+    // Asked for each record: the coarse clock costs a fraction, and some milliseconds can't be seen.
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
+    const std::chrono::steady_clock::time_point now(std::chrono::seconds(time.tv_sec) +
+                                                    std::chrono::nanoseconds(time.tv_nsec));
     if (now - last < std::chrono::milliseconds(50)) {
         return false;
     }

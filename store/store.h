@@ -10,6 +10,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 
 #include "base/file_view.h"
 #include "base/files.h"
@@ -204,6 +205,15 @@ extern void (*ix_lock_wait)(ICB *icb);
 enum class cache_action : char { init = 'I', finish = 'F', read = 'R', write = 'W' };
 /// The block cache of bulk work in exclusive mode; one ICB at a time.
 int IOCACHE(cache_action action, ICB *icb, int block);
+enum class ix_proof : std::uint8_t {
+    none,    ///< nothing is proven: look each record up
+    proven,  ///< every search for a live record ends at that record
+    stopped  ///< by `step`
+};
+/// Walks through the tree of a key, which takes much less than a search for each record. With `parts`,
+/// searches are for that many first segments, and no two records may agree in them. `step` hears how many
+/// entries were passed, and gives false to stop.
+ix_proof ix_prove(ICB *icb, int key, int parts, const std::function<bool(std::int32_t)> &step);
 /// Number of records in the free chain when the pair is sound; -1 when it is not sound or not there.
 std::int32_t IXCHECK(const char *name);
 /// True when a program died during an update or a rebuild of the pair. Waits while one is at work.

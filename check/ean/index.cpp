@@ -1,8 +1,9 @@
 // The index of the EAN codes, and sizes with two codes.
 //
-//   1  Each record is looked up by each of its keys, first all by the one and then all by the other. A search
-//      that ends elsewhere is a fault; on the key of the size the other record may be a second code, so both
-//      are listed.
+//   1  One walk through the tree of a key proves that each search ends well, where that is so. Where it
+//   isn't,
+//      each record is looked up by that key. A search that ends elsewhere is a fault; on the key of the size
+//      the other record may be a second code, so both are listed.
 //   2  Of the listed records of one size the last by date and code is taken off the list; the others are
 //      deleted.
 //   3  After any fault the index is rebuilt.
@@ -42,12 +43,17 @@ void list_double(double_list &doubles, const EanRecord &record, std::int32_t pla
     doubles.add(item);
 }
 
-/// Where the search for a record by the current key ends; -1 when it finds nothing. Records of one size count
-/// as equal.
+/// By how many segments records are searched for, 0 for the whole key. Records of one size count as equal.
+int search_parts(const ICB *file, int key) {
+    const ix_plan &plan = file->plan[key - 1];
+    return key == ean_by_size && plan.dups ? plan.nsegs : 0;
+}
+
+/// Where the search for a record by the current key ends; -1 when it finds nothing.
 std::int32_t search(ICB *file, int key, std::int32_t place, const EanRecord &record) {
     file->recno = place;
-    const bool by_parts = key == ean_by_size && file->plan[key - 1].dups;
-    const bool found = by_parts ? IXFINDP(file, &record, file->plan[key - 1].nsegs) : IXFIND(file, &record);
+    const int parts = search_parts(file, key);
+    const bool found = parts > 0 ? IXFINDP(file, &record, parts) : IXFIND(file, &record);
     return found ? std::int32_t{file->recno} : -1;
 }
 
@@ -71,21 +77,35 @@ void look_up(ICB *file, int key, std::int32_t place, double_list &doubles, std::
     }
 }
 
-/// Looks each record up by each key; key by key, since records that follow each other are neighbours in the
-/// index, too. False when the operator cancelled.
-bool find_faults(ICB *file, double_list &doubles, std::uint32_t &faults) {
+/// Proves a key, or looks each record up by it. False when the operator cancelled.
+bool find_faults_of_key(ICB *file, int key, double_list &doubles, std::uint32_t &faults) {
     const std::int32_t records = file->nrecs;
-    chk_phase("RVEAN.INX", static_cast<std::uint32_t>(records));
+    const auto show = [&](std::int32_t done) {
+        const std::int64_t all = std::int64_t{records} * (key - 1) + done;
+        chk_progress(static_cast<std::uint32_t>(all / file->nkeys), static_cast<std::uint32_t>(records),
+                     chk_bar::step);
+        return !op_interrupted();
+    };
+    const ix_proof proof = ix_prove(file, key, search_parts(file, key), show);
+    if (proof != ix_proof::none) {
+        return proof == ix_proof::proven;
+    }
+    IXSWITCH(file, key);
+    bool going_on = true;
+    for (std::int32_t place = 0; place < records && going_on; place++) {
+        going_on = show(place + 1);
+        look_up(file, key, place, doubles, faults);
+    }
+    return going_on;
+}
+
+/// Key by key, since records that follow each other are neighbours in the index, too. False when the operator
+/// cancelled.
+bool find_faults(ICB *file, double_list &doubles, std::uint32_t &faults) {
+    chk_phase("RVEAN.INX", static_cast<std::uint32_t>(std::int32_t{file->nrecs}));
     bool going_on = true;
     for (int key = 1; key <= file->nkeys && going_on; key++) {
-        IXSWITCH(file, key);
-        const std::int64_t before = std::int64_t{records} * (key - 1);
-        for (std::int32_t place = 0; place < records && going_on; place++) {
-            chk_progress(static_cast<std::uint32_t>((before + place + 1) / file->nkeys),
-                         static_cast<std::uint32_t>(records), chk_bar::step);
-            going_on = !op_interrupted();
-            look_up(file, key, place, doubles, faults);
-        }
+        going_on = find_faults_of_key(file, key, doubles, faults);
     }
     IXSWITCH(file, by_code);
     chk_progress(0, 0, chk_bar::close);

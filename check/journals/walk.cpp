@@ -43,22 +43,21 @@ const code_rule *rule_of(char code) {
 /// The next `size` bytes, which stay in place until the next call. Null when the journal ends before that or
 /// can't be read; the walk has then ended.
 std::uint8_t *take(journal_walk &walk, std::size_t size) {
-    if (walk.buffer.size() - walk.buffer_used < size) {
+    if (walk.buffer_filled - walk.buffer_used < size) {
         const std::int64_t at = walk.buffer_at + static_cast<std::int64_t>(walk.buffer_used);
-        walk.buffer.resize(buffer_size);
-        const ssize_t got = file_read_at(walk.fd, walk.buffer.data(), buffer_size, at);
-        walk.buffer.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
+        const ssize_t got = file_read_at(walk.fd, walk.buffer.get(), buffer_size, at);
+        walk.buffer_filled = got < 0 ? 0 : static_cast<std::size_t>(got);
         walk.buffer_at = at;
         walk.buffer_used = 0;
         if (got < 0) {
             walk.error = errno;
             walk.end = journal_end::unreadable;
         }
-        if (walk.buffer.size() < size) {
+        if (walk.buffer_filled < size) {
             return nullptr;
         }
     }
-    std::uint8_t *bytes = walk.buffer.data() + walk.buffer_used;
+    std::uint8_t *bytes = walk.buffer.get() + walk.buffer_used;
     walk.buffer_used += size;
     return bytes;
 }
@@ -151,7 +150,10 @@ bool journal_may_follow(char code, char previous) {
 }
 
 void journal_begin(journal_walk &walk, int fd, std::int32_t (*next_number)()) {
+    std::unique_ptr<std::uint8_t[]> buffer = std::move(walk.buffer);
     walk = {};
+    walk.buffer =
+        buffer != nullptr ? std::move(buffer) : std::make_unique_for_overwrite<std::uint8_t[]>(buffer_size);
     walk.fd = fd;
     walk.next_number = next_number;
 }

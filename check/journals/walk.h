@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
@@ -65,8 +66,9 @@ struct journal_walk {
     std::vector<std::uint32_t> new_numbers;  ///< handed out, in the order of the journal
     std::size_t used_numbers = 0;
     int orders_in_row = 0;
-    std::vector<std::uint8_t> buffer;
+    std::unique_ptr<std::uint8_t[]> buffer;
     std::int64_t buffer_at = 0;
+    std::size_t buffer_filled = 0;
     std::size_t buffer_used = 0;
 };
 
