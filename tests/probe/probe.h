@@ -1,4 +1,4 @@
-// Scenes that the tests of screen/ and print/ play in a terminal, each a function of the program `probe`.
+// Scenes that the tests of screen/, print/ and run/ play in a terminal, each a function of the program `probe`.
 #pragma once
 
 #include "screen/screen.h"
@@ -13,5 +13,7 @@ struct named_scene {
     scene play;
 };
 void edit(char **arguments);
-extern const named_scene screen_scenes[15];
+/// All fields, notices and questions of the operator of the terminal program, one after another.
+void operator_scene(char **arguments);
+extern const named_scene screen_scenes[16];
 extern const named_scene print_scenes[7];

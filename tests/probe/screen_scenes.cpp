@@ -305,8 +305,9 @@ void anything(char **) {
 
 }  // namespace
 
-const named_scene screen_scenes[15] = {
+const named_scene screen_scenes[16] = {
     {"edit", edit},
+    {"operator", operator_scene},
     {"placing", placing},
     {"stack", stack},
     {"sizes", sizes},
