@@ -128,6 +128,8 @@ TEST_F(Preview, CopiesAndHeadLines) {
         K                => Kopregels
         4<ENTER>         => 4,1 reverse | 5,1 -reverse | 4=p1 r3. | 5=p1 r4.
         <ENTER>          => 4=p1 r3. | 5=p1 r24.
+        <F12>            => Kopregels (4)
+        <ESC>            => !PrintMenu
         <F4>             => Aantal Afdrukken
         21<ENTER><ESC>   => !Aantal Afdrukken
         <F4>             => Aantal Afdrukken

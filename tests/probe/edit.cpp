@@ -79,8 +79,13 @@ void edit(char **arguments) {
     variable v;
     load(v, type, std::max(std::atoi(format), 1), arguments[1]);
     const std::string keys = arguments[2];
-    for (const auto &[name, slot] :
-         {std::pair{"cancel", K_CANCEL}, {"up", K_UP}, {"down", K_DOWN}, {"tab", K_TAB}, {"help", K_HELP}}) {
+    for (const auto &[name, slot] : {std::pair{"cancel", K_CANCEL},
+                                     {"up", K_UP},
+                                     {"down", K_DOWN},
+                                     {"tab", K_TAB},
+                                     {"help", K_HELP},
+                                     {"function", K_F5},
+                                     {"function", K_F12}}) {
         if (keys.find(name) != std::string::npos) {
             key_allow(slot);
         }

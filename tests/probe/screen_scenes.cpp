@@ -233,6 +233,9 @@ void bars(char **) {
     hold();
     progress(5, 0, 0, nullptr);
     hold();
+    progress(0, 0, 40, " tweede ");
+    progress(1, 20, 40, nullptr);
+    hold();
 }
 
 void long_check(char **) {

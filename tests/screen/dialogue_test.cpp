@@ -76,10 +76,10 @@ TEST(Help, ExplainsTheFormat) {
         {"3d,P", "",
          "Er wordt ingave van een getal  verwacht/U mag  3  posities vullen//Alle cijfers  toegestaan/////"
          "Bereik : 1 t/m 999/"},
-        {"6.2f,EZPN", "up tab cancel",
+        {"6.2f,EZPN", "up tab cancel function",
          "Er wordt ingave van een getal  verwacht/U moet  6  posities vullen , waarvan   2  cijfers na de "
          "komma//Alle cijfers  toegestaan//De volgende functietoetsen zijn toe te passen :/"
-         "Cursor Up, Tab, CANCEL//Bereik : -99.99 t/m 999.99/"},
+         "Cursor Up, Tab, CANCEL/F5, F12/Bereik : -99.99 t/m 999.99/"},
         {"1c[+*C],EIAU", "",
          "Er wordt ingave van een tekst  verwacht/U moet  1  posities vullen//* + C   toegestaan//////"},
         {"1c[^.,]", "",
@@ -195,6 +195,8 @@ TEST(Prompts, ProgressBars) {
     EXPECT_EQ(reversed(25), 40);
     EXPECT_TRUE(t.play("x<.> => 25="));
     EXPECT_TRUE(t.cursor().visible);
+    EXPECT_TRUE(t.play("x<.> => 22: tweede "));
+    EXPECT_EQ(reversed(23), 39) << "it begins anew";
 }
 
 TEST(Menu, ChoosesByNumberAndByArrows) {

@@ -134,6 +134,7 @@ const Row rows[] = {
     {"20.5S", "abcdefghij", "", "abcde→", 0, ""},
     {"20.5S", "abcdefghij", "<END><RIGHT><RIGHT>", "←fghij", 5, "", "<ENTER>",
      "abcde [abcdefghij...........] same"},
+    {"20.5S", "abcdefghij", "<RIGHT><RIGHT><RIGHT><RIGHT><RIGHT><RIGHT><RIGHT>", "←defgh→", 4, ""},
     {"20.5S,S", "abcdefghij", "", "_____", 0, "", "<END><ENTER>", " [abcdefghij...........] same"},
     {"20.6S", "abcdefghij", "<END><LEFT><LEFT><LEFT><LEFT><LEFT><LEFT>", "←cdefgh→", 2, "", "<HOME><ENTER>",
      "abcdef [abcdefghij...........] same"},
@@ -141,7 +142,7 @@ const Row rows[] = {
     {"6s", "", "a<F11>e\"<ENTER>", "aë____", 2, "", "<ENTER>", "aë [aë.....] changed"},
     {"6s", "", "<F11>1/4<ENTER>", "¼_____", 1, "", "<F11>65<ENTER><ENTER>", "¼A [¼A.....] changed"},
     {"6s", "ab", "<F11>e#<ENTER>", "ab____", 0, "Ongeldige toets", "<F11><ESC><ENTER>", "ab [ab.....] same"},
-    {"6s", "ab", "<F11>265<ENTER>", "ab____", 0, "Ongeldige toets", "<F11>x<BACKSPACE>ss<ENTER><ENTER>",
+    {"6s", "ab", "<F11>265<ENTER>", "ab____", 0, "Ongeldige toets", "<F11>ssx<BACKSPACE><ENTER><ENTER>",
      "ß [ß......] changed"},
     {"6l", "5", "<F11>", "5_____", 0, "Ongeldige toets", "<ENTER>", "5 [5] same"},
     // Letters outside the character set are refused, others arrive.

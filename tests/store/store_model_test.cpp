@@ -343,7 +343,11 @@ struct run {
         }
         const std::int32_t n = icb->recno;
         const bytes read = area;
+        IXSWITCH(icb, 1 + below(icb->nkeys));
+        const int k = icb->blk.bkey;
+        icb->recno = n;
         ASSERT_FALSE(IXDELETE(icb, area.data()));
+        ASSERT_EQ(icb->blk.bkey, k);
         model.erase(n);
         // Neither the record that is gone already nor another one is deleted.
         icb->recno = below(2) == 0 ? n : below(slots());

@@ -292,7 +292,15 @@ TEST_F(store_open, NamesAndModes) {
     EXPECT_TRUE(ix_remove("a.b/KLANTENEXTRA"));
     EXPECT_FALSE(file_exists("a.b/KLANTENEXTRA.TXT"));
 
-    EXPECT_EXIT(IXREAD(nullptr, nullptr), stopped, "IXREAD : ICB == NULL");
+    const std::pair<const char *, void (*)()> without_file[] = {
+        {"IXREAD", [] { IXREAD(nullptr, nullptr); }},      {"IXFIND", [] { IXFIND(nullptr, nullptr); }},
+        {"IXNEXT", [] { IXNEXT(nullptr, nullptr); }},      {"IXPREVR", [] { IXPREVR(nullptr, nullptr, 0); }},
+        {"IXWRITE", [] { IXWRITE(nullptr, nullptr); }},    {"IXDELETE", [] { IXDELETE(nullptr, nullptr); }},
+        {"IXFINDP", [] { IXFINDP(nullptr, nullptr, 1); }}, {"IXSEQ", [] { IXSEQ(nullptr, nullptr); }},
+    };
+    for (const auto &[name, operation] : without_file) {
+        EXPECT_EXIT(operation(), stopped, std::string(name) + " : ICB == NULL");
+    }
     EXPECT_EXIT(IXOPEN("NIETS", ix_shared), stopped, "QBISAM\\(2\\): NIETS.TXT ");
     EXPECT_EXIT(IXCREATE("geen/map", ix_exclusive), stopped, "File create mislukt : geen/map.INX");
     EXPECT_EXIT(IXCREATE("geen/map", ix_exclusive | ix_data_first), stopped,
