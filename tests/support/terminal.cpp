@@ -20,7 +20,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // A clean environment, so that what the developer has set does not change what a test sees.
-std::vector<std::string> environment_of(const TerminalOptions &options) {
+void set_environment(const TerminalOptions &options) {
     std::map<std::string, std::optional<std::string>> all = options.environment;
     for (const char *name : {"PATH", "HOME", "TMPDIR", "TZ", "LD_LIBRARY_PATH", "ASAN_OPTIONS",
                              "UBSAN_OPTIONS", "LSAN_OPTIONS", "LLVM_PROFILE_FILE"}) {
@@ -31,22 +31,12 @@ std::vector<std::string> environment_of(const TerminalOptions &options) {
     all.emplace("TERM", options.term);
     all.emplace("TERMINFO", options.terminfo);
     all.emplace("LC_ALL", "C.UTF-8");
-    std::vector<std::string> strings;
+    clearenv();
     for (const auto &[name, value] : all) {
         if (value) {
-            strings.push_back(name + "=" + *value);
+            setenv(name.c_str(), value->c_str(), 1);
         }
     }
-    return strings;
-}
-
-std::vector<char *> pointers_of(std::vector<std::string> &strings) {
-    std::vector<char *> pointers;
-    for (std::string &string : strings) {
-        pointers.push_back(string.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 winsize size_of(int lines, int columns) {
@@ -64,8 +54,11 @@ Terminal::Terminal(const TerminalOptions &given)
       keys_(key_bytes(given.term, given.terminfo)) {
     std::vector<std::string> words = given.arguments;
     words.insert(words.begin(), given.program);
-    std::vector<std::string> settings = environment_of(given);
-    const std::vector<char *> arguments = pointers_of(words), environment = pointers_of(settings);
+    std::vector<char *> arguments;
+    for (std::string &word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
     winsize size = size_of(given.lines, given.columns);
     pid_ = forkpty(&line_, nullptr, nullptr, &size);
     if (pid_ == 0) {
@@ -73,7 +66,8 @@ Terminal::Terminal(const TerminalOptions &given)
             signal(number, SIG_DFL);
         }
         if (chdir(given.directory.c_str()) == 0) {
-            execve(arguments[0], arguments.data(), environment.data());
+            set_environment(given);
+            execv(arguments[0], arguments.data());
         }
         _exit(127);
     }
