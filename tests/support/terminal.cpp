@@ -39,18 +39,12 @@ void set_environment(const TerminalOptions &options) {
     }
 }
 
-winsize size_of(int lines, int columns) {
-    winsize size{};
-    size.ws_row = static_cast<unsigned short>(lines);
-    size.ws_col = static_cast<unsigned short>(columns);
-    return size;
-}
-
 }  // namespace
 
 Terminal::Terminal(const TerminalOptions &given)
-    : Emulator(given.lines, given.columns, given.encoding, given.resizable),
-      options_(given),
+    : options_(given),
+      vterm_(vterm_new(given.lines, given.columns)),
+      screen_(vterm_obtain_screen(vterm_)),
       keys_(key_bytes(given.term, given.terminfo)) {
     std::vector<std::string> words = given.arguments;
     words.insert(words.begin(), given.program);
@@ -59,7 +53,13 @@ Terminal::Terminal(const TerminalOptions &given)
         arguments.push_back(word.data());
     }
     arguments.push_back(nullptr);
-    winsize size = size_of(given.lines, given.columns);
+    vterm_set_utf8(vterm_, 1);
+    vterm_screen_set_callbacks(screen_, &callbacks, this);
+    vterm_screen_enable_altscreen(screen_, 1);
+    vterm_screen_reset(screen_, 1);
+    winsize size{};
+    size.ws_row = static_cast<unsigned short>(given.lines);
+    size.ws_col = static_cast<unsigned short>(given.columns);
     pid_ = forkpty(&line_, nullptr, nullptr, &size);
     if (pid_ == 0) {
         for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
@@ -74,10 +74,6 @@ Terminal::Terminal(const TerminalOptions &given)
     EXPECT_GT(pid_, 0) << "no pseudo-terminal: " << strerror(errno);
     fcntl(line_, F_SETFD, FD_CLOEXEC);
     fcntl(line_, F_SETFL, O_NONBLOCK);
-    on_resize = [this](int lines, int columns) {
-        const winsize taken = size_of(lines, columns);
-        ioctl(line_, TIOCSWINSZ, &taken);
-    };
 }
 
 Terminal::~Terminal() {
@@ -89,6 +85,7 @@ Terminal::~Terminal() {
     if (line_ >= 0) {
         close(line_);
     }
+    vterm_free(vterm_);
 }
 
 /// Shows what the program has written, after waiting for it at most so long.
@@ -116,10 +113,6 @@ std::string Terminal::dump() const {
         out << (line < 10 ? "  " : " ") << line << "|" << row(line) << "\n";
     }
     return out.str();
-}
-
-void Terminal::type(std::string_view text) {
-    send(encode(std::string(text)));
 }
 
 void Terminal::send(std::string_view bytes) {
@@ -204,7 +197,6 @@ int Terminal::wait_exit(Patience patience) {
 void Terminal::resize(int lines, int columns) {
     take_output(0);
     set_size(lines, columns);
-    on_resize(lines, columns);
 }
 
 void Terminal::send_signal(int signal) {
