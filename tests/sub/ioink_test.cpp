@@ -53,10 +53,6 @@ protected:
     }
     void TearDown() override {
         ink_close();
-        mtclose(session_sizes);
-        session_sizes = nullptr;
-        IXCLOSE(chk_files.rvmaat);
-        chk_files.rvmaat = nullptr;
         LabelFile::TearDown();
     }
 
