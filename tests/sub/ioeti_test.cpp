@@ -14,27 +14,27 @@ namespace {
 TEST_F(LabelFile, FieldsShareWordsInDecimal) {
     make_empty();
     open_labels();
-    eti_rec rec;
-    rec.status = label_sold;
-    rec.price = 12345;
-    rec.digit_a = 6;
-    rec.amount_b = 77;
-    rec.digit_b = 9;
-    rec.amount_c = 1999;
-    rec.flag_e = 2;
-    rec.code_m = 34;
-    rec.customer = 567;
-    rec.next_customer_label = 11;
-    rec.size = 38;
-    rec.digit_s = 5;
-    rec.branch = 2;
-    rec.supplier = 258;
-    rec.date_in = 1;
-    rec.date_moved = 2;
-    rec.date_sold = 3;
-    rec.is_reserved = 1;  // means nothing once sold
-    rec.group_value = 19;
-    rec.order_number = 76;
+    // A reservation means nothing once the label is sold.
+    eti_rec rec{.status = label_sold,
+                .size = 38,
+                .branch = 2,
+                .supplier = 258,
+                .date_in = 1,
+                .date_moved = 2,
+                .date_sold = 3,
+                .group_value = 19,
+                .price = 12345,
+                .amount_b = 77,
+                .amount_c = 1999,
+                .flag_e = 2,
+                .digit_b = 9,
+                .digit_s = 5,
+                .digit_a = 6,
+                .customer = 567,
+                .next_customer_label = 11,
+                .code_m = 34,
+                .order_number = 76,
+                .is_reserved = 1};
     LabelBlock block{};
     eti_pack(rec, block, 0);
     put("entry", std::string(reinterpret_cast<const char *>(block.slots), sizeof(LabelEntry)));
@@ -65,10 +65,7 @@ TEST_F(LabelFile, MarkOfTransitNeedsTransit) {
         transit.in_use = static_cast<std::uint16_t>(in_use);
         iotab_row(tab_action::write, row_transit, transit);
         open_labels();
-        eti_rec rec;
-        rec.status = label_stock;
-        rec.in_transit = 1;
-        rec.dest_branch = 4;
+        eti_rec rec{.status = label_stock, .in_transit = 1, .dest_branch = 4};
         eti_pack(rec, block, 0);
         eti_file(eti_action::close);
         is_open = false;
