@@ -95,9 +95,7 @@ TEST(Screen, EndsOnTheLastLineWithAllOfTheWindowScrolling) {
     }
 }
 
-struct ScreenFiles : ScratchDir {};
-
-TEST_F(ScreenFiles, MissingWideDescriptionFallsBackOnTheNormalOne) {
+TEST_F(ScratchDir, MissingWideDescriptionFallsBackOnTheNormalOne) {
     fs::create_directories("X");
     fs::copy_file(fs::path(RVCHK_TERMINFO) / "X" / "Xterm", "X/Xterm");
     TerminalOptions options = scene("sizes");
