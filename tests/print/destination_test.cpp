@@ -260,7 +260,6 @@ TEST_F(Destination, PrinterFilesAreMended) {
     } damage[] = {
         {"none", [] {}},
         {"no index", [] { file_delete("TR_PTRG.INX"); }},
-        {"an empty index", [] { put("TR_PTRC.INX"); }},
         {"an index that is no index", [] { put("TR_PTRP.INX", std::string(2048, 'x')); }},
         {"an index cut", [] { fs::resize_file("TR_PTRG.INX", 1000); }},
         {"an update broken off",

@@ -210,20 +210,15 @@ TEST_F(LabelFile, BlockThatTheDiskRefusesStopsTheProgram) {
     EXPECT_EQ(chk_eti_raw(static_cast<raw_action>('A'), 0, block), 1);
 }
 
-TEST_F(LabelFile, HighestBlockFollowsTheDigits) {
-    const std::pair<int, std::int32_t> digits[] = {{6, 99999},  {7, 999999}, {8, 2999999},
-                                                   {0, 999999}, {9, 999999}, {255, 999999}};
-    for (const auto &[count, highest] : digits) {
-        sys_country.label_digits = static_cast<std::uint8_t>(count);
-        EXPECT_EQ(eti_max_block(), highest) << count;
-    }
-}
-
-TEST(SeriesKeys, RangesTextsAndStamps) {
+TEST(SeriesKeys, RangesTextsBlocksAndStamps) {
     EXPECT_TRUE(chk_key_valid(1, 1, 1) && chk_key_valid(99999, 999, 9999));
     EXPECT_FALSE(chk_key_valid(0, 1, 1) || chk_key_valid(1, 0, 1) || chk_key_valid(1, 1, 0));
     EXPECT_FALSE(chk_key_valid(100000, 1, 1) || chk_key_valid(1, 1000, 1) || chk_key_valid(1, 1, 10000));
     EXPECT_EQ(ser_text(4294967295, 65535, 65535), "4294967295.655");
+    for (const auto &[digits, highest] :
+         {std::pair{6, 99999}, {8, 2999999}, {7, 999999}, {0, 999999}, {255, 999999}}) {
+        EXPECT_EQ(label_highest_block(digits), highest) << digits;
+    }
     EXPECT_EQ(stamp_of_day(day_1980), 0);
     EXPECT_EQ(stamp_of_day(date_from_str("02012000")), (20 * 365 + 5 + 1) * 86400);
     EXPECT_EQ(day_of_stamp(86399), day_1980);

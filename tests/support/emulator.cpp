@@ -117,9 +117,7 @@ void Terminal::control_sequence() {
 
 void Terminal::set_size(int lines, int columns) {
     vterm_set_size(vterm_, lines, columns);
-    winsize size{};
-    size.ws_row = static_cast<unsigned short>(lines);
-    size.ws_col = static_cast<unsigned short>(columns);
+    const winsize size{static_cast<unsigned short>(lines), static_cast<unsigned short>(columns), 0, 0};
     ioctl(line_, TIOCSWINSZ, &size);
 }
 

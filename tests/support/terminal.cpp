@@ -57,9 +57,7 @@ Terminal::Terminal(const TerminalOptions &given)
     vterm_screen_set_callbacks(screen_, &callbacks, this);
     vterm_screen_enable_altscreen(screen_, 1);
     vterm_screen_reset(screen_, 1);
-    winsize size{};
-    size.ws_row = static_cast<unsigned short>(given.lines);
-    size.ws_col = static_cast<unsigned short>(given.columns);
+    winsize size{static_cast<unsigned short>(given.lines), static_cast<unsigned short>(given.columns), 0, 0};
     pid_ = forkpty(&line_, nullptr, nullptr, &size);
     if (pid_ == 0) {
         for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
