@@ -17,7 +17,6 @@ namespace {
 std::deque<int> replay;
 bool replay_on = false;
 bool interrupt = false;
-bool macros_on = true;
 
 int start_macro(int key) {
     if (key == 'r' || key == 'i') {
@@ -43,10 +42,9 @@ int next_key() {
 }
 
 void connect_macros() {
-    macros.enabled = [] { return macros_on; };
-    macros.enable = [] { macros_on = true; };
-    macros.disable = [] { macros_on = false; };
-    macros.replaying = [] { return replay_on && macros_on; };
+    macros.enabled = [] { return true; };
+    macros.enable = macros.disable = [] {};
+    macros.replaying = [] { return replay_on; };
     macros.keys_left = [] { return !replay.empty(); };
     macros.next_key = next_key;
     macros.push = [](int key) { replay.push_front(key); };

@@ -127,9 +127,6 @@ void characters(char **) {
 
 /// What the key reader does with its queue and with what waits.
 void keys(char **) {
-    key_allow(512);
-    key_allow(-1);
-    scr_text(A_BOLD, 1, 1, "buiten het masker %d", key_allowed(512) || key_allowed(-1));
     key_unget('1');
     key_unget('2');
     const int last = key_get(win_current());

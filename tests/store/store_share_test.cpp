@@ -165,7 +165,6 @@ TEST_F(store_share, WritersAndReaders) {
         waitpid(children[number], &status, 0);
         EXPECT_EQ(status, 0) << "process " << number;
         EXPECT_GT(state->done[number], 0);
-        RecordProperty("turns" + std::to_string(number), std::to_string(state->done[number]));
     }
     EXPECT_EQ(ix_verify("S"), sound);  // unique keys, and nothing reserved
     icb = IXOPEN("S", ix_exclusive);

@@ -14,27 +14,27 @@ namespace {
 TEST_F(LabelFile, FieldsShareWordsInDecimal) {
     make_empty();
     open_labels();
-    eti_rec rec;
-    rec.status = label_sold;
-    rec.price = 12345;
-    rec.digit_a = 6;
-    rec.amount_b = 77;
-    rec.digit_b = 9;
-    rec.amount_c = 1999;
-    rec.flag_e = 2;
-    rec.code_m = 34;
-    rec.customer = 567;
-    rec.next_customer_label = 11;
-    rec.size = 38;
-    rec.digit_s = 5;
-    rec.branch = 2;
-    rec.supplier = 258;
-    rec.date_in = 1;
-    rec.date_moved = 2;
-    rec.date_sold = 3;
-    rec.is_reserved = 1;  // means nothing once sold
-    rec.group_value = 19;
-    rec.order_number = 76;
+    // A reservation means nothing once the label is sold.
+    eti_rec rec{.status = label_sold,
+                .size = 38,
+                .branch = 2,
+                .supplier = 258,
+                .date_in = 1,
+                .date_moved = 2,
+                .date_sold = 3,
+                .group_value = 19,
+                .price = 12345,
+                .amount_b = 77,
+                .amount_c = 1999,
+                .flag_e = 2,
+                .digit_b = 9,
+                .digit_s = 5,
+                .digit_a = 6,
+                .customer = 567,
+                .next_customer_label = 11,
+                .code_m = 34,
+                .order_number = 76,
+                .is_reserved = 1};
     LabelBlock block{};
     eti_pack(rec, block, 0);
     put("entry", std::string(reinterpret_cast<const char *>(block.slots), sizeof(LabelEntry)));
@@ -65,10 +65,7 @@ TEST_F(LabelFile, MarkOfTransitNeedsTransit) {
         transit.in_use = static_cast<std::uint16_t>(in_use);
         iotab_row(tab_action::write, row_transit, transit);
         open_labels();
-        eti_rec rec;
-        rec.status = label_stock;
-        rec.in_transit = 1;
-        rec.dest_branch = 4;
+        eti_rec rec{.status = label_stock, .in_transit = 1, .dest_branch = 4};
         eti_pack(rec, block, 0);
         eti_file(eti_action::close);
         is_open = false;
@@ -213,20 +210,15 @@ TEST_F(LabelFile, BlockThatTheDiskRefusesStopsTheProgram) {
     EXPECT_EQ(chk_eti_raw(static_cast<raw_action>('A'), 0, block), 1);
 }
 
-TEST_F(LabelFile, HighestBlockFollowsTheDigits) {
-    const std::pair<int, std::int32_t> digits[] = {{6, 99999},  {7, 999999}, {8, 2999999},
-                                                   {0, 999999}, {9, 999999}, {255, 999999}};
-    for (const auto &[count, highest] : digits) {
-        sys_country.label_digits = static_cast<std::uint8_t>(count);
-        EXPECT_EQ(eti_max_block(), highest) << count;
-    }
-}
-
-TEST(SeriesKeys, RangesTextsAndStamps) {
+TEST(SeriesKeys, RangesTextsBlocksAndStamps) {
     EXPECT_TRUE(chk_key_valid(1, 1, 1) && chk_key_valid(99999, 999, 9999));
     EXPECT_FALSE(chk_key_valid(0, 1, 1) || chk_key_valid(1, 0, 1) || chk_key_valid(1, 1, 0));
     EXPECT_FALSE(chk_key_valid(100000, 1, 1) || chk_key_valid(1, 1000, 1) || chk_key_valid(1, 1, 10000));
     EXPECT_EQ(ser_text(4294967295, 65535, 65535), "4294967295.655");
+    for (const auto &[digits, highest] :
+         {std::pair{6, 99999}, {8, 2999999}, {7, 999999}, {0, 999999}, {255, 999999}}) {
+        EXPECT_EQ(label_highest_block(digits), highest) << digits;
+    }
     EXPECT_EQ(stamp_of_day(day_1980), 0);
     EXPECT_EQ(stamp_of_day(date_from_str("02012000")), (20 * 365 + 5 + 1) * 86400);
     EXPECT_EQ(day_of_stamp(86399), day_1980);

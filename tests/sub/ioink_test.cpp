@@ -53,10 +53,6 @@ protected:
     }
     void TearDown() override {
         ink_close();
-        mtclose(session_sizes);
-        session_sizes = nullptr;
-        IXCLOSE(chk_files.rvmaat);
-        chk_files.rvmaat = nullptr;
         LabelFile::TearDown();
     }
 
@@ -232,10 +228,10 @@ TEST_F(PriceStore, ABlockInUseIsNeverTaken) {
     EXPECT_EQ(loaded(), (size_prices{{sizes[0], {5, 4}}}));
     SysRow4Chain row{};
     iotab_row(tab_action::lock_read, row_price_chain, row);
-    row.free_head = 0;
-    EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
-    row.free_head = 7;
-    EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
+    for (const std::int32_t head : {0, 7}) {
+        row.free_head = head;
+        EXPECT_EXIT(ink_block_alloc(row), testing::ExitedWithCode(1), "");
+    }
     // Nor is a free one that leads out of the file.
     PriceBlock block{};
     for (const std::int32_t next : {-1, row.end_mark + 1}) {

@@ -40,15 +40,6 @@ protected:
         ASSERT_EQ(sys_settings.size_system, own);
         chk_files.rvmaat = IXOPEN("RVMAAT", ix_shared);
     }
-    void TearDown() override {
-        if (session_sizes != nullptr) {
-            mtclose(session_sizes);
-            session_sizes = nullptr;
-        }
-        IXCLOSE(chk_files.rvmaat);
-        chk_files.rvmaat = nullptr;
-        LabelFile::TearDown();
-    }
 };
 
 /// What a read finds, as "index/sequence/position code"; "-" for nothing, which leaves the cursor alone.

@@ -6,32 +6,22 @@
 
 #include "base/base.h"
 #include "data/batch_lock.h"
+#include "label_file.h"
 #include "support/other_process.h"
-#include "support/scratch_dir.h"
 
 namespace {
 
-class SystemFile : public ScratchDir {
+class SystemFile : public LabelFile {
 protected:
     void SetUp() override {
-        ScratchDir::SetUp();
-        // A fatal stop waits for Enter; here it meets the end of the input.
-        ASSERT_NE(std::freopen("/dev/null", "r", stdin), nullptr);
-        put(sys_file_name, std::string(region_actions.end(), '\0'));
-        iotab(tab_action::open, sys_row, nullptr, 0, 0, 0);
-    }
-    void TearDown() override {
-        iotab(tab_action::close, sys_row, nullptr, 0, 0, 0);
+        LabelFile::SetUp();
+        make_empty();
         sys_user = 0;
-        ScratchDir::TearDown();
     }
     static void put_title(std::int32_t number, const char *text) {
         TitleRecord title{};
         std::strncpy(title.text, text, sizeof title.text - 1);
         iotab(tab_action::write, number, title, region_titles);
-    }
-    static std::string bytes() {
-        return get(sys_file_name);
     }
 };
 
@@ -67,7 +57,7 @@ TEST_F(SystemFile, RegionIsAMapOfItsRecords) {
     }
     std::string expected(region_actions.end(), '\0');
     expected.replace(2000 + 2 * 32, 4, "Dhr.").replace(2000 + 6 * 32, 5, "Mevr.");
-    EXPECT_EQ(bytes(), expected);
+    EXPECT_EQ(get(sys_file_name), expected);
 }
 
 TEST_F(SystemFile, BusyRowKeepsWhatStandsBesideTheText) {

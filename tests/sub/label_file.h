@@ -21,6 +21,14 @@ protected:
     void TearDown() override {
         close_shop();
         chk_eti_raw(raw_action::close);
+        if (session_sizes != nullptr) {
+            mtclose(session_sizes);
+            session_sizes = nullptr;
+        }
+        if (chk_files.rvmaat != nullptr) {
+            IXCLOSE(chk_files.rvmaat);
+            chk_files.rvmaat = nullptr;
+        }
         sys_user = 0;
         sys_slot = {};
         sys_settings = {};

@@ -1,11 +1,16 @@
-#include "support/emulator.h"
-
+// The screen of a terminal, made from the bytes that a program writes.
+//
+// libvterm does the drawing. What this version of it does not know is done in front of it: faint text, output
+// passed on to a printer, sizes asked for by the program, and single-byte character sets.
 #include <gtest/gtest.h>
 #include <iconv.h>
+#include <sys/ioctl.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <ostream>
+
+#include "support/terminal.h"
 
 namespace {
 
@@ -38,54 +43,41 @@ std::string rendition_of(std::string_view parameters) {
 
 }  // namespace
 
-const VTermScreenCallbacks Emulator::callbacks = {
+const VTermScreenCallbacks Terminal::callbacks = {
     .damage = nullptr,
     .moverect = nullptr,
     .movecursor = nullptr,
     .settermprop =
         [](VTermProp property, VTermValue *value, void *user) {
             if (property == VTERM_PROP_CURSORVISIBLE) {
-                static_cast<Emulator *>(user)->cursor_visible_ = value->boolean != 0;
+                static_cast<Terminal *>(user)->cursor_visible_ = value->boolean != 0;
             }
             return 1;
         },
-    .bell = [](void *user) { return ++static_cast<Emulator *>(user)->bells_; },
+    .bell = [](void *user) { return ++static_cast<Terminal *>(user)->bells_; },
     .resize = nullptr,
     .sb_pushline = nullptr,
     .sb_popline = nullptr,
 };
 
-Emulator::Emulator(int lines, int columns, std::string encoding, bool resizable)
-    : vterm_(vterm_new(lines, columns)),
-      screen_(vterm_obtain_screen(vterm_)),
-      encoding_(std::move(encoding)),
-      resizable_(resizable) {
-    vterm_set_utf8(vterm_, 1);
-    vterm_screen_set_callbacks(screen_, &callbacks, this);
-    vterm_screen_enable_altscreen(screen_, 1);
-    vterm_screen_reset(screen_, 1);
+void Terminal::type(std::string_view text) {
+    const std::string typed(text);
+    send(options_.encoding == "UTF-8" ? typed : convert("UTF-8", options_.encoding, typed));
 }
 
-Emulator::~Emulator() {
-    vterm_free(vterm_);
-}
-
-std::string Emulator::encode(const std::string &text) const {
-    return encoding_ == "UTF-8" ? text : convert("UTF-8", encoding_, text);
-}
-
-void Emulator::flush() {
-    const std::string bytes = encoding_ == "UTF-8" ? pending_ : convert(encoding_, "UTF-8", pending_);
+void Terminal::flush() {
+    const std::string bytes =
+        options_.encoding == "UTF-8" ? pending_ : convert(options_.encoding, "UTF-8", pending_);
     vterm_input_write(vterm_, bytes.data(), bytes.size());
     pending_.clear();
 }
 
-void Emulator::show(std::string_view bytes) {
+void Terminal::show(std::string_view bytes) {
     std::for_each(bytes.begin(), bytes.end(), [this](char c) { put(c); });
     flush();
 }
 
-void Emulator::put(char c) {
+void Terminal::put(char c) {
     if (printing_) {
         printed_ += c;
         if (printed_.ends_with("\033[4i")) {
@@ -106,7 +98,7 @@ void Emulator::put(char c) {
     }
 }
 
-void Emulator::control_sequence() {
+void Terminal::control_sequence() {
     const std::string_view parameters = std::string_view(sequence_).substr(2, sequence_.size() - 3);
     const char last = sequence_.back();
     if (last == 'i') {
@@ -114,27 +106,22 @@ void Emulator::control_sequence() {
     } else if (last == 't') {
         int lines = 0;
         int columns = 0;
-        if (std::sscanf(sequence_.c_str(), "\033[8;%d;%d", &lines, &columns) == 2) {
-            take_size(lines, columns);
+        if (options_.resizable && std::sscanf(sequence_.c_str(), "\033[8;%d;%d", &lines, &columns) == 2) {
+            flush();
+            set_size(lines, columns);
         }
     } else {
         pending_ += last == 'm' ? rendition_of(parameters) : sequence_;
     }
 }
 
-void Emulator::take_size(int lines, int columns) {
-    if (resizable_) {
-        flush();
-        set_size(lines, columns);
-        on_resize(lines, columns);
-    }
-}
-
-void Emulator::set_size(int lines, int columns) {
+void Terminal::set_size(int lines, int columns) {
     vterm_set_size(vterm_, lines, columns);
+    const winsize size{static_cast<unsigned short>(lines), static_cast<unsigned short>(columns), 0, 0};
+    ioctl(line_, TIOCSWINSZ, &size);
 }
 
-std::string Emulator::text(int row, int col, int end_col) const {
+std::string Terminal::text(int row, int col, int end_col) const {
     if (row < 1 || row > lines() || col < 1 || end_col > columns()) {
         return "";  // not yet, while the size changes
     }
@@ -143,18 +130,18 @@ std::string Emulator::text(int row, int col, int end_col) const {
     return text;
 }
 
-std::string Emulator::cell(int row, int col) const {
+std::string Terminal::cell(int row, int col) const {
     const std::string character = text(row, col, col);
     return character.empty() ? " " : character;
 }
 
-std::string Emulator::row(int row) const {
+std::string Terminal::row(int row) const {
     std::string line = text(row, 1, columns());
     line.erase(line.find_last_not_of(' ') + 1);
     return line;
 }
 
-std::string Emulator::screen() const {
+std::string Terminal::screen() const {
     std::string all;
     for (int row = 1; row <= lines(); row++) {
         all += this->row(row) + "\n";
@@ -162,7 +149,7 @@ std::string Emulator::screen() const {
     return all;
 }
 
-TerminalAttributes Emulator::attr(int row, int col) const {
+TerminalAttributes Terminal::attr(int row, int col) const {
     VTermScreenCell found{};
     vterm_screen_get_cell(screen_, {row - 1, col - 1}, &found);
     return {.bold = found.attrs.bold != 0,
@@ -174,19 +161,19 @@ TerminalAttributes Emulator::attr(int row, int col) const {
             .bg = VTERM_COLOR_IS_DEFAULT_BG(&found.bg) ? -1 : found.bg.indexed.idx};
 }
 
-TerminalCursor Emulator::cursor() const {
+TerminalCursor Terminal::cursor() const {
     VTermPos position;
     vterm_state_get_cursorpos(vterm_obtain_state(vterm_), &position);
     return {position.row + 1, position.col + 1, cursor_visible_};
 }
 
-int Emulator::lines() const {
+int Terminal::lines() const {
     int lines = 0, columns = 0;
     vterm_get_size(vterm_, &lines, &columns);
     return lines;
 }
 
-int Emulator::columns() const {
+int Terminal::columns() const {
     int lines = 0, columns = 0;
     vterm_get_size(vterm_, &lines, &columns);
     return columns;

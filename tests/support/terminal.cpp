@@ -20,7 +20,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // A clean environment, so that what the developer has set does not change what a test sees.
-std::vector<std::string> environment_of(const TerminalOptions &options) {
+void set_environment(const TerminalOptions &options) {
     std::map<std::string, std::optional<std::string>> all = options.environment;
     for (const char *name : {"PATH", "HOME", "TMPDIR", "TZ", "LD_LIBRARY_PATH", "ASAN_OPTIONS",
                              "UBSAN_OPTIONS", "LSAN_OPTIONS", "LLVM_PROFILE_FILE"}) {
@@ -31,59 +31,47 @@ std::vector<std::string> environment_of(const TerminalOptions &options) {
     all.emplace("TERM", options.term);
     all.emplace("TERMINFO", options.terminfo);
     all.emplace("LC_ALL", "C.UTF-8");
-    std::vector<std::string> strings;
+    clearenv();
     for (const auto &[name, value] : all) {
         if (value) {
-            strings.push_back(name + "=" + *value);
+            setenv(name.c_str(), value->c_str(), 1);
         }
     }
-    return strings;
-}
-
-std::vector<char *> pointers_of(std::vector<std::string> &strings) {
-    std::vector<char *> pointers;
-    for (std::string &string : strings) {
-        pointers.push_back(string.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-winsize size_of(int lines, int columns) {
-    winsize size{};
-    size.ws_row = static_cast<unsigned short>(lines);
-    size.ws_col = static_cast<unsigned short>(columns);
-    return size;
 }
 
 }  // namespace
 
 Terminal::Terminal(const TerminalOptions &given)
-    : Emulator(given.lines, given.columns, given.encoding, given.resizable),
-      options_(given),
+    : options_(given),
+      vterm_(vterm_new(given.lines, given.columns)),
+      screen_(vterm_obtain_screen(vterm_)),
       keys_(key_bytes(given.term, given.terminfo)) {
     std::vector<std::string> words = given.arguments;
     words.insert(words.begin(), given.program);
-    std::vector<std::string> settings = environment_of(given);
-    const std::vector<char *> arguments = pointers_of(words), environment = pointers_of(settings);
-    winsize size = size_of(given.lines, given.columns);
+    std::vector<char *> arguments;
+    for (std::string &word : words) {
+        arguments.push_back(word.data());
+    }
+    arguments.push_back(nullptr);
+    vterm_set_utf8(vterm_, 1);
+    vterm_screen_set_callbacks(screen_, &callbacks, this);
+    vterm_screen_enable_altscreen(screen_, 1);
+    vterm_screen_reset(screen_, 1);
+    winsize size{static_cast<unsigned short>(given.lines), static_cast<unsigned short>(given.columns), 0, 0};
     pid_ = forkpty(&line_, nullptr, nullptr, &size);
     if (pid_ == 0) {
         for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
             signal(number, SIG_DFL);
         }
         if (chdir(given.directory.c_str()) == 0) {
-            execve(arguments[0], arguments.data(), environment.data());
+            set_environment(given);
+            execv(arguments[0], arguments.data());
         }
         _exit(127);
     }
     EXPECT_GT(pid_, 0) << "no pseudo-terminal: " << strerror(errno);
     fcntl(line_, F_SETFD, FD_CLOEXEC);
     fcntl(line_, F_SETFL, O_NONBLOCK);
-    on_resize = [this](int lines, int columns) {
-        const winsize taken = size_of(lines, columns);
-        ioctl(line_, TIOCSWINSZ, &taken);
-    };
 }
 
 Terminal::~Terminal() {
@@ -95,6 +83,7 @@ Terminal::~Terminal() {
     if (line_ >= 0) {
         close(line_);
     }
+    vterm_free(vterm_);
 }
 
 /// Shows what the program has written, after waiting for it at most so long.
@@ -122,10 +111,6 @@ std::string Terminal::dump() const {
         out << (line < 10 ? "  " : " ") << line << "|" << row(line) << "\n";
     }
     return out.str();
-}
-
-void Terminal::type(std::string_view text) {
-    send(encode(std::string(text)));
 }
 
 void Terminal::send(std::string_view bytes) {
@@ -210,7 +195,6 @@ int Terminal::wait_exit(Patience patience) {
 void Terminal::resize(int lines, int columns) {
     take_output(0);
     set_size(lines, columns);
-    on_resize(lines, columns);
 }
 
 void Terminal::send_signal(int signal) {

@@ -12,16 +12,16 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <vterm.h>
 
 #include <chrono>
 #include <functional>
+#include <iosfwd>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "support/emulator.h"
 
 inline constexpr std::chrono::milliseconds terminal_patience{15000};
 
@@ -42,13 +42,48 @@ struct TerminalOptions {
     bool resizable = true;
 };
 
-class Terminal : public Emulator {
+struct TerminalAttributes {
+    bool bold = false, dim = false, underline = false, reverse = false, blink = false;
+    /// Index of the colour in the palette, -1 for the terminal's default.
+    int fg = -1, bg = -1;
+    bool operator==(const TerminalAttributes &) const = default;
+};
+void PrintTo(const TerminalAttributes &attributes, std::ostream *out);
+
+struct TerminalCursor {
+    int row = 1, col = 1;
+    bool visible = true;
+    bool operator==(const TerminalCursor &) const = default;
+};
+void PrintTo(const TerminalCursor &cursor, std::ostream *out);
+
+class Terminal {
 public:
     using Patience = std::chrono::milliseconds;
 
     explicit Terminal(const TerminalOptions &given);
     /// Kills the program if it still runs, and reaps it.
     ~Terminal();
+    Terminal(const Terminal &) = delete;
+    Terminal &operator=(const Terminal &) = delete;
+
+    /// A row in UTF-8 without blanks at its end. Rows and columns count from 1, row before column.
+    std::string row(int row) const;
+    /// All rows, each with a newline.
+    std::string screen() const;
+    /// Character of a cell in UTF-8; a blank for an empty one.
+    std::string cell(int row, int col) const;
+    TerminalAttributes attr(int row, int col) const;
+    TerminalCursor cursor() const;
+    int lines() const;
+    int columns() const;
+    int bells() const {
+        return bells_;
+    }
+    /// Bytes sent to the printer behind the terminal: all between mc5 and mc4.
+    const std::string &printed() const {
+        return printed_;
+    }
 
     /// Types UTF-8 text, in the character set of the line.
     void type(std::string_view text);
@@ -100,8 +135,24 @@ private:
     bool at_rest() const;
     void settle();
     bool holds(std::string_view wanted) const;
+    void show(std::string_view bytes);
+    void put(char c);
+    void control_sequence();
+    void flush();
+    void set_size(int lines, int columns);
+    std::string text(int row, int col, int end_col) const;
+
+    static const VTermScreenCallbacks callbacks;
 
     TerminalOptions options_;
+    VTerm *vterm_;
+    VTermScreen *screen_;
+    bool printing_ = false;
+    std::string sequence_;  // the escape sequence being read
+    std::string pending_;   // for libvterm, not yet handed over
+    std::string printed_;
+    int bells_ = 0;
+    bool cursor_visible_ = true;
     std::map<std::string, std::string> keys_;
     std::string raw_;
     bool closed_ = false;  // the program's side of the line is closed

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <vector>
 
 #include "base/base.h"
@@ -62,20 +63,11 @@ inline void put_back(const std::string &path, const bytes &what) {
 /// "01 02 FF*12": hexadecimal bytes, each with a count where it repeats.
 inline bytes hex(const std::string &text) {
     bytes out;
-    for (std::size_t at = 0; at < text.size();) {
-        if (text[at] == ' ') {
-            ++at;
-            continue;
-        }
-        std::size_t used = 0;
-        const int value = std::stoi(text.substr(at, 2), nullptr, 16);
-        at += 2;
-        int count = 1;
-        if (at < text.size() && text[at] == '*') {
-            count = std::stoi(text.substr(at + 1), &used);
-            at += 1 + used;
-        }
-        out.insert(out.end(), static_cast<std::size_t>(count), static_cast<std::uint8_t>(value));
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        const std::size_t star = word.find('*');
+        out.insert(out.end(), star == std::string::npos ? 1 : std::stoul(word.substr(star + 1)),
+                   static_cast<std::uint8_t>(std::stoi(word, nullptr, 16)));
     }
     return out;
 }
