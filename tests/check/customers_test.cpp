@@ -19,27 +19,24 @@ protected:
         CheckCase::SetUp();
         make({.series = 12, .labels = 12, .customers = 6, .today = date_today()});
     }
-    LabelEntry &entry(std::uint32_t label) {
-        return shop.label_blocks[(label - 1) / labels_per_block].slots[(label - 1) % labels_per_block];
-    }
     /// Labels of a customer, the newest sale first; how many they are.
     std::size_t purchases(const CustomerRecord &customer, std::vector<std::uint32_t> &labels) {
         labels.clear();
-        for (std::uint32_t label = customer.first_label; label != 0; label = entry(label).next_customer) {
+        for (std::uint32_t label = customer.first_label; label != 0; label = label_at(label).next_customer) {
             labels.push_back(label);
         }
         return labels.size();
     }
     std::uint32_t label_with_status(int status) {
         for (std::uint32_t label = 1; label <= shop.label_blocks.size() * labels_per_block; label++) {
-            if (entry(label).amount_status % 10 == static_cast<unsigned>(status)) {
+            if (label_at(label).amount_status % 10 == static_cast<unsigned>(status)) {
                 return label;
             }
         }
         return 0;
     }
     /// A customer as it stands on file; number 0 when there is none.
-    static CustomerRecord on_file(std::uint32_t number) {
+    static CustomerRecord customer_on_file(std::uint32_t number) {
         for (const CustomerRecord &record : records<CustomerRecord>("RVKLT.TXT")) {
             if (record.number == number) {
                 return record;
@@ -52,8 +49,8 @@ protected:
         std::set<std::uint32_t> counted;
         for (std::uint32_t label = customer.first_label;
              label - 1 < shop.label_blocks.size() * labels_per_block &&
-             entry(label).amount_status % 10 != 0 && counted.insert(label).second;
-             label = entry(label).next_customer) {
+             label_at(label).amount_status % 10 != 0 && counted.insert(label).second;
+             label = label_at(label).next_customer) {
         }
         return static_cast<int>(counted.size());
     }
@@ -75,7 +72,7 @@ Rows rows_of(const CheckRun &run) {
     for (const std::string &line : run.report) {
         const std::string start = line.substr(0, line.find_first_not_of(" 0123456789"));
         if (line.starts_with("Klant ") || start.find_first_of("0123456789") != std::string::npos) {
-            rows.push_back(line.substr(0, line.find_last_not_of(' ') + 1));
+            rows.push_back(trimmed(line));
         }
     }
     return rows;
@@ -148,7 +145,7 @@ TEST_F(Chains, FaultsAreCutOffAndTheLabelsBehindThemPutBack) {
         };
         const std::uint32_t next = targets[fault.leads_to];
         (fault.from < 0 ? customer.first_label
-                        : entry(labels[static_cast<std::size_t>(fault.from)]).next_customer) = next;
+                        : label_at(labels[static_cast<std::size_t>(fault.from)]).next_customer) = next;
         customer.count_other = -1;
         write();
 
@@ -171,8 +168,9 @@ TEST_F(Chains, FaultsAreCutOffAndTheLabelsBehindThemPutBack) {
         EXPECT_EQ(rows_of(no), expected) << fault.leads_to << "\n" << no;
         EXPECT_EQ(no.flags, "") << fault.leads_to;
         EXPECT_EQ(no.questions, Rows{"Herstellen foutieve klanten? (J/N) J"}) << fault.leads_to;
-        EXPECT_EQ(on_file(customer.number).count_plain + on_file(customer.number).count_other +
-                      on_file(customer.number).count_nine,
+        EXPECT_EQ(customer_on_file(customer.number).count_plain +
+                      customer_on_file(customer.number).count_other +
+                      customer_on_file(customer.number).count_nine,
                   countable(customer))
             << fault.leads_to << ": the recount goes as far as there are labels";
 
@@ -192,7 +190,7 @@ TEST_F(Chains, LabelsOfAnUnknownCustomerMakeOne) {
     CustomerRecord &customer = buyer(labels);
     const std::uint32_t number = customer.number;
     std::erase_if(shop.customers, [&](const CustomerRecord &one) { return one.number == number; });
-    entry(labels[1]).date_third = entry(labels[2]).date_third;  // two sales of one day
+    label_at(labels[1]).date_third = label_at(labels[2]).date_third;  // two sales of one day
     write();
     const CheckRun run = check("customers", "J");
     Rows expected;
@@ -204,7 +202,7 @@ TEST_F(Chains, LabelsOfAnUnknownCustomerMakeOne) {
     expected.push_back(str_format("Klant %6u: aangemaakt en hersteld", number));
     EXPECT_EQ(rows_of(run), expected) << run;
     EXPECT_TRUE(run.reports("Geen fouten gevonden!"));
-    const CustomerRecord made = on_file(number);
+    const CustomerRecord made = customer_on_file(number);
     EXPECT_EQ(made.name, "**klant-" + std::to_string(number) + "**");
     EXPECT_EQ(std::string(made.marks, sizeof made.marks), "        ");
     EXPECT_EQ(made.stamp, shop.limits.customer_stamp - 1) << "the run after the repair cleans it";
@@ -221,7 +219,7 @@ TEST_F(Chains, LabelsOfAnUnknownCustomerMakeOne) {
 TEST_F(Chains, EveryCombinationOfModes) {
     std::vector<std::uint32_t> labels;
     CustomerRecord &customer = buyer(labels);
-    entry(labels[1]).next_customer = 0;
+    label_at(labels[1]).next_customer = 0;
     customer.count_plain = -1;
     const int others = shop.settings.mode & ~3;
     struct Mode {
@@ -237,7 +235,7 @@ TEST_F(Chains, EveryCombinationOfModes) {
         const CheckRun run = check("full customers", "N");
         EXPECT_EQ(run.flags, mode.chains ? "" : "customers") << mode.bits;
         EXPECT_EQ(rows_of(run).size(), mode.chains ? labels.size() - 2 : 0U) << run;
-        EXPECT_EQ(on_file(customer.number).count_plain == -1, !mode.chains);
+        EXPECT_EQ(customer_on_file(customer.number).count_plain == -1, !mode.chains);
     }
 }
 
@@ -281,9 +279,9 @@ const Cleaning cleanings[] = {
 
 TEST_F(Customers, RecordsAreCleanedInPlace) {
     CustomerRecord &customer = shop.customers[0];
-    for (std::uint32_t label = customer.first_label; label != 0; label = entry(label).next_customer) {
-        entry(label).amount_b = entry(label).amount_b / 10 * 10;  // of the plain kind, all of them
-        entry(label).customer -= customer.number;
+    for (std::uint32_t label = customer.first_label; label != 0; label = label_at(label).next_customer) {
+        label_at(label).amount_b = label_at(label).amount_b / 10 * 10;  // of the plain kind, all of them
+        label_at(label).customer -= customer.number;
     }
     customer.first_label = 0;
     const auto set = [&](const Cleaned &state) {
@@ -314,7 +312,7 @@ TEST_F(Customers, RecordsAreCleanedInPlace) {
         EXPECT_EQ(run.found(), *one.shown == '\0' ? "" : "customers.103") << one.name;
         EXPECT_EQ(rows_of(run), Rows{}) << one.name;
         set(one.after);
-        const CustomerRecord after = on_file(customer.number);
+        const CustomerRecord after = customer_on_file(customer.number);
         EXPECT_EQ(std::memcmp(&after, &customer, sizeof after), 0) << one.name;
         EXPECT_EQ(check("full customers").flags, "customers") << one.name;
         CustomerExtension left{};
@@ -342,7 +340,7 @@ TEST_F(Customers, NumbersThatCanNotBeAndMissingNames) {
     EXPECT_EQ(rows_of(run), (Rows{"      0 " + deleted, no_name, "1000000 " + deleted, no_name}))
         << run << "\nthe repair leaves the name alone, so the second run has one left";
     EXPECT_EQ(run.flags, "");
-    EXPECT_EQ(on_file(1000000).number, 0U);
+    EXPECT_EQ(customer_on_file(1000000).number, 0U);
     // None at all: their labels are left.
     shop.customers.clear();
     shop.customer_extensions.clear();
@@ -380,7 +378,7 @@ TEST_F(Customers, TitlesNeedATextInTheTable) {
     shop.customers[2].title = 8;
     write();
     EXPECT_EQ(check("full titles").flags, "titles");
-    EXPECT_EQ(on_file(shop.customers[0].number).title, 0);
+    EXPECT_EQ(customer_on_file(shop.customers[0].number).title, 0);
     EXPECT_TRUE(check("titles").reports("CONTROLEREN TITULATUURCODES KLANTEN"));
     EXPECT_EQ(date_on_file(offsetof(SysRow19, titles)), date_today());
 
@@ -416,7 +414,7 @@ TEST_F(Customers, CountriesComeFromThePostcode) {
         {"1234 A\x90", "", "BEL"}, {"1234-AB", "nld", "BEL"},
     };
     const auto code_of = [](std::uint32_t number) {
-        const CustomerRecord record = on_file(number);
+        const CustomerRecord record = customer_on_file(number);
         return std::string(record.country, strnlen(record.country, 3));
     };
     make({.series = 3, .customers = static_cast<int>(std::size(homes)), .linked = false});

@@ -14,7 +14,7 @@ constexpr day_number earliest_day = day_1980 + 1;
 
 class Series : public CheckCase {
 protected:
-    static SeriesRecord on_file(const SeriesRecord &wanted) {
+    static SeriesRecord series_on_file(const SeriesRecord &wanted) {
         for (const SeriesRecord &record : records<SeriesRecord>("RVSER.TXT")) {
             if (record.key == wanted.key) {
                 return record;
@@ -113,7 +113,7 @@ TEST_F(Series, RepairTakesTheSideOfTheLabels) {
     EXPECT_EQ(block.slots[0].branch, 0);
     EXPECT_EQ(block.slots[2].branch, 1);
     EXPECT_EQ(block.slots[3].branch, 2);
-    const SeriesRecord after = on_file(series);
+    const SeriesRecord after = series_on_file(series);
     EXPECT_EQ(std::to_string(after.ordered) + std::to_string(after.stock) + std::to_string(after.sold) +
                   std::to_string(after.corrected),
               "0111");
@@ -170,7 +170,7 @@ TEST_F(Series, StampsLieBetween1980AndTheFirstLabel) {
         EXPECT_EQ(run.flags, stamp.valid ? "series" : "") << run;
         EXPECT_EQ(check("full series", "J").flags, "series");
         if (!stamp.valid) {
-            EXPECT_EQ(day_of_stamp(on_file(series).stamp), date_today() + stamp.repaired);
+            EXPECT_EQ(day_of_stamp(series_on_file(series).stamp), date_today() + stamp.repaired);
         }
     }
 }
@@ -190,13 +190,18 @@ TEST_F(Series, RecordsArePutRightOnTheWay) {
     shop.series[2].brand = 0;
     shop.series[3].size_kind = 0;
     shop.series[4].option_value = 0x100;
+    shop.series[5].option_value = 0x105;
+    for (ArticleGroupRecord &group : shop.groups) {
+        group.option = 0;
+    }
     write();
     const CheckRun run = check("full series");
     EXPECT_TRUE(run.flags == "series" && run.report.empty()) << run;
-    EXPECT_EQ(std::string(on_file(shop.series[1]).model, 6), std::string("AB\x84Z\0c", 6));
-    EXPECT_EQ(on_file(shop.series[2]).key.group, 0U) << "a series without a brand goes";
-    EXPECT_EQ(on_file(shop.series[3]).key.group, 0U) << "a series without a size kind goes";
-    EXPECT_EQ(on_file(shop.series[4]).option_value, 0x100) << "only the low byte counts";
+    EXPECT_EQ(std::string(series_on_file(shop.series[1]).model, 6), std::string("AB\x84Z\0c", 6));
+    EXPECT_EQ(series_on_file(shop.series[2]).key.group, 0U) << "a series without a brand goes";
+    EXPECT_EQ(series_on_file(shop.series[3]).key.group, 0U) << "a series without a size kind goes";
+    EXPECT_EQ(series_on_file(shop.series[4]).option_value, 0x100) << "only the low byte counts";
+    EXPECT_EQ(series_on_file(shop.series[5]).option_value, 0);
 }
 
 TEST_F(Series, LinesComeInGroupsOnFullPages) {

@@ -23,18 +23,6 @@ std::string all_passed(const Shop &shop) {
            "master ean order_numbers barcodes journals";
 }
 
-/// Faults that a human has to mend: the checks find them and tell, and the run does not pass.
-const std::set<std::string> left_to_a_human = {
-    "branch-no-name",          "brand-no-name",          "company-no-name",      "customer-countries-none",
-    "customer-no-name",        "customer-title-unknown", "group-missing",        "group-no-name",
-    "group-no-turnover",       "group-turnover-unknown", "journal-code",         "journal-order",
-    "journal-short",           "label-series-invalid",   "master-brand-unknown", "master-kind-missing",
-    "master-no-target-at-all", "master-season-letter",   "master-season-number", "master-supplier-unknown",
-    "saving-no-name",          "saving-no-period",       "size-label-unknown",   "size-number-double",
-    "size-number-gap",         "size-number-high",       "size-number-none",     "sizekind-no-code",
-    "small-no-name",           "small-turnover-unknown", "staff-no-name",        "supplier-no-name",
-    "turnover-no-name"};
-
 /// Kinds that the first run mends without a question: it is the second that passes.
 const std::set<std::string> passing_later = {
     "labels.1",         "labels.2",      "labels.3", "labels.4", "labels.5", "labels.6", "labels.8",
@@ -150,6 +138,15 @@ std::string codes_of(const std::string &fault) {
     return "";
 }
 
+/// A fault that the checks find and tell, and a human has to mend: the run does not pass.
+bool stays(const std::string &fault) {
+    const std::string codes = " " + codes_of(fault) + " ";
+    const auto kinds = chk_all_findings();
+    return !passed_over.contains(fault) && std::any_of(kinds.begin(), kinds.end(), [&](auto kind) {
+        return kind->fate == finding_fate::human && codes.find(str_format(" %s ", kind->code)) != codes.npos;
+    });
+}
+
 /// True when just those codes were found.
 bool just_these(const std::string &codes, std::set<std::string> found) {
     std::istringstream words(codes);
@@ -162,12 +159,17 @@ bool just_these(const std::string &codes, std::set<std::string> found) {
     return found.empty();
 }
 
-/// Faults that leave the records and their blocks as they are.
-const std::set<std::string> unseen_by_the_audit = {
-    "label-file-tail",    "price-file-tail",     "index-series-swapped",
-    "index-series-locks", "index-series-update", "index-series-cut",
-    "index-ean-swapped",  "index-barcode-cut",   "journal-empty",
-};
+/// Faults that leave the records and their blocks as they are, and those in files that the audit does not
+/// read, by the beginning of their names.
+bool unseen_by_the_audit(const std::string &fault) {
+    static const std::set<std::string> faults = {
+        "label-file-tail",     "price-file-tail", "index-series-swapped", "index-series-locks",
+        "index-series-update", "series-no-brand", "index-series-cut",     "index-ean-swapped",
+        "index-barcode-cut",   "journal-empty",   "series-option",        "sizekind-session"};
+    static const std::set<std::string> files = {"branch", "brand", "company",  "group",   "master",  "saving",
+                                                "small",  "staff", "supplier", "transit", "turnover"};
+    return faults.contains(fault) || files.contains(fault.substr(0, fault.find('-')));
+}
 
 /// What passed checks leave in agreement. What a customer bought is counted again only on request.
 constexpr unsigned audited = audit_all & ~audit_amounts;
@@ -247,17 +249,16 @@ TEST_F(Whole, EveryFaultIsFoundAndMendedOrLeftToAHuman) {
         const std::string name = fault.name;
         SCOPED_TRACE(name);
         EXPECT_TRUE(names.insert(name).second);
-        const bool stays = left_to_a_human.contains(name);
         make({.series = 40}, {name});
-        EXPECT_EQ(audit(audit_all).empty(), unseen_by_the_audit.contains(name));
+        EXPECT_EQ(audit(audit_all).empty(), unseen_by_the_audit(name));
         const CheckRun first = check("11 12 13", yes_for_a_while);
         const std::set<std::string> found(first.codes.begin(), first.codes.end());
         EXPECT_TRUE(just_these(codes_of(name), found)) << first;
         const bool later = std::any_of(found.begin(), found.end(),
                                        [](const std::string &code) { return passing_later.contains(code); });
-        EXPECT_EQ(passed(first), !stays && !later) << first;
+        EXPECT_EQ(passed(first), !stays(name) && !later) << first;
         const CheckRun last = passed(first) ? first : run_to_the_end();
-        EXPECT_EQ(passed(last), !stays) << last;
+        EXPECT_EQ(passed(last), !stays(name)) << last;
         if (passed(last) && !passed_over.contains(name)) {
             EXPECT_EQ(wrong_in_the_end(), "");
         }
@@ -334,7 +335,7 @@ TEST_F(Whole, ManyFaultsAtOnceAreMendedRoundByRound) {
         const bool human = seed % 4 == 3;
         for (int i = 0; i < 25; i++) {
             const ShopFault &fault = shop_faults()[random() % shop_faults().size()];
-            if (!passed_over.contains(fault.name) && (human || !left_to_a_human.contains(fault.name)) &&
+            if (!passed_over.contains(fault.name) && (human || !stays(fault.name)) &&
                 spoil_shop(shop, fault.name, random())) {
                 put_in += std::string(" ") + fault.name;
             }

@@ -52,6 +52,25 @@ CheckRun run_check(const std::string &words, const std::string &answers) {
     });
 }
 
+std::string trimmed(const std::string &line) {
+    return line.substr(0, line.find_last_not_of(' ') + 1);
+}
+
+LabelEntry &CheckCase::label_at(std::int32_t number) {
+    const std::size_t slot = static_cast<std::size_t>(number) - 1;
+    return shop.label_blocks[slot / labels_per_block].slots[slot % labels_per_block];
+}
+
+std::string CheckCase::live(const std::string &pair) {
+    const std::size_t length = Bytes(pair + ".INX").u16(offsetof(ix_header, reclen));
+    const std::string data = get(pair + ".TXT");
+    std::string found;
+    for (std::size_t at = 0; at + length <= data.size(); at += length) {
+        found += ix_live(data.data() + at, static_cast<int>(length)) ? data.substr(at, length) : "";
+    }
+    return found;
+}
+
 void CheckCase::make(const ShopOptions &options, const std::vector<std::string> &faults) {
     ShopOptions wanted = options;
     wanted.faults.insert(wanted.faults.end(), faults.begin(), faults.end());

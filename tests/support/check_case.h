@@ -35,6 +35,9 @@
 ///   refuse              no destination is found for reports
 CheckRun run_check(const std::string &words, const std::string &answers = "");
 
+/// A line without the blanks at its end.
+std::string trimmed(const std::string &line);
+
 class CheckCase : public ScratchDir {
 protected:
     Shop shop;
@@ -47,6 +50,14 @@ protected:
     static CheckRun check(const std::string &words, const std::string &answers = "");
     /// What an independent reading of the files finds wrong, one line each; empty when they agree.
     std::string audit(unsigned parts) const;
+    LabelEntry &label_at(std::int32_t number);
+    /// True when a record stands on file byte by byte.
+    template <class Record>
+    static bool on_file(const std::string &file, const Record &record) {
+        return get(file).find({reinterpret_cast<const char *>(&record), sizeof record}) != std::string::npos;
+    }
+    /// The live records of an indexed file, one behind the other.
+    static std::string live(const std::string &pair);
     /// The live records of a file.
     template <class Record>
     static std::vector<Record> records(const std::string &file) {
