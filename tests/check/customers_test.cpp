@@ -19,21 +19,20 @@ protected:
         CheckCase::SetUp();
         make({.series = 12, .labels = 12, .customers = 6, .today = date_today()});
     }
-    /// Labels of a customer, the newest sale first; how many they are.
-    std::size_t purchases(const CustomerRecord &customer, std::vector<std::uint32_t> &labels) {
-        labels.clear();
+    /// Labels of a customer, the newest sale first.
+    std::vector<std::uint32_t> purchases(const CustomerRecord &customer) {
+        std::vector<std::uint32_t> labels;
         for (std::uint32_t label = customer.first_label; label != 0; label = label_at(label).next_customer) {
             labels.push_back(label);
         }
-        return labels.size();
+        return labels;
     }
-    std::uint32_t label_with_status(int status) {
-        for (std::uint32_t label = 1; label <= shop.label_blocks.size() * labels_per_block; label++) {
-            if (label_at(label).amount_status % 10 == static_cast<unsigned>(status)) {
-                return label;
-            }
+    std::uint32_t label_with_status(unsigned status) {
+        std::uint32_t label = 1;
+        while (label_at(label).amount_status % 10 != status) {
+            label++;
         }
-        return 0;
+        return label;
     }
     /// A customer as it stands on file; number 0 when there is none.
     static CustomerRecord customer_on_file(std::uint32_t number) {
@@ -89,21 +88,21 @@ const char *const not_linked = "etiketnr niet in ketting, klantnr aanwezig";
 
 class Chains : public Customers {
 protected:
-    CustomerRecord *other = nullptr;
-
-    /// A customer with four labels at least, and another that has bought something.
-    CustomerRecord &buyer(std::vector<std::uint32_t> &labels) {
-        CustomerRecord *found = nullptr;
-        for (CustomerRecord &customer : shop.customers) {
-            if (found == nullptr && purchases(customer, labels) >= 4) {
-                found = &customer;
-            } else if (customer.first_label != 0) {
-                other = &customer;
+    void SetUp() override {
+        Customers::SetUp();
+        for (CustomerRecord &one : shop.customers) {
+            if (labels.empty() && purchases(one).size() >= 4) {
+                labels = purchases(one);
+                customer = &one;
+            } else if (one.first_label != 0) {
+                other = &one;
             }
         }
-        purchases(*found, labels);
-        return *found;
+        ASSERT_TRUE(customer != nullptr && other != nullptr);
     }
+    CustomerRecord *customer = nullptr;  ///< has bought four labels at least
+    CustomerRecord *other = nullptr;     ///< has bought something
+    std::vector<std::uint32_t> labels;   ///< of `customer`
 };
 
 struct ChainFault {
@@ -130,9 +129,9 @@ TEST_F(Chains, FaultsAreCutOffAndTheLabelsBehindThemPutBack) {
     const std::uint32_t highest = static_cast<std::uint32_t>(shop.label_chain.end_mark) * labels_per_block;
     const Shop sound = shop;
     for (const ChainFault &fault : chain_faults) {
-        shop = sound;
-        std::vector<std::uint32_t> labels;
-        CustomerRecord &customer = buyer(labels);
+        SCOPED_TRACE(fault.leads_to);
+        shop.customers = sound.customers;
+        shop.label_blocks = sound.label_blocks;
         std::map<std::string, std::uint32_t> targets = {
             {"behind the last label", highest + 1},
             {"a number without sign", 0xfffffff0U},
@@ -144,16 +143,16 @@ TEST_F(Chains, FaultsAreCutOffAndTheLabelsBehindThemPutBack) {
             {"nowhere", 0},
         };
         const std::uint32_t next = targets[fault.leads_to];
-        (fault.from < 0 ? customer.first_label
+        (fault.from < 0 ? customer->first_label
                         : label_at(labels[static_cast<std::size_t>(fault.from)]).next_customer) = next;
-        customer.count_other = -1;
+        customer->count_other = -1;
         write();
 
         Rows expected;
         if (next != 0) {
             const bool whose = next == other->first_label;
             expected.push_back(
-                row(customer.number, next, fault.text + (whose ? std::to_string(other->number) : "")));
+                row(customer->number, next, fault.text + (whose ? std::to_string(other->number) : "")));
         }
         if (next > 99999999) {  // a number that is too long for its column stands on a line of its own
             expected.back().replace(8, 10, 8, ' ');
@@ -162,33 +161,31 @@ TEST_F(Chains, FaultsAreCutOffAndTheLabelsBehindThemPutBack) {
         std::vector<std::uint32_t> lost(labels.begin() + fault.from + 1, labels.end());
         std::sort(lost.begin(), lost.end());
         for (const std::uint32_t label : lost) {
-            expected.push_back(row(customer.number, label, not_linked));
+            expected.push_back(row(customer->number, label, not_linked));
         }
         const CheckRun no = check("full customers", "N");
-        EXPECT_EQ(rows_of(no), expected) << fault.leads_to << "\n" << no;
-        EXPECT_EQ(no.flags, "") << fault.leads_to;
-        EXPECT_EQ(no.questions, Rows{"Herstellen foutieve klanten? (J/N) J"}) << fault.leads_to;
-        EXPECT_EQ(customer_on_file(customer.number).count_plain +
-                      customer_on_file(customer.number).count_other +
-                      customer_on_file(customer.number).count_nine,
-                  countable(customer))
-            << fault.leads_to << ": the recount goes as far as there are labels";
+        EXPECT_EQ(rows_of(no), expected) << no;
+        EXPECT_EQ(no.flags, "");
+        EXPECT_EQ(no.questions, Rows{"Herstellen foutieve klanten? (J/N) J"});
+        EXPECT_EQ(customer_on_file(customer->number).count_plain +
+                      customer_on_file(customer->number).count_other +
+                      customer_on_file(customer->number).count_nine,
+                  countable(*customer))
+            << "the recount goes as far as there are labels";
 
-        expected.push_back(str_format("Klant %6u: hersteld", customer.number.value()));
+        expected.push_back(str_format("Klant %6u: hersteld", customer->number.value()));
         const CheckRun yes = check("full customers", ".");  // the default is yes
-        EXPECT_EQ(rows_of(yes), expected) << fault.leads_to << "\n" << yes;
-        EXPECT_EQ(yes.flags, "customers") << fault.leads_to;
-        EXPECT_EQ(date_on_file(at_customer_date), date_today()) << fault.leads_to;
+        EXPECT_EQ(rows_of(yes), expected) << yes;
+        EXPECT_EQ(yes.flags, "customers");
+        EXPECT_EQ(date_on_file(at_customer_date), date_today());
         ask_recount();
-        EXPECT_EQ(check("full customers").flags, "customers") << fault.leads_to;
-        EXPECT_EQ(audit(audit_customers | audit_amounts), "") << fault.leads_to;
+        EXPECT_EQ(check("full customers").flags, "customers");
+        EXPECT_EQ(audit(audit_customers | audit_amounts), "");
     }
 }
 
 TEST_F(Chains, LabelsOfAnUnknownCustomerMakeOne) {
-    std::vector<std::uint32_t> labels;
-    CustomerRecord &customer = buyer(labels);
-    const std::uint32_t number = customer.number;
+    const std::uint32_t number = customer->number;
     std::erase_if(shop.customers, [&](const CustomerRecord &one) { return one.number == number; });
     label_at(labels[1]).date_third = label_at(labels[2]).date_third;  // two sales of one day
     write();
@@ -217,10 +214,8 @@ TEST_F(Chains, LabelsOfAnUnknownCustomerMakeOne) {
 }
 
 TEST_F(Chains, EveryCombinationOfModes) {
-    std::vector<std::uint32_t> labels;
-    CustomerRecord &customer = buyer(labels);
     label_at(labels[1]).next_customer = 0;
-    customer.count_plain = -1;
+    customer->count_plain = -1;
     const int others = shop.settings.mode & ~3;
     struct Mode {
         int bits;
@@ -235,7 +230,7 @@ TEST_F(Chains, EveryCombinationOfModes) {
         const CheckRun run = check("full customers", "N");
         EXPECT_EQ(run.flags, mode.chains ? "" : "customers") << mode.bits;
         EXPECT_EQ(rows_of(run).size(), mode.chains ? labels.size() - 2 : 0U) << run;
-        EXPECT_EQ(customer_on_file(customer.number).count_plain == -1, !mode.chains);
+        EXPECT_EQ(customer_on_file(customer->number).count_plain == -1, !mode.chains);
     }
 }
 
