@@ -118,13 +118,8 @@ protected:
     }
     /// Order number of the label that was of order 17.
     [[nodiscard]] std::uint32_t label_number() const {
-        const std::size_t at = static_cast<std::size_t>(shop.series[0].first_block) * 376 + 16;
-        return Bytes("RVETI.TXT").u32(at + 32) % 10000000;
+        return block_on_file(shop.series[0].first_block).slots[0].order % 10000000;
     }
-    static std::string bytes_of(const char *file) {
-        return Bytes(file).data;
-    }
-
     std::string text = "tekst";
 };
 
@@ -189,7 +184,7 @@ TEST_F(Journals, EachHasItsOutcomeAndTheNextRunMendsTheRest) {
         SCOPED_TRACE(outcome.what);
         shop.serial.last_serial = outcome.last_serial;
         write_journal(outcome.journal, outcome.listed);
-        const std::string unclean = bytes_of(journal_file);
+        const std::string unclean = get(journal_file);
         const bool passes = outcome.clean != nullptr;
         for (const bool again : {false, true}) {
             const CheckRun run = check("journals");
@@ -197,7 +192,7 @@ TEST_F(Journals, EachHasItsOutcomeAndTheNextRunMendsTheRest) {
             EXPECT_TRUE(run.questions.empty()) << run;
             EXPECT_EQ(date_on_file(at_journal_date), passes ? date_today() : 0U);
             EXPECT_EQ(listed(), again ? outcome.second : outcome.kept);
-            EXPECT_EQ(bytes_of(journal_file), passes ? journal(outcome.clean) : unclean);
+            EXPECT_EQ(get(journal_file), passes ? journal(outcome.clean) : unclean);
             EXPECT_EQ(file_exists(copy_file), !passes);
             EXPECT_EQ(run.reports("Geen fouten gevonden!"), passes) << run;
             EXPECT_EQ(run.count("FOUT"), outcome.report == nullptr ? 0 : 1) << run;
@@ -241,7 +236,7 @@ TEST_F(Journals, TextsOfJournalAndListBecomeEqual) {
         EXPECT_EQ(list.u16(42), 2012U);
         EXPECT_EQ(list.text(44, 1), "Z");
         text = wanted.afterwards;
-        EXPECT_EQ(bytes_of(journal_file), journal(wanted.kind + std::string("1001 M D S")));
+        EXPECT_EQ(get(journal_file), journal(wanted.kind + std::string("1001 M D S")));
     }
 }
 
@@ -262,7 +257,7 @@ TEST_F(Journals, OddNamesAndEmptyJournalsAreLeftAlone) {
     mkdir("2014K", 0700);
     EXPECT_EQ(check("journals").flags, "journals");
     for (const char *name : passed_over) {
-        EXPECT_EQ(bytes_of(name), bad) << name;
+        EXPECT_EQ(get(name), bad) << name;
     }
     EXPECT_EQ(file_size("2012Z/ORD0003.JRN"), 0);
     EXPECT_FALSE(file_exists("2012Z/ORD0003.TMP"));
@@ -279,8 +274,8 @@ TEST_F(Journals, OneThatFailsDoesNotKeepTheOthersBack) {
     shop.journals.push_back({2013, 'W', 1, journal("O19 M D S")});
     write();
     EXPECT_EQ(check("journals").flags, "");
-    EXPECT_EQ(bytes_of(journal_file), journal("O5001 M D S"));
-    EXPECT_EQ(bytes_of("2012Z/ORD0002.JRN"), journal("O18 M D S Q"));
+    EXPECT_EQ(get(journal_file), journal("O5001 M D S"));
+    EXPECT_EQ(get("2012Z/ORD0002.JRN"), journal("O18 M D S Q"));
     EXPECT_EQ(listed(), "4444 5001 5003") << "what is in no journal goes when all have passed";
     put("2012Z/ORD0002.JRN", journal("O18 M D S"));
     EXPECT_EQ(check("journals").flags, "journals");
@@ -329,7 +324,7 @@ TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {
         chk_journals();
     });
     EXPECT_EQ(full.found(), "journals.5") << full;
-    EXPECT_EQ(bytes_of(journal_file), journal(words));
+    EXPECT_EQ(get(journal_file), journal(words));
 }
 
 TEST_F(Journals, LabelChainsThatLeadAstrayStopNothing) {

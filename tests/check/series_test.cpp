@@ -22,13 +22,6 @@ protected:
         }
         return {};
     }
-    /// The labels of a series whose chain is one block.
-    static LabelBlock block_on_file(const SeriesRecord &series) {
-        LabelBlock block{};
-        const std::size_t at = static_cast<std::size_t>(series.first_block) * sizeof block;
-        std::memcpy(&block, get("RVETI.TXT").data() + at, sizeof block);
-        return block;
-    }
     LabelBlock &block_of(const SeriesRecord &series) {
         return shop.label_blocks[static_cast<std::size_t>(series.first_block)];
     }
@@ -103,12 +96,12 @@ TEST_F(Series, RepairTakesTheSideOfTheLabels) {
     series.stamp = stamp_of_day(39500);
     write();
     EXPECT_EQ(check("full series", "N").flags, "");
-    EXPECT_EQ(block_on_file(series).slots[1].date_in, earliest_day)
+    EXPECT_EQ(block_on_file(series.first_block).slots[1].date_in, earliest_day)
         << "dates are put right without a question";
-    EXPECT_EQ(block_on_file(series).slots[2].branch, 7);
+    EXPECT_EQ(block_on_file(series.first_block).slots[2].branch, 7);
     EXPECT_EQ(check("full series", "J").flags, "series");
 
-    const LabelBlock block = block_on_file(series);
+    const LabelBlock block = block_on_file(series.first_block);
     EXPECT_TRUE(label_is_empty(block.slots[0])) << "a deleted label does not come back";
     EXPECT_EQ(block.slots[0].branch, 0);
     EXPECT_EQ(block.slots[2].branch, 1);
@@ -181,7 +174,7 @@ TEST_F(Series, ShopWithoutBranchesIsOneShop) {
     const SeriesRecord &series = series_of({label(label_stock, 40000, 5)});
     write();
     EXPECT_EQ(check("full series", "J").flags, "series");
-    EXPECT_EQ(block_on_file(series).slots[0].branch, 0);
+    EXPECT_EQ(block_on_file(series.first_block).slots[0].branch, 0);
 }
 
 TEST_F(Series, RecordsArePutRightOnTheWay) {

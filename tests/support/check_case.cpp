@@ -61,6 +61,12 @@ LabelEntry &CheckCase::label_at(std::int32_t number) {
     return shop.label_blocks[slot / labels_per_block].slots[slot % labels_per_block];
 }
 
+LabelBlock CheckCase::block_on_file(std::int32_t block) {
+    LabelBlock found{};
+    std::memcpy(&found, &get("RVETI.TXT").at(static_cast<std::size_t>(block) * sizeof found), sizeof found);
+    return found;
+}
+
 std::string CheckCase::live(const std::string &pair) {
     const std::size_t length = Bytes(pair + ".INX").u16(offsetof(ix_header, reclen));
     const std::string data = get(pair + ".TXT");

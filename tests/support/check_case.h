@@ -51,6 +51,10 @@ protected:
     /// What an independent reading of the files finds wrong, one line each; empty when they agree.
     std::string audit(unsigned parts) const;
     LabelEntry &label_at(std::int32_t number);
+    static LabelBlock block_on_file(std::int32_t block);
+    static LabelEntry label_on_file(std::int32_t number) {
+        return block_on_file((number - 1) / labels_per_block).slots[(number - 1) % labels_per_block];
+    }
     /// True when a record stands on file byte by byte.
     template <class Record>
     static bool on_file(const std::string &file, const Record &record) {
