@@ -43,6 +43,9 @@ protected:
     /// keeps its text, n one that has no number yet, P one of the day before; any other character stands for
     /// itself.
     std::string record(const std::string &word) const {
+        const auto bytes = [&](const auto &content) {
+            return word.substr(0, 1) + std::string(reinterpret_cast<const char *>(&content), sizeof content);
+        };
         JournalOrder order{};
         JournalDetail detail{};
         JournalModel model{};
@@ -58,23 +61,22 @@ protected:
                 order.date = word[0] == 'P' ? order_date - 1 : order_date;
                 order.kind = word[0] == 'o' ? order_kind_own_text : 0;
                 order.status = word[0] == 'n' ? 1 : order_status_numbered;
-                order.number = static_cast<std::uint32_t>(std::strtoul(word.c_str() + 1, nullptr, 10));
+                order.number = static_cast<std::uint32_t>(std::stoul(word.substr(1)));
                 std::memset(order.text, 0, sizeof order.text);
                 std::memcpy(order.text, text.data(), text.size());
-                return std::string("O") + std::string(reinterpret_cast<const char *>(&order), sizeof order);
+                return "O" + bytes(order).substr(1);
             case 'M':
                 model.group = shop.series[0].key.group;
-                return std::string("M") + std::string(reinterpret_cast<const char *>(&model), sizeof model);
+                return bytes(model);
             case 'D':
                 detail.colour = shop.series[0].key.colour;
                 detail.number = shop.series[0].key.number;
-                return std::string("D") + std::string(reinterpret_cast<const char *>(&detail), sizeof detail);
+                return bytes(detail);
+            case '~':
+                return "S12";
             default:
-                return word[0] == '~'
-                           ? std::string("S12")
-                           : word.substr(0, 1) +
-                                 std::string(static_cast<std::size_t>(std::max(journal_payload(word[0]), 0)),
-                                             'p');
+                return word.substr(0, 1) +
+                       std::string(static_cast<std::size_t>(std::max(journal_payload(word[0]), 0)), 'p');
         }
     }
     std::string journal(const std::string &words) const {
@@ -86,13 +88,12 @@ protected:
         return bytes;
     }
     void list_order(std::uint32_t number, const std::string &order_text = "lijst") {
-        OrderNumberRecord listed{};
+        OrderNumberRecord &listed = shop.order_numbers.emplace_back();
         listed.number = number;
         std::memcpy(listed.text, order_text.data(), order_text.size());
         listed.journal = 1;
         listed.year = 2012;
         listed.letter = 'Z';
-        shop.order_numbers.push_back(listed);
     }
     void write_journal(const std::string &words, const std::string &listed) {
         shop.journals = {{2012, 'Z', 1, journal(words)}};
@@ -285,31 +286,31 @@ TEST_F(Journals, OneThatFailsDoesNotKeepTheOthersBack) {
 TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {
     write_journal("O17 M D F", "17");
     EXPECT_EQ(check("journals").found(), "journals.7") << "the last record is out of place";
+    const auto found_with = [](void (*trouble)()) {
+        return play({},
+                    [&] {
+                        trouble();
+                        chk_journals();
+                    })
+            .found();
+    };
     // A program that ignores the lock writes behind the back of the walk.
     write_journal("O17 M D S", "17");
-    EXPECT_EQ(play({},
-                   [] {
-                       isam_operator.leave_if_due = [] {
-                           std::filesystem::last_write_time(
-                               journal_file,
-                               std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
-                       };
-                       chk_journals();
-                   })
-                  .found(),
+    EXPECT_EQ(found_with([] {
+                  isam_operator.leave_if_due = [] {
+                      std::filesystem::last_write_time(
+                          journal_file,
+                          std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+                  };
+              }),
               "journals.4");
     // Another program deletes the journal between its listing and its opening.
     write_journal("O17 M D S", "17");
-    EXPECT_EQ(play({},
-                   [] {
-                       isam_operator.show = [](op_field, const char *, const char *value) {
-                           if (value != nullptr) {
-                               unlink(journal_file);
-                           }
-                       };
-                       chk_journals();
-                   })
-                  .found(),
+    EXPECT_EQ(found_with([] {
+                  isam_operator.show = [](op_field, const char *, const char *value) {
+                      unlink(value == nullptr ? "" : journal_file);
+                  };
+              }),
               "journals.6");
     // There is no room for the copy.
     std::string words;
@@ -317,13 +318,12 @@ TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {
         words += "O" + std::to_string(order == 0 ? 17 : 1000 + order) + " M D S ";
     }
     write_journal(words, "");
-    const CheckRun full = play({}, [] {
-        constexpr rlimit room{100000, 100000};
-        std::signal(SIGXFSZ, SIG_IGN);
-        setrlimit(RLIMIT_FSIZE, &room);
-        chk_journals();
-    });
-    EXPECT_EQ(full.found(), "journals.5") << full;
+    EXPECT_EQ(found_with([] {
+                  constexpr rlimit room{100000, 100000};
+                  std::signal(SIGXFSZ, SIG_IGN);
+                  setrlimit(RLIMIT_FSIZE, &room);
+              }),
+              "journals.5");
     EXPECT_EQ(get(journal_file), journal(words));
 }
 
