@@ -72,6 +72,8 @@ public:
                 ProbeError error{};
                 error.number = number;
                 errors.add(error);
+                error.carried[0] = 1;  // the second takes the place of the first
+                errors.add(error);
             }
             broken_off = op_interrupted();
         } while (words.contains("endless") && !broken_off);
@@ -95,7 +97,7 @@ public:
         }
         errors.for_each([](const ProbeError &error) {
             chk_room(2);
-            print_cell(number_cell("%8ld", static_cast<long>(error.number.value())));
+            print_cell(number_cell("%8ld", error.carried[0] == 1 ? long{error.number} : 0));
             prt_newline();
         });
         if (own) {

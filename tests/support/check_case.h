@@ -1,14 +1,4 @@
 // A case of a check: a made shop with faults, the answers of the operator, and what came of it.
-//
-//     class Labels : public CheckCase {};
-//     TEST_F(Labels, ...) {
-//         make({.series = 5}, {"label-other-series"});   // names of shop faults
-//         const CheckRun run = check("labels", "J");     // words and answers
-//         EXPECT_EQ(run.flags, "");
-//         EXPECT_TRUE(run.reports("etiketblok van andere serie")) << run;
-//         EXPECT_EQ(check("labels").flags, "labels");    // the second run
-//         EXPECT_EQ(audit(audit_labels), "");
-//     }
 #pragma once
 
 #include <cstring>

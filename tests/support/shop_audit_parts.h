@@ -7,7 +7,6 @@
 #include <map>
 #include <set>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "support/shop_audit.h"
@@ -85,7 +84,6 @@ struct Audit {
     void check_criteria();
     void check_customers();
     void check_codes();
-    void check_journals();
 };
 
 }  // namespace shop_audit

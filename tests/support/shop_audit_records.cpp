@@ -1,4 +1,4 @@
-// The audit of customers, reference files, codes and journals.
+// The audit of customers and EAN codes.
 #include "support/shop_audit_parts.h"
 
 namespace shop_audit {
@@ -132,92 +132,6 @@ void Audit::check_codes() {
                 find("series at %zu: size %u has no EAN code", at, index);
             }
         }
-    }
-    const auto refers = [&](const Table &table, std::size_t at, std::size_t kind, std::size_t size) {
-        const auto found = series_at.find(key_in(table, at));
-        return found != series_at.end() && series.u8(found->second + 16) == table.u8(at + kind) &&
-               (table.u8(at + size) == 0 || series_size(found->second, table.u8(at + size)));
-    };
-    const Table replaced(directory / "RVBARC.TXT", 32);
-    for (const std::size_t at : replaced.at) {
-        if (!refers(replaced, at, 22, 23)) {
-            find("replaced code %s", replaced.text(at, 13).c_str());
-        }
-    }
-    for (const fs::directory_entry &entry : fs::directory_iterator(directory)) {
-        unsigned supplier = 0;
-        const std::string name = entry.path().filename();
-        if (name.size() != 12 || std::sscanf(name.c_str(), "XNRS%4u.TXT", &supplier) != 1 ||
-            !name.ends_with("TXT")) {
-            continue;
-        }
-        const Table numbers(entry.path(), 28);
-        for (const std::size_t at : numbers.at) {
-            const std::vector<std::size_t> &own = sets_of[key_in(numbers, at)];
-            const bool priced = std::any_of(own.begin(), own.end(),
-                                            [&](std::size_t set) { return sets.u16(set + 8) == supplier; });
-            if (!priced || !refers(numbers, at, 23, 22)) {
-                find("%s: %s", name.c_str(), numbers.text(at, 13).c_str());
-            }
-        }
-    }
-}
-
-void Audit::check_journals() {
-    struct Rule {
-        std::size_t bytes;
-        const char *after;
-    };
-    const std::map<char, Rule> rules = {
-        {'O', {120, " DSEBLF"}}, {'M', {24, "ODTSEBLF"}}, {'D', {128, "MTSEBLF"}},
-        {'T', {61, "OMDT"}},     {'S', {12, "DTSEB"}},    {'E', {13, "S"}},
-        {'B', {13, "SE"}},       {'L', {4, "SEBLF"}},     {'F', {8, "LF"}},
-    };
-    std::map<std::uint32_t, std::tuple<unsigned, unsigned, char, std::string>> orders;  // where, and the text
-    for (const fs::directory_entry &entry : fs::recursive_directory_iterator(directory)) {
-        unsigned number = 0;
-        unsigned year = 0;
-        char letter = ' ';
-        const std::string name = fs::relative(entry.path(), directory);
-        if (name.size() != 17 ||
-            std::sscanf(name.c_str(), "%4u%c/ORD%4u.JRN", &year, &letter, &number) != 3 ||
-            !name.ends_with("JRN")) {
-            continue;
-        }
-        const Bytes journal(entry.path());
-        char before = ' ';
-        for (std::size_t at = 0; at < journal.size();) {
-            const char code = journal.data[at++];
-            const auto rule = rules.find(code);
-            if (rule == rules.end() || std::string(rule->second.after).find(before) == std::string::npos ||
-                at + rule->second.bytes > journal.size()) {
-                find("%s: record at %zu", name.c_str(), at - 1);
-                break;
-            }
-            if (code == 'O' && journal.u8(at + 46) == 4) {
-                const std::uint32_t order = journal.u32(at + 64);
-                if ((journal.u8(at + 59) != 2 && order < 1000) ||
-                    !orders.insert({order, {number, year, letter, journal.text(at + 68, 35)}}).second) {
-                    find("%s: order %u", name.c_str(), order);
-                }
-            }
-            before = code;
-            at += rule->second.bytes;
-        }
-    }
-    const Table list(directory / "RVORDNR.TXT", 48);
-    for (const std::size_t at : list.at) {
-        const auto where =
-            std::make_tuple(list.u16(at + 40), list.u16(at + 42), list.data[at + 44], list.text(at + 4, 35));
-        const auto found = orders.find(list.u32(at));
-        if (found == orders.end() || found->second != where) {
-            find("order number %u is not in its journal", list.u32(at));
-        } else {
-            orders.erase(found);
-        }
-    }
-    if (!orders.empty()) {
-        find("%zu orders are not in the list, the first %u", orders.size(), orders.begin()->first);
     }
 }
 
