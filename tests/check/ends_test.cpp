@@ -183,6 +183,8 @@ TEST_F(Ends, WithoutAnEndOrAReportNoDateIsSet) {
         {"break=FASE-1 customers", "customer-chain-cut", ""},
         {"break=FASE-2 customers", "customer-chain-cut", ""},
         {"refuse customers", "customer-chain-cut", ""},
+        {"break=FASE-1 order_criteria", "criteria-chain-cut", ""},
+        {"refuse order_criteria", "criteria-chain-cut", ""},
         {"full break master", "group-vat", ""},
         {"full refuse master", "group-vat", ""},
         {"full break ean", "ean-missing", ""},
@@ -196,8 +198,10 @@ TEST_F(Ends, WithoutAnEndOrAReportNoDateIsSet) {
             spoil_shop(shop, one.fault, 1);
             write();
         }
+        const std::multiset<std::string> before = kept();
         const CheckRun run = check(one.words);
         EXPECT_EQ(run.flags, one.flags) << run;
+        EXPECT_TRUE(one.asked || kept() == before) << "something was lost";
         EXPECT_EQ(run.questions.empty(), !one.asked) << run;
         EXPECT_TRUE(run.report.empty()) << run;
         constexpr std::size_t row_of_dates = 18 * 64;

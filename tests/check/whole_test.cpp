@@ -159,17 +159,16 @@ bool just_these(const std::string &codes, std::set<std::string> found) {
     return found.empty();
 }
 
-/// Faults that leave the records and their blocks as they are, and those in files that the audit does not
-/// read, by the beginning of their names.
-bool unseen_by_the_audit(const std::string &fault) {
-    static const std::set<std::string> faults = {
-        "label-file-tail",     "price-file-tail",   "index-series-swapped", "index-series-locks",
-        "index-series-update", "series-no-brand",   "series-option",        "index-series-cut",
-        "index-ean-swapped",   "index-barcode-cut", "sizekind-session"};
-    static const std::set<std::string> files = {"barcode", "branch", "brand",    "company", "group",
-                                                "journal", "master", "number",   "order",   "saving",
-                                                "small",   "staff",  "supplier", "transit", "turnover"};
-    return faults.contains(fault) || files.contains(fault.substr(0, fault.find('-')));
+/// Faults in what the audit reads.
+bool seen_by_the_audit(const std::string &fault) {
+    static const std::set<std::string> but = {"label-file-tail", "price-file-tail",  "series-no-brand",
+                                              "series-option",   "size-name-stale",  "size-number-none",
+                                              "size-number-gap", "size-number-high", "size-number-double"};
+    static const std::set<std::string> files = {"criteria", "ean", "label", "price", "series", "size"};
+    static const std::set<std::string> more = {"customer-amount-negative", "customer-first-outside",
+                                               "customer-missing"};
+    return more.contains(fault) || fault.starts_with("customer-chain") ||
+           (files.contains(fault.substr(0, fault.find('-'))) && !but.contains(fault));
 }
 
 /// What passed checks leave in agreement. What a customer bought is counted again only on request.
@@ -251,7 +250,7 @@ TEST_F(Whole, EveryFaultIsFoundAndMendedOrLeftToAHuman) {
         SCOPED_TRACE(name);
         EXPECT_TRUE(names.insert(name).second);
         make({.series = 40}, {name});
-        EXPECT_EQ(audit(audit_all).empty(), unseen_by_the_audit(name));
+        EXPECT_NE(audit(audit_all).empty(), seen_by_the_audit(name));
         const CheckRun first = check("11 12 13", yes_for_a_while);
         const std::set<std::string> found(first.codes.begin(), first.codes.end());
         EXPECT_TRUE(just_these(codes_of(name), found)) << first;

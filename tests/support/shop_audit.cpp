@@ -157,24 +157,6 @@ void Audit::check_prices() {
 }
 
 void Audit::check_sizes() {
-    for (const auto &[kind, numbers] : sequence) {
-        std::set<unsigned> seen;
-        for (const auto &[index, number] : numbers) {
-            if (number < 1 || number > numbers.size() || !seen.insert(number).second) {
-                find("size kind %u: index %u has number %u", kind, index, number);
-            }
-        }
-    }
-    const Table kinds(directory / "RVMAAT.TXT", 404);
-    const Table names(directory / "RVMTOM.TXT", 10);
-    for (const std::size_t name : names.at) {
-        const auto described = [&](std::size_t at) {
-            return kinds.u16(at) == names.u16(name) && kinds.bit(at + 2, names.u8(name + 2));
-        };
-        if (std::none_of(kinds.at.begin(), kinds.at.end(), described)) {
-            find("size description at %zu is of no size", name);
-        }
-    }
     for (const auto &[key, at] : series_at) {
         const std::map<unsigned, unsigned> &numbers = sequence[series.u8(at + 16)];
         for (const Label *label : labels_of[key]) {

@@ -1,6 +1,6 @@
 // An audit of a shop's files that shares nothing with the program: its own reading of the bytes, its own
 // rules of what agrees with what. What the cases of a check compare to the byte is not
-// read: goods in transit, reference files, order numbers at suppliers, replaced codes, order journals.
+// read: goods in transit, reference files, records of customers, order numbers and replaced codes, journals.
 #pragma once
 
 #include <string>
@@ -9,9 +9,9 @@
 enum audit_part : unsigned {
     audit_labels = 1,      ///< label chains, and what the series say of their labels
     audit_prices = 2,      ///< price chains, a price for every label
-    audit_sizes = 4,       ///< size kinds, sizes of labels, prices and series
+    audit_sizes = 4,       ///< sizes of labels, prices and series
     audit_criteria = 8,    ///< order criteria
-    audit_customers = 16,  ///< customers, and the chains of their labels where these are kept
+    audit_customers = 16,  ///< chains of the labels of customers
     audit_amounts = 32,    ///< with the customers: what they bought, counted again
     audit_codes = 64,      ///< EAN codes
     audit_all = 127,
