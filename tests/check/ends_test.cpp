@@ -97,12 +97,7 @@ protected:
                 }
             }
         }
-        const Bytes criteria("RVBAPAR.TXT");
-        for (std::size_t at = 0; at + sizeof(CriteriaBlock) <= criteria.size(); at += sizeof(CriteriaBlock)) {
-            if (!criteria.zero(at, sizeof(SeriesKey))) {
-                found.insert(criteria.data.substr(at, offsetof(CriteriaBlock, next)));
-            }
-        }
+        found.merge(criteria_blocks());
         return found;
     }
     /// The journals: each is the old or the new one at any moment.

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "base/dates.h"
+#include "base/strformat.h"
 #include "check/label_prices/price_rate.h"
 #include "support/check_case.h"
 
@@ -24,9 +25,7 @@ protected:
 TEST_F(Prices, LinesOfTheReport) {
     make({.series = 30});
     PriceSetRecord &set = shop.price_sets.front();
-    set.key.group = 99999;
-    set.key.colour = 999;
-    set.key.number = 9999;
+    set.key = {99999, 999, 9999};
     set.supplier = 65535;
     set.end_date = date_from_str("31122013");
     const std::int32_t chain = set.chain;
@@ -41,10 +40,9 @@ TEST_F(Prices, LinesOfTheReport) {
     EXPECT_TRUE(run.reports("serienummer             lvnr dat.tm prijsblok       P/N foutmelding")) << run;
     EXPECT_TRUE(run.reports("99999.999.9999         65535 311213                     serie NIET aanwezig"))
         << run;
-    char line[80];
-    std::snprintf(line, sizeof line, "          1234567 %8dP prijsblok buiten bestand",
-                  static_cast<int>(shop.price_sets[other].chain));
-    EXPECT_TRUE(run.reports(line)) << run;
+    EXPECT_TRUE(run.reports(
+        str_format("          1234567 %8dP prijsblok buiten bestand", int{shop.price_sets[other].chain})))
+        << run;
     EXPECT_FALSE(run.reports("ETIKETPRIJZEN"));  // the labels wait for a check that has passed
     // No is no: the chains are as they were.
     EXPECT_EQ(Bytes("RVIPG.TXT").u32(static_cast<std::size_t>(chain) * block_bytes),
@@ -54,27 +52,23 @@ TEST_F(Prices, LinesOfTheReport) {
 // A series takes the supplier of its prices, and none when there are several, or no prices.
 TEST_F(Prices, TheOnlySupplierIsPreferred) {
     make({.series = 120});
-    std::map<std::string, std::set<unsigned>> suppliers;
-    for (const PriceSetRecord &set : shop.price_sets) {
-        suppliers[std::string(reinterpret_cast<const char *>(&set.key), 8)].insert(set.supplier);
-    }
     for (SeriesRecord &series : shop.series) {
         series.supplier = 0;
     }
     write();
     const CheckRun run = check("prices", "J");
-    const Bytes file("RVSER.TXT");
-    std::map<bool, int> series;  // with one supplier, or with several
-    for (std::size_t at = 0; at + 200 <= file.size(); at += 200) {
-        if (const auto own = suppliers.find(file.data.substr(at, 8)); own != suppliers.end()) {
-            const bool one = own->second.size() == 1;
-            EXPECT_EQ(file.u16(at + 132), one ? *own->second.begin() : 0U);
-            series[one]++;
+    std::map<std::size_t, int> series;  // by the number of their suppliers
+    for (const SeriesRecord &each : records<SeriesRecord>("RVSER.TXT")) {
+        std::set<unsigned> suppliers;
+        for (const PriceSetRecord &set : shop.price_sets) {
+            set.key == each.key ? void(suppliers.insert(set.supplier)) : void();
         }
+        EXPECT_EQ(each.supplier, suppliers.size() == 1 ? *suppliers.begin() : 0U);
+        series[std::min<std::size_t>(suppliers.size(), 2)]++;
     }
-    EXPECT_GT(series[true], 0);
-    EXPECT_GT(series[false], 0);
-    EXPECT_EQ(run.count("Geen voorkeursleverancier"), series[false]);
+    EXPECT_GT(series[1], 0);
+    EXPECT_GT(series[2], 0);
+    EXPECT_EQ(run.count("Geen voorkeursleverancier"), series[2]);
 }
 
 // ---- Prices for labels

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstring>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,8 @@ protected:
     static bool on_file(const std::string &file, const Record &record) {
         return get(file).find({reinterpret_cast<const char *>(&record), sizeof record}) != std::string::npos;
     }
+    /// Key and advice of each block of order criteria in use.
+    static std::multiset<std::string> criteria_blocks();
     /// The live records of an indexed file, one behind the other.
     static std::string live(const std::string &pair);
     /// The live records of a file.
