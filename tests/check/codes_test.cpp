@@ -10,14 +10,13 @@
 
 namespace {
 
-constexpr unsigned at_order_numbers_date = 22;
-constexpr unsigned at_barcodes_date = 24;
+using Rows = std::vector<std::string>;
 
 class Codes : public CheckCase {
 protected:
     /// The rows and lines of dashes of the first report, from the second dashes on (the first end the head).
-    static std::vector<std::string> rows(const CheckRun &run) {
-        std::vector<std::string> lines;
+    static Rows rows(const CheckRun &run) {
+        Rows lines;
         int dashes = 0;
         for (const std::string &line : run.report) {
             const bool ruled = line.starts_with("-----");
@@ -31,244 +30,175 @@ protected:
         }
         return lines;
     }
-    template <class Record>
-    static std::multiset<std::string> codes(const std::string &file) {
-        std::multiset<std::string> found;
-        for (const Record &record : records<Record>(file)) {
-            found.emplace(record.code, sizeof record.code);
+    /// Refused, the check lists `expected` and writes nothing; with leave it deletes what it has listed, and
+    /// of each file so many records from the front stay.
+    void expect_deleted_on_yes(const std::string &name, const char *heads, unsigned at_date,
+                               const std::map<std::string, std::size_t> &kept) {
+        std::map<std::string, std::string> before;
+        for (const auto &[file, bytes] : kept) {
+            before[file] = live(file);
         }
-        return found;
+        const CheckRun refused = check("full " + name, "N");
+        EXPECT_EQ(rows(refused), expected) << refused;
+        EXPECT_TRUE(refused.reports(heads)) << refused;
+        EXPECT_EQ(refused.flags, "");
+        EXPECT_EQ(date_on_file(at_date), 0U);
+        for (const auto &[file, bytes] : kept) {
+            EXPECT_TRUE(live(file) == before[file]) << file;
+        }
+        const CheckRun repaired = check(name, "J");
+        EXPECT_EQ(rows(repaired), expected) << repaired;
+        EXPECT_EQ(repaired.questions.size(), 1U) << repaired;
+        EXPECT_TRUE(repaired.reports("Geen fouten gevonden!")) << repaired;
+        EXPECT_EQ(repaired.flags, name);
+        EXPECT_EQ(date_on_file(at_date), date_today());
+        for (const auto &[file, bytes] : kept) {
+            EXPECT_TRUE(live(file) == before[file].substr(0, bytes)) << file;
+        }
+        EXPECT_EQ(check("full " + name).flags, name);
+        EXPECT_FALSE(temporary_files());
     }
+    /// A shop with a series that has prices, and one size: the first of its kind, which has another one too.
+    void SetUp() override {
+        CheckCase::SetUp();
+        make({.series = 20, .customers = 0});
+        set = shop.price_sets.front();
+        series = &*std::find_if(shop.series.begin(), shop.series.end(),
+                                [this](const SeriesRecord &one) { return one.key == set.key; });
+        text = ser_text(series->key);
+        kind = series->size_kind;
+        unsigned index = 0;
+        for (std::uint8_t *found : {&size, &unused}) {
+            while (kind_of(kind).entries[++index].link == 0) {
+            }
+            *found = static_cast<std::uint8_t>(index);
+        }
+        series->sizes = {};
+        series->sizes.set(size);
+    }
+    SizeKindRecord &kind_of(unsigned number) {
+        return *std::find_if(shop.size_kinds.begin(), shop.size_kinds.end(),
+                             [&](const SizeKindRecord &record) {
+                                 return record.kind == number && record.system == shop.settings.size_system;
+                             });
+    }
+    std::string size_text(unsigned of_kind, unsigned index) {
+        std::string code(kind_of(of_kind).entries[index].code, 3);
+        std::replace(code.begin(), code.end(), '\0', ' ');
+        return code;
+    }
+    /// Adds a code; the report shows `after` behind the key of the series, unless the code is sound.
     template <class Record>
-    Record record_of(const SeriesRecord &series, const std::string &code) {
-        Record record{};
+    Record &add(std::vector<Record> &list, const char *code, unsigned of_kind, unsigned index,
+                const std::string &after = "") {
+        Record &record = list.emplace_back();
         put_text(record.code, code);
-        record.group = series.key.group;
-        record.colour = series.key.colour;
-        record.number = series.key.number;
-        record.size_kind = series.size_kind;
+        record.group = series->key.group;
+        record.colour = series->key.colour;
+        record.number = series->key.number;
+        record.size_kind = static_cast<std::uint8_t>(of_kind);
+        record.size = static_cast<std::uint8_t>(index);
+        if (!after.empty()) {
+            expected.push_back(str_format("%-13s %s", code, text.c_str()) + after);
+        }
         return record;
     }
-    /// A series of the supplier with the number `n` in the list, with a price set of his.
-    const SeriesRecord &priced_series() {
-        for (const SeriesRecord &series : shop.series) {
-            for (const PriceSetRecord &set : shop.price_sets) {
-                if (set.key == series.key && set.supplier == series.supplier) {
-                    return series;
-                }
-            }
-        }
-        return shop.series.front();
-    }
+    PriceSetRecord set{};
+    SeriesRecord *series = nullptr;
+    std::string text;
+    unsigned kind = 0;
+    std::uint8_t size = 0;
+    std::uint8_t unused = 0;
+    Rows expected;
 };
 
-unsigned first_size(const SeriesRecord &series) {
-    unsigned size = 1;
-    while (!series.sizes.test(size)) {
-        size++;
-    }
-    return size;
-}
-
-const SizeKindRecord &kind_of(const Shop &shop, unsigned kind) {
-    return *std::find_if(shop.size_kinds.begin(), shop.size_kinds.end(), [&](const SizeKindRecord &record) {
-        return record.kind == kind && record.system == shop.settings.size_system;
-    });
-}
-
-std::string size_text(const Shop &shop, unsigned kind, unsigned size) {
-    std::string text(kind_of(shop, kind).entries[size].code, 3);
-    std::replace(text.begin(), text.end(), '\0', ' ');
-    return text;
-}
-
-/// A size of the kind that the series doesn't have; 0 for none.
-unsigned unused_size(const Shop &shop, const SeriesRecord &series) {
-    for (unsigned size = 1; size <= size_highest; size++) {
-        if (!series.sizes.test(size) && kind_of(shop, series.size_kind).entries[size].link != 0) {
-            return size;
-        }
-    }
-    return 0;
-}
-
 TEST_F(Codes, OrderNumbersAreListedAndDeletedOnYes) {
-    make({.series = 20, .customers = 0});
-    const SeriesRecord &series = priced_series();
-    const auto size = static_cast<std::uint8_t>(first_size(series));
-    const int supplier = series.supplier;
-    const std::uint8_t other_kind = series.size_kind == 1 ? 2 : 1;
-    for (SizeKindRecord &kind : shop.size_kinds) {
-        kind.entries[1].code[2] = '\0';  // a code of two characters
-    }
-    std::vector<SupplierNumberRecord> list;
-    std::vector<std::string> expected;
-    const auto add = [&](const std::string &code, std::uint8_t kind, std::uint8_t index, const char *text,
-                         const std::string &shown) {
-        list.push_back(record_of<SupplierNumberRecord>(series, code));
-        list.back().size_kind = kind;
-        list.back().size = index;
-        if (text != nullptr) {
-            expected.push_back(
-                str_format("%-13s %s  %4d", code.c_str(), ser_text(series.key).c_str(), supplier) + shown +
-                "  " + text);
-        }
+    const unsigned supplier = set.supplier;
+    const unsigned other_kind = kind == 1 ? 2 : 1;
+    kind_of(other_kind).entries[1].code[2] = '\0';  // a code of two characters
+    const auto after = [&](const std::string &shown) {
+        return str_format("  %4d  ", supplier) + shown + "  Maat niet bekend bij serie";
     };
-    const char *no_size = "Maat niet bekend bij serie";
-    add("A1", series.size_kind, 0, nullptr, "");
-    add("A2", series.size_kind, size, nullptr, "");
-    add("A3 met blanco", 0, 0, no_size, "     ");
-    add("A4", 0, size, no_size, "     ");
-    add("A5", other_kind, 1, no_size, "  " + size_text(shop, other_kind, 1));
-    add("A6\\41 %s", series.size_kind, 91, no_size, "     ");
-    add("A7", 200, 95, no_size, "     ");
-    expected.push_back("---");
-    list.push_back(record_of<SupplierNumberRecord>(series, "A8\tx\n1"));
-    list.back().group = 4000000000U;
-    const std::string rest = str_format("%u.%u", unsigned{series.key.colour}, unsigned{series.key.number});
+    std::vector<SupplierNumberRecord> list;
+    add(list, "A1", kind, 0);
+    add(list, "A2", kind, size);
+    add(list, "A3 met blanco", 0, 0, after("   "));
+    add(list, "A4", 0, size, after("   "));
+    add(list, "A5", other_kind, 1, after(size_text(other_kind, 1)));
+    add(list, "A6\\41 %s", kind, 91, after("   "));
+    add(list, "A7", 200, 95, after("   "));
+    expected.emplace_back("---");
+    add(list, "A8\tx\n1", kind, 0).group = 4000000000U;
+    const std::string rest = str_format("%u.%u", unsigned{series->key.colour}, unsigned{series->key.number});
     expected.push_back(
         str_format("A8?x?1        4000000000.%-3.3s  %4d       Serie niet aanwezig", rest.c_str(), supplier));
-    shop.supplier_numbers = {{supplier, list}, {9997, {record_of<SupplierNumberRecord>(series, "B1")}}};
-    shop.supplier_numbers[9997].back().size = 91;
-    expected.push_back(str_format("B1            %s  9997  ", ser_text(series.key).c_str()) +
-                       "     Leverancier niet bekend bij serie");
+    shop.supplier_numbers = {{supplier, list}, {9997, {}}};
+    add(shop.supplier_numbers[9997], "B1", kind, 91, "  9997       Leverancier niet bekend bij serie");
     write();
-    const std::vector<std::string> files{get("XNRS9997.TXT"), get(str_format("XNRS%04d.TXT", supplier))};
-
-    const CheckRun refused = check("order_numbers", "N");
-    EXPECT_EQ(rows(refused), expected) << refused;
-    EXPECT_TRUE(refused.reports("bestelnummer  serienummer    levnr   mt ")) << refused;
-    EXPECT_EQ(refused.flags, "");
-    EXPECT_EQ(files[0], get("XNRS9997.TXT"));
-    EXPECT_EQ(files[1], get(str_format("XNRS%04d.TXT", supplier)));
-
-    const CheckRun repaired = check("order_numbers", "J");
-    EXPECT_EQ(rows(repaired), expected) << repaired;
-    EXPECT_EQ(repaired.questions.size(), 1U) << repaired;
-    EXPECT_TRUE(repaired.reports("Geen fouten gevonden!")) << repaired;
-    EXPECT_EQ(repaired.flags, "order_numbers");
-    EXPECT_EQ(date_on_file(at_order_numbers_date), date_today());
-    EXPECT_TRUE(codes<SupplierNumberRecord>("XNRS9997.TXT").empty());
-    EXPECT_EQ(codes<SupplierNumberRecord>(str_format("XNRS%04d.TXT", supplier)),
-              (std::multiset<std::string>{std::string(list[0].code, 13), std::string(list[1].code, 13)}));
-    EXPECT_EQ(check("full order_numbers").flags, "order_numbers");
-    EXPECT_FALSE(temporary_files());
+    expect_deleted_on_yes("order_numbers", "bestelnummer  serienummer    levnr   mt ", 22,
+                          {{"XNRS9997", 0}, {str_format("XNRS%04d", supplier), 2 * sizeof list[0]}});
 }
 
 TEST_F(Codes, ReplacedCodesAreListedAndDeletedOnYes) {
-    make({.series = 20, .customers = 0});
-    // A series that doesn't have all sizes of its kind.
-    std::size_t at = 0;
-    while (unused_size(shop, shop.series[at]) == 0) {
-        at++;
-    }
-    const SeriesRecord &series = shop.series[at];
-    const unsigned unused = unused_size(shop, series);
-    const auto size = static_cast<std::uint8_t>(first_size(series));
-    shop.barcodes.clear();
-    std::vector<std::string> expected;
-    const auto add = [&](const std::string &code, std::uint8_t kind, unsigned index, const char *text,
-                         const std::string &shown = "    ") {
-        shop.barcodes.push_back(record_of<BarcodeRecord>(series, code));
-        shop.barcodes.back().size_kind = kind;
-        shop.barcodes.back().size = static_cast<std::uint8_t>(index);
-        if (text != nullptr) {
-            expected.push_back(str_format("%-13s %s", code.c_str(), ser_text(series.key).c_str()) + shown +
-                               std::string(28, ' ') + text);
-        }
+    const auto after = [](const std::string &shown) {
+        return " " + shown + std::string(28, ' ') + "Maat niet bekend bij serie";
     };
-    const char *no_size = "Maat niet bekend bij serie";
-    add("5410000000001", series.size_kind, 0, nullptr);
-    add("5410000000002", series.size_kind, size, nullptr);
-    add("5410000000003", 77, size, no_size, " " + size_text(shop, series.size_kind, size));
-    add("5410000000004", 0, 0, no_size);
-    add("5410000000005", series.size_kind, unused, no_size, " " + size_text(shop, series.size_kind, unused));
-    add("5410000000006", series.size_kind, 255, no_size);
-    add("541 000 07", 77, size, no_size, " " + size_text(shop, series.size_kind, size));
-    expected.insert(expected.begin(), expected.back());  // a blank comes before a digit
-    expected.pop_back();
+    std::vector<BarcodeRecord> &list = shop.barcodes;
+    list.clear();
+    add(list, "5410000000001", kind, 0);
+    add(list, "5410000000002", kind, size);
+    add(list, "541 000 07", 77, size, after(size_text(kind, size)));  // a blank comes before a digit
+    add(list, "5410000000003", 77, size, after(size_text(kind, size)));
+    add(list, "5410000000004", 0, 0, after("   "));
+    add(list, "5410000000005", kind, unused, after(size_text(kind, unused)));
+    add(list, "5410000000006", kind, 255, after("   "));
     expected.emplace_back("---");
-    add("5410000000008", series.size_kind, size, nullptr);
-    shop.barcodes.back().number = 0;
-    expected.push_back(
-        str_format("5410000000008 %-14s",
-                   str_format("%u.%u.0", unsigned{series.key.group}, unsigned{series.key.colour}).c_str()) +
-        std::string(32, ' ') + "Serie niet aanwezig");
+    add(list, "5410000000008", kind, size).number = 0;
+    const std::string key = str_format("%u.%u.0", unsigned{series->key.group}, unsigned{series->key.colour});
+    expected.push_back(str_format("5410000000008 %-14s%32sSerie niet aanwezig", key.c_str(), ""));
     write();
-
-    const CheckRun refused = check("full barcodes", "N");
-    EXPECT_EQ(rows(refused), expected) << refused;
-    EXPECT_TRUE(refused.reports("barcode       serienummer     mt ")) << refused;
-    EXPECT_EQ(refused.flags, "");
-    EXPECT_EQ(codes<BarcodeRecord>("RVBARC.TXT").size(), 8U);
-    EXPECT_EQ(date_on_file(at_barcodes_date), 0U);
-
-    const CheckRun repaired = check("full barcodes", "J");
-    EXPECT_EQ(repaired.questions.size(), 1U) << repaired;
-    EXPECT_EQ(repaired.flags, "barcodes");
-    EXPECT_EQ(codes<BarcodeRecord>("RVBARC.TXT"),
-              (std::multiset<std::string>{"5410000000001", "5410000000002"}));
-    EXPECT_EQ(date_on_file(at_barcodes_date), date_today());
-    EXPECT_EQ(check("full barcodes").flags, "barcodes");
-    EXPECT_FALSE(temporary_files());
+    expect_deleted_on_yes("barcodes", "barcode       serienummer     mt ", 24,
+                          {{"RVBARC", 2 * sizeof list[0]}});
 }
-
-struct PassedOver {
-    const char *what;
-    void (*prepare)();
-};
-
-void write_file(const std::string &name, const std::string &bytes) {
-    std::ofstream(name, std::ios::binary) << bytes;
-}
-
-const PassedOver passed_over[] = {
-    {"nothing to check",
-     [] {
-         for (const auto &entry : std::filesystem::directory_iterator(".")) {
-             const std::string name = entry.path().filename();
-             if (name.starts_with("XNRS") || name.starts_with("RVBARC")) {
-                 std::filesystem::remove(entry.path());
-             }
-         }
-     }},
-    {"names that are no supplier's",
-     [] {
-         for (const char *name :
-              {"XNRS12.TXT", "XNRS12345.TXT", "XNRS-012.TXT", "XNRS 012.TXT", "XNRS012A.TXT"}) {
-             write_file(name, "x");
-         }
-     }},
-    {"no index",
-     [] {
-         write_file("XNRS0777.TXT", "x");
-         std::filesystem::remove("RVBARC.INX");
-     }},
-    {"an index that is cut",
-     [] {
-         write_file("XNRS0777.TXT", "x");
-         write_file("XNRS0777.INX", std::string(512, '\0'));
-         std::filesystem::resize_file("RVBARC.INX", 1024);
-     }},
-    {"other records",
-     [] {
-         for (const char *end : {".TXT", ".INX"}) {
-             for (const char *name : {"XNRS0778", "RVBARC"}) {
-                 std::filesystem::copy_file(std::string("RVART") + end, std::string(name) + end,
-                                            std::filesystem::copy_options::overwrite_existing);
-             }
-         }
-     }},
-};
 
 TEST_F(Codes, WhatIsNoSoundFileIsPassedOver) {
-    for (const PassedOver &one : passed_over) {
-        SCOPED_TRACE(one.what);
+    void (*const cases[])() = {
+        // Nothing to check, and names that are no supplier's.
+        [] {
+            for (const auto &entry : std::filesystem::directory_iterator(".")) {
+                const std::string name = entry.path().filename();
+                if (name.starts_with("XNRS") || name.starts_with("RVBARC")) {
+                    std::filesystem::remove(entry.path());
+                }
+            }
+            for (const char *name :
+                 {"XNRS12.TXT", "XNRS12345.TXT", "XNRS-012.TXT", "XNRS 012.TXT", "XNRS012A.TXT"}) {
+                put(name, "x");
+            }
+        },
+        // No index.
+        [] {
+            put("XNRS0777.TXT", "x");
+            std::filesystem::remove("RVBARC.INX");
+        },
+        // An index that is cut.
+        [] {
+            put("XNRS0777.TXT", "x");
+            put("XNRS0777.INX", std::string(512, '\0'));
+            std::filesystem::resize_file("RVBARC.INX", 1024);
+        },
+        // Other records.
+        [] {
+            for (const char *end : {".TXT", ".INX"}) {
+                put(std::string("XNRS0778") + end, get(std::string("RVART") + end));
+                put(std::string("RVBARC") + end, get(std::string("RVART") + end));
+            }
+        },
+    };
+    for (const auto &prepare : cases) {
+        SCOPED_TRACE(&prepare - cases);
         make({.series = 20, .customers = 0}, {"barcode-kind"});
-        if (std::string(one.what).starts_with("names")) {
-            EXPECT_EQ(check("full barcodes", "J").flags, "barcodes");
-        }
-        one.prepare();
+        prepare();
         const CheckRun run = check("full order_numbers barcodes", "N");
         EXPECT_EQ(run.flags, "order_numbers barcodes") << run;
         EXPECT_TRUE(run.report.empty()) << run;

@@ -43,6 +43,9 @@ protected:
     /// keeps its text, n one that has no number yet, P one of the day before; any other character stands for
     /// itself.
     std::string record(const std::string &word) const {
+        const auto bytes = [&](const auto &content) {
+            return word.substr(0, 1) + std::string(reinterpret_cast<const char *>(&content), sizeof content);
+        };
         JournalOrder order{};
         JournalDetail detail{};
         JournalModel model{};
@@ -58,23 +61,22 @@ protected:
                 order.date = word[0] == 'P' ? order_date - 1 : order_date;
                 order.kind = word[0] == 'o' ? order_kind_own_text : 0;
                 order.status = word[0] == 'n' ? 1 : order_status_numbered;
-                order.number = static_cast<std::uint32_t>(std::strtoul(word.c_str() + 1, nullptr, 10));
+                order.number = static_cast<std::uint32_t>(std::stoul(word.substr(1)));
                 std::memset(order.text, 0, sizeof order.text);
                 std::memcpy(order.text, text.data(), text.size());
-                return std::string("O") + std::string(reinterpret_cast<const char *>(&order), sizeof order);
+                return "O" + bytes(order).substr(1);
             case 'M':
                 model.group = shop.series[0].key.group;
-                return std::string("M") + std::string(reinterpret_cast<const char *>(&model), sizeof model);
+                return bytes(model);
             case 'D':
                 detail.colour = shop.series[0].key.colour;
                 detail.number = shop.series[0].key.number;
-                return std::string("D") + std::string(reinterpret_cast<const char *>(&detail), sizeof detail);
+                return bytes(detail);
+            case '~':
+                return "S12";
             default:
-                return word[0] == '~'
-                           ? std::string("S12")
-                           : word.substr(0, 1) +
-                                 std::string(static_cast<std::size_t>(std::max(journal_payload(word[0]), 0)),
-                                             'p');
+                return word.substr(0, 1) +
+                       std::string(static_cast<std::size_t>(std::max(journal_payload(word[0]), 0)), 'p');
         }
     }
     std::string journal(const std::string &words) const {
@@ -86,13 +88,12 @@ protected:
         return bytes;
     }
     void list_order(std::uint32_t number, const std::string &order_text = "lijst") {
-        OrderNumberRecord listed{};
+        OrderNumberRecord &listed = shop.order_numbers.emplace_back();
         listed.number = number;
         std::memcpy(listed.text, order_text.data(), order_text.size());
         listed.journal = 1;
         listed.year = 2012;
         listed.letter = 'Z';
-        shop.order_numbers.push_back(listed);
     }
     void write_journal(const std::string &words, const std::string &listed) {
         shop.journals = {{2012, 'Z', 1, journal(words)}};
@@ -118,13 +119,8 @@ protected:
     }
     /// Order number of the label that was of order 17.
     [[nodiscard]] std::uint32_t label_number() const {
-        const std::size_t at = static_cast<std::size_t>(shop.series[0].first_block) * 376 + 16;
-        return Bytes("RVETI.TXT").u32(at + 32) % 10000000;
+        return block_on_file(shop.series[0].first_block).slots[0].order % 10000000;
     }
-    static std::string bytes_of(const char *file) {
-        return Bytes(file).data;
-    }
-
     std::string text = "tekst";
 };
 
@@ -189,7 +185,7 @@ TEST_F(Journals, EachHasItsOutcomeAndTheNextRunMendsTheRest) {
         SCOPED_TRACE(outcome.what);
         shop.serial.last_serial = outcome.last_serial;
         write_journal(outcome.journal, outcome.listed);
-        const std::string unclean = bytes_of(journal_file);
+        const std::string unclean = get(journal_file);
         const bool passes = outcome.clean != nullptr;
         for (const bool again : {false, true}) {
             const CheckRun run = check("journals");
@@ -197,7 +193,7 @@ TEST_F(Journals, EachHasItsOutcomeAndTheNextRunMendsTheRest) {
             EXPECT_TRUE(run.questions.empty()) << run;
             EXPECT_EQ(date_on_file(at_journal_date), passes ? date_today() : 0U);
             EXPECT_EQ(listed(), again ? outcome.second : outcome.kept);
-            EXPECT_EQ(bytes_of(journal_file), passes ? journal(outcome.clean) : unclean);
+            EXPECT_EQ(get(journal_file), passes ? journal(outcome.clean) : unclean);
             EXPECT_EQ(file_exists(copy_file), !passes);
             EXPECT_EQ(run.reports("Geen fouten gevonden!"), passes) << run;
             EXPECT_EQ(run.count("FOUT"), outcome.report == nullptr ? 0 : 1) << run;
@@ -241,7 +237,7 @@ TEST_F(Journals, TextsOfJournalAndListBecomeEqual) {
         EXPECT_EQ(list.u16(42), 2012U);
         EXPECT_EQ(list.text(44, 1), "Z");
         text = wanted.afterwards;
-        EXPECT_EQ(bytes_of(journal_file), journal(wanted.kind + std::string("1001 M D S")));
+        EXPECT_EQ(get(journal_file), journal(wanted.kind + std::string("1001 M D S")));
     }
 }
 
@@ -262,7 +258,7 @@ TEST_F(Journals, OddNamesAndEmptyJournalsAreLeftAlone) {
     mkdir("2014K", 0700);
     EXPECT_EQ(check("journals").flags, "journals");
     for (const char *name : passed_over) {
-        EXPECT_EQ(bytes_of(name), bad) << name;
+        EXPECT_EQ(get(name), bad) << name;
     }
     EXPECT_EQ(file_size("2012Z/ORD0003.JRN"), 0);
     EXPECT_FALSE(file_exists("2012Z/ORD0003.TMP"));
@@ -279,8 +275,8 @@ TEST_F(Journals, OneThatFailsDoesNotKeepTheOthersBack) {
     shop.journals.push_back({2013, 'W', 1, journal("O19 M D S")});
     write();
     EXPECT_EQ(check("journals").flags, "");
-    EXPECT_EQ(bytes_of(journal_file), journal("O5001 M D S"));
-    EXPECT_EQ(bytes_of("2012Z/ORD0002.JRN"), journal("O18 M D S Q"));
+    EXPECT_EQ(get(journal_file), journal("O5001 M D S"));
+    EXPECT_EQ(get("2012Z/ORD0002.JRN"), journal("O18 M D S Q"));
     EXPECT_EQ(listed(), "4444 5001 5003") << "what is in no journal goes when all have passed";
     put("2012Z/ORD0002.JRN", journal("O18 M D S"));
     EXPECT_EQ(check("journals").flags, "journals");
@@ -290,31 +286,31 @@ TEST_F(Journals, OneThatFailsDoesNotKeepTheOthersBack) {
 TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {
     write_journal("O17 M D F", "17");
     EXPECT_EQ(check("journals").found(), "journals.7") << "the last record is out of place";
+    const auto found_with = [](void (*trouble)()) {
+        return play({},
+                    [&] {
+                        trouble();
+                        chk_journals();
+                    })
+            .found();
+    };
     // A program that ignores the lock writes behind the back of the walk.
     write_journal("O17 M D S", "17");
-    EXPECT_EQ(play({},
-                   [] {
-                       isam_operator.leave_if_due = [] {
-                           std::filesystem::last_write_time(
-                               journal_file,
-                               std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
-                       };
-                       chk_journals();
-                   })
-                  .found(),
+    EXPECT_EQ(found_with([] {
+                  isam_operator.leave_if_due = [] {
+                      std::filesystem::last_write_time(
+                          journal_file,
+                          std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
+                  };
+              }),
               "journals.4");
     // Another program deletes the journal between its listing and its opening.
     write_journal("O17 M D S", "17");
-    EXPECT_EQ(play({},
-                   [] {
-                       isam_operator.show = [](op_field, const char *, const char *value) {
-                           if (value != nullptr) {
-                               unlink(journal_file);
-                           }
-                       };
-                       chk_journals();
-                   })
-                  .found(),
+    EXPECT_EQ(found_with([] {
+                  isam_operator.show = [](op_field, const char *, const char *value) {
+                      unlink(value == nullptr ? "" : journal_file);
+                  };
+              }),
               "journals.6");
     // There is no room for the copy.
     std::string words;
@@ -322,14 +318,13 @@ TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {
         words += "O" + std::to_string(order == 0 ? 17 : 1000 + order) + " M D S ";
     }
     write_journal(words, "");
-    const CheckRun full = play({}, [] {
-        constexpr rlimit room{100000, 100000};
-        std::signal(SIGXFSZ, SIG_IGN);
-        setrlimit(RLIMIT_FSIZE, &room);
-        chk_journals();
-    });
-    EXPECT_EQ(full.found(), "journals.5") << full;
-    EXPECT_EQ(bytes_of(journal_file), journal(words));
+    EXPECT_EQ(found_with([] {
+                  constexpr rlimit room{100000, 100000};
+                  std::signal(SIGXFSZ, SIG_IGN);
+                  setrlimit(RLIMIT_FSIZE, &room);
+              }),
+              "journals.5");
+    EXPECT_EQ(get(journal_file), journal(words));
 }
 
 TEST_F(Journals, LabelChainsThatLeadAstrayStopNothing) {

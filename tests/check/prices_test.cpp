@@ -3,6 +3,7 @@
 #include <set>
 
 #include "base/dates.h"
+#include "base/strformat.h"
 #include "check/label_prices/price_rate.h"
 #include "support/check_case.h"
 
@@ -24,9 +25,7 @@ protected:
 TEST_F(Prices, LinesOfTheReport) {
     make({.series = 30});
     PriceSetRecord &set = shop.price_sets.front();
-    set.key.group = 99999;
-    set.key.colour = 999;
-    set.key.number = 9999;
+    set.key = {99999, 999, 9999};
     set.supplier = 65535;
     set.end_date = date_from_str("31122013");
     const std::int32_t chain = set.chain;
@@ -41,10 +40,9 @@ TEST_F(Prices, LinesOfTheReport) {
     EXPECT_TRUE(run.reports("serienummer             lvnr dat.tm prijsblok       P/N foutmelding")) << run;
     EXPECT_TRUE(run.reports("99999.999.9999         65535 311213                     serie NIET aanwezig"))
         << run;
-    char line[80];
-    std::snprintf(line, sizeof line, "          1234567 %8dP prijsblok buiten bestand",
-                  static_cast<int>(shop.price_sets[other].chain));
-    EXPECT_TRUE(run.reports(line)) << run;
+    EXPECT_TRUE(run.reports(
+        str_format("          1234567 %8dP prijsblok buiten bestand", int{shop.price_sets[other].chain})))
+        << run;
     EXPECT_FALSE(run.reports("ETIKETPRIJZEN"));  // the labels wait for a check that has passed
     // No is no: the chains are as they were.
     EXPECT_EQ(Bytes("RVIPG.TXT").u32(static_cast<std::size_t>(chain) * block_bytes),
@@ -54,27 +52,23 @@ TEST_F(Prices, LinesOfTheReport) {
 // A series takes the supplier of its prices, and none when there are several, or no prices.
 TEST_F(Prices, TheOnlySupplierIsPreferred) {
     make({.series = 120});
-    std::map<std::string, std::set<unsigned>> suppliers;
-    for (const PriceSetRecord &set : shop.price_sets) {
-        suppliers[std::string(reinterpret_cast<const char *>(&set.key), 8)].insert(set.supplier);
-    }
     for (SeriesRecord &series : shop.series) {
         series.supplier = 0;
     }
     write();
     const CheckRun run = check("prices", "J");
-    const Bytes file("RVSER.TXT");
-    std::map<bool, int> series;  // with one supplier, or with several
-    for (std::size_t at = 0; at + 200 <= file.size(); at += 200) {
-        if (const auto own = suppliers.find(file.data.substr(at, 8)); own != suppliers.end()) {
-            const bool one = own->second.size() == 1;
-            EXPECT_EQ(file.u16(at + 132), one ? *own->second.begin() : 0U);
-            series[one]++;
+    std::map<std::size_t, int> series;  // by the number of their suppliers
+    for (const SeriesRecord &each : records<SeriesRecord>("RVSER.TXT")) {
+        std::set<unsigned> suppliers;
+        for (const PriceSetRecord &set : shop.price_sets) {
+            set.key == each.key ? void(suppliers.insert(set.supplier)) : void();
         }
+        EXPECT_EQ(each.supplier, suppliers.size() == 1 ? *suppliers.begin() : 0U);
+        series[std::min<std::size_t>(suppliers.size(), 2)]++;
     }
-    EXPECT_GT(series[true], 0);
-    EXPECT_GT(series[false], 0);
-    EXPECT_EQ(run.count("Geen voorkeursleverancier"), series[false]);
+    EXPECT_GT(series[1], 0);
+    EXPECT_GT(series[2], 0);
+    EXPECT_EQ(run.count("Geen voorkeursleverancier"), series[2]);
 }
 
 // ---- Prices for labels
@@ -117,8 +111,8 @@ protected:
     std::vector<unsigned> sizes;
     SupplierRecord *supplier = nullptr;
 
-    void make_bare(bool no_decimals, int label_count = 2) {
-        make({.series = 1, .labels = 12, .no_decimals = no_decimals});
+    void make_bare(bool no_decimals, int label_count = 2, int usual = 12) {
+        make({.series = 1, .labels = usual, .no_decimals = no_decimals});
         shop.price_sets.clear();
         shop.price_blocks.clear();
         shop.price_chain = {};
@@ -317,59 +311,35 @@ TEST_F(LabelPrices, ASizeOutsideTheKind) {
     }
 }
 
-/// Days of `days` labels each of three sizes, in the chain of the one series: first those of the third size,
-/// which costs twice as much, then those of the first, then those of the second, which has no price. Four
-/// days of five have a set of their own, with a price of 5000 for a label of 5000.
-class ManyLabels : public LabelPrices {
-protected:
-    void make_days(int days) {
-        make_bare(false, 1);
-        supplier->rate = 20000;  // a label without companion: half its price
-        supplier->factor = 10000;
-        supplier->rate_unit = 1;
-        std::memcpy(supplier->currency, "EUR", 3);
-        const LabelParts usual = labels.front().second;
-        labels.clear();
-        const int count = 3 * days;
-        LabelBlock empty{};
-        empty.key = shop.series.front().key;
-        empty.size_kind = shop.series.front().size_kind;
-        empty.next = -1;
-        shop.label_blocks.assign(static_cast<std::size_t>(count / labels_per_block + 1), empty);
-        const auto end = static_cast<std::int32_t>(shop.label_blocks.size());
-        shop.label_chain = {};
-        shop.label_chain.free_head = shop.label_chain.end_mark = end;
-        shop.series.front().first_block = 0;
-        for (int i = 0; i < count; i++) {
-            LabelBlock &block = shop.label_blocks[static_cast<std::size_t>(i / labels_per_block)];
-            block.next = i / labels_per_block + 1 < end ? i / labels_per_block + 1 : -1;
-            LabelParts parts = usual;
-            parts.size = static_cast<int>(sizes[i < days ? 2 : i < 2 * days ? 0 : 1]);
-            parts.date_in = day_of(i % days, days);
-            parts.price = i < days ? 10000 : 5000;
-            labels.emplace_back(&block.slots[i % labels_per_block], parts);
-        }
-        shop.price_sets.clear();
-        for (int day = 0; day < days; day++) {
-            if (day % 5 != 0) {
-                add_set("EUR", 10000, sizes[0], 5000);
-                PriceSetRecord &set = shop.price_sets.back();
-                set.begin_date = set.end_date = shop.price_blocks.back().end_date = day_of(day, days);
-                set.sizes.set(sizes[2]);
-                shop.price_blocks.back().sizes = set.sizes;
-            }
+// Days, in no order, with a label each of three sizes: first in the chain those of the third size, which
+// costs twice as much, then those of the first, then those of the second, which has no price. Four days of
+// five have a set of their own, with a price of 5000 for a label of 5000. Each label of the second size takes
+// the first label that came with it. So many are listed, not walked.
+TEST_F(LabelPrices, ForManyLabelsOfOneSeries) {
+    constexpr int days = 101;
+    constexpr int without_set = days / 5 + 1;
+    make_bare(false, 3 * days, 500);
+    ASSERT_EQ(labels.size(), 3U * days);
+    supplier->rate = 20000;  // a label without companion: half its price
+    supplier->factor = 10000;
+    supplier->rate_unit = 1;
+    std::memcpy(supplier->currency, "EUR", 3);
+    const auto day_of = [](int n) { return static_cast<day_number>(30000 + n * 37 % days); };
+    for (int i = 0; i < 3 * days; i++) {
+        LabelParts &label = labels[static_cast<std::size_t>(i)].second;
+        label.size = static_cast<int>(sizes[i < days ? 2 : i < 2 * days ? 0 : 1]);
+        label.date_in = day_of(i % days);
+        label.price = i < days ? 10000 : 5000;
+    }
+    for (int day = 0; day < days; day++) {
+        if (day % 5 != 0) {
+            add_set("EUR", 10000, sizes[0], 5000);
+            PriceSetRecord &set = shop.price_sets.back();
+            set.begin_date = set.end_date = shop.price_blocks.back().end_date = day_of(day);
+            set.sizes.set(sizes[2]);
+            shop.price_blocks.back().sizes = set.sizes;
         }
     }
-    /// Days come in no order, each once; a prime number of days is asked for.
-    static day_number day_of(int n, int days) {
-        return static_cast<day_number>(30000 + n * 1009 % days);
-    }
-};
-
-// Each label of the second size takes the first label that came with it. So many are listed, not walked.
-TEST_F(ManyLabels, InOneSeries) {
-    constexpr int days = 1667;
-    make_days(days);
     EXPECT_EQ(run().flags, "prices");
     const Bytes file("RVIPG.TXT");
     std::map<std::pair<unsigned, unsigned>, int> prices;  // place of the size, price
@@ -378,7 +348,6 @@ TEST_F(ManyLabels, InOneSeries) {
             prices[{size, file.u32(at + 32)}] += file.u32(at) != 0 && file.bit(at + 12, sizes[size]) ? 1 : 0;
         }
     }
-    constexpr int without_set = days / 5 + 1;
     EXPECT_EQ((prices[{0, 2500}]), without_set);
     EXPECT_EQ((prices[{1, 2500}]), days);
     EXPECT_EQ((prices[{2, 5000}]), days);

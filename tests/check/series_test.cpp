@@ -14,20 +14,13 @@ constexpr day_number earliest_day = day_1980 + 1;
 
 class Series : public CheckCase {
 protected:
-    static SeriesRecord on_file(const SeriesRecord &wanted) {
+    static SeriesRecord series_on_file(const SeriesRecord &wanted) {
         for (const SeriesRecord &record : records<SeriesRecord>("RVSER.TXT")) {
             if (record.key == wanted.key) {
                 return record;
             }
         }
         return {};
-    }
-    /// The labels of a series whose chain is one block.
-    static LabelBlock block_on_file(const SeriesRecord &series) {
-        LabelBlock block{};
-        const std::size_t at = static_cast<std::size_t>(series.first_block) * sizeof block;
-        std::memcpy(&block, get("RVETI.TXT").data() + at, sizeof block);
-        return block;
     }
     LabelBlock &block_of(const SeriesRecord &series) {
         return shop.label_blocks[static_cast<std::size_t>(series.first_block)];
@@ -103,17 +96,17 @@ TEST_F(Series, RepairTakesTheSideOfTheLabels) {
     series.stamp = stamp_of_day(39500);
     write();
     EXPECT_EQ(check("full series", "N").flags, "");
-    EXPECT_EQ(block_on_file(series).slots[1].date_in, earliest_day)
+    EXPECT_EQ(block_on_file(series.first_block).slots[1].date_in, earliest_day)
         << "dates are put right without a question";
-    EXPECT_EQ(block_on_file(series).slots[2].branch, 7);
+    EXPECT_EQ(block_on_file(series.first_block).slots[2].branch, 7);
     EXPECT_EQ(check("full series", "J").flags, "series");
 
-    const LabelBlock block = block_on_file(series);
+    const LabelBlock block = block_on_file(series.first_block);
     EXPECT_TRUE(label_is_empty(block.slots[0])) << "a deleted label does not come back";
     EXPECT_EQ(block.slots[0].branch, 0);
     EXPECT_EQ(block.slots[2].branch, 1);
     EXPECT_EQ(block.slots[3].branch, 2);
-    const SeriesRecord after = on_file(series);
+    const SeriesRecord after = series_on_file(series);
     EXPECT_EQ(std::to_string(after.ordered) + std::to_string(after.stock) + std::to_string(after.sold) +
                   std::to_string(after.corrected),
               "0111");
@@ -170,7 +163,7 @@ TEST_F(Series, StampsLieBetween1980AndTheFirstLabel) {
         EXPECT_EQ(run.flags, stamp.valid ? "series" : "") << run;
         EXPECT_EQ(check("full series", "J").flags, "series");
         if (!stamp.valid) {
-            EXPECT_EQ(day_of_stamp(on_file(series).stamp), date_today() + stamp.repaired);
+            EXPECT_EQ(day_of_stamp(series_on_file(series).stamp), date_today() + stamp.repaired);
         }
     }
 }
@@ -181,7 +174,7 @@ TEST_F(Series, ShopWithoutBranchesIsOneShop) {
     const SeriesRecord &series = series_of({label(label_stock, 40000, 5)});
     write();
     EXPECT_EQ(check("full series", "J").flags, "series");
-    EXPECT_EQ(block_on_file(series).slots[0].branch, 0);
+    EXPECT_EQ(block_on_file(series.first_block).slots[0].branch, 0);
 }
 
 TEST_F(Series, RecordsArePutRightOnTheWay) {
@@ -190,13 +183,18 @@ TEST_F(Series, RecordsArePutRightOnTheWay) {
     shop.series[2].brand = 0;
     shop.series[3].size_kind = 0;
     shop.series[4].option_value = 0x100;
+    shop.series[5].option_value = 0x105;
+    for (ArticleGroupRecord &group : shop.groups) {
+        group.option = 0;
+    }
     write();
     const CheckRun run = check("full series");
     EXPECT_TRUE(run.flags == "series" && run.report.empty()) << run;
-    EXPECT_EQ(std::string(on_file(shop.series[1]).model, 6), std::string("AB\x84Z\0c", 6));
-    EXPECT_EQ(on_file(shop.series[2]).key.group, 0U) << "a series without a brand goes";
-    EXPECT_EQ(on_file(shop.series[3]).key.group, 0U) << "a series without a size kind goes";
-    EXPECT_EQ(on_file(shop.series[4]).option_value, 0x100) << "only the low byte counts";
+    EXPECT_EQ(std::string(series_on_file(shop.series[1]).model, 6), std::string("AB\x84Z\0c", 6));
+    EXPECT_EQ(series_on_file(shop.series[2]).key.group, 0U) << "a series without a brand goes";
+    EXPECT_EQ(series_on_file(shop.series[3]).key.group, 0U) << "a series without a size kind goes";
+    EXPECT_EQ(series_on_file(shop.series[4]).option_value, 0x100) << "only the low byte counts";
+    EXPECT_EQ(series_on_file(shop.series[5]).option_value, 0);
 }
 
 TEST_F(Series, LinesComeInGroupsOnFullPages) {

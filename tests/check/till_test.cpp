@@ -17,6 +17,7 @@
 #include "check/session/session.h"
 #include "data/data.h"
 #include "support/check_case.h"
+#include "support/other_process.h"
 
 namespace {
 
@@ -25,7 +26,6 @@ constexpr int most_labels = 60;  // of a series
 constexpr int most_customers = 150;
 constexpr std::uint32_t first_customer = 900001;
 constexpr std::uint16_t first_number = 9001;  // series numbers that the shop does not use
-constexpr char fault_file[] = "kassa.txt";
 
 /// What the till has done. It is the till's alone until that has ended.
 struct ledger {
@@ -60,29 +60,23 @@ public:
         std::_Exit(0);
     }
 
-    /// Looks for all that the book tells of.
-    [[noreturn]] void look() {
+    /// True when all is there that the book tells of.
+    bool look() {
         open();
         for (int i = 0; i < most_series; i++) {
             look_at_series(i);
         }
         for (int i = 0; i < most_customers; i++) {
-            CustomerRecord customer{};
-            customer.number = first_customer + static_cast<std::uint32_t>(i);
-            if (book->customers[i] != IXREAD(customers, &customer)) {
+            if (IXREAD(customers, &customer_of(i)) != book->customers[i]) {
                 miss("customer", i, 0);
             }
         }
         close();
-        std::_Exit(missing == 0 ? 0 : 3);
+        return missing == 0;
     }
 
 private:
     void open() {
-        std::FILE *unused = std::freopen("/dev/null", "r", stdin);
-        unused = std::freopen(fault_file, "a", stderr);
-        static_cast<void>(unused);
-        std::setvbuf(stderr, nullptr, _IONBF, 0);
         ix_lock_wait = [](ICB *) { usleep(2000); };
         iotab(tab_action::open, sys_row, nullptr, 0, 0, 0);
         iotab_row(tab_action::read, row_settings, sys_settings);
@@ -116,6 +110,11 @@ private:
             std::_Exit(3);
         }
     }
+    CustomerRecord &customer_of(int index) {
+        buyer = {};
+        buyer.number = first_customer + static_cast<std::uint32_t>(index);
+        return buyer;
+    }
     [[nodiscard]] SeriesKey key_of(int index) const {
         SeriesKey key = model.key;
         key.number = static_cast<std::uint16_t>(first_number + index);
@@ -124,8 +123,8 @@ private:
 
     void add_label(int index, SeriesRecord &series) {
         auto &line = book->series[index];
-        eti_rec label;
         std::int32_t number = series.first_block;
+        eti_rec label;
         eti_file(eti_action::first, number, label);
         label = {};
         label.group = series.key.group;
@@ -152,7 +151,7 @@ private:
     }
 
     void make_series(int index) {
-        SeriesRecord series = model;
+        SeriesRecord series{};
         series.key = key_of(index);
         demand(!IXREADLOCK(chk_files.rvser, &series), "a series that was not made:", index);
         series = model;
@@ -192,12 +191,10 @@ private:
             return;
         }
         SeriesRecord series = locked_series(index);
-        CustomerRecord customer{};
-        const int buyer = static_cast<int>(random() % most_customers);
-        customer.number = first_customer + static_cast<std::uint32_t>(buyer);
+        const int who = static_cast<int>(random() % most_customers);
+        CustomerRecord &customer = customer_of(who);
         if (!IXREADLOCK(customers, &customer)) {
-            customer = {};
-            customer.number = first_customer + static_cast<std::uint32_t>(buyer);
+            customer_of(who);
             std::strcpy(customer.name, "Kassaklant");
             std::memcpy(customer.country, "NLD", 3);
             std::memset(customer.marks, ' ', sizeof customer.marks);
@@ -213,12 +210,12 @@ private:
         eti_file(eti_action::write, number, label);
         customer.first_label = static_cast<std::uint32_t>(number);
         IXWRITE(customers, &customer);
-        book->customers[buyer] = true;
+        book->customers[who] = true;
         series.stock = series.stock - 1;
         series.sold = series.sold + 1;
         series.last_sale = shop.today;
         series.last_delivery = shop.today;
-        line.customers[at] = first_customer + static_cast<std::uint32_t>(buyer);
+        line.customers[at] = customer.number;
         IXREWRITE(chk_files.rvser, &series);
     }
 
@@ -330,29 +327,13 @@ private:
     const Shop &shop;
     std::mt19937 random;
     ICB *customers = nullptr;
+    CustomerRecord buyer{};
     SeriesRecord model{};
     unsigned size = 1;
     int missing = 0;
 };
 
-class TillBeside : public CheckCase {
-protected:
-    /// In a process of its own; its exit status.
-    template <class Work>
-    static pid_t start(Work work) {
-        const pid_t pid = fork();
-        if (pid == 0) {
-            work();
-            std::_Exit(4);
-        }
-        return pid;
-    }
-    static int end_of(pid_t pid) {
-        int status = 0;
-        waitpid(pid, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-};
+using TillBeside = CheckCase;
 
 TEST_F(TillBeside, LosesNothingToACheckRun) {
     book = static_cast<ledger *>(
@@ -369,19 +350,21 @@ TEST_F(TillBeside, LosesNothingToACheckRun) {
         new (book) ledger{};
         make({.series = 150, .labels = 20, .seed = static_cast<std::uint64_t>(round) + 1},
              damages[static_cast<std::size_t>(round) % damages.size()]);
-        std::filesystem::remove(fault_file);
-        const auto till = [&] { Till(shop, static_cast<unsigned>(round)).work(); };
-        const auto look = [&] { Till(shop, 0).look(); };
-        const pid_t pid = start(till);
+        const pid_t till = fork();
+        if (till == 0) {
+            Till(shop, static_cast<unsigned>(round)).work();
+        }
         usleep(100000);
         check("11 12 13", "JJJJJJJJN");
         book->stop = true;
-        EXPECT_EQ(end_of(pid), 0) << Bytes(fault_file).data;
+        int status = 0;
+        waitpid(till, &status, 0);
+        EXPECT_EQ(status, 0) << "the till stopped";
         CheckRun last;
         for (int again = 0; again < 4 && last.flags.find("labels series prices") != 0; again++) {
             last = check("11 12 13", "JJJJJJJJN");
         }
-        EXPECT_EQ(end_of(start(look)), 0) << Bytes(fault_file).data;
+        EXPECT_TRUE(elsewhere([&] { return Till(shop, 0).look(); }));
         EXPECT_EQ(audit(audit_labels | audit_prices | audit_customers), "") << last;
         done += book->done;
         if (HasFailure()) {

@@ -30,10 +30,6 @@ protected:
                                         [&](const SeriesRecord &series) { return series.key == entry.key; });
         return found == shop.series.end() ? nullptr : &*found;
     }
-    LabelEntry &label_of(const TransitRecord &entry) {
-        return shop.label_blocks[static_cast<std::size_t>(entry.label - 1) / 10]
-            .slots[static_cast<std::size_t>(entry.label - 1) % 10];
-    }
     /// The line of the first report.
     std::string line_of(const TransitRecord &entry) {
         const SeriesRecord *series = series_of(entry);
@@ -41,17 +37,14 @@ protected:
         for (const SizeKindRecord &kind : shop.size_kinds) {
             if (series != nullptr && kind.system == shop.settings.size_system &&
                 kind.kind == series->size_kind) {
-                code = str_format("%.3s", kind.entries[label_of(entry).size / 100].code);
+                code = str_format("%.3s", kind.entries[label_at(entry.label).size / 100].code);
             }
         }
         const bool numbered = series == nullptr || series->registration == 0;
         const std::string number = numbered ? str_format("%10d", int{entry.label}) : std::string(10, ' ');
         std::string line = str_format("%-15s %s %3d %3d %s", ser_text(entry.key).c_str(), number.c_str(),
                                       entry.from, entry.to, code.c_str());
-        return line.substr(0, line.find_last_not_of(' ') + 1);
-    }
-    static std::string trimmed(const std::string &line) {
-        return line.substr(0, line.find_last_not_of(' ') + 1);
+        return trimmed(line);
     }
     static int entries_on_file() {
         std::set<std::int32_t> labels;
@@ -84,11 +77,6 @@ TEST_F(Transit, MissingEntriesAreReportedAndMade) {
     EXPECT_EQ(run.questions.size(), 1U) << "the run behind the repair finds nothing";
     EXPECT_EQ(date_on_file(at_date), date_today());
     EXPECT_EQ(entries_on_file(), 2 + static_cast<int>(missing.size()));
-    EXPECT_EQ(audit(audit_transit), "");
-    const Bytes entries("RVGO.TXT");
-    for (std::size_t at = 2 * 28; at < entries.size(); at += 28) {
-        EXPECT_EQ(entries.u32(at + 24), date_today() * 0x10001U) << "created and changed today";
-    }
 
     // Heads, then the labels in groups of four.
     auto line = std::find(run.report.begin(), run.report.end(), "serienummer       etiketnr  vf  bf  mt");
@@ -105,7 +93,12 @@ TEST_F(Transit, MissingEntriesAreReportedAndMade) {
     std::map<std::pair<int, int>, int> documents;
     const int numbers[] = {29999996, 20000011, 20000028, 20000035, 20000042, 20000059};
     for (const TransitRecord &entry : missing) {
-        documents.try_emplace({entry.from, entry.to}, numbers[documents.size()]);
+        const auto pair = documents.try_emplace({entry.from, entry.to}, numbers[documents.size()]).first;
+        TransitRecord made = entry;
+        std::memset(made.carried_21, 0, sizeof made.carried_21);
+        made.document = pair->second;
+        made.created = made.changed = date_today();
+        EXPECT_TRUE(on_file("RVGO.TXT", made)) << entry.label;
     }
     line = std::find(line, run.report.end(), " gegenereerde documentnummers");
     ASSERT_LT(line, run.report.end()) << run;
@@ -121,19 +114,13 @@ TEST_F(Transit, MissingEntriesAreReportedAndMade) {
 }
 
 TEST_F(Transit, MarksOutsideSoundSeriesAndNumbersAreNotLookedAt) {
-    void (*const part_of_key[])(LabelBlock &) = {
-        [](LabelBlock &block) { block.key.group = 0; },
-        [](LabelBlock &block) { block.key.colour = 0; },
-        [](LabelBlock &block) { block.key.number = 0; },
-    };
-    for (const auto &spoil : part_of_key) {
-        make_without_entries({.series = 60, .labels = 25}, 0);
-        for (const TransitRecord &entry : missing) {
-            spoil(shop.label_blocks[static_cast<std::size_t>(entry.label - 1) / 10]);
-        }
-        write();
-        EXPECT_EQ(check("transit", "N").flags, "transit");
+    make_without_entries({.series = 60, .labels = 25}, 0);
+    for (std::size_t i = 0; i < missing.size(); i++) {
+        SeriesKey &key = shop.label_blocks[static_cast<std::size_t>(missing[i].label - 1) / 10].key;
+        i % 3 == 0 ? void(key.group = 0) : i % 3 == 1 ? void(key.colour = 0) : void(key.number = 0);
     }
+    write();
+    EXPECT_EQ(check("transit", "N").flags, "transit");
     // A block after the last that a label number of six digits can name.
     make_without_entries({.series = 60, .labels = 25, .label_digits = 6}, 0);
     const LabelBlock marked = shop.label_blocks[static_cast<std::size_t>(missing[0].label - 1) / 10];
@@ -154,7 +141,6 @@ TEST_F(Transit, DocumentCounterRunsInItsRange) {
         const CheckRun run = check("transit");
         EXPECT_EQ(run.flags, "transit");
         EXPECT_TRUE(run.reports(str_format("   %8u", document))) << last << "\n" << run;
-        EXPECT_EQ(audit(audit_transit), "");
     }
 }
 

@@ -114,19 +114,18 @@ TEST_F(RvCheck, StatusTellsWhatWasMendedAndWhatIsLeft) {
     EXPECT_EQ(shops["shop"]["mended"], 2);
     EXPECT_EQ(result("journals"), "passed");
 
+    // What no repair helps is asked once, and left.
+    make("invalid", {"label-series-invalid"});
+    EXPECT_EQ(run("-y invalid"), status_left) << get("out");
+    EXPECT_EQ(result("labels"), "failed");
+    EXPECT_EQ(checks["labels"]["codes"]["labels.7"]["left"], 1);
+
     // Lost blocks that the series counts are put back whatever the answer is.
     make("chain", {"label-chain-cut"});
     EXPECT_EQ(run("-n chain"), status_mended) << get("out");
     EXPECT_EQ(run("-n shop"), status_clean) << get("out");
     EXPECT_EQ(std::system(RVCHECK " -n shop </dev/null >/dev/full 2>&1"), 0)
         << "ends when nothing can be told";
-}
-
-TEST_F(RvCheck, WhatNoRepairHelpsIsAskedOnceAndLeft) {
-    make("shop", {"label-series-invalid"});
-    EXPECT_EQ(run("-y shop"), status_left) << get("out");
-    EXPECT_EQ(result("labels"), "failed");
-    EXPECT_EQ(checks["labels"]["codes"]["labels.7"]["left"], 1);
 }
 
 // The series goes with its prices; only then its labels are on no chain.

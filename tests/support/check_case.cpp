@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <map>
 #include <sstream>
 
 #include "check/session/session.h"
@@ -15,26 +16,23 @@ const char *value_of(const std::string &word, const std::string &name) {
 
 /// Does what a word says. A break waits for the check that comes next.
 void obey(const std::string &word) {
-    if (word == "full") {
-        chk_full_run = true;
-    } else if (word == "trusted") {
-        ok_labels = true;
-    } else if (word == "refuse") {
-        script_now().refuses = true;
-    } else if (word == "break") {
-        script_now().break_at_once = true;
+    static const std::map<std::string, void (*)()> words = {
+        {"full", [] { chk_full_run = true; }},
+        {"trusted", [] { ok_labels = true; }},
+        {"refuse", [] { script_now().refuses = true; }},
+        {"break", [] { script_now().break_at_once = true; }},
+        {"11", chk_entry_series},
+        {"12", chk_entry_customers},
+        {"13", chk_entry_other},
+    };
+    if (const auto known = words.find(word); known != words.end()) {
+        known->second();
     } else if (const char *caption = value_of(word, "break")) {
         script_now().break_at = caption;
     } else if (const char *kill = value_of(word, "kill-at")) {
         signal_after(std::stol(kill), SIGKILL);
     } else if (const char *leave = value_of(word, "leave-at")) {
         signal_after(std::stol(leave), SIGTERM);
-    } else if (word == "11") {
-        chk_entry_series();
-    } else if (word == "12") {
-        chk_entry_customers();
-    } else if (word == "13") {
-        chk_entry_other();
     } else {
         chk_row_of(word)->run();
     }
@@ -50,6 +48,42 @@ CheckRun run_check(const std::string &words, const std::string &answers) {
             obey(word);
         }
     });
+}
+
+std::string trimmed(const std::string &line) {
+    return line.substr(0, line.find_last_not_of(' ') + 1);
+}
+
+LabelEntry &CheckCase::label_at(std::int32_t number) {
+    const std::size_t slot = static_cast<std::size_t>(number) - 1;
+    return shop.label_blocks[slot / labels_per_block].slots[slot % labels_per_block];
+}
+
+LabelBlock CheckCase::block_on_file(std::int32_t block) {
+    LabelBlock found{};
+    std::memcpy(&found, &get("RVETI.TXT").at(static_cast<std::size_t>(block) * sizeof found), sizeof found);
+    return found;
+}
+
+std::multiset<std::string> CheckCase::criteria_blocks() {
+    const Bytes file("RVBAPAR.TXT");
+    std::multiset<std::string> found;
+    for (std::size_t at = 0; at + sizeof(CriteriaBlock) <= file.size(); at += sizeof(CriteriaBlock)) {
+        if (!file.zero(at, sizeof(SeriesKey))) {
+            found.insert(file.data.substr(at, offsetof(CriteriaBlock, next)));
+        }
+    }
+    return found;
+}
+
+std::string CheckCase::live(const std::string &pair) {
+    const std::size_t length = Bytes(pair + ".INX").u16(offsetof(ix_header, reclen));
+    const std::string data = get(pair + ".TXT");
+    std::string found;
+    for (std::size_t at = 0; at + length <= data.size(); at += length) {
+        found += ix_live(data.data() + at, static_cast<int>(length)) ? data.substr(at, length) : "";
+    }
+    return found;
 }
 
 void CheckCase::make(const ShopOptions &options, const std::vector<std::string> &faults) {

@@ -1,17 +1,8 @@
 // A case of a check: a made shop with faults, the answers of the operator, and what came of it.
-//
-//     class Labels : public CheckCase {};
-//     TEST_F(Labels, ...) {
-//         make({.series = 5}, {"label-other-series"});   // names of shop faults
-//         const CheckRun run = check("labels", "J");     // words and answers
-//         EXPECT_EQ(run.flags, "");
-//         EXPECT_TRUE(run.reports("etiketblok van andere serie")) << run;
-//         EXPECT_EQ(check("labels").flags, "labels");    // the second run
-//         EXPECT_EQ(audit(audit_labels), "");
-//     }
 #pragma once
 
 #include <cstring>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -35,6 +26,9 @@
 ///   refuse              no destination is found for reports
 CheckRun run_check(const std::string &words, const std::string &answers = "");
 
+/// A line without the blanks at its end.
+std::string trimmed(const std::string &line);
+
 class CheckCase : public ScratchDir {
 protected:
     Shop shop;
@@ -47,6 +41,20 @@ protected:
     static CheckRun check(const std::string &words, const std::string &answers = "");
     /// What an independent reading of the files finds wrong, one line each; empty when they agree.
     std::string audit(unsigned parts) const;
+    LabelEntry &label_at(std::int32_t number);
+    static LabelBlock block_on_file(std::int32_t block);
+    static LabelEntry label_on_file(std::int32_t number) {
+        return block_on_file((number - 1) / labels_per_block).slots[(number - 1) % labels_per_block];
+    }
+    /// True when a record stands on file byte by byte.
+    template <class Record>
+    static bool on_file(const std::string &file, const Record &record) {
+        return get(file).find({reinterpret_cast<const char *>(&record), sizeof record}) != std::string::npos;
+    }
+    /// Key and advice of each block of order criteria in use.
+    static std::multiset<std::string> criteria_blocks();
+    /// The live records of an indexed file, one behind the other.
+    static std::string live(const std::string &pair);
     /// The live records of a file.
     template <class Record>
     static std::vector<Record> records(const std::string &file) {

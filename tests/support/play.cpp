@@ -222,11 +222,6 @@ int await_end(pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-bool holds_text(const std::vector<std::string> &lines, const std::string &text) {
-    return std::any_of(lines.begin(), lines.end(),
-                       [&](const std::string &line) { return line.find(text) != std::string::npos; });
-}
-
 }  // namespace
 
 /// The writes to files of data pass here.
@@ -267,7 +262,7 @@ std::string CheckRun::found() const {
 }
 
 bool CheckRun::reports(const std::string &text) const {
-    return holds_text(report, text);
+    return count(text) > 0;
 }
 
 int CheckRun::count(const std::string &text) const {
@@ -277,7 +272,8 @@ int CheckRun::count(const std::string &text) const {
 }
 
 bool CheckRun::asked(const std::string &text) const {
-    return holds_text(questions, text);
+    return std::any_of(questions.begin(), questions.end(),
+                       [&](const std::string &question) { return question.find(text) != std::string::npos; });
 }
 
 std::ostream &operator<<(std::ostream &out, const CheckRun &run) {

@@ -4,37 +4,20 @@ namespace shop_audit {
 
 void Audit::read() {
     for (const std::size_t at : series.at) {
-        if (!series_at.emplace(series.data.data.substr(at, 8), at).second) {
+        if (!series_at.emplace(series.data.substr(at, 8), at).second) {
             find("series twice at %zu", at);
         }
     }
     for (const std::size_t at : sets.at) {
-        sets_of[sets.data.data.substr(at, 8)].push_back(at);
+        sets_of[sets.data.substr(at, 8)].push_back(at);
     }
-    const Bytes &file = label_file;
-    for (std::size_t block = 0; (block + 1) * 376 <= file.size(); block++) {
-        for (std::size_t slot = 0; slot < 10; slot++) {
-            const std::size_t at = block * 376 + 16 + slot * 36;
-            Label label;
-            label.status = file.u32(at + 8) % 10;
-            if (label.status == 0) {
-                continue;
-            }
-            label.number = static_cast<std::uint32_t>(block * 10 + slot + 1);
-            label.price = file.u32(at) / 10;
-            label.digit_b = file.u32(at + 4) % 10;
-            label.amount_c = file.u32(at + 8) / 10;
-            label.customer = file.u32(at + 12) % 1000000;
-            label.next = file.u32(at + 16);
-            label.size = file.u16(at + 20) / 100;
-            label.branch = file.u8(at + 22);
-            label.extra = file.u8(at + 23);
-            label.supplier = file.u16(at + 24);
-            label.date_in = file.u16(at + 26);
-            label.moved = file.u16(at + 28);
-            label.third = file.u16(at + 30);
-            label.key = file.data.substr(block * 376, 8);
-            labels.push_back(label);
+    for (std::uint32_t slot = 0; (slot / 10 + 1) * 376 <= label_file.size(); slot++) {
+        const std::size_t block = slot / 10 * 376;
+        const std::size_t at = block + 16 + slot % 10 * 36;
+        const std::uint32_t status = label_file.u32(at + 8);
+        if (status % 10 != 0) {
+            labels.push_back({label_file.data.substr(block, 8), slot + 1, status % 10, at,
+                              label_file.u16(at + 20) / 100U, label_file.u16(at + 26)});
         }
     }
     for (const Label &label : labels) {
@@ -42,10 +25,10 @@ void Audit::read() {
     }
     const Table kinds(directory / "RVMAAT.TXT", 404);
     for (const std::size_t at : kinds.at) {
-        for (unsigned index = 1; kinds.data.u8(at) == system.u8(row(1) + 41) && index < sizes_end; index++) {
+        for (unsigned index = 1; kinds.u8(at) == system.u8(row(1) + 41) && index < sizes_end; index++) {
             const std::size_t entry = at + 14 + index * 4;
-            if (kinds.data.u8(entry) != 0) {
-                sequence[kinds.data.u8(at + 1)][index] = kinds.data.u8(entry + 3);
+            if (kinds.u8(entry) != 0) {
+                sequence[kinds.u8(at + 1)][index] = kinds.u8(entry + 3);
             }
         }
     }
@@ -91,8 +74,9 @@ void Audit::chains(const char *name, std::size_t system_row, std::size_t block, 
 
 void Audit::check_labels() {
     std::vector<std::pair<std::string, std::int32_t>> heads;
+    const unsigned branches = std::max(system.u8(row(1) + 39), 1U);
     for (const auto &[key, at] : series_at) {
-        heads.emplace_back(key, series.data.i32(at + 176));
+        heads.emplace_back(key, series.i32(at + 176));
         unsigned counts[10] = {};
         unsigned delivery = 0;
         unsigned sale = 0;
@@ -100,26 +84,25 @@ void Audit::check_labels() {
         for (const Label *label : labels_of[key]) {
             counts[label->status]++;
             first = std::min(first, label->date_in);
-            delivery = std::max(delivery, label->status > 1 ? label->moved : 0);
-            sale = std::max(sale, label->status == 3 ? label->third : 0);
-            if (label->branch >= branches() || label->date_in <= audit_day_1980 || label->status > 4) {
-                find("label %u: branch %u, date %u, status %u", label->number, label->branch, label->date_in,
-                     label->status);
+            delivery = std::max(delivery, label->status > 1 ? label_file.u16(label->at + 28) : 0);
+            sale = std::max(sale, label->status == 3 ? label_file.u16(label->at + 30) : 0);
+            if (label_file.u8(label->at + 22) >= branches || label->date_in <= audit_day_1980 ||
+                label->status > 4) {
+                find("label %u: branch, date %u, status %u", label->number, label->date_in, label->status);
             }
         }
-        const Bytes &file = series.data;
-        if (file.u32(at + 140) != counts[4] || file.u32(at + 144) != counts[3] ||
-            file.u32(at + 148) != counts[2] || file.u32(at + 152) != counts[1]) {
+        if (series.u32(at + 140) != counts[4] || series.u32(at + 144) != counts[3] ||
+            series.u32(at + 148) != counts[2] || series.u32(at + 152) != counts[1]) {
             find("series at %zu: counts", at);
         }
-        if (file.u16(at + 158) < delivery || file.u16(at + 160) < sale) {
+        if (series.u16(at + 158) < delivery || series.u16(at + 160) < sale) {
             find("series at %zu: dates", at);
         }
-        const unsigned made = audit_day_1980 + file.u32(at + 180) / 86400;
+        const unsigned made = audit_day_1980 + series.u32(at + 180) / 86400;
         if (made <= audit_day_1980 || made > first) {
             find("series at %zu: stamp of day %u, first label %u", at, made, first);
         }
-        const std::string model = file.text(at + 19, 15);
+        const std::string model = series.text(at + 19, 15);
         if (std::any_of(model.begin(), model.end(), [](char c) { return c >= 'a' && c <= 'z'; })) {
             find("series at %zu: model %s", at, model.c_str());
         }
@@ -131,73 +114,51 @@ void Audit::check_prices() {
     const Bytes file(directory / "RVIPG.TXT");
     std::vector<std::pair<std::string, std::int32_t>> heads;
     for (const std::size_t at : sets.at) {
-        const Bytes &data = sets.data;
-        heads.emplace_back(data.data.substr(at, 12), data.i32(at + 36));
+        heads.emplace_back(sets.data.substr(at, 12), sets.i32(at + 36));
+        // Each size of the set stands in one block; more steps than blocks are a loop, which has them twice.
         std::string sizes(12, '\0');
-        for (std::int32_t block = data.i32(at + 36); block >= 0;) {
+        bool twice = false;
+        for (std::int32_t block = sets.i32(at + 36); block >= 0 && !twice;) {
             const std::size_t offset = static_cast<std::size_t>(block) * 40;
             if (offset + 40 > file.size()) {
                 break;
             }
             for (std::size_t i = 0; i < 12; i++) {
-                if ((sizes[i] & file.data[offset + 12 + i]) != 0) {
-                    find("price block %d: a size stands in two blocks", block);
-                    block = -1;
-                    break;
-                }
+                twice = twice || (sizes[i] & file.data[offset + 12 + i]) != 0;
                 sizes[i] = static_cast<char>(sizes[i] | file.data[offset + 12 + i]);
             }
-            block = block < 0 ? block : file.i32(offset + 36);
+            block = file.i32(offset + 36);
         }
-        if (!series_at.contains(data.data.substr(at, 8)) || data.u16(at + 10) == 0 ||
-            data.data.compare(at + 17, 12, sizes) != 0) {
+        if (twice || !series_at.contains(sets.data.substr(at, 8)) || sets.u16(at + 10) == 0 ||
+            sets.data.compare(at + 17, 12, sizes) != 0) {
             find("price set at %zu", at);
         }
     }
     chains("RVIPG.TXT", 9, 40, 36, heads);
     for (const Label &label : labels) {
         const auto holds = [&](std::size_t at) {
-            return sets.data.u16(at + 8) == label.supplier && sets.data.u16(at + 32) <= label.date_in &&
-                   label.date_in <= sets.data.u16(at + 10) && sets.data.bit(at + 17, label.size);
+            return sets.u16(at + 8) == label_file.u16(label.at + 24) && sets.u16(at + 32) <= label.date_in &&
+                   label.date_in <= sets.u16(at + 10) && sets.bit(at + 17, label.size);
         };
         const std::vector<std::size_t> &own = sets_of[label.key];
-        if (label.price == 0 || std::count_if(own.begin(), own.end(), holds) != 1) {
+        if (label_file.u32(label.at) < 10 || std::count_if(own.begin(), own.end(), holds) != 1) {
             find("label %u: no price", label.number);
         }
     }
     for (const auto &[key, at] : series_at) {
         std::set<unsigned> suppliers;
         for (const std::size_t set : sets_of[key]) {
-            suppliers.insert(sets.data.u16(set + 8));
+            suppliers.insert(sets.u16(set + 8));
         }
-        if (series.data.u16(at + 132) == 0 && suppliers.size() > 1) {
+        if (series.u16(at + 132) == 0 && suppliers.size() > 1) {
             find("series at %zu: no supplier of %zu", at, suppliers.size());
         }
     }
 }
 
 void Audit::check_sizes() {
-    for (const auto &[kind, numbers] : sequence) {
-        std::set<unsigned> seen;
-        for (const auto &[index, number] : numbers) {
-            if (number < 1 || number > numbers.size() || !seen.insert(number).second) {
-                find("size kind %u: index %u has number %u", kind, index, number);
-            }
-        }
-    }
-    const Table kinds(directory / "RVMAAT.TXT", 404);
-    const Table names(directory / "RVMTOM.TXT", 10);
-    for (const std::size_t name : names.at) {
-        const auto described = [&](std::size_t at) {
-            return kinds.data.u16(at) == names.data.u16(name) &&
-                   kinds.data.bit(at + 2, names.data.u8(name + 2));
-        };
-        if (std::none_of(kinds.at.begin(), kinds.at.end(), described)) {
-            find("size description at %zu is of no size", name);
-        }
-    }
     for (const auto &[key, at] : series_at) {
-        const std::map<unsigned, unsigned> &numbers = sequence[series.data.u8(at + 16)];
+        const std::map<unsigned, unsigned> &numbers = sequence[series.u8(at + 16)];
         for (const Label *label : labels_of[key]) {
             if (!numbers.contains(label->size) || !series_size(at, label->size)) {
                 find("label %u: size %u", label->number, label->size);
@@ -211,59 +172,17 @@ void Audit::check_sizes() {
                 last = index;
             }
             for (const std::size_t set : sets_of[key]) {
-                if (sets.data.bit(set + 17, index) && numbers.contains(index) && !series_size(at, index)) {
+                if (sets.bit(set + 17, index) && numbers.contains(index) && !series_size(at, index)) {
                     find("series at %zu: price for size %u", at, index);
                 }
             }
         }
         unsigned group = 0;
-        while (group < 8 && series.data.u8(at + 92 + group) != 0) {
+        while (group < 8 && series.u8(at + 92 + group) != 0) {
             group++;
         }
-        if (!sets_of[key].empty() && group > 0 && series.data.u8(at + 91 + group) != last) {
-            find("series at %zu: last size %u, price groups end at %u", at, last,
-                 series.data.u8(at + 91 + group));
-        }
-    }
-}
-
-void Audit::check_transit() {
-    if (system.i32(row(20)) == 0) {
-        return;
-    }
-    const Table entries(directory / "RVGO.TXT", 28);
-    std::map<std::uint32_t, std::size_t> by_label;
-    for (const std::size_t at : entries.at) {
-        by_label[entries.data.u32(at + 4)] = at;
-    }
-    const Table receipts(directory / "RVONTV.TXT", 20);
-    std::set<std::uint32_t> received;
-    for (const std::size_t at : receipts.at) {
-        received.insert(receipts.data.u32(at + 4));
-    }
-    for (const Label &label : labels) {
-        if (label.status != 2 || label.extra == 0) {
-            continue;
-        }
-        const auto found = by_label.find(label.number);
-        if (found == by_label.end()) {
-            find("label %u: in transit without an entry", label.number);
-            continue;
-        }
-        const std::size_t at = found->second;
-        int sum = 0;
-        int weight = 1;
-        std::uint32_t document = entries.data.u32(at + 16);
-        const bool eight = document >= 20000000 && document < 30000000;
-        for (; document > 0; document /= 10) {
-            sum += static_cast<int>(document % 10) * weight;
-            weight = 4 - weight;
-        }
-        if (!eight || sum % 10 != 0 || entries.data.u8(at) != label.branch ||
-            entries.data.u8(at + 1) + 1 != label.extra || label.extra > branches() ||
-            entries.data.data.compare(at + 8, 8, label.key) != 0 ||
-            (entries.data.u8(at + 20) == 2) != received.contains(label.number)) {
-            find("label %u: entry of goods in transit", label.number);
+        if (!sets_of[key].empty() && group > 0 && series.u8(at + 91 + group) != last) {
+            find("series at %zu: last size %u, price groups end at %u", at, last, series.u8(at + 91 + group));
         }
     }
 }
@@ -272,7 +191,7 @@ void Audit::check_criteria() {
     const Table records(directory / "RVBASER.TXT", 32);
     std::vector<std::pair<std::string, std::int32_t>> heads;
     for (const std::size_t at : records.at) {
-        heads.emplace_back(records.data.data.substr(at, 8), records.data.i32(at + 28));
+        heads.emplace_back(records.data.substr(at, 8), records.i32(at + 28));
     }
     chains("RVBAPAR.TXT", 12, 432, 424, heads);
 }
@@ -280,34 +199,17 @@ void Audit::check_criteria() {
 }  // namespace shop_audit
 
 std::vector<std::string> audit_shop(const std::string &directory, unsigned today, unsigned parts) {
-    shop_audit::Audit audit(directory, today);
+    using shop_audit::Audit;
+    constexpr std::pair<unsigned, void (Audit::*)()> checks[] = {
+        {audit_labels, &Audit::check_labels}, {audit_prices, &Audit::check_prices},
+        {audit_sizes, &Audit::check_sizes},   {audit_criteria, &Audit::check_criteria},
+        {audit_codes, &Audit::check_codes},   {audit_customers, &Audit::check_customers}};
+    Audit audit{.directory = directory, .today = today, .parts = parts};
     audit.read();
-    if ((parts & audit_labels) != 0) {
-        audit.check_labels();
-    }
-    if ((parts & audit_prices) != 0) {
-        audit.check_prices();
-    }
-    if ((parts & audit_sizes) != 0) {
-        audit.check_sizes();
-    }
-    if ((parts & audit_transit) != 0) {
-        audit.check_transit();
-    }
-    if ((parts & audit_criteria) != 0) {
-        audit.check_criteria();
-    }
-    if ((parts & audit_customers) != 0) {
-        audit.check_customers((parts & audit_amounts) != 0);
-    }
-    if ((parts & audit_master) != 0) {
-        audit.check_master();
-    }
-    if ((parts & audit_codes) != 0) {
-        audit.check_codes();
-    }
-    if ((parts & audit_journals) != 0) {
-        audit.check_journals();
+    for (const auto &[part, check] : checks) {
+        if ((parts & part) != 0) {
+            (audit.*check)();
+        }
     }
     return audit.findings;
 }

@@ -1,5 +1,6 @@
 // An audit of a shop's files that shares nothing with the program: its own reading of the bytes, its own
-// rules of what agrees with what.
+// rules of what agrees with what. What the cases of a check compare to the byte is not
+// read: goods in transit, reference files, records of customers, order numbers and replaced codes, journals.
 #pragma once
 
 #include <string>
@@ -8,15 +9,12 @@
 enum audit_part : unsigned {
     audit_labels = 1,      ///< label chains, and what the series say of their labels
     audit_prices = 2,      ///< price chains, a price for every label
-    audit_sizes = 4,       ///< size kinds, sizes of labels, prices and series
-    audit_transit = 8,     ///< goods in transit
-    audit_criteria = 16,   ///< order criteria
-    audit_customers = 32,  ///< customers, and the chains of their labels where these are kept
-    audit_amounts = 64,    ///< what customers bought, counted again
-    audit_master = 128,    ///< reference files, and what series refer to
-    audit_codes = 256,     ///< EAN codes, replaced codes, order numbers at suppliers
-    audit_journals = 512,  ///< order journals and the list of order numbers
-    audit_all = 1023,
+    audit_sizes = 4,       ///< sizes of labels, prices and series
+    audit_criteria = 8,    ///< order criteria
+    audit_customers = 16,  ///< chains of the labels of customers
+    audit_amounts = 32,    ///< with the customers: what they bought, counted again
+    audit_codes = 64,      ///< EAN codes
+    audit_all = 127,
 };
 
 /// What is wrong in the files of `directory`, a line each; at most 40 lines. `today` is the day number that

@@ -28,11 +28,7 @@ std::map<std::string, std::string> snapshot(const std::string &directory) {
 }
 
 ShopOptions small(std::uint64_t seed = 1) {
-    ShopOptions options;
-    options.series = 60;
-    options.seed = seed;
-    options.today = date_from_str("20112013");
-    return options;
+    return {.series = 60, .today = date_from_str("20112013"), .seed = seed};
 }
 
 using ShopTest = ScratchDir;
@@ -57,15 +53,10 @@ TEST_F(ShopTest, SameSeedSameBytes) {
 }
 
 TEST_F(ShopTest, MadeAgainLeavesNothingOfTheLastShop) {
-    ShopOptions large = small(3);
-    large.series = 200;
-    large.branches = 8;
+    const ShopOptions large{.series = 200, .branches = 8, .seed = 3};
+    const ShopOptions tiny{.series = 5, .branches = 1, .tills = 0, .today = small().today};
     ASSERT_EQ(make_shop(large, "a"), "");
     put("a/eigen.txt", "blijft");
-    ShopOptions tiny = small(3);
-    tiny.series = 5;
-    tiny.branches = 1;
-    tiny.tills = 0;
     ASSERT_EQ(make_shop(tiny, "a"), "");
     ASSERT_EQ(make_shop(tiny, "b"), "");
     auto a = snapshot("a");
