@@ -116,9 +116,10 @@ TEST_F(EanCodes, ReportTellsOfTheSeriesAndTheSize) {
         return label_join(parts);
     };
     LabelBlock &block = first_block(series);
-    const LabelEntry labels[] = {
-        label(label_stock, 0), label(label_stock, 1, 1), label(label_stock, 0, 2),  // the last on its way out
-        label(label_sold, 0),  label(label_sold, 1),     label(label_corrected, 1)};
+    // Two on their way in, and one on its way out.
+    const LabelEntry labels[] = {label(label_stock, 0),    label(label_stock, 1, 1), label(label_stock, 1, 1),
+                                 label(label_stock, 0, 2), label(label_sold, 0),     label(label_sold, 1),
+                                 label(label_corrected, 1)};
     std::copy(std::begin(labels), std::end(labels), block.slots);
     std::fill(block.slots + std::size(labels), std::end(block.slots), LabelEntry{});
     block.next = -1;
@@ -138,7 +139,7 @@ TEST_F(EanCodes, ReportTellsOfTheSeriesAndTheSize) {
                          "050100",
                          ser_text(series.key).c_str(), brand->name, series.model));
     EXPECT_EQ(trimmed(row[1]),
-              str_format("%16s%-3.3s%60s%8d%8d", "", kind->entries[missing.size].code, "", 2, 1));
+              str_format("%16s%-3.3s%60s%8d%8d", "", kind->entries[missing.size].code, "", 3, 1));
     EXPECT_EQ(trimmed(row[2]), std::string(21, ' ') + "5400000000027");
 }
 
