@@ -1,4 +1,5 @@
 // The price check: its report, and the prices that it gives to labels.
+#include <algorithm>
 #include <map>
 #include <set>
 
@@ -304,6 +305,14 @@ TEST_F(LabelPrices, ASizeOutsideTheKind) {
     labels[1].second.date_in = day_in - 100;
     for (int i = 0; i < 2; i++) {
         const CheckRun again = i == 0 ? run() : check("prices", "J");
+        const std::string lines[] = {
+            "Bij de volgende series zijn ontbrekende etiketprijzen. Deze worden indien mogelijk opnieuw "
+            "gegenereerd.",
+            "U dient zelf te controleren of de prijzen van deze series juist zijn!", std::string(132, '-'),
+            "serienr        lvnr dat.tm maten",
+            str_format("%-14.14s  101 231211 ", ser_text(shop.series.front().key).c_str())};
+        EXPECT_TRUE(std::search(again.report.begin(), again.report.end(), std::begin(lines),
+                                std::end(lines)) != again.report.end());
         EXPECT_EQ(again.count("ontbrekende etiketprijzen"), 1) << again;
         EXPECT_EQ(again.flags, "prices");
         EXPECT_EQ(date_on_file(at_price_date), 0U);
