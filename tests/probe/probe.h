@@ -1,6 +1,8 @@
 // Scenes that the tests of screen/ and print/ play in a terminal, each a function of the program `probe`.
 #pragma once
 
+#include <utility>
+
 #include "screen/screen.h"
 
 /// Shows all that was written, and waits for a key.
@@ -8,10 +10,7 @@ void hold();
 
 // What stands in the arguments is said at the function.
 using scene = void (*)(char **arguments);
-struct named_scene {
-    const char *name;
-    scene play;
-};
+using named_scene = std::pair<const char *, scene>;
 void edit(char **arguments);
 extern const named_scene screen_scenes[15];
 extern const named_scene print_scenes[7];
