@@ -1,4 +1,4 @@
-// The hand-off of finished jobs to devices, directories and the spooler, by way of the shell.
+// The hand-off of finished jobs to devices, directories, terminals and the spooler, by way of the shell.
 #include <sys/stat.h>
 
 #include <cstdlib>
@@ -149,8 +149,6 @@ TEST_F(HandOff, SpoolerGetsTheCopiesOfItsDestinations) {
     EXPECT_EQ(arrived.substr(0, 31), "-dwinkel -n2 -c -s -t AFDRUK PR") << "a copy, and no message";
     EXPECT_EQ(count(arrived, "regel van 42\n\f"), 1) << arrived;
 }
-
-// ---- On the terminal of the operator
 
 TEST_F(HandOff, OwnTerminalPassesTheCopiesToItsPrinter) {
     // Nothing can be asked while the printer has the terminal.

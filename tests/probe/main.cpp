@@ -69,16 +69,16 @@ int main(int argc, char **argv) {
     connect_macros();
     SCRINIT();
     const std::string_view name = argc > 1 ? argv[1] : "";
-    for (const named_scene &each : screen_scenes) {
-        if (name == each.name) {
-            each.play(argv + 2);
+    for (const auto &[known, play] : screen_scenes) {
+        if (name == known) {
+            play(argv + 2);
         }
     }
-    for (const named_scene &each : print_scenes) {
-        if (name == each.name) {
+    for (const auto &[known, play] : print_scenes) {
+        if (name == known) {
             prt_install();
             busy_release();
-            each.play(argv + 2);
+            play(argv + 2);
         }
     }
     scr_exit(0);

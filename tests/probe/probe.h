@@ -1,6 +1,8 @@
 // Scenes that the tests of screen/, print/ and run/ play in a terminal, each a function of the program `probe`.
 #pragma once
 
+#include <utility>
+
 #include "screen/screen.h"
 
 /// Shows all that was written, and waits for a key.
@@ -8,10 +10,7 @@ void hold();
 
 // What stands in the arguments is said at the function.
 using scene = void (*)(char **arguments);
-struct named_scene {
-    const char *name;
-    scene play;
-};
+using named_scene = std::pair<const char *, scene>;
 void edit(char **arguments);
 /// All fields, notices and questions of the operator of the terminal program, one after another.
 void operator_scene(char **arguments);

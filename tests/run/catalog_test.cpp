@@ -25,9 +25,6 @@ protected:
                                                  const std::string &lang = "C.UTF-8") const {
         return start({.environment = {{"NLSPATH", catalogues}, {"LANG", lang}}}).play(script);
     }
-    [[nodiscard]] std::string own() const {
-        return directory.string() + "/%N.cat";
-    }
 };
 
 TEST_F(Catalogue, LanguageIsThatOfTheEnvironmentOrTheNamedOne) {
@@ -61,7 +58,9 @@ TEST_F(Catalogue, FormatWithOtherConversionsIsLeftAlone) {
     };
     for (const auto &[text, shown] : texts) {
         compile("$quote \"\n$set 9\n751 \"" + text + "\"\n");
-        EXPECT_TRUE(plays(own(), "=> PROGRAMMA AFGEBROKEN | " + shown + "\n<ENTER> => exit 1")) << text;
+        EXPECT_TRUE(plays(directory.string() + "/%N.cat",
+                          "=> PROGRAMMA AFGEBROKEN | " + shown + "\n<ENTER> => exit 1"))
+            << text;
     }
 }
 
@@ -71,11 +70,11 @@ TEST_F(Catalogue, PlainTextMayHoldAnything) {
     const std::string menu = "=> <ENTER> voor vervolg\n <ENTER> => 24= ";
     const std::string leave = " 11\n <CANCEL> => exit 0";
     compile("$ codeset=IBM850\n$quote \"\n$set 7\n556 \"100%s \\202\\202n keuze\"\n");
-    EXPECT_TRUE(plays(own(), menu + "100%s één keuze" + leave));
+    EXPECT_TRUE(plays(directory.string() + "/%N.cat", menu + "100%s één keuze" + leave));
     for (const std::string &bytes : {std::string(), std::string(10000, '\xff')}) {
         std::ofstream(directory / "DETAIL.cat", std::ios::binary) << bytes;
         std::ofstream(directory / "TERM351.cat", std::ios::binary) << bytes;
-        EXPECT_TRUE(plays(own(), menu + "Uw keuze" + leave));
+        EXPECT_TRUE(plays(directory.string() + "/%N.cat", menu + "Uw keuze" + leave));
     }
 }
 

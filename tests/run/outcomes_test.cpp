@@ -1,8 +1,6 @@
 // The outcomes of a whole run: refused, already complete, with or without the marker, stopped.
-#include <utime.h>
-
+#include <chrono>
 #include <csignal>
-#include <ctime>
 
 #include "base/base.h"
 #include "store/store.h"
@@ -33,9 +31,8 @@ class Run : public RunCase {
 protected:
     void put(const std::string &name, std::size_t size = 0, int days_old = 0) const {
         std::ofstream(directory / name, std::ios::binary) << std::string(size, 'x');
-        const std::time_t time = std::time(nullptr) - days_old * 86400;
-        const utimbuf times{time, time};
-        utime((directory / name).c_str(), &times);
+        fs::last_write_time(directory / name,
+                            fs::file_time_type::clock::now() - std::chrono::hours(24 * days_old));
     }
     /// Changes bytes of a file.
     void poke(const std::string &name, std::size_t offset, const std::string &what) const {
@@ -276,21 +273,22 @@ TEST_F(Run, UnusableDataStopTheProgramWithAMessage) {
 
 /// A kill leaves the index of any pair that the run writes half updated, or half rebuilt.
 TEST_F(Run, WhatAKillHasLeftIsMendedAtTheNextStart) {
+    const char *const pairs[] = {"RVSER", "RVART",  "RVLEV",   "RVKLT", "RVIPA",
+                                 "RVEAN", "RVBARC", "RVORDNR", "PLU00"};
     options.tills = 2;
     for (const int checked : {-1, 1}) {
         options.checked = checked;
         make();
-        for (const char *name : {"RVSER", "RVART", "RVKLT", "RVIPA", "RVEAN", "RVBARC", "RVORDNR", "PLU00"}) {
-            ASSERT_TRUE(there(std::string(name) + ".INX")) << name;
-            poke(std::string(name) + ".INX", offsetof(ix_header, inupdate), "\1");
+        for (const std::string name : pairs) {
+            ASSERT_TRUE(there(name + ".INX")) << name;
+            poke(name + ".INX", offsetof(ix_header, inupdate), "\1");
         }
+        poke("RVLEV.INX", offsetof(ix_header, inupdate), {"\0", 1});
         poke("RVLEV.INX", offsetof(ix_header, freehead), {"\xff\xff\xff\xff\0\0\0\0\4\0\0", 12});
         run(checked < 0 ? leave_menu : nullptr);
-        for (const char *name : {"RVSER", "RVART", "RVLEV"}) {
-            EXPECT_GE(IXCHECK((directory / name).c_str()), 0) << name;
-        }
-        for (const char *name : {"RVKLT", "RVIPA", "RVEAN", "RVBARC", "RVORDNR", "PLU00"}) {
-            EXPECT_EQ(IXCHECK((directory / name).c_str()) >= 0, checked < 0) << name;
+        for (const char *const &name : pairs) {
+            const bool of_every_run = &name < pairs + 3;
+            EXPECT_EQ(IXCHECK((directory / name).c_str()) >= 0, checked < 0 || of_every_run) << name;
         }
         fs::remove_all(directory);
     }

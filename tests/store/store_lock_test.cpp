@@ -295,8 +295,7 @@ TEST_F(store_lock, ScanOfOneFileAtATime) {
     EXPECT_TRUE(IXSEQ(icb, &i));
     IXCLOSE(second);
     IXCLOSE(icb);  // forgets the scan
-    static int asked;
-    asked = 0;
+    static int asked = 0;
     isam_operator.interrupted = [] { return ++asked > 0; };
     isam_operator.interrupt_reset = [] { asked -= 1000; };
     icb = IXOPEN("L", ix_shared);

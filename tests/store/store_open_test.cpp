@@ -23,12 +23,6 @@ void write_row(ICB *icb, int number) {
     IXWRITE(icb, &r);
 }
 
-/// Reads a row by key 1 in a pair that is opened for it.
-void read_row(int number, int mode) {
-    row r{boost::endian::little_int32_t{number}, ""};
-    IXREAD(IXOPEN("S", mode), &r);
-}
-
 /// A pair of 200 records with two keys, of which 4 are deleted; nkeys at 11, keys at 48 and 90.
 class damaged : public store_test {
 protected:
@@ -130,7 +124,8 @@ TEST_F(damaged, Block) {
         for (const std::size_t block : {std::size_t{1}, c.root_only ? std::size_t{1} : leaf}) {
             put_bytes("S.INX", block * 512 + c.offset, hex(c.bytes));
             for (const int mode : {ix_exclusive, ix_shared}) {
-                EXPECT_EXIT(read_row(1, mode), stopped, "Niet consistent")
+                row r{boost::endian::little_int32_t{1}, ""};
+                EXPECT_EXIT(IXREAD(IXOPEN("S", mode), &r), stopped, "Niet consistent")
                     << "block " << block << " at " << c.offset << " " << c.bytes << " mode " << mode;
             }
             restore();

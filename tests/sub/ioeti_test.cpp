@@ -109,8 +109,6 @@ TEST_F(LabelFile, ValueOfTheGroupComesFromRow1UntilSold) {
     }
 }
 
-// ---- Labels of a series, and labels by number
-
 /// Numbers of the labels of a chain, as a walk finds them.
 std::vector<std::int32_t> walk(std::int32_t block) {
     std::vector<std::int32_t> found;
@@ -196,8 +194,6 @@ TEST_F(LabelFile, BrokenChainsStopTheProgram) {
         close_shop();
     }
 }
-
-// ---- Blocks, keys, serials
 
 // Taken for a missing one, it would cost all blocks behind it.
 TEST_F(LabelFile, BlockThatTheDiskRefusesStopsTheProgram) {
