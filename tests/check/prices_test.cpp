@@ -6,6 +6,7 @@
 #include "base/dates.h"
 #include "base/strformat.h"
 #include "check/label_prices/price_rate.h"
+#include "data/serieskey.h"
 #include "support/check_case.h"
 
 namespace {
