@@ -8,7 +8,7 @@ trap 'rm -f "$log"' EXIT
 build_packages=(g++ cmake make libc-dev-bin libncurses-dev ncurses-bin ncurses-term libboost-dev libcli11-dev
   nlohmann-json3-dev libfmt-dev)
 package_packages=(dpkg-dev file)
-test_packages=(python3 jq parallel strace libgtest-dev libvterm-dev faketime cups cups-client "${package_packages[@]}"
+test_packages=(python3 jq parallel strace libgtest-dev libvterm-dev faketime "${package_packages[@]}"
   lintian clang libclang-rt-14-dev)
 bench_packages=(libbenchmark-dev libsqlite3-dev liblmdb-dev)
 lint_packages=(clang-tidy cppcheck)
