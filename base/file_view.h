@@ -19,7 +19,8 @@ struct file_view {
 /// Size of an open file, -1 on an error.
 off_t file_fd_size(int fd);
 /// Reads exactly `size` bytes through the view, which is mapped when the file is read often. False when they
-/// don't all lie in the file, or there is no view. Bytes that read as zeros may have been cut off a moment ago.
+/// don't all lie in the file, or there is no view. Bytes that read as zeros may have been cut off a moment
+/// ago.
 bool file_view_read(file_view &view, int fd, off_t offset, void *to, std::size_t size);
 /// The same bytes without a copy; null in the same cases. They may change while they are looked at.
 const std::uint8_t *file_view_peek(file_view &view, int fd, off_t offset, std::size_t size);

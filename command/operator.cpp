@@ -78,7 +78,8 @@ bool ask_person(const char *text, const char *preset) {
 /// The answer of the person at the terminal about a repair. Who has refused it is not asked again while the
 /// check finds the same, as it does when all checks run once more.
 bool ask_repair(const std::string &text, const char *preset) {
-    const std::string now = fmt::format("{} {:x} {}", check_name, record == nullptr ? 0 : record->state(), text);
+    const std::string now =
+        fmt::format("{} {:x} {}", check_name, record == nullptr ? 0 : record->state(), text);
     if (refused_before.contains(now)) {
         return false;
     }

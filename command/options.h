@@ -49,5 +49,6 @@ std::string rehearsal_place();
 /// Writes a text at once. What can't be written is lost: a full disk, or a terminal or reader that has gone,
 /// must not end the checks. False with errno then.
 bool write_out(std::FILE *to, const std::string &text);
-/// A name, or a text with one, for a line of its own: control characters, which would break the line, as question marks.
+/// A name, or a text with one, for a line of its own: control characters, which would break the line, as
+/// question marks.
 std::string name_in_line(std::string name);

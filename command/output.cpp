@@ -48,9 +48,9 @@ void run_output::finding(const json &found) {
         fields += fmt::format(" {}={}", name, value.is_string() ? value.get<std::string>() : value.dump());
     }
     bars.clear();
-    write_out(people_, fmt::format("{}: {} {}{}: {}\n", name_in_line(found["shop"]),
-                                   found["code"].get<std::string>(), found["file"].get<std::string>(), fields,
-                                   found["text"].get<std::string>()));
+    write_out(people_,
+              fmt::format("{}: {} {}{}: {}\n", name_in_line(found["shop"]), found["code"].get<std::string>(),
+                          found["file"].get<std::string>(), fields, found["text"].get<std::string>()));
 }
 
 void run_output::notice(const std::string &shop, const std::string &text) {

@@ -71,9 +71,10 @@ std::string summary_table(std::vector<shop_result> results) {
          shown_text(detail_text(28, 64, "over")), shown_text(detail_text(28, 65, "seconden")),
          shown_text(detail_text(28, 66, "bevindingen per controle"))}};
     for (const shop_result &result : results) {
-        rows.push_back({name_in_line(result.directory), verdict_of(result.status), fmt::format("{}", result.counts.found),
-                        fmt::format("{}", result.counts.mended), fmt::format("{}", result.counts.left),
-                        fmt::format("{:.1f}", result.seconds), remark_of(result)});
+        rows.push_back({name_in_line(result.directory), verdict_of(result.status),
+                        fmt::format("{}", result.counts.found), fmt::format("{}", result.counts.mended),
+                        fmt::format("{}", result.counts.left), fmt::format("{:.1f}", result.seconds),
+                        remark_of(result)});
     }
     return table_of(rows, {false, false, true, true, true, true, false});
 }

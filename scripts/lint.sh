@@ -10,7 +10,7 @@ configure_preset release -B build/lint
 if [ $# -gt 0 ]; then
   files=("$@")
 else
-  files=({base,store,screen,report,print,data,check/*,run,tools,tools/shop}/*.cpp)
+  files=({base,store,screen,report,print,data,check/*,run,command,tools,tools/shop}/*.cpp)
 fi
 found=0
 

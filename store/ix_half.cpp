@@ -99,7 +99,8 @@ std::int32_t ix_record_places(const ICB *icb) {
 void ix_renew_count(ICB *icb) {
     ix_header header;
     if (icb->cached == 0 && file_read_at(icb->ixfd, &header, ix_header_size, 0) == ix_header_size &&
-        ix_same_definition(header, *icb) && header.nrecs > icb->nrecs && header.nrecs <= ix_record_places(icb)) {
+        ix_same_definition(header, *icb) && header.nrecs > icb->nrecs &&
+        header.nrecs <= ix_record_places(icb)) {
         icb->nrecs = header.nrecs;
     }
 }

@@ -63,7 +63,8 @@ bool give_lowest_price(const SeriesRecord &series, label_place &label) {
     const series_hold hold(series.key);
     const std::int32_t number = label.number;
     const SeriesKey owner = owner_of(label.rec);
-    const bool there = eti_file(eti_action::read, label.number, label.rec) != 0 && owner_of(label.rec) == owner;
+    const bool there =
+        eti_file(eti_action::read, label.number, label.rec) != 0 && owner_of(label.rec) == owner;
     if (there && label.rec.price < 1 && owner == series.key) {
         label.rec.price = 1;
         eti_file(eti_action::write, label.number, label.rec);

@@ -1,4 +1,5 @@
-// Scenes that the tests of screen/, print/ and run/ play in a terminal, each a function of the program `probe`.
+// Scenes that the tests of screen/, print/ and run/ play in a terminal, each a function of the program
+// `probe`.
 #pragma once
 
 #include <utility>

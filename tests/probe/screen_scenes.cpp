@@ -306,20 +306,8 @@ void anything(char **) {
 }  // namespace
 
 const named_scene screen_scenes[16] = {
-    {"edit", edit},
-    {"operator", operator_scene},
-    {"placing", placing},
-    {"stack", stack},
-    {"sizes", sizes},
-    {"fatal", fatal_in_windows},
-    {"full-stack", full_stack},
-    {"characters", characters},
-    {"keys", keys},
-    {"questions", questions},
-    {"boxes", boxes},
-    {"menu", menu},
-    {"bars", bars},
-    {"long-check", long_check},
-    {"leaving", leaving},
-    {"anything", anything},
+    {"edit", edit},   {"operator", operator_scene}, {"placing", placing},       {"stack", stack},
+    {"sizes", sizes}, {"fatal", fatal_in_windows},  {"full-stack", full_stack}, {"characters", characters},
+    {"keys", keys},   {"questions", questions},     {"boxes", boxes},           {"menu", menu},
+    {"bars", bars},   {"long-check", long_check},   {"leaving", leaving},       {"anything", anything},
 };

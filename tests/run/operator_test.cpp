@@ -3,7 +3,8 @@
 
 namespace {
 
-// Each field has a caption, and its number in place of a longer value. "rest" is what stood in its line before.
+// Each field has a caption, and its number in place of a longer value. "rest" is what stood in its line
+// before.
 TEST(Operator, EachFieldNoticeAndQuestionHasItsPlace) {
     EXPECT_TRUE(plays(scene("operator"), R"(
                 => 25:bijschrift 0ude waarde | 25:rest | 25,1 bold | 25,12 bold | 24:rest
