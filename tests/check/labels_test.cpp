@@ -72,6 +72,13 @@ const Spoiled spoiled[] = {
          t.block(t.series_of(1, 1).first_block).next = INT32_MIN;
          t.shop.label_chain.free_head = -1;
      }},
+    {"an empty block that a series has given up", "", "", "",
+     [](Labels &t) {
+         LabelBlock &left = t.block(t.shop.label_chain.free_head);
+         t.shop.label_chain.free_head = left.next;
+         t.shop.label_chain.free_count -= 1;
+         left.key = t.shop.series[0].key;
+     }},
     // The rest of a chain comes back in the order of the blocks' numbers.
     {"cut in a long chain, out of order", "1 6", "N", "",
      [](Labels &t) {
