@@ -2,9 +2,8 @@
 //
 // For each journal of each season:
 //   1  A walk checks the order of its records. When all of them may stay as they are, the journal stays.
-//   2  For any other a second walk writes the clean copy beside it. A journal that fails is left as it is,
-//   with
-//      its copy beside it, and nothing in it has any effect.
+//   2  For any other a second walk writes the clean copy beside it. A journal that fails is left as it
+//      is, with its copy beside it, and nothing in it has any effect.
 //   3  The copy of a journal that passes replaces it, once the copy is complete on disk.
 //   4  A last walk, through the old journal, updates the list of order numbers and gives the labels of
 //      renumbered orders their new number. A run that dies before this leaves orders with their new numbers
