@@ -1,5 +1,6 @@
 // IXCHECK: the lengths of the halves, the mark of an unfinished update, and the free chain. The trees are not
-// looked at. Also the mending of a pair that a program left unsound, before it is opened again.
+// looked at. Also the mending of a pair that a program left unsound, or without the root of a tree, before it
+// is opened again.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -130,7 +131,7 @@ public:
         return icb->inupdate != 0 || rebuild_died();
     }
     [[nodiscard]] bool sound() {
-        return check_pair(icb, names, true) >= 0;
+        return check_pair(icb, names, true) >= 0 && has_roots();
     }
     /// Cuts off the part of a record that an insertion left at the end when it died; a rebuild would refuse
     /// it.
@@ -156,6 +157,18 @@ public:
     bool in_use = false;  ///< an ICB of this process has the pair open
 
 private:
+    /// True when each key of a pair that IXCHECK accepts has a root to start from. Without one, opening or
+    /// searching ends the program.
+    [[nodiscard]] bool has_roots() {
+        ix_make_plans(icb);
+        for (int key = 1; key <= icb->nkeys; key++) {
+            if (!ix_read_block(icb, key, &icb->blk) || !ix_block_sound(icb, key)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     ix_names names{};
     ICB *icb = nullptr;
     off_t data_size = -1;

@@ -218,12 +218,12 @@ ix_proof ix_prove(ICB *icb, int key, int parts, const std::function<bool(std::in
 std::int32_t IXCHECK(const char *name);
 /// True when a program died during an update or a rebuild of the pair. Waits while one is at work.
 bool ix_unfinished(const char *name);
-/// What IXCHECK says, without its messages. A pair that can't be judged counts as sound: opening it will
-/// tell.
+/// What IXCHECK says, without its messages; nor may a key lack its root. A pair that can't be judged counts
+/// as sound: opening it will tell.
 bool ix_sound(const char *name);
-/// Before a pair is opened: makes the index half anew when IXCHECK refuses the pair and no record of the data
-/// half is missing. Any other damage is reported when it is opened. A pair that is open in this process is
-/// left alone. `record_bytes` is the record length that the caller expects, 0 when unknown.
+/// Before a pair is opened: makes the index half anew when the pair is not sound in that sense and no record
+/// of the data half is missing. Any other damage is reported when it is opened. A pair that is open in this
+/// process is left alone. `record_bytes` is the record length that the caller expects, 0 when unknown.
 void ix_mend(const char *name, std::size_t record_bytes);
 /// Makes the index half anew from the data half and the definition in the old header. False, with nothing
 /// changed, when these can't be used. The pair may not be open in this process.

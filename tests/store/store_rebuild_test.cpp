@@ -174,6 +174,11 @@ TEST_F(store_rebuild, CheckAndMend) {
         put_back("B.INX", index);
         put_back("B.TXT", data);
     }
+    // A key without its root, which IXCHECK does not look at.
+    put_bytes("B.INX", 1024, hex("00*5"));
+    EXPECT_EQ(IXCHECK("B"), free);
+    ix_mend("B", 24);
+    EXPECT_EQ(file_bytes("B.INX"), index);
     // An insertion that died while it wrote its record; the same without a mark is damage.
     for (const bool marked : {false, true}) {
         put_bytes("B.INX", 45, hex(marked ? "01" : "00"));
