@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -74,11 +75,16 @@ void print(const char *format, std::index_sequence<I...>, std::index_sequence<J.
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
+/// What the library makes of it; nothing for a width or precision that it refuses.
 template <std::size_t... I, std::size_t... J>
-std::string expected(const char *format, std::index_sequence<I...>, std::index_sequence<J...>) {
+std::optional<std::string> expected(const char *format, std::index_sequence<I...>,
+                                    std::index_sequence<J...>) {
     std::array<char, 4096> text;
     const int length = std::snprintf(text.data(), text.size(), format, whole[I]..., broken[J]...);
-    return {text.data(), static_cast<std::size_t>(std::clamp(length, 0, static_cast<int>(text.size()) - 1))};
+    if (length < 0) {
+        return std::nullopt;
+    }
+    return std::string(text.data(), std::min(static_cast<std::size_t>(length), text.size() - 1));
 }
 #pragma GCC diagnostic pop
 
@@ -126,7 +132,8 @@ void print_format(const std::string &format, bool nothing_is_cut) {
     // A field that is cut would not be shorter than this.
     constexpr std::size_t uncut = 300;
     if (nothing_is_cut && printed.size() < uncut && !library_differs(format)) {
-        FUZZ_DEMAND(shown(printed) == shown(expected(format.c_str(), longs, doubles)));
+        const std::optional<std::string> wanted = expected(format.c_str(), longs, doubles);
+        FUZZ_DEMAND(!wanted || shown(printed) == shown(*wanted));
     }
 }
 
