@@ -78,6 +78,9 @@ void ink_set_load(const PriceSetRecord &set);
 /// sizes of the view `session_sizes` are stored, in its order. The files are reopened afterwards, unless
 /// `quiet`.
 void ink_set_put(PriceSetRecord &set, bool quiet = false);
+/// Stores the set that a program was replacing when it died, unless there is one for its period by now. The
+/// free chain must be sound.
+void ink_finish_put();
 /// Deletes the set and gives its blocks to the free chain; its chain becomes -1. 0 when the chain could not
 /// be followed to its end.
 int ink_set_delete(PriceSetRecord &set);

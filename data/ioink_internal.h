@@ -36,3 +36,12 @@ bool ink_free_chain(PriceSetRecord &set, SysRow4Chain &row);
 
 /// Forgets which sets were found to be in order; another program may have changed them since.
 void ink_forget_order();
+
+/// Notes the set that is about to replace another, with the working prices, in a file of its own.
+void ink_note_write(const PriceSetRecord &set);
+/// Reads the note, and its prices into the working prices; false when there is none.
+bool ink_note_read(PriceSetRecord &set);
+/// The set is stored.
+void ink_note_clear();
+/// Closes the file, and removes it when it has no note.
+void ink_note_close();

@@ -1,6 +1,6 @@
 // Storing a price set.
 //
-//   1  the set that the new one replaces is deleted, with its chain
+//   1  the set that the new one replaces is deleted, with its chain; a note of the new one stands meanwhile
 //   2  the neighbours, sets of the same series and supplier, make room in the new period
 //   3  the working prices are cut into groups of neighbouring sizes with the same prices, a block each
 //   4  the set is written
@@ -221,6 +221,9 @@ void ink_set_put(PriceSetRecord &set, bool quiet) {
     SysRow4Chain row{};
     iotab_row(tab_action::lock_read, row_price_chain, row);
     const bool replaces = set.chain != no_block;
+    if (replaces) {
+        ink_note_write(set);
+    }
     if (!replaces || !remove_replaced(set, row)) {
         clip_neighbours(set, row);
     }
@@ -229,8 +232,31 @@ void ink_set_put(PriceSetRecord &set, bool quiet) {
         ink_write_set(set);
     }
     iotab_row(tab_action::write, row_price_chain, row);
+    if (replaces) {
+        ink_note_clear();
+    }
     if (!quiet) {
         ink_reopen();
     }
     set_program_status(status_working);
+}
+
+void ink_finish_put() {
+    ink_demand_write();
+    SysRow4Chain row{};
+    iotab_row(tab_action::lock_read, row_price_chain, row);  // so no put is under way
+    PriceSetRecord set{};
+    if (ink_note_read(set)) {
+        PriceSetRecord other = set;
+        other.end_date = set.begin_date;
+        const bool taken = ink_next_period(other, true) && other.begin_date <= set.end_date;
+        if (!taken && set.begin_date <= set.end_date) {
+            set.chain = no_block;
+            size_view(session_sizes, sys_settings.size_system, set.size_kind);
+            ink_set_put(set, true);
+            iotab_row(tab_action::lock_read, row_price_chain, row);
+        }
+    }
+    ink_note_clear();
+    iotab_row(tab_action::unlock, row_price_chain, row);
 }
