@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "base/base.h"
+#include "check/check.h"
 #include "data/serieskey.h"
 #include "store/store.h"
 #include "support/check_case.h"
@@ -295,6 +296,17 @@ TEST_F(Master, FollowsTheSettingsOfTheShop) {
         EXPECT_EQ(run.flags, setting.first_passes ? "master" : "");
         EXPECT_EQ(check("full master").flags, setting.second_passes ? "master" : "");
     }
+}
+
+TEST_F(Master, ReportGoesOnBelowTheHeadOfANewPage) {
+    make({.series = 20, .customers = 0});
+    for (ArticleGroupRecord &group : shop.groups) {
+        put_text(group.description, "");
+    }
+    write();
+    const CheckRun run = play({.page_lines = 20}, chk_master);
+    EXPECT_GT(run.count("Stamgegevens"), 20) << run;
+    EXPECT_TRUE(run.reports("CONTROLEREN SERIE-STAMGEGEVENS") && run.reports("blad:   3")) << run;
 }
 
 TEST_F(Master, FilesTooShortAreFindings) {

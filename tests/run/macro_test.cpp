@@ -17,7 +17,7 @@ protected:
     static void record(Terminal &t, const std::string &letter, const std::string &typed) {
         ASSERT_TRUE(t.play("<F2><INS> => Macro Opnemen | @10,33\n" + letter + " => @12,27\nvan " + letter +
                            "<F2> => Druk de gewenste toetsen nu in\n" + typed +
-                           "<F2> => !Druk de gewenste\n<ESC> => !Macro Opnemen"));
+                           "<F2> => !Druk de gewenste | !van " + letter + "\n<ESC> => !Macro Opnemen"));
     }
     /// Looks at the stored macro of a key, and may change it behind the program's back.
     void change(char key, const std::function<void(MacroRecord &)> &how) const {
