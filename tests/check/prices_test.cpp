@@ -1,5 +1,6 @@
 // The price check: its report, and the prices that it gives to labels.
 #include <algorithm>
+#include <csignal>
 #include <map>
 #include <set>
 
@@ -296,6 +297,46 @@ TEST_F(LabelPrices, AtTheRateOfACompanion) {
         EXPECT_EQ(Bytes("RVIPA.TXT").u8(16), shop.series.front().size_kind);  // it had none
         EXPECT_EQ(audit(audit_prices), "");
     }
+}
+
+// A program that dies between the deletion of a set and the writing of the one that replaces it.
+TEST_F(LabelPrices, AKillWhileASetIsReplacedCostsNoPrice) {
+    make_bare(false);
+    add_set("EUR", 10000, sizes[0], 5000);
+    labels[0].second.price = 6000;
+    labels[1].second.price = 7200;
+    const auto on_file = [] {
+        std::multiset<std::string> found;
+        for (const PriceSetRecord &set : records<PriceSetRecord>("RVIPA.TXT")) {
+            found.emplace(reinterpret_cast<const char *>(&set), offsetof(PriceSetRecord, chain));
+        }
+        const std::string blocks = get("RVIPG.TXT");
+        for (std::size_t at = 0; at < blocks.size(); at += block_bytes) {
+            if (blocks.substr(at, 12) != std::string(12, '\0')) {
+                found.insert(blocks.substr(at, offsetof(PriceBlock, next)));
+            }
+        }
+        return found;
+    };
+    const long writes = run().writes;
+    const std::multiset<std::string> whole = on_file();
+    EXPECT_EQ(whole.size(), 3U);
+    for (long n = 0; n < writes; n++) {
+        SCOPED_TRACE(n);
+        write();
+        EXPECT_EQ(run_check("kill-at=" + std::to_string(n) + " prices", "J").status, 128 + SIGKILL);
+        if (n % 2 == 1) {
+            run_check("kill-at=" + std::to_string(n / 2) + " prices", "J");
+        }
+        check("prices", "J");
+        EXPECT_TRUE(on_file() == whole);
+        EXPECT_EQ(audit(audit_prices), "");
+        EXPECT_FALSE(file_exists("RVIPA.PUT"));
+    }
+    // What is no note is none.
+    put("RVIPA.PUT", "x");
+    check("prices", "J");
+    EXPECT_FALSE(file_exists("RVIPA.PUT"));
 }
 
 // A size that the kind has not gets its line in each run, and no price; no set is harmed by it.
