@@ -205,7 +205,8 @@ const char *mac_file_path(const char *name) {
 }
 
 ICB *mac_open() {
-    if (!make_file() || !usable("MACRO.TXT") || !usable("MACRO.INX") || IXCHECK(mac_file_path("MACRO")) < 0) {
+    if (!make_file() || !usable("MACRO.TXT") || !usable("MACRO.INX") || IXCHECK(mac_file_path("MACRO")) < 0 ||
+        !ix_sound(mac_file_path("MACRO"))) {
         return nullptr;
     }
     return IXOPEN(mac_file_path("MACRO"), ix_shared);

@@ -131,7 +131,7 @@ bool file_ready(const file_kind &kind) {
         (!can_be_opened(data, 0) || !can_be_opened(index, 0))) {
         return false;
     }
-    if (IXCHECK(path.c_str()) < 0 || !file_exists(data.c_str())) {
+    if (IXCHECK(path.c_str()) < 0 || !ix_sound(path.c_str()) || !file_exists(data.c_str())) {
         file_delete(index.c_str());
     }
     const bool missing = !file_exists(index.c_str());

@@ -127,11 +127,14 @@ public:
     [[nodiscard]] bool rebuild_died() const {
         return icb->nrecs == 0 && icb->freehead == -1 && icb->nblocks == icb->nkeys + 2 && data_size > 0;
     }
-    [[nodiscard]] bool unfinished() const {
-        return icb->inupdate != 0 || rebuild_died();
+    [[nodiscard]] bool accepted() {
+        return check_pair(icb, names, true) >= 0;
     }
     [[nodiscard]] bool sound() {
-        return check_pair(icb, names, true) >= 0 && has_roots();
+        return accepted() && has_roots();
+    }
+    [[nodiscard]] bool unfinished() {
+        return icb->inupdate != 0 || rebuild_died() || (accepted() && !has_roots());
     }
     /// Cuts off the part of a record that an insertion left at the end when it died; a rebuild would refuse
     /// it.
@@ -214,7 +217,7 @@ std::int32_t IXCHECK(const char *name) {
 }
 
 bool ix_unfinished(const char *name) {
-    const glance at(name);
+    glance at(name);
     return at.whole() && at.unfinished();
 }
 

@@ -216,7 +216,8 @@ enum class ix_proof : std::uint8_t {
 ix_proof ix_prove(ICB *icb, int key, int parts, const std::function<bool(std::int32_t)> &step);
 /// Number of records in the free chain when the pair is sound; -1 when it is not sound or not there.
 std::int32_t IXCHECK(const char *name);
-/// True when a program died during an update or a rebuild of the pair. Waits while one is at work.
+/// True when a program died during an update or a rebuild of the pair, or when a key of a pair that IXCHECK
+/// accepts lacks its root. Waits while a program is at work.
 bool ix_unfinished(const char *name);
 /// What IXCHECK says, without its messages; nor may a key lack its root. A pair that can't be judged counts
 /// as sound: opening it will tell.

@@ -177,6 +177,7 @@ TEST_F(store_rebuild, CheckAndMend) {
     // A key without its root, which IXCHECK does not look at.
     put_bytes("B.INX", 1024, hex("00*5"));
     EXPECT_EQ(IXCHECK("B"), free);
+    EXPECT_TRUE(ix_unfinished("B") && !ix_sound("B"));
     ix_mend("B", 24);
     EXPECT_EQ(file_bytes("B.INX"), index);
     // An insertion that died while it wrote its record; the same without a mark is damage.
