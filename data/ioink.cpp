@@ -180,9 +180,6 @@ void ink_close() {
     file_view_close(ink.view);
     close(ink.fd);
     ink.fd = -1;
-    if (ink.mode == ink_mode::write) {
-        ink_note_close();
-    }
     set_program_status(status_working);
 }
 

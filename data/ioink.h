@@ -78,9 +78,13 @@ void ink_set_load(const PriceSetRecord &set);
 /// sizes of the view `session_sizes` are stored, in its order. The files are reopened afterwards, unless
 /// `quiet`.
 void ink_set_put(PriceSetRecord &set, bool quiet = false);
-/// Stores the set that a program was replacing when it died, unless there is one for its period by now. The
-/// free chain must be sound.
-void ink_finish_put();
+/// The set that a program is replacing at the moment, or was when it died: it may be in no file. False when
+/// there is none; the set is empty then, and also when the note of it can't be read.
+bool ink_noted(PriceSetRecord &set);
+/// Stores the set that a program was replacing when it died, for those of its days that have no set by now;
+/// without `wanted` it is only forgotten. The working prices and the view of sizes stay. The free chain must
+/// be sound.
+void ink_finish_put(bool wanted);
 /// Deletes the set and gives its blocks to the free chain; its chain becomes -1. 0 when the chain could not
 /// be followed to its end.
 int ink_set_delete(PriceSetRecord &set);

@@ -37,11 +37,15 @@ bool ink_free_chain(PriceSetRecord &set, SysRow4Chain &row);
 /// Forgets which sets were found to be in order; another program may have changed them since.
 void ink_forget_order();
 
-/// Notes the set that is about to replace another, with the working prices, in a file of its own.
+/// The whole of the file; one of another length is no note. Only the machine that wrote it reads it.
+struct put_note {
+    PriceSetRecord set;
+    std::uint8_t size_kind;  ///< of the view whose sizes are stored
+    ink_prices prices;
+};
+/// Notes the set that is about to replace another, with the working prices. Failure is fatal: nothing has
+/// been deleted yet.
 void ink_note_write(const PriceSetRecord &set);
-/// Reads the note, and its prices into the working prices; false when there is none.
-bool ink_note_read(PriceSetRecord &set);
-/// The set is stored.
+/// False when there is none.
+bool ink_note_read(put_note &note);
 void ink_note_clear();
-/// Closes the file, and removes it when it has no note.
-void ink_note_close();

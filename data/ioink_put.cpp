@@ -207,6 +207,18 @@ void clip_neighbours(const PriceSetRecord &set, SysRow4Chain &row) {
     }
 }
 
+/// Storing it releases row 9.
+void store_noted(put_note &note) {
+    const ink_prices prices = ink_working;
+    const int kind = session_sizes == nullptr ? note.size_kind : session_sizes->kind;
+    note.set.chain = no_block;
+    ink_working = note.prices;
+    size_view(session_sizes, sys_settings.size_system, note.size_kind);
+    ink_set_put(note.set, true);
+    ink_working = prices;
+    size_view(session_sizes, sys_settings.size_system, kind);
+}
+
 }  // namespace
 
 void ink_forget_order() {
@@ -231,29 +243,30 @@ void ink_set_put(PriceSetRecord &set, bool quiet) {
     if (set.chain != no_block) {
         ink_write_set(set);
     }
-    iotab_row(tab_action::write, row_price_chain, row);
     if (replaces) {
         ink_note_clear();
     }
+    iotab_row(tab_action::write, row_price_chain, row);
     if (!quiet) {
         ink_reopen();
     }
     set_program_status(status_working);
 }
 
-void ink_finish_put() {
+void ink_finish_put(bool wanted) {
     ink_demand_write();
+    const leave_guard undisturbed;
     SysRow4Chain row{};
     iotab_row(tab_action::lock_read, row_price_chain, row);  // so no put is under way
-    PriceSetRecord set{};
-    if (ink_note_read(set)) {
-        PriceSetRecord other = set;
-        other.end_date = set.begin_date;
-        const bool taken = ink_next_period(other, true) && other.begin_date <= set.end_date;
-        if (!taken && set.begin_date <= set.end_date) {
-            set.chain = no_block;
-            size_view(session_sizes, sys_settings.size_system, set.size_kind);
-            ink_set_put(set, true);
+    put_note note;
+    if (wanted && ink_note_read(note)) {
+        PriceSetRecord other = note.set;
+        other.end_date = note.set.begin_date;
+        if (ink_next_period(other, true) && other.begin_date <= note.set.end_date) {
+            note.set.end_date = static_cast<std::uint16_t>(std::max(other.begin_date - 1, 0));
+        }
+        if (note.set.begin_date <= note.set.end_date) {
+            store_noted(note);
             iotab_row(tab_action::lock_read, row_price_chain, row);
         }
     }

@@ -111,6 +111,12 @@ private:
     int file_supplier = -1;
 };
 
+/// True when a set of the series and supplier is being replaced, so that it may be in no file.
+bool is_noted(const SeriesKey &series, int supplier) {
+    PriceSetRecord noted;
+    return ink_noted(noted) && noted.key == series && noted.supplier == supplier;
+}
+
 /// What is wrong with a number, null for nothing.
 const finding_kind *order_number_check::fault_of(const SupplierNumberRecord &record, int supplier) {
     SeriesRecord series{};
@@ -121,7 +127,7 @@ const finding_kind *order_number_check::fault_of(const SupplierNumberRecord &rec
     PriceSetRecord set{};
     set.key = key_of(record);
     set.supplier = static_cast<std::uint16_t>(supplier);
-    if (!IXNEXTR(price_sets, &set, key_parts_supplier)) {
+    if (!IXNEXTR(price_sets, &set, key_parts_supplier) && !is_noted(key_of(record), supplier)) {
         return &order_number_findings()[2];
     }
     const bool fits =

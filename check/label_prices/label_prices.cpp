@@ -24,7 +24,7 @@ void label_price_check::open() {
     size_view_forget();  // a size that is new in its kind must keep its price
     eti_file(eti_action::open);
     ink_open(ink_mode::write);
-    ink_finish_put();
+    finish_left_put();
     prices.open();
     rates.open();
 }

@@ -103,6 +103,9 @@ static_assert(offsetof(LabelPrice, sizes) == 12 && offsetof(LabelPrice, size_kin
 /// The table of what this check can find.
 std::span<const finding_kind> label_price_findings();
 
+/// Stores the price set that a program was replacing when it died, if its series exists.
+void finish_left_put();
+
 class label_price_check final : public chk_check {
 public:
     label_price_check();

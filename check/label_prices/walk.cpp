@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "check/frame/record_place.h"
 #include "check/frame/series_hold.h"
 #include "check/label_prices/label_prices.h"
 #include "check/prices/prices.h"
@@ -37,8 +38,10 @@ SeriesKey owner_of(const eti_rec &label) {
 }
 
 /// Stores the price. Row 9 is locked first: what another program has done to the set since it was read stays,
-/// and so does a price that it gave the size. Storing the set releases the row.
+/// and so does a price that it gave the size; if it died at it, that is finished before. Storing the set
+/// releases the row.
 void store_price(const eti_rec &label, bool has_set, PriceSetRecord set, std::int32_t price) {
+    finish_left_put();
     SysRow4Chain row{};
     PriceSetRecord now{};
     iotab_row(tab_action::lock_read, row_price_chain, row);
@@ -74,6 +77,14 @@ bool give_lowest_price(const SeriesRecord &series, label_place &label) {
 }
 
 }  // namespace
+
+void finish_left_put() {
+    PriceSetRecord set;
+    if (ink_noted(set)) {
+        const record_place place(chk_files.rvser);
+        ink_finish_put(price_series_exists(set.key));
+    }
+}
 
 PriceSetRecord label_price_check::set_of_day(const SeriesRecord &series, const eti_rec &label) {
     const SupplierRecord &supplier = rates.supplier_of(label.supplier);

@@ -202,10 +202,12 @@ void price_check::list_lost(std::int32_t number, const PriceBlock &block) {
 
 bool price_check::walk_series() {
     ink_open(ink_mode::read);
+    PriceSetRecord noted;  // in no file as long as the note stands
+    ink_noted(noted);
     SeriesRecord series{};
     ICB *const file = chk_files.rvser;
     for (bool more = chk_scan_first(file, &series); more; more = IXSEQ(file, &series)) {
-        if (series.supplier != 0) {
+        if (series.supplier != 0 || series.key == noted.key) {
             continue;
         }
         PriceSetRecord last{};

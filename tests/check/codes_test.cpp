@@ -3,6 +3,7 @@
 #include <set>
 
 #include "base/strformat.h"
+#include "data/ioink_internal.h"
 #include "data/serieskey.h"
 #include "store/store.h"
 #include "support/check_case.h"
@@ -137,6 +138,13 @@ TEST_F(Codes, OrderNumbersAreListedAndDeletedOnYes) {
     write();
     expect_deleted_on_yes("order_numbers", "bestelnummer  serienummer    levnr   mt ", 22,
                           {{"XNRS9997", 0}, {str_format("XNRS%04d", supplier), 2 * sizeof list[0]}});
+    // A set that a program was replacing when it died stands in no file.
+    put_note note{};
+    note.set.key = series->key;
+    note.set.supplier = 9997;
+    put("RVIPA.PUT", {reinterpret_cast<const char *>(&note), sizeof note});
+    write();
+    EXPECT_FALSE(check("full order_numbers", "N").reports("Leverancier niet bekend bij serie"));
 }
 
 TEST_F(Codes, ReplacedCodesAreListedAndDeletedOnYes) {

@@ -7,6 +7,7 @@
 #include "base/dates.h"
 #include "base/strformat.h"
 #include "check/label_prices/price_rate.h"
+#include "data/ioink_internal.h"
 #include "data/serieskey.h"
 #include "support/check_case.h"
 
@@ -333,10 +334,56 @@ TEST_F(LabelPrices, AKillWhileASetIsReplacedCostsNoPrice) {
         EXPECT_EQ(audit(audit_prices), "");
         EXPECT_FALSE(file_exists("RVIPA.PUT"));
     }
-    // What is no note is none.
-    put("RVIPA.PUT", "x");
-    check("prices", "J");
-    EXPECT_FALSE(file_exists("RVIPA.PUT"));
+}
+
+// A note gives its set back for the days that have none by now; a label without a price gets 9600, or 8000 by
+// its companion.
+TEST_F(LabelPrices, ANoteThatWasLeftCountsForTheDaysThatAreStillFree) {
+    struct note_case {
+        const char *what;
+        void (*change)(put_note &note);
+        int other_begins;  ///< days after the labels came in; the first of another set
+        unsigned price;
+    };
+    constexpr int none = 99;
+    const note_case cases[] = {
+        {"as it was left", [](put_note &) {}, none, 6000},
+        {"a kind that does not exist", [](put_note &note) { note.set.size_kind = 200; }, none, 6000},
+        {"a set from a later day on", [](put_note &) {}, 1, 6000},
+        {"a set of all its days", [](put_note &) {}, -5, 8000},
+        {"a series that is gone", [](put_note &note) { note.set.key.number = 9999; }, none, 9600},
+        {"no days", [](put_note &note) { note.set.end_date = day_in - 6; }, none, 9600},
+    };
+    for (const note_case &each : cases) {
+        SCOPED_TRACE(each.what);
+        make_bare(false);
+        std::memcpy(supplier->currency, "EUR", 3);
+        supplier->factor = 10000;
+        shop.series.front().supplier = 0;
+        labels[0].second.price = 6000;
+        labels[1].second.price = 9600;
+        add_set("EUR", 10000, sizes[0], 5000);
+        put_note note{shop.price_sets.front(), shop.series.front().size_kind, {}};
+        note.prices.set(sizes[0], 5000, 5000);
+        note.prices.set(sizes[1], 6000, 6000);
+        each.change(note);
+        if (each.other_begins == none) {
+            shop.price_sets.clear();
+            shop.price_blocks.clear();
+            shop.price_chain = {};
+        } else {
+            shop.price_sets.front().begin_date = static_cast<std::uint16_t>(day_in + each.other_begins);
+        }
+        put("RVIPA.PUT", {reinterpret_cast<const char *>(&note), sizeof note});
+        const CheckRun first = run();
+        EXPECT_EQ(price_on_file(1), each.price) << first;
+        EXPECT_EQ(records<SeriesRecord>("RVSER.TXT").front().supplier, 0U) << "of two it may be either";
+        EXPECT_FALSE(file_exists("RVIPA.PUT"));
+        EXPECT_EQ(audit(audit_prices), "");
+        put("RVIPA.PUT", "x");  // no note
+        check("prices", "J");
+        EXPECT_FALSE(file_exists("RVIPA.PUT"));
+    }
 }
 
 // A size that the kind has not gets its line in each run, and no price; no set is harmed by it.
