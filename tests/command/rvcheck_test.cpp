@@ -1,39 +1,25 @@
 // The program rvcheck on made shops: what it answers, what it tells, and how it ends.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <pty.h>
 #include <sys/wait.h>
 
-#include <chrono>
 #include <csignal>
 #include <fstream>
-#include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
-#include <thread>
 
 #include "check/session/session.h"
 #include "command/options.h"
 #include "support/other_process.h"
 #include "support/scratch_dir.h"
+#include "support/terminal.h"
 #include "tools/shop/shop.h"
 
 namespace {
 
 using json = nlohmann::json;
-
-/// True once `condition` holds; false when it does not within a while.
-bool comes_true(const std::function<bool()> &condition) {
-    for (int i = 0; i < 1500; i++) {
-        if (condition()) {
-            return true;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return false;
-}
 
 class RvCheck : public ScratchDir {
 protected:
@@ -208,7 +194,7 @@ TEST_F(RvCheck, AShopThatCannotBeCheckedIsALineOfTheResult) {
     const OtherProcess two([] { lock_system_file("dies/RVSYS.TXT"); });
     const pid_t fleet = start("-j 2 --wait 2 dies sound locked w\u00e9g cut left");
     pid_t dies = 0;
-    ASSERT_TRUE(comes_true([&] { return (dies = process_in(fleet, "dies")) != 0; }));
+    ASSERT_TRUE(eventually([&] { return (dies = process_in(fleet, "dies")) != 0; }));
     kill(dies, SIGSEGV);
     EXPECT_EQ(finish(fleet), status_unchecked | status_left);
     std::map<std::string, int> statuses;
@@ -237,7 +223,7 @@ TEST_F(RvCheck, SignalBreaksOffAllShopsAndLeavesThemSound) {
     make("later");
     const OtherProcess other([] { lock_system_file("waits/RVSYS.TXT"); });
     const pid_t fleet = start("-y waits later");
-    ASSERT_TRUE(comes_true([&] { return process_in(fleet, "waits") != 0; }));
+    ASSERT_TRUE(eventually([&] { return process_in(fleet, "waits") != 0; }));
     kill(fleet, SIGINT);
     EXPECT_EQ(finish(fleet), status_cancelled) << get("out");
     EXPECT_EQ(shops["later"]["status"], status_cancelled);
@@ -246,64 +232,21 @@ TEST_F(RvCheck, SignalBreaksOffAllShopsAndLeavesThemSound) {
 
 // ---- On a terminal
 
-/// The program on a terminal of its own.
-class Dialogue {
-public:
-    explicit Dialogue(std::vector<const char *> arguments) {
-        process_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
-        if (process_ == 0) {
-            arguments.insert(arguments.begin(), RVCHECK);
-            arguments.push_back(nullptr);
-            execv(RVCHECK, const_cast<char **>(arguments.data()));
-            _exit(127);
-        }
-    }
-    /// Types `keys` once `text` has been shown.
-    void type(const std::string &text, const std::string &keys) {
-        char c = 0;
-        std::string shown;
-        while (shown.find(text) == std::string::npos && read(terminal_, &c, 1) == 1) {
-            shown += c;
-        }
-        EXPECT_NE(shown.find(text), std::string::npos) << shown;
-        EXPECT_EQ(write(terminal_, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
-    }
-    int end() {
-        char bytes[256];
-        while (read(terminal_, bytes, sizeof bytes) > 0) {
-        }
-        int status = 0;
-        waitpid(process_, &status, 0);
-        close(terminal_);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    }
-
-private:
-    int terminal_ = -1;
-    pid_t process_ = -1;
-};
-
 TEST_F(RvCheck, QuestionsAreAskedInALineWithTheDefault) {
     make("shop", {"series-count"});
     const std::string before = get("shop/RVSER.TXT");
-    Dialogue refuses({"shop"});
-    refuses.type("herstellen? (J/N) [N] ", "\n");
-    EXPECT_EQ(refuses.end(), status_left);
-    Dialogue leaves({"shop"});
-    leaves.type("[N] ", "\x03");
-    EXPECT_EQ(leaves.end(), status_left | status_cancelled);
+    EXPECT_TRUE(plays({.program = RVCHECK, .arguments = {"shop"}},
+                      "=> herstellen? (J/N) [N]\n <ENTER> => exit " + std::to_string(status_left)));
+    EXPECT_TRUE(plays({.program = RVCHECK, .arguments = {"shop"}},
+                      "=> [N]\n <INTR> => exit " + std::to_string(status_left | status_cancelled)));
     EXPECT_EQ(get("shop/RVSER.TXT"), before);
-    Dialogue agrees({"--progress", "shop"});
-    agrees.type("[N] ", "x\n");
-    agrees.type("[N] ", "j\n");
-    EXPECT_EQ(agrees.end(), status_mended);
+    EXPECT_TRUE(plays({.program = RVCHECK, .arguments = {"--progress", "shop"}},
+                      "=> [N]\n x<ENTER>j<ENTER> => exit " + std::to_string(status_mended)));
     EXPECT_EQ(run("shop"), status_clean);
     // The customers are mended, so that all checks run again; what was refused is not asked again.
     make("two", {"series-count", "customer-number-zero"});
-    Dialogue chooses({"two"});
-    chooses.type("[N] ", "\n");
-    chooses.type("[J] ", "\n");
-    EXPECT_EQ(chooses.end(), status_left);
+    EXPECT_TRUE(plays({.program = RVCHECK, .arguments = {"two"}},
+                      "=> [N]\n <ENTER> => [J]\n <ENTER> => exit " + std::to_string(status_left)));
 }
 
 // ---- The command line

@@ -3,10 +3,7 @@
 
 #include <unistd.h>
 
-#include <chrono>
-#include <functional>
 #include <string>
-#include <thread>
 
 #include "print/print_internal.h"
 #include "support/scratch_dir.h"
@@ -52,17 +49,6 @@ struct Report : ScratchDir {
         return text;
     }
 
-    /// True as soon as the condition holds; for what the shell does in the background.
-    static bool eventually(const std::function<bool()> &condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return true;
-    }
     static int count(const std::string &text, const std::string &part) {
         int found = 0;
         for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {

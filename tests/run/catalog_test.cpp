@@ -1,11 +1,10 @@
 // Texts of the program from catalogues that the operator chooses.
 #include <cstdlib>
 
+#include "base/files.h"
 #include "support/run_case.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 /// A shop whose labels were never checked, so that the menu comes.
 class Catalogue : public RunCase {
@@ -15,20 +14,19 @@ protected:
         make();
     }
     /// Makes DETAIL.cat in the shop's directory from a source in the form of gencat.
-    void compile(const std::string &source) const {
-        const std::string path = (directory / "DETAIL").string();
-        fs::remove(path + ".cat");
-        std::ofstream(path + ".msg") << source;
-        ASSERT_EQ(std::system(("LC_ALL=C " GENCAT " '" + path + ".cat' '" + path + ".msg'").c_str()), 0);
-    }
-    [[nodiscard]] testing::AssertionResult plays(const std::string &catalogues, const std::string &script,
-                                                 const std::string &lang = "C.UTF-8") const {
-        return start({.environment = {{"NLSPATH", catalogues}, {"LANG", lang}}}).play(script);
+    static void compile(const std::string &source) {
+        put("DETAIL.msg", source);
+        ASSERT_EQ(std::system("rm -f DETAIL.cat && LC_ALL=C " GENCAT " DETAIL.cat DETAIL.msg"), 0);
     }
 };
 
+testing::AssertionResult speaks(const std::string &catalogues, const std::string &script,
+                                const std::string &lang = "C.UTF-8") {
+    return plays({.environment = {{"NLSPATH", catalogues}, {"LANG", lang}}}, script);
+}
+
 TEST_F(Catalogue, LanguageIsThatOfTheEnvironmentOrTheNamedOne) {
-    EXPECT_TRUE(plays(RVCHK_CATALOGUES "/%l/%N.cat", R"(
+    EXPECT_TRUE(speaks(RVCHK_CATALOGUES "/%l/%N.cat", R"(
                  => <ENTER> to continue
         <ENTER>  => Your choice | COMPLETE CHECK | 11 Series/labels
         <HELP>   => To first choice of next section | <ENTER> to continue
@@ -36,17 +34,17 @@ TEST_F(Catalogue, LanguageIsThatOfTheEnvironmentOrTheNamedOne) {
         99       => Invalid choice
         <CANCEL> => exit 0
     )",
-                      "en_GB.UTF-8"));
-    fs::remove(directory / "RVSYS.TXT");
-    EXPECT_TRUE(plays(RVCHK_CATALOGUES "/en/%N.cat", R"(
+                       "en_GB.UTF-8"));
+    file_delete("RVSYS.TXT");
+    EXPECT_TRUE(speaks(RVCHK_CATALOGUES "/en/%N.cat", R"(
                  => RVSYS.TXT not present in / | PROGRAM STOPPED | Please contact the Support group
         <ENTER>  => exit 1
     )",
-                      "nl_NL.UTF-8"));
+                       "nl_NL.UTF-8"));
 }
 
 TEST_F(Catalogue, FormatWithOtherConversionsIsLeftAlone) {
-    fs::remove(directory / "RVSYS.TXT");
+    file_delete("RVSYS.TXT");
     const std::string own_text = "RVSYS.TXT niet aanwezig in ";
     const std::pair<std::string, std::string> texts[] = {
         {"nergens %s, ook niet in %.5s", "nergens RVSYS.TXT, ook niet in "},
@@ -58,9 +56,7 @@ TEST_F(Catalogue, FormatWithOtherConversionsIsLeftAlone) {
     };
     for (const auto &[text, shown] : texts) {
         compile("$quote \"\n$set 9\n751 \"" + text + "\"\n");
-        EXPECT_TRUE(plays(directory.string() + "/%N.cat",
-                          "=> PROGRAMMA AFGEBROKEN | " + shown + "\n<ENTER> => exit 1"))
-            << text;
+        EXPECT_TRUE(speaks("./%N.cat", "=> PROGRAMMA AFGEBROKEN | " + shown + "\n<ENTER> => exit 1")) << text;
     }
 }
 
@@ -70,11 +66,11 @@ TEST_F(Catalogue, PlainTextMayHoldAnything) {
     const std::string menu = "=> <ENTER> voor vervolg\n <ENTER> => 24= ";
     const std::string leave = " 11\n <CANCEL> => exit 0";
     compile("$ codeset=IBM850\n$quote \"\n$set 7\n556 \"100%s \\202\\202n keuze\"\n");
-    EXPECT_TRUE(plays(directory.string() + "/%N.cat", menu + "100%s één keuze" + leave));
+    EXPECT_TRUE(speaks("./%N.cat", menu + "100%s één keuze" + leave));
     for (const std::string &bytes : {std::string(), std::string(10000, '\xff')}) {
-        std::ofstream(directory / "DETAIL.cat", std::ios::binary) << bytes;
-        std::ofstream(directory / "TERM351.cat", std::ios::binary) << bytes;
-        EXPECT_TRUE(plays(directory.string() + "/%N.cat", menu + "Uw keuze" + leave));
+        put("DETAIL.cat", bytes);
+        put("TERM351.cat", bytes);
+        EXPECT_TRUE(speaks("./%N.cat", menu + "Uw keuze" + leave));
     }
 }
 

@@ -11,7 +11,7 @@ protected:
     void SetUp() override {
         RunCase::SetUp();
         make();
-        fs::remove(directory / "MACRO.TXT");
+        fs::remove("MACRO.TXT");
     }
     /// Records `typed` (keys of a script) as the macro of `letter`, from the menu.
     static void record(Terminal &t, const std::string &letter, const std::string &typed) {
@@ -20,9 +20,7 @@ protected:
                            "<F2> => !Druk de gewenste | !van " + letter + "\n<ESC> => !Macro Opnemen"));
     }
     /// Looks at the stored macro of a key, and may change it behind the program's back.
-    void change(char key, const std::function<void(MacroRecord &)> &how) const {
-        const fs::path before = fs::current_path();
-        fs::current_path(directory);
+    static void change(char key, const std::function<void(MacroRecord &)> &how) {
         ICB *icb = IXOPEN("MACRO", ix_shared);
         MacroRecord record{};
         record.key = static_cast<std::uint16_t>(key);
@@ -30,7 +28,6 @@ protected:
         how(record);
         IXWRITE(icb, &record);
         IXCLOSE(icb);
-        fs::current_path(before);
     }
 };
 
@@ -94,12 +91,12 @@ TEST_F(Macro, HoldsAHundredKeysAndRefusesDamagedOnes) {
         });
     }
     // Return keys of other programs, and an index that has to be made again.
-    fs::remove(directory / "MACRO.INX");
+    fs::remove("MACRO.INX");
     EXPECT_TRUE(t.play("<F2>q => !Uw keuze"));
 }
 
 TEST_F(Macro, TwoProgramsRecordAtTheSameTime) {
-    fs::create_directory(directory / "macros");
+    fs::create_directory("macros");
     const TerminalOptions elsewhere{.environment = {{"MACRO", "macros"}}};
     Terminal one = start(elsewhere), two = start(elsewhere);
     reach_menu(one);
@@ -108,7 +105,7 @@ TEST_F(Macro, TwoProgramsRecordAtTheSameTime) {
     record(two, "b", "13");
     record(one, "c", "12");
     record(two, "d", "13");
-    EXPECT_TRUE(there("macros/MACRO.TXT"));
+    EXPECT_TRUE(fs::exists("macros/MACRO.TXT"));
     EXPECT_TRUE(one.play(R"(
         <F2><DEL> => 5:0      a     van a | 6:0      b     van b | 7:0      c     van c | 8:0      d     van d
     )"));
@@ -123,7 +120,7 @@ TEST_F(Macro, ReplaysACheckWithItsRepair) {
     record(t, "r", "<ENTER><ESC>j<ENTER><ENTER><ESC><DOWN>");
     const auto date_of_labels = [this] {
         const auto row = static_cast<std::size_t>(region_rows.offset(row_dates));
-        return bytes("RVSYS.TXT").substr(row + offsetof(SysRow19, labels), 2);
+        return get("RVSYS.TXT").substr(row + offsetof(SysRow19, labels), 2);
     };
     EXPECT_EQ(date_of_labels(), std::string(2, '\0'));
     EXPECT_TRUE(t.play("<F2>r => Uw keuze 12"));
@@ -138,7 +135,7 @@ TEST_F(Macro, GoesOnInTheNextProgramOnTheLine) {
     record(t, "n", "<DOWN><ESC><ENTER><DOWN><DOWN>");
     EXPECT_TRUE(t.play("<F2>n => Uw keuze 13\n<CANCEL> => exit 0"));
     EXPECT_NE(t.raw().find(".TMP"), std::string::npos);
-    for (const auto &entry : fs::directory_iterator(directory)) {
+    for (const auto &entry : fs::directory_iterator(".")) {
         EXPECT_NE(entry.path().extension(), ".TMP") << entry.path();
     }
 }

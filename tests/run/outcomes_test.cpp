@@ -29,25 +29,31 @@ Change days_ago(const std::vector<Date> &dates, int days) {
 /// The whole run, and what it leaves in the directory.
 class Run : public RunCase {
 protected:
-    void put(const std::string &name, std::size_t size = 0, int days_old = 0) const {
-        std::ofstream(directory / name, std::ios::binary) << std::string(size, 'x');
-        fs::last_write_time(directory / name,
-                            fs::file_time_type::clock::now() - std::chrono::hours(24 * days_old));
+    /// Makes the shop in place of one that is there.
+    void make(const Change &change = [](Shop &) {}) {
+        for (const auto &entry : fs::directory_iterator(".")) {
+            fs::remove_all(entry);
+        }
+        RunCase::make(change);
+    }
+    static void put(const std::string &name, std::size_t size = 0, int days_old = 0) {
+        ScratchDir::put(name, std::string(size, 'x'));
+        fs::last_write_time(name, fs::file_time_type::clock::now() - std::chrono::hours(24 * days_old));
     }
     /// Changes bytes of a file.
-    void poke(const std::string &name, std::size_t offset, const std::string &what) const {
-        std::fstream file(directory / name, std::ios::binary | std::ios::in | std::ios::out);
+    static void poke(const std::string &name, std::size_t offset, const std::string &what) {
+        std::fstream file(name, std::ios::binary | std::ios::in | std::ios::out);
         file.seekp(static_cast<std::streamoff>(offset));
         file << what;
         ASSERT_TRUE(file) << name;
     }
     /// Starts the program and goes through a script from the menu on, or without one through a run that shows
     /// no menu.
-    void run(const char *script = nullptr) const {
+    static void run(const char *script = nullptr) {
         Terminal t = start();
         if (script) {
             reach_menu(t);
-            EXPECT_FALSE(there("RVCHK860.OK"));
+            EXPECT_FALSE(file_exists("RVCHK860.OK"));
         }
         EXPECT_TRUE(t.play(script ? script : "=> exit 0"));
     }
@@ -63,15 +69,15 @@ TEST_F(Run, WaitingMasterDataRefuseTheRun) {
     put("STAT07.TXT");
     put("RVCHK860.OK");
     put("TP01.TXT", 10, 1);
-    const std::string before = bytes("RVSYS.TXT");
+    const std::string before = get("RVSYS.TXT");
     Terminal t = start();
     EXPECT_TRUE(t.play(R"(
                 => Eerst stamgegevens verwerken a.u.b | 1= BESTANDSCONTROLES | 1,2 reverse | 1,80 reverse | 11,24=┌ | 14,60=┘
         <ENTER> => exit 0
     )"));
-    EXPECT_FALSE(there("RVCHK860.OK"));
-    EXPECT_FALSE(there("TP01.TXT"));
-    EXPECT_EQ(bytes("RVSYS.TXT"), before);
+    EXPECT_FALSE(file_exists("RVCHK860.OK"));
+    EXPECT_FALSE(file_exists("TP01.TXT"));
+    EXPECT_EQ(get("RVSYS.TXT"), before);
 }
 
 TEST_F(Run, MarkerStandsWhenEveryRequiredDateIsRecent) {
@@ -85,16 +91,15 @@ TEST_F(Run, MarkerStandsWhenEveryRequiredDateIsRecent) {
             change(shop);
         });
         put("RVCHK860.OK", 3);
-        std::string expected = bytes("RVSYS.TXT");
+        std::string expected = get("RVSYS.TXT");
         expected.replace(row_of_dates + offsetof(SysRow19, zeroed), 24, std::string(24, '\0'));
         if (mode == 0) {
             expected.replace(row_of_dates + offsetof(SysRow19, customers), 2, std::string(2, '\0'));
         }
         run(marker ? nullptr : leave_menu);
-        EXPECT_EQ(there("RVCHK860.OK"), marker);
-        EXPECT_EQ(bytes("RVCHK860.OK"), "");
-        EXPECT_TRUE(bytes("RVSYS.TXT") == expected || !marker) << "only that row has changed";
-        fs::remove_all(directory);
+        EXPECT_EQ(file_exists("RVCHK860.OK"), marker);
+        EXPECT_EQ(get("RVCHK860.OK"), "");
+        EXPECT_TRUE(get("RVSYS.TXT") == expected || !marker) << "only that row has changed";
     };
     expect(true, mode_customers, [](Shop &) {});
     for (const std::vector<Date> &dates : {dates_of_customers, other_dates}) {
@@ -112,9 +117,8 @@ TEST_F(Run, MarkerStandsBehindAMenuThatLeftEveryRequiredDateRecent) {
         make(change);
         put("RVCHK860.OK", 3);
         run(script);
-        EXPECT_EQ(there("RVCHK860.OK"), marker) << script;
-        EXPECT_EQ(bytes("RVCHK860.OK"), "");
-        fs::remove_all(directory);
+        EXPECT_EQ(file_exists("RVCHK860.OK"), marker) << script;
+        EXPECT_EQ(get("RVCHK860.OK"), "");
     };
     // The program that rebuilds the index of the codes is found beside the running one.
     options.faults = {"price-block-lost", "index-ean-swapped"};
@@ -168,7 +172,7 @@ TEST_F(Run, MarkOfABadEndRunsTheFirstChecksAtOnce) {
         make();
         poke("RVSYS.TXT", row_of_state + 63, {state});
         const auto reserved = [this] {
-            const std::string index = bytes("RVSER.INX");
+            const std::string index = get("RVSER.INX");
             return index[static_cast<std::size_t>(index[11] + 1) * 512 + 4];
         };
         EXPECT_NE(reserved(), 0);
@@ -188,13 +192,12 @@ TEST_F(Run, MarkOfABadEndRunsTheFirstChecksAtOnce) {
         reach_menu(t);
         EXPECT_EQ(reserved(), 0);
         EXPECT_TRUE(t.play(leave_menu));
-        const std::string dates = bytes("RVSYS.TXT").substr(row_of_dates, 64);
+        const std::string dates = get("RVSYS.TXT").substr(row_of_dates, 64);
         for (const std::size_t of :
              {offsetof(SysRow19, labels), offsetof(SysRow19, prices), offsetof(SysRow19, sizes)}) {
             EXPECT_EQ(dates.substr(of, 2) == std::string(2, '\0'), state == state_normal) << of;
         }
         EXPECT_EQ(dates.substr(offsetof(SysRow19, series), 2), std::string(2, '\0'));
-        fs::remove_all(directory);
     }
 }
 
@@ -221,11 +224,11 @@ TEST_F(Run, TemporaryFilesOfEarlierDaysGo) {
     for (const auto &each : files) {
         put(each.name, static_cast<std::size_t>(each.size), each.days_old);
     }
-    fs::create_directory(directory / "TPDIR");
+    fs::create_directory("TPDIR");
     run();
-    EXPECT_TRUE(there("RVCHK860.OK") && there("TPDIR"));
+    EXPECT_TRUE(file_exists("RVCHK860.OK") && file_exists("TPDIR"));
     for (const auto &each : files) {
-        EXPECT_EQ(there(each.name), each.stays) << each.name;
+        EXPECT_EQ(file_exists(each.name), each.stays) << each.name;
     }
     // 512000 bytes were not worth telling.
     put("TP1", 300000, 1);
@@ -237,50 +240,48 @@ TEST_F(Run, TemporaryFilesOfEarlierDaysGo) {
 }
 
 TEST_F(Run, UnusableDataStopTheProgramWithAMessage) {
-    const fs::path &d = directory;
     const struct {
         const char *text;
         std::function<void()> spoil;
     } stops[] = {
-        {"RVSYS.TXT niet aanwezig in ", [&] { fs::remove(d / "RVSYS.TXT"); }},
-        {"RVSYS.TXT: errno=5 a=O fd=", [&] { fs::resize_file(d / "RVSYS.TXT", 1200); }},
+        {"RVSYS.TXT niet aanwezig in ", [] { fs::remove("RVSYS.TXT"); }},
+        {"RVSYS.TXT: errno=5 a=O fd=", [] { fs::resize_file("RVSYS.TXT", 1200); }},
         {"IOTAB: Open niet gelukt (file=RVSYS.TXT, errno=21)",
-         [&] { fs::remove(d / "RVSYS.TXT") && fs::create_directory(d / "RVSYS.TXT"); }},
-        {"Foutieve release: bestanden van 8.59", [&] { poke("RVSYS.TXT", row_of_state + 58, "8.59 "); }},
-        {"QBISAM(2): RVSER.INX", [&] { fs::remove(d / "RVSER.INX"); }},
-        {"Niet consistent", [&] { poke("RVSER.INX", 11, "\x63"); }},
+         [] { fs::remove("RVSYS.TXT") && fs::create_directory("RVSYS.TXT"); }},
+        {"Foutieve release: bestanden van 8.59", [] { poke("RVSYS.TXT", row_of_state + 58, "8.59 "); }},
+        {"QBISAM(2): RVSER.INX", [] { fs::remove("RVSER.INX"); }},
+        {"Niet consistent", [] { poke("RVSER.INX", 11, "\x63"); }},
         // Records of half the length, and twice as many.
         {"Niet consistent",
          [&] {
              ix_header header{};
-             std::memcpy(&header, bytes("RVMAAT.INX").data(), ix_header_size);
+             std::memcpy(&header, get("RVMAAT.INX").data(), ix_header_size);
              header.reclen = static_cast<std::int16_t>(header.reclen / 2);
              header.nrecs = 2 * header.nrecs;
              poke("RVMAAT.INX", 0, {reinterpret_cast<const char *>(&header), ix_header_size});
          }},
-        {"IOFIL: Open niet gelukt (file=RVFILGEG.TXT, errno=2)", [&] { fs::remove(d / "RVFILGEG.TXT"); }},
+        {"IOFIL: Open niet gelukt (file=RVFILGEG.TXT, errno=2)", [] { fs::remove("RVFILGEG.TXT"); }},
         {"RVCHK860: Open niet gelukt (file=RVCHK860.OK, errno=",
-         [&] { fs::create_directories(d / "RVCHK860.OK" / "in"); }},
+         [] { fs::create_directories("RVCHK860.OK/in"); }},
     };
     for (const auto &each : stops) {
         make();
         each.spoil();
         EXPECT_TRUE(start().play(std::string("=> PROGRAMMA AFGEBROKEN | <ENTER> voor vervolg | ") +
                                  each.text + "\n<ENTER> => exit 1"));
-        fs::remove_all(directory);
     }
 }
 
 /// A kill leaves the index of any pair that the run writes half updated, or half rebuilt.
 TEST_F(Run, WhatAKillHasLeftIsMendedAtTheNextStart) {
-    const char *const pairs[] = {"RVSER", "RVART",  "RVLEV",   "RVKLT", "RVIPA",
-                                 "RVEAN", "RVVKP",  "RVORDNR", "PLU00"};
+    const char *const pairs[] = {"RVSER", "RVART", "RVLEV",   "RVKLT", "RVIPA",
+                                 "RVEAN", "RVVKP", "RVORDNR", "PLU00"};
     options.tills = 2;
     for (const int checked : {-1, 1}) {
         options.checked = checked;
         make();
         for (const std::string name : pairs) {
-            ASSERT_TRUE(there(name + ".INX")) << name;
+            ASSERT_TRUE(fs::exists(name + ".INX")) << name;
             poke(name + ".INX", offsetof(ix_header, inupdate), "\1");
         }
         poke("RVLEV.INX", offsetof(ix_header, inupdate), {"\0", 1});
@@ -288,9 +289,8 @@ TEST_F(Run, WhatAKillHasLeftIsMendedAtTheNextStart) {
         run(checked < 0 ? leave_menu : nullptr);
         for (const char *const &name : pairs) {
             const bool of_every_run = &name < pairs + 3;
-            EXPECT_EQ(IXCHECK((directory / name).c_str()) >= 0, checked < 0 || of_every_run) << name;
+            EXPECT_EQ(IXCHECK(name) >= 0, checked < 0 || of_every_run) << name;
         }
-        fs::remove_all(directory);
     }
 }
 
@@ -334,7 +334,7 @@ TEST_F(Run, SlotOfTheUserIsLeftAsItShouldBe) {
             shop.users.at(0).print_connection = 7;
         });
         const auto slot = static_cast<std::size_t>(region_users.offset(1));
-        std::string expected = bytes("RVSYS.TXT").substr(slot, 64);
+        std::string expected = get("RVSYS.TXT").substr(slot, 64);
         Terminal t = start({.program = "/bin/sh", .arguments = {"-c", "ulimit -n 60; exec " RVCHK_PROGRAM}});
         reach_menu(t);
         // Customers who are linked to labels wait until those have proved sound.
@@ -349,7 +349,7 @@ TEST_F(Run, SlotOfTheUserIsLeftAsItShouldBe) {
             t.key("CANCEL");
         }
         EXPECT_EQ(t.wait_exit(), 0);
-        const std::string left = bytes("RVSYS.TXT").substr(slot, 64);
+        const std::string left = get("RVSYS.TXT").substr(slot, 64);
         EXPECT_EQ(left[38], status > 9 ? 11 : status);
         EXPECT_EQ(left.substr(0, 22), expected.substr(0, 22));
         if (status > 9) {
@@ -360,8 +360,7 @@ TEST_F(Run, SlotOfTheUserIsLeftAsItShouldBe) {
         } else {
             EXPECT_EQ(left, expected);
         }
-        EXPECT_FALSE(there("RVCHK860.OK"));
-        fs::remove_all(directory);
+        EXPECT_FALSE(file_exists("RVCHK860.OK"));
     }
 }
 
@@ -397,7 +396,7 @@ TEST_F(Run, EndedAtAQuestionLeavesNoTemporaryFiles) {
     EXPECT_TRUE(t.play("12 => Instore EAN-codes toekennen"));
     t.send_signal(SIGTERM);
     EXPECT_EQ(t.wait_exit(), 0);
-    std::string pattern = directory / "TP*";
+    std::string pattern = "TP*";
     EXPECT_EQ(FILES_PRESENT(pattern), 0) << pattern;
 }
 

@@ -7,28 +7,22 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class Package : public RunCase {};
+using Package = RunCase;
 
 /// Runs a shell command; its output is the failure message.
-testing::AssertionResult runs(const fs::path &directory, const std::string &command) {
-    const fs::path log = directory / "log";
-    if (std::system(("{ " + command + " ; } >'" + log.string() + "' 2>&1").c_str()) == 0) {
+testing::AssertionResult runs(const std::string &command) {
+    if (std::system(("{ " + command + " ; } >log 2>&1").c_str()) == 0) {
         return testing::AssertionSuccess();
     }
-    std::ifstream text(log);
-    return testing::AssertionFailure() << command << "\n"
-                                       << std::string(std::istreambuf_iterator<char>(text), {});
+    return testing::AssertionFailure() << command << "\n" << ScratchDir::get("log");
 }
 
 TEST_F(Package, InstallsAndRuns) {
-    fs::create_directories(directory);
-    const std::string here = "cd '" + directory.string() + "' && ";
-    ASSERT_TRUE(runs(directory, here + CPACK + " --config " + CPACK_CONFIG + " -B packed"));
-    ASSERT_TRUE(runs(directory, here + "dpkg-deb -x packed/rvchk860_*.deb root"));
-    EXPECT_TRUE(runs(directory, here + "dpkg-deb -f packed/*.deb Depends | grep -q libncursesw"));
+    ASSERT_TRUE(runs(CPACK " --config " CPACK_CONFIG " -B packed"));
+    ASSERT_TRUE(runs("dpkg-deb -x packed/rvchk860_*.deb root"));
+    EXPECT_TRUE(runs("dpkg-deb -f packed/*.deb Depends | grep -q libncursesw"));
     EXPECT_TRUE(
-        runs(directory, here + "lintian --pedantic --fail-on error,warning,info,pedantic " LINTIAN_OPTIONS
-                               " packed/*.deb"));
+        runs("lintian --pedantic --fail-on error,warning,info,pedantic " LINTIAN_OPTIONS " packed/*.deb"));
     const fs::path root = directory / "root/usr";
     for (const char *name :
          {"bin/rvchk860", "bin/mkshop", "share/man/man1/rvchk860.1.gz", "share/man/man1/rvcheck.1.gz",
@@ -38,13 +32,13 @@ TEST_F(Package, InstallsAndRuns) {
         EXPECT_TRUE(fs::exists(root / name)) << name;
     }
     for (const char *tool : {"rvcheck", "ixreorgk", "mkshop"}) {
-        EXPECT_TRUE(runs(directory, (root / "bin" / tool).string() + " --version | grep '" + tool +
-                                        " (rvchk860) 8.60\\(, commit [0-9a-f]* *\\|$\\)'"));
+        EXPECT_TRUE(runs("root/usr/bin/" + std::string(tool) + " --version | grep '" + tool +
+                         " (rvchk860) 8.60\\(, commit [0-9a-f]* *\\|$\\)'"));
     }
-    ASSERT_TRUE(runs(directory, (root / "bin/mkshop").string() + " '" + directory.string() + "/shop'"));
+    ASSERT_TRUE(runs("root/usr/bin/mkshop shop"));
     // The index of the EAN codes is rebuilt by the program beside it.
-    EXPECT_TRUE(runs(directory, here + "env -u BIN root/usr/bin/rvcheck --rehearse --quiet shop"));
-    EXPECT_TRUE(runs(directory, here + R"(cd root/usr/share
+    EXPECT_TRUE(runs("env -u BIN root/usr/bin/rvcheck --rehearse --quiet shop"));
+    EXPECT_TRUE(runs(R"(cd root/usr/share
         bash -c '. bash-completion/completions/rvcheck && complete -p rvcheck' || exit 1
         told=$(zcat man/man1/rvcheck.1.gz | sed 's/\\-/-/g')
         for option in $(../bin/rvcheck --help | grep -o -- '--[a-z]*'); do

@@ -15,90 +15,82 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
-
-#include "support/keys.h"
+#include <sstream>
 
 namespace {
 
+/// How a terminal is made wide, long, and as it was; null where it can't be.
+struct Sizes {
+    const char *wide, *tall, *reset;
+};
+constexpr Sizes fixed{}, window{"\033[8;25;132t", "\033[8;43;80t", "\033[8;25;80t"},
+    vt{"\033[?40h\033[?3h", nullptr, "\033[?3l\033[?40l"};
+
+/// Terminals with the same abilities.
 struct Delivered {
-    const char *term;
-    bool blink, dim, printer, colours;
-    const char *wide_init, *long_init, *reset;  // how it changes its size; null: it does not
+    const char *terms;
+    std::string_view abilities;
+    const Sizes &sizes;
 };
-
-constexpr const char *wide_window = "\033[8;25;132t", *long_window = "\033[8;43;80t",
-                     *normal_window = "\033[8;25;80t", *wide_vt = "\033[?40h\033[?3h",
-                     *normal_vt = "\033[?3l\033[?40l";
-
-constexpr Delivered delivered[] = {
-    {"xterm", true, true, true, true, wide_window, long_window, normal_window},
-    {"xterm-256color", true, true, true, true, wide_window, long_window, normal_window},
-    {"screen", true, true, false, true, nullptr, nullptr, nullptr},
-    {"screen-256color", true, true, false, true, nullptr, nullptr, nullptr},
-    {"tmux", true, true, false, true, nullptr, nullptr, nullptr},
-    {"tmux-256color", true, true, false, true, nullptr, nullptr, nullptr},
-    {"linux", true, true, false, true, nullptr, nullptr, nullptr},
-    {"vt100", true, false, true, false, wide_vt, nullptr, normal_vt},
-    {"vt220", true, false, true, false, wide_vt, nullptr, normal_vt},
-    {"ansi", true, false, true, true, nullptr, nullptr, nullptr},
-    {"rxvt-unicode-256color", true, false, true, true, wide_window, long_window, normal_window},
-    {"foot", true, true, false, true, nullptr, nullptr, nullptr},
-    {"alacritty", true, true, false, true, nullptr, nullptr, nullptr},
-    {"xterm-kitty", false, true, false, true, nullptr, nullptr, nullptr},
-    {"xterm-ghostty", true, true, false, true, nullptr, nullptr, nullptr},
-    {"vte-256color", true, true, false, true, wide_window, long_window, normal_window},
-    {"konsole-256color", true, true, false, true, wide_window, long_window, normal_window},
+const Delivered delivered[] = {
+    {"xterm xterm-256color", "blink dim mc5 mc4 colours", window},
+    {"screen screen-256color tmux tmux-256color linux foot alacritty xterm-ghostty", "blink dim colours",
+     fixed},
+    {"vt100 vt220", "blink mc5 mc4", vt},
+    {"ansi", "blink mc5 mc4 colours", fixed},
+    {"rxvt-unicode-256color", "blink mc5 mc4 colours", window},
+    {"xterm-kitty", "dim colours", fixed},
+    {"vte-256color konsole-256color", "blink dim colours", window},
 };
-
-struct Variant {
-    const char *mode;
-    int rows, cols;
-};
-constexpr Variant variants[] = {{"", 25, 80}, {"-w", 25, 132}, {"-l", 43, 80}};
 
 std::string text_of(const char *capability) {
     const char *value = tigetstr(capability);
     return value && value != reinterpret_cast<char *>(-1) ? value : "";
 }
 
+void expect_abilities(std::string name, const Delivered &terminal, int rows, int cols) {
+    SCOPED_TRACE(name);
+    name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
+    int result = 0;
+    ASSERT_EQ(setupterm(name.c_str(), STDOUT_FILENO, &result), OK);
+    EXPECT_EQ(tigetnum("lines"), rows);
+    EXPECT_EQ(tigetnum("cols"), cols);
+    for (const char *needed : {"clear", "cup", "bold", "rev", "smul", "sgr0", "acsc", "bel"}) {
+        EXPECT_NE(text_of(needed), "") << needed;
+    }
+    for (const char *ability : {"blink", "dim", "mc5", "mc4"}) {
+        EXPECT_EQ(text_of(ability) != "", terminal.abilities.find(ability) != terminal.abilities.npos)
+            << ability;
+    }
+    EXPECT_EQ(tigetnum("colors") >= 8, terminal.abilities.ends_with("colours"));
+    // Nothing that would switch the keyboard's modes off, and a size only where it can be changed.
+    const char *init = cols == 132 ? terminal.sizes.wide : rows == 43 ? terminal.sizes.tall : nullptr;
+    EXPECT_EQ(text_of("is3"), "");
+    EXPECT_EQ(text_of("is2"), init ? init : "");
+    EXPECT_EQ(text_of("rs2"), init ? terminal.sizes.reset : "");
+    EXPECT_EQ(text_of("smkx").find("\033="), std::string::npos) << "the numeric pad types digits";
+
+    // A key that starts with another key would never come, or only after a delay.
+    std::map<std::string, std::string> keys = key_bytes(name, RVCHK_TERMINFO);
+    EXPECT_EQ(keys.size(), 33U);
+    EXPECT_EQ(keys["CANCEL"] + keys["HELP"] + keys["EXIT"], "/?\030");
+    keys.erase("ESC");  // most begin with it
+    for (const auto &[key, bytes] : keys) {
+        for (const auto &[other, longer] : keys) {
+            EXPECT_TRUE(key == other || !longer.starts_with(bytes)) << key << " starts " << other;
+        }
+    }
+    del_curterm(set_curterm(nullptr));
+}
+
 TEST(Terminfo, EveryVariantHasWhatTheDialogueNeeds) {
     ASSERT_EQ(setenv("TERMINFO", RVCHK_TERMINFO, 1), 0);
     for (const Delivered &terminal : delivered) {
-        for (const Variant &variant : variants) {
-            std::string name = terminal.term + std::string(variant.mode);
-            SCOPED_TRACE(name);
-            name[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(name[0])));
-            int result = 0;
-            ASSERT_EQ(setupterm(name.c_str(), STDOUT_FILENO, &result), OK);
-            EXPECT_EQ(tigetnum("lines"), variant.rows);
-            EXPECT_EQ(tigetnum("cols"), variant.cols);
-            for (const char *needed : {"clear", "cup", "bold", "rev", "smul", "sgr0", "acsc", "bel"}) {
-                EXPECT_NE(text_of(needed), "") << needed;
-            }
-            EXPECT_EQ(text_of("blink") != "", terminal.blink);
-            EXPECT_EQ(text_of("dim") != "", terminal.dim);
-            EXPECT_EQ(tigetnum("colors") >= 8, terminal.colours);
-            EXPECT_EQ(text_of("mc5") != "" && text_of("mc4") != "", terminal.printer);
-
-            // Nothing that would switch the keyboard's modes off, and a size only where it can be changed.
-            const bool wide = variant.cols == 132, is_long = variant.rows == 43;
-            const char *init = wide ? terminal.wide_init : is_long ? terminal.long_init : nullptr;
-            EXPECT_EQ(text_of("is3"), "");
-            EXPECT_EQ(text_of("is2"), init ? init : "");
-            EXPECT_EQ(text_of("rs2"), init ? terminal.reset : "");
-            EXPECT_EQ(text_of("smkx").find("\033="), std::string::npos) << "the numeric pad types digits";
-
-            // A key that starts with another key would never come, or only after a delay.
-            std::map<std::string, std::string> keys = key_bytes(name, RVCHK_TERMINFO);
-            EXPECT_EQ(keys.size(), 33U);
-            EXPECT_EQ(keys["CANCEL"] + keys["HELP"] + keys["EXIT"], "/?\030");
-            keys.erase("ESC");  // most begin with it
-            for (const auto &[key, bytes] : keys) {
-                for (const auto &[other, longer] : keys) {
-                    EXPECT_TRUE(key == other || !longer.starts_with(bytes)) << key << " starts " << other;
-                }
-            }
-            del_curterm(set_curterm(nullptr));
+        std::istringstream terms(terminal.terms);
+        for (std::string term; terms >> term;) {
+            expect_abilities(term, terminal, 25, 80);
+            expect_abilities(term + "-w", terminal, 25, 132);
+            expect_abilities(term + "-l", terminal, 43, 80);
         }
     }
     unsetenv("TERMINFO");

@@ -12,10 +12,9 @@ TEST(Screen, PlacesAndClearsTextWithinItsWindowOnly) {
     Terminal t(scene("placing"));
     EXPECT_TRUE(t.play(R"(
             => 20=uitkomst 0 1 0 10 12 9 0 28 0 | 3,80=r | 6:─ titel ─
-            => 7,10=│ | 7,11=m | 9,38=t | 9,39=│ | 8,20 reverse
+            => 7,10=│ | 7,11=m | 9,38=t | 9,39=│ | 8,20 reverse | 8,11 fg 1 | 7,11 fg 4
     )"));
     EXPECT_EQ(t.row(4).substr(70), "afgesneden");
-    EXPECT_NE(t.attr(8, 11).fg, t.attr(7, 11).fg) << "a heading takes the accent colour";
     EXPECT_EQ(t.bells(), 0);
     EXPECT_TRUE(t.play(R"(
         x   => 7=         │XXX                         │ | 8=         │X                           │
@@ -88,7 +87,7 @@ TEST(Screen, EndsOnTheLastLineWithAllOfTheWindowScrolling) {
                         .term = term,
                         .resizable = false});
             EXPECT_TRUE(t.play("=> 25 x 80 25 x 80\n xxxxxxxxx => exit 0"));
-            EXPECT_EQ(t.cursor().row, 25) << term;
+            EXPECT_EQ(t.cursor().substr(0, 3), "25,") << term;
             const std::string region = "\033[1;" + std::to_string(lines) + "r";
             EXPECT_EQ(t.raw().rfind('r'), t.raw().rfind(region) + region.size() - 1) << term;
         }
@@ -176,11 +175,9 @@ TEST(Terminal, WaitsAreBoundedAndShowTheScreen) {
     Terminal t({.program = "/bin/sh",
                 .arguments = {"-c", "printf '\\033[2J\\033[3;5Hwel\\033[38;5;2mG\\033[m\\007'; read x"}});
     EXPECT_TRUE(t.play("=> 3=    welG | 3,7=l | 3,5 -dim | @3,9"));
-    EXPECT_EQ(t.attr(3, 8), (TerminalAttributes{.fg = 2})) << "the 5;2 of a colour is neither blink nor dim";
+    EXPECT_EQ(t.attr(3, 8), "fg 2") << "the 5;2 of a colour is neither blink nor dim";
     EXPECT_EQ(t.bells(), 1);
-    const testing::AssertionResult result = t.wait_for("niets", std::chrono::milliseconds(50));
-    EXPECT_FALSE(result);
-    EXPECT_NE(std::string(result.message()).find("  3|    welG"), std::string::npos) << result.message();
+    EXPECT_FALSE(t.wait_until([] { return false; }, "nothing", std::chrono::milliseconds(50)));
     EXPECT_EQ(t.wait_exit(std::chrono::milliseconds(50)), -1);
     EXPECT_TRUE(t.play("<ENTER> => exit 0"));
     // The program is gone, so these end at once.

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <ostream>
 
 #include "support/terminal.h"
 
@@ -116,6 +115,8 @@ void Terminal::control_sequence() {
 }
 
 void Terminal::set_size(int lines, int columns) {
+    options_.lines = lines;
+    options_.columns = columns;
     vterm_set_size(vterm_, lines, columns);
     const winsize size{static_cast<unsigned short>(lines), static_cast<unsigned short>(columns), 0, 0};
     ioctl(line_, TIOCSWINSZ, &size);
@@ -128,11 +129,6 @@ std::string Terminal::text(int row, int col, int end_col) const {
     std::string text(static_cast<std::size_t>(end_col - col + 1) * 4, '\0');
     text.resize(vterm_screen_get_text(screen_, text.data(), text.size(), {row - 1, row, col - 1, end_col}));
     return text;
-}
-
-std::string Terminal::cell(int row, int col) const {
-    const std::string character = text(row, col, col);
-    return character.empty() ? " " : character;
 }
 
 std::string Terminal::row(int row) const {
@@ -149,42 +145,23 @@ std::string Terminal::screen() const {
     return all;
 }
 
-TerminalAttributes Terminal::attr(int row, int col) const {
+std::string Terminal::attr(int row, int col) const {
     VTermScreenCell found{};
     vterm_screen_get_cell(screen_, {row - 1, col - 1}, &found);
-    return {.bold = found.attrs.bold != 0,
-            .dim = found.attrs.strike != 0,
-            .underline = found.attrs.underline != 0,
-            .reverse = found.attrs.reverse != 0,
-            .blink = found.attrs.blink != 0,
-            .fg = VTERM_COLOR_IS_DEFAULT_FG(&found.fg) ? -1 : found.fg.indexed.idx,
-            .bg = VTERM_COLOR_IS_DEFAULT_BG(&found.bg) ? -1 : found.bg.indexed.idx};
+    std::string all;
+    for (const auto &[has, name] : {std::pair{found.attrs.bold != 0, "bold "},
+                                    {found.attrs.strike != 0, "dim "},
+                                    {found.attrs.underline != 0, "underline "},
+                                    {found.attrs.reverse != 0, "reverse "},
+                                    {found.attrs.blink != 0, "blink "}}) {
+        all += has ? name : "";
+    }
+    return all + "fg " + std::to_string(VTERM_COLOR_IS_DEFAULT_FG(&found.fg) ? -1 : found.fg.indexed.idx);
 }
 
-TerminalCursor Terminal::cursor() const {
+std::string Terminal::cursor() const {
     VTermPos position;
     vterm_state_get_cursorpos(vterm_obtain_state(vterm_), &position);
-    return {position.row + 1, position.col + 1, cursor_visible_};
-}
-
-int Terminal::lines() const {
-    int lines = 0, columns = 0;
-    vterm_get_size(vterm_, &lines, &columns);
-    return lines;
-}
-
-int Terminal::columns() const {
-    int lines = 0, columns = 0;
-    vterm_get_size(vterm_, &lines, &columns);
-    return columns;
-}
-
-void PrintTo(const TerminalAttributes &attributes, std::ostream *out) {
-    *out << "{" << (attributes.bold ? "bold " : "") << (attributes.dim ? "dim " : "")
-         << (attributes.underline ? "underline " : "") << (attributes.reverse ? "reverse " : "")
-         << (attributes.blink ? "blink " : "") << "fg " << attributes.fg << " bg " << attributes.bg << "}";
-}
-
-void PrintTo(const TerminalCursor &cursor, std::ostream *out) {
-    *out << cursor.row << "," << cursor.col << (cursor.visible ? "" : " hidden");
+    return std::to_string(position.row + 1) + "," + std::to_string(position.col + 1) +
+           (cursor_visible_ ? "" : " hidden");
 }

@@ -1,4 +1,5 @@
-#include "support/keys.h"
+// The bytes that a terminal sends for its keys.
+#include "support/terminal.h"
 
 #define NCURSES_NOMACROS
 #include <curses.h>

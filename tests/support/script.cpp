@@ -66,7 +66,7 @@ void Terminal::settle() {
 bool Terminal::holds(std::string_view wanted) const {
     const auto on_screen = [this](std::string_view text) { return screen().find(text) != std::string::npos; };
     if (wanted.starts_with('@')) {
-        return testing::PrintToString(cursor()).starts_with(wanted.substr(1));
+        return cursor().starts_with(wanted.substr(1));
     }
     if (wanted.starts_with('!')) {
         return !on_screen(wanted.substr(1));
@@ -89,11 +89,10 @@ bool Terminal::holds(std::string_view wanted) const {
     const int column = static_cast<int>(std::strtol(end + 1, &end, 10));
     const std::string_view what = wanted.substr(static_cast<std::size_t>(end - wanted.data()) + 1);
     if (*end == '=') {
-        return cell(line, column) == what;
+        return text(line, column, column) == what;
     }
-    const std::string attributes = testing::PrintToString(attr(line, column));
-    return (attributes.find(what.substr(what.starts_with('-') ? 1 : 0)) == std::string::npos) ==
-           what.starts_with('-');
+    const bool without = what.starts_with('-');
+    return (attr(line, column).find(what.substr(without ? 1 : 0)) == std::string::npos) == without;
 }
 
 testing::AssertionResult Terminal::play(std::string_view script) {

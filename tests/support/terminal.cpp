@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
-#include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,8 +11,6 @@
 #include <cstring>
 #include <fstream>
 #include <sstream>
-
-#include "support/keys.h"
 
 namespace {
 
@@ -46,11 +43,9 @@ Terminal::Terminal(const TerminalOptions &given)
       vterm_(vterm_new(given.lines, given.columns)),
       screen_(vterm_obtain_screen(vterm_)),
       keys_(key_bytes(given.term, given.terminfo)) {
-    std::vector<std::string> words = given.arguments;
-    words.insert(words.begin(), given.program);
-    std::vector<char *> arguments;
-    for (std::string &word : words) {
-        arguments.push_back(word.data());
+    std::vector<char *> arguments{options_.program.data()};
+    for (std::string &argument : options_.arguments) {
+        arguments.push_back(argument.data());
     }
     arguments.push_back(nullptr);
     vterm_set_utf8(vterm_, 1);
@@ -105,7 +100,7 @@ void Terminal::take_output(int milliseconds) {
 
 std::string Terminal::dump() const {
     std::ostringstream out;
-    out << "screen of " << lines() << " by " << columns() << ", cursor " << testing::PrintToString(cursor())
+    out << "screen of " << lines() << " by " << columns() << ", cursor " << cursor()
         << (closed_ ? ", line closed" : "") << "\n";
     for (int line = 1; line <= lines(); line++) {
         out << (line < 10 ? "  " : " ") << line << "|" << row(line) << "\n";
@@ -170,10 +165,6 @@ testing::AssertionResult Terminal::wait_until(const std::function<bool()> &condi
     return testing::AssertionSuccess();
 }
 
-testing::AssertionResult Terminal::wait_for(std::string_view text, Patience patience) {
-    return wait_until([&] { return screen().find(text) != std::string::npos; }, std::string(text), patience);
-}
-
 int Terminal::wait_exit(Patience patience) {
     const Clock::time_point end = Clock::now() + patience;
     for (int status = 0; !status_; take_output(10)) {
@@ -195,10 +186,6 @@ int Terminal::wait_exit(Patience patience) {
 void Terminal::resize(int lines, int columns) {
     take_output(0);
     set_size(lines, columns);
-}
-
-void Terminal::send_signal(int signal) {
-    kill(pid_, signal);
 }
 
 void Terminal::hang_up() {

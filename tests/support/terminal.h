@@ -12,11 +12,11 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <vterm.h>
 
 #include <chrono>
 #include <functional>
-#include <iosfwd>
 #include <map>
 #include <optional>
 #include <string>
@@ -42,21 +42,6 @@ struct TerminalOptions {
     bool resizable = true;
 };
 
-struct TerminalAttributes {
-    bool bold = false, dim = false, underline = false, reverse = false, blink = false;
-    /// Index of the colour in the palette, -1 for the terminal's default.
-    int fg = -1, bg = -1;
-    bool operator==(const TerminalAttributes &) const = default;
-};
-void PrintTo(const TerminalAttributes &attributes, std::ostream *out);
-
-struct TerminalCursor {
-    int row = 1, col = 1;
-    bool visible = true;
-    bool operator==(const TerminalCursor &) const = default;
-};
-void PrintTo(const TerminalCursor &cursor, std::ostream *out);
-
 class Terminal {
 public:
     using Patience = std::chrono::milliseconds;
@@ -71,12 +56,17 @@ public:
     std::string row(int row) const;
     /// All rows, each with a newline.
     std::string screen() const;
-    /// Character of a cell in UTF-8; a blank for an empty one.
-    std::string cell(int row, int col) const;
-    TerminalAttributes attr(int row, int col) const;
-    TerminalCursor cursor() const;
-    int lines() const;
-    int columns() const;
+    /// Those of "bold dim underline reverse blink " that a cell has, and the index of its colour, -1 for that
+    /// of the terminal, as in "fg 2".
+    std::string attr(int row, int col) const;
+    /// "3,9", or "3,9 hidden".
+    std::string cursor() const;
+    int lines() const {
+        return options_.lines;
+    }
+    int columns() const {
+        return options_.columns;
+    }
     int bells() const {
         return bells_;
     }
@@ -106,9 +96,6 @@ public:
     ///     exit 0      the end of the program; stands last
     [[nodiscard]] testing::AssertionResult play(std::string_view script);
 
-    /// True as soon as the text stands in one row of the screen.
-    [[nodiscard]] testing::AssertionResult wait_for(std::string_view text,
-                                                    Patience patience = terminal_patience);
     /// Any condition, on this terminal or on what the program does elsewhere; `what` names it.
     [[nodiscard]] testing::AssertionResult wait_until(const std::function<bool()> &condition,
                                                       const std::string &what,
@@ -126,7 +113,9 @@ public:
 
     /// The operator changes the size of the window.
     void resize(int lines, int columns);
-    void send_signal(int signal);
+    void send_signal(int signal) {
+        kill(pid_, signal);
+    }
     /// The line drops: the program gets SIGHUP and its terminal is gone.
     void hang_up();
 
@@ -161,6 +150,10 @@ private:
     int line_ = -1;  // our side
     int marks_ = 0;  // that were asked for
 };
+
+/// Bytes of the keys of a terminal by name; those that its description lacks are left out. `term` is looked
+/// up in `directory`, and in the places of the system, with a capital as the program does, or as it stands.
+std::map<std::string, std::string> key_bytes(const std::string &term, const std::string &directory);
 
 /// A scene of the program `probe` with its arguments, '' for an empty one.
 TerminalOptions scene(const std::string &line,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <sstream>
 #include <utility>
 
 namespace {
@@ -12,50 +13,34 @@ struct weights {
     int secondary;
 };
 
+/// Letters and their codes by the accent that is their second weight, of two-letter values by the second
+/// letter.
+constexpr std::pair<char, const char *> accents[] = {
+    {'"', "U129 U154 A132 A142 E137 E211 I139 I216 O148 O153 Y152"},
+    {'`', "E130 A144 A160 A181 I161 I214 O162 O224 U163 U233 Y236 Y237"},
+    {'^', "A131 A182 E136 E210 I140 I215 O147 O208 O226 U150 U234"},
+    {'\'', "A133 A183 E138 E212 I141 I222 O149 O227 U151 U235"},
+    {'~', "N164 N165 A198 A199 O228 O229"},
+    {'*', "A134 A143"},
+    {'/', "O155 O157"},
+    {'5', "C128 C135"},
+    {'E', "A145 A146"},
+    {'S', "S225"},
+};
+
 weights weights_of(int c) {
-    static const std::pair<std::vector<int>, weights> listed[] = {
-        {{0}, {0, 0}},
-        {{255}, {255, 255}},
-        {{127}, {0, 127}},
-        {{128, 135}, {'C', '5'}},
-        {{129, 154}, {'U', '"'}},
-        {{130}, {'E', '`'}},
-        {{131, 182}, {'A', '^'}},
-        {{132, 142}, {'A', '"'}},
-        {{133, 183}, {'A', 39}},
-        {{134, 143}, {'A', '*'}},
-        {{136, 210}, {'E', '^'}},
-        {{137, 211}, {'E', '"'}},
-        {{138, 212}, {'E', 39}},
-        {{139, 216}, {'I', '"'}},
-        {{140, 215}, {'I', '^'}},
-        {{141, 222}, {'I', 39}},
-        {{144, 160, 181}, {'A', '`'}},
-        {{145, 146}, {'A', 'E'}},
-        {{147, 208, 226}, {'O', '^'}},
-        {{148, 153}, {'O', '"'}},
-        {{149, 227}, {'O', 39}},
-        {{150, 234}, {'U', '^'}},
-        {{151, 235}, {'U', 39}},
-        {{152}, {'Y', '"'}},
-        {{155, 157}, {'O', '/'}},
-        {{161, 214}, {'I', '`'}},
-        {{162, 224}, {'O', '`'}},
-        {{163, 233}, {'U', '`'}},
-        {{164, 165}, {'N', '~'}},
-        {{198, 199}, {'A', '~'}},
-        {{225}, {'S', 'S'}},
-        {{228, 229}, {'O', '~'}},
-        {{236, 237}, {'Y', '`'}},
-    };
     static const std::vector<weights> table = [] {
         std::vector<weights> all(256);
-        for (int code = 0; code < 256; ++code) {
-            all[std::size_t(code)] = code < 32 ? weights{0, code} : weights{std::toupper(code), 1};
+        for (int code = 0; code < 255; ++code) {
+            all[std::size_t(code)] =
+                code < 32 || code == 127 ? weights{0, code} : weights{std::toupper(code), 1};
         }
-        for (const auto &[codes, w] : listed) {
-            for (const int code : codes) {
-                all[std::size_t(code)] = w;
+        all[255] = {255, 255};
+        for (const auto &[accent, letters] : accents) {
+            std::istringstream words(letters);
+            std::size_t code = 0;
+            for (char letter = 0; words >> letter >> code;) {
+                all[code] = {letter, accent};
             }
         }
         return all;
