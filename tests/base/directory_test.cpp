@@ -150,16 +150,14 @@ TEST_F(Walk, EveryWayOutComesHome) {
     const std::string long_name(77, 'A');
     put("sub/" + long_name.substr(0, 76));
     put("sub/" + long_name);
-    const struct {
-        std::string pattern;
-        std::size_t found;
-    } cases[] = {{"sub/A", 1},           {"sub/none", 0}, {"absent/A", 0},
-                 {"sub/A/A", 0},         {"sub/%n", 0},   {"sub/" + long_name.substr(0, 76), 1},
-                 {"sub/" + long_name, 0}};  // over 80 characters
-    for (const auto &c : cases) {
-        EXPECT_EQ(walk(c.pattern).size(), c.found) << c.pattern;
-        EXPECT_EQ(present(c.pattern), static_cast<int>(c.found)) << c.pattern;
-        EXPECT_EQ(std::filesystem::current_path(), path) << c.pattern;
+    const std::pair<std::string, std::size_t> cases[] = {
+        {"sub/A", 1},           {"sub/none", 0}, {"absent/A", 0},
+        {"sub/A/A", 0},         {"sub/%n", 0},   {"sub/" + long_name.substr(0, 76), 1},
+        {"sub/" + long_name, 0}};  // over 80 characters
+    for (const auto &[pattern, found] : cases) {
+        EXPECT_EQ(walk(pattern).size(), found) << pattern;
+        EXPECT_EQ(present(pattern), static_cast<int>(found)) << pattern;
+        EXPECT_EQ(std::filesystem::current_path(), path) << pattern;
     }
     EXPECT_EQ(lowest_free_fd(), fd) << "no descriptor is left open";
 }

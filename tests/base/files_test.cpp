@@ -7,8 +7,9 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <memory>
+#include <optional>
 #include <set>
+#include <tuple>
 
 #include "base/file_view.h"
 #include "base/operator.h"
@@ -18,43 +19,18 @@
 
 namespace {
 
-/// Another process that holds a lock.
-struct Holder : OtherProcess {
-    Holder(const std::string &name, lock_action action, off_t start, off_t length)
-        : OtherProcess([&] {
-              const int fd = open(name.c_str(), O_RDWR | O_CREAT, 0600);
-              if (!file_lock(action, fd, start, length)) {
-                  _exit(1);
-              }
-          }) {}
-};
+using Files = ScratchDir;
 
-/// Stands in for the screen: the first message ends the holder of the lock.
-std::unique_ptr<Holder> holder;
-int messages = 0;
-std::string message;
+std::optional<OtherProcess> holder;
 
-int end_holder(int wait, const char *title, const char *text) {
-    EXPECT_EQ(wait, 1);
-    EXPECT_EQ(title, nullptr);
-    message = text;
-    messages++;
-    holder.reset();
-    return 1;
+/// Another process that holds a lock, until `holder` is reset.
+void hold(const char *name, lock_action action, off_t start, off_t length) {
+    holder.emplace([=] {
+        if (!file_lock(action, open(name, O_RDWR), start, length)) {
+            _exit(1);
+        }
+    });
 }
-
-struct Files : ScratchDir {
-    void SetUp() override {
-        ScratchDir::SetUp();
-        messages = 0;
-        message.clear();
-    }
-    void TearDown() override {
-        holder.reset();
-        isam_operator = {};
-        ScratchDir::TearDown();
-    }
-};
 
 TEST_F(Files, ReadAndWriteAt) {
     put("data", "0123456789");
@@ -88,20 +64,15 @@ TEST_F(Files, LooksAndDeletes) {
     put("some", "12345");
     ASSERT_EQ(mkdir("dir", 0700), 0);
     ASSERT_EQ(symlink("nowhere", "dangling"), 0);
-    const struct {
-        const char *path;
-        bool exists;
-        off_t size;
-        bool is_dir;
-        bool deleted;
-    } cases[] = {{"some", true, 5, false, true},       {"some", false, -1, false, true},
-                 {"dir", true, -2, true, false},       {"absent/file", false, -1, false, true},
-                 {"dangling", false, -1, false, true}, {"", false, -1, false, true}};
-    for (const auto &c : cases) {
-        EXPECT_EQ(file_exists(c.path), c.exists) << c.path;
-        EXPECT_EQ(c.size == -2 ? c.size : file_size(c.path), c.size) << c.path;
-        EXPECT_EQ(file_is_dir(c.path), c.is_dir) << c.path;
-        EXPECT_EQ(file_delete(c.path), c.deleted) << c.path;
+    const std::tuple<const char *, bool, off_t, bool, bool> cases[] = {
+        {"some", true, 5, false, true},       {"some", false, -1, false, true},
+        {"dir", true, -2, true, false},       {"absent/file", false, -1, false, true},
+        {"dangling", false, -1, false, true}, {"", false, -1, false, true}};
+    for (const auto &[name, exists, size, is_dir, deleted] : cases) {
+        EXPECT_EQ(file_exists(name), exists) << name;
+        EXPECT_EQ(size == -2 ? size : file_size(name), size) << name;
+        EXPECT_EQ(file_is_dir(name), is_dir) << name;
+        EXPECT_EQ(file_delete(name), deleted) << name;
     }
 }
 
@@ -137,25 +108,24 @@ TEST_F(Files, CopyIsAppended) {
 }
 
 TEST_F(Files, CopyWaitsForLocks) {
-    isam_operator.flash = end_holder;
-    for (const char *locked : {"from", "to"}) {
+    static std::string messages;
+    isam_operator.flash = [](int wait, const char *title, const char *text) {
+        messages += std::to_string(wait) + (title == nullptr ? "" : title) + text;
+        holder.reset();
+        return 1;
+    };
+    // The appended part is locked from the old end on; what lies before it may be held.
+    for (const auto &[locked, start, length] : {std::tuple{"from", 100, 1}, {"to", 100, 1}, {"to", 0, 3}}) {
         put("from", "new");
         put("to", "old");
-        messages = 0;
-        holder = std::make_unique<Holder>(locked, lock_action::exclusive, 100, 1);
+        messages.clear();
+        hold(locked, lock_action::exclusive, start, length);
         EXPECT_TRUE(file_copy("from", "to", 1));
-        EXPECT_EQ(messages, 1) << locked;
-        EXPECT_EQ(message, "Informatie in gebruik op ander scherm");
+        EXPECT_EQ(messages, start == 0 ? "" : "1Informatie in gebruik op ander scherm") << locked;
         EXPECT_EQ(get("to"), "oldnew");
     }
-    // The appended part is locked from the old end on; what lies before it may be held.
-    put("from", "new");
-    put("to", "old");
-    messages = 0;
-    holder = std::make_unique<Holder>("to", lock_action::exclusive, 0, 3);
-    EXPECT_TRUE(file_copy("from", "to", 1));
-    EXPECT_EQ(messages, 0);
     holder.reset();
+    isam_operator = {};
     const int fd = open("to", O_RDWR);
     EXPECT_TRUE(elsewhere([&] { return file_lock(lock_action::exclusive, fd, 0, 0); })) << "locks are gone";
     close(fd);
@@ -248,6 +218,10 @@ TEST_F(Files, AViewShowsAFileAsOthersLeaveIt) {
     put(name, std::string(41 * block, 'c'));
     EXPECT_EQ(read(40), static_cast<ssize_t>(block));
     EXPECT_EQ(got, std::string(block, 'c'));
+    // Grown past what is mapped.
+    ASSERT_TRUE(file_write_at(other.fd, changed.data(), block, 9000 * block));
+    EXPECT_EQ(read(9000), static_cast<ssize_t>(block));
+    EXPECT_EQ(got, changed);
     file_view_close(view);
 }
 
@@ -272,7 +246,7 @@ TEST_F(Files, LocksBetweenProcesses) {
     put("data");
     const int fd = open("data", O_RDWR);
     for (const auto &c : cases) {
-        holder = std::make_unique<Holder>("data", c.held, c.start, c.length);
+        hold("data", c.held, c.start, c.length);
         EXPECT_EQ(file_lock(c.wanted, fd, c.wanted_start, c.wanted_length), c.granted) << &c - cases;
         EXPECT_EQ(file_lock_holder(fd, c.wanted_start, c.wanted_length), c.granted ? 0 : holder->pid());
         // What was refused, and a test, leave nothing behind; what was granted keeps others out.

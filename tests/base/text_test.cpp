@@ -107,11 +107,7 @@ TEST(Dates, EveryDayHasItsTextAndComesBack) {
 }
 
 TEST(Dates, Texts) {
-    const struct {
-        const char *text;
-        bool valid;
-        int number;
-    } cases[] = {
+    const std::tuple<const char *, bool, int> cases[] = {
         {"01011980", true, day_1980}, {"01012000", true, 36526},
         {"29021900", true, 60},       {"31121899", true, 0},
         {"01079999", true, 0},  // beyond what 16 bits hold
@@ -124,9 +120,9 @@ TEST(Dates, Texts) {
         {"01-01-80", false, 0},       {"010180  ", false, 0},
         {"+1+1+1", false, 0},         {"01018\xb2", false, 0},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(date_valid(c.text), c.valid) << c.text;
-        EXPECT_EQ(date_from_str(c.text), c.number) << c.text;
+    for (const auto &[text, valid, number] : cases) {
+        EXPECT_EQ(date_valid(text), valid) << text;
+        EXPECT_EQ(date_from_str(text), number) << text;
     }
 }
 

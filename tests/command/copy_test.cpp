@@ -1,5 +1,4 @@
 // Copies of a shop, and reports as text files.
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "command/shop_copy.h"

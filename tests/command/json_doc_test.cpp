@@ -1,9 +1,7 @@
 // docs/rvcheck-json.md: its examples, and what comes out, have the fields that it tells.
-#include <cstdlib>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <regex>
-#include <set>
 
 #include "support/check_case.h"
 

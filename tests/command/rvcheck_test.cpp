@@ -1,11 +1,5 @@
 // The program rvcheck on made shops: what it answers, what it tells, and how it ends.
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
 #include <csignal>
-#include <fstream>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>

@@ -3,8 +3,6 @@
 
 #include <sys/stat.h>
 
-#include <cstring>
-
 #include "report_fixture.h"
 
 namespace {
@@ -17,52 +15,15 @@ struct Printers : Report {
         Report::SetUp();
         prt_modules.job_open = prt_job_open;
         prt_path_forget();
-        unsetenv("ZUVPRT");
-    }
-    void TearDown() override {
-        unsetenv("ZUVPRT");
-        Report::TearDown();
     }
 
-    template <std::size_t N>
-    static void put_field(char (&field)[N], const char *text) {
-        std::memcpy(field, text, std::min(std::strlen(text), N));
-    }
     template <typename Record>
-    static void add(const char *file, const Record &record) {
+    static void add(const char *file, const std::vector<Record> &records) {
         ICB *icb = IXOPEN(file, ix_exclusive);
-        EXPECT_TRUE(IXWRITE(icb, &record));
+        for (const Record &record : records) {
+            EXPECT_TRUE(IXWRITE(icb, &record));
+        }
         IXCLOSE(icb);
-    }
-    static void add_printer(std::uint16_t number, const char *name) {
-        PrinterRecord record{};
-        record.printer = number;
-        put_field(record.name, name);
-        add("TR_PTRG", record);
-    }
-    static void add_connection(std::uint16_t printer, std::uint8_t number, const char *device,
-                               const char *name, bool to_directory = false) {
-        ConnectionRecord record{};
-        record.printer = printer;
-        record.connection = number;
-        record.to_directory = to_directory;
-        put_field(record.device, device);
-        put_field(record.name, name);
-        add("TR_PTRC", record);
-    }
-    static void add_form(std::uint16_t printer, std::uint8_t number, std::uint16_t columns,
-                         std::uint16_t lines, const char *description, const char *begin = "",
-                         const char *end = "") {
-        PropertyRecord record{};
-        record.printer = printer;
-        record.property = number;
-        record.columns = columns;
-        record.lines = lines;
-        record.orientation = number % 2;
-        put_field(record.description, description);
-        put_field(record.setup_text, begin);
-        put_field(record.end_text, end);
-        add("TR_PTRP", record);
     }
 };
 
@@ -72,30 +33,34 @@ struct Destination : Printers {
         Printers::SetUp();
         ASSERT_TRUE(prt_tables_ready());
         fs::create_directory("uit");
-        const char *names[] = {"LASER", "MAGAZIJN", "BON", "BREED", "AUX", "TTY", "MAP"};
-        for (std::uint16_t number = 2; number <= 8; number++) {
-            add_printer(number, names[number - 2]);
-        }
-        add_connection(1, 1, "uit", "SCR", true);  // which the screen ignores
-        add_connection(2, 1, "laser1  ", "kantoor");
-        add_connection(3, 1, "links", "hal");
-        add_connection(3, 4, "rechts", "zolder");
-        add_connection(4, 1, "bon", "kassa");
-        add_connection(5, 1, "breed", "hal");
-        add_connection(6, 2, "AUX", "terminal", true);
-        add_connection(7, 1, "TERMINAL", "terminal");
-        add_connection(8, 1, "uit", "bestanden", true);
-        add_connection(8, 3, "nergens", "weg", true);
-        add_form(2, 1, 80, 66, "staand");
-        add_form(2, 2, 132, 66, "smal", "\\1bE\\\\", "\\0c");
-        add_form(3, 1, 132, 66, "kort");
-        add_form(3, 2, 132, 72, "lang");
-        add_form(3, 3, 80, 0, "rol");
-        add_form(4, 1, 80, 66, "bon");
-        add_form(5, 1, 200, 50, "breed");
-        add_form(6, 1, 132, 66, "aux");
-        add_form(7, 1, 132, 66, "tty");
-        add_form(8, 1, 132, 66, "bestand");
+        add<PrinterRecord>("TR_PTRG", {{2, {}, "LASER"},
+                                       {3, {}, "MAGAZIJN"},
+                                       {4, {}, "BON"},
+                                       {5, {}, "BREED"},
+                                       {6, {}, "AUX"},
+                                       {7, {}, "TTY"},
+                                       {8, {}, "MAP"}});
+        // The screen ignores its own.
+        add<ConnectionRecord>("TR_PTRC", {{1, 1, 1, "uit", "SCR"},
+                                          {2, 1, 0, "laser1  ", "kantoor"},
+                                          {3, 1, 0, "links", "hal"},
+                                          {3, 4, 0, "rechts", "zolder"},
+                                          {4, 1, 0, "bon", "kassa"},
+                                          {5, 1, 0, "breed", "hal"},
+                                          {6, 2, 1, "AUX", "terminal"},
+                                          {7, 1, 0, "TERMINAL", "terminal"},
+                                          {8, 1, 1, "uit", "bestanden"},
+                                          {8, 3, 1, "nergens", "weg"}});
+        add<PropertyRecord>("TR_PTRP", {{2, 1, 1, 80, 66, "staand", "", ""},
+                                        {2, 2, 0, 132, 66, "smal", "\\1bE\\\\", "\\0c"},
+                                        {3, 1, 1, 132, 66, "kort", "", ""},
+                                        {3, 2, 0, 132, 72, "lang", "", ""},
+                                        {3, 3, 1, 80, 0, "rol", "", ""},
+                                        {4, 1, 1, 80, 66, "bon", "", ""},
+                                        {5, 1, 1, 200, 50, "breed", "", ""},
+                                        {6, 1, 1, 132, 66, "aux", "", ""},
+                                        {7, 1, 1, 132, 66, "tty", "", ""},
+                                        {8, 1, 1, 132, 66, "bestand", "", ""}});
     }
 
     /// The job that the set-up leads to without a question, closed again; "geen" when there is none.
@@ -175,21 +140,21 @@ TEST_F(Destination, TextsOfTheFormGoAroundTheReport) {
 }
 
 TEST_F(Destination, TerminalsOfTheOperator) {
-    const struct {
-        const char *line, *keys, *job;
-        bool through;  // the printer behind the terminal gets it, and not the terminal itself
-    } cases[] = {{"destination 6 0 0 4", "", " A<tty> 1", true},
-                 {"destination 7 0 0 4", "", " <tty> 1", false},
-                 // The screen shows the report first.
-                 {"destination 1 0 0 4 TERMINAL", "=> Einde overzicht\n p", " P<tty> 1", false}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.job);
-        Terminal t(scene(c.line));
-        EXPECT_TRUE(t.play(c.keys));
+    // Whether the printer behind the terminal gets it, and not the terminal itself.
+    const std::tuple<const char *, const char *, const char *, bool> cases[] = {
+        {"destination 6 0 0 4", "", " A<tty> 1", true},
+        {"destination 7 0 0 4", "", " <tty> 1", false},
+        // The screen shows the report first.
+        {"destination 1 0 0 4 TERMINAL", "=> Einde overzicht\n p", " P<tty> 1", false}};
+    for (const auto &[line, keys, job, through] : cases) {
+        SCOPED_TRACE(job);
+        Terminal t(scene(line));
+        EXPECT_TRUE(t.play(keys));
         // On the terminal itself the report may scroll the screen away.
-        EXPECT_TRUE(t.wait_until([&] { return count(t.raw(), c.job) > 0 && count(t.raw(), "regel\n\f") > 0; },
-                                 "the report"));
-        EXPECT_EQ(count(t.printed(), "regel\n\f") > 0, c.through);
+        EXPECT_TRUE(t.wait_until(
+            [&, job = job] { return count(t.raw(), job) > 0 && count(t.raw(), "regel\n\f") > 0; },
+            "the report"));
+        EXPECT_EQ(count(t.printed(), "regel\n\f") > 0, through);
         EXPECT_TRUE(all_gone());
     }
 }
@@ -209,7 +174,7 @@ TEST_F(Destination, OperatorPicksFromTheList) {
         <DOWN>            => 25=
         x<F5><DOWN><F3>   => klaar | 2=132x72 <rechts> 1
     )"));
-    add_form(8, 2, 132, 66, "nog een");
+    add<PropertyRecord>("TR_PTRP", {{8, 2, 0, 132, 66, "nog een", "", ""}});
     EXPECT_TRUE(plays(scene("destination 0 1 0 4"), R"(
            => MAP          bestanden            nog een                       132   66 L J
            => 5:SCR          SCR                  SCR-132                       132   64 L J │

@@ -11,26 +11,14 @@ namespace fs = std::filesystem;
 
 class HandOff : public Report {
 protected:
-    std::string path_before;
-    std::string commands;  // where programs may run from; memory may not be such a place
-
-    void SetUp() override {
-        Report::SetUp();
-        path_before = getenv("PATH");
-        commands = testing::TempDir() + "rvbinXXXXXX";
-        ASSERT_NE(mkdtemp(commands.data()), nullptr);
+    HandOff() {
+        path = testing::TempDir();  // programs may not run from memory
     }
-    void TearDown() override {
-        setenv("PATH", path_before.c_str(), 1);
-        fs::remove_all(commands);
-        Report::TearDown();
-    }
-
     /// A command of that name, found before the system's.
     void command(const std::string &name, const std::string &script) {
-        put(commands + "/" + name, "#!/bin/sh\n" + script);
-        chmod((commands + "/" + name).c_str(), 0700);
-        setenv("PATH", (commands + ":" + path_before).c_str(), 1);
+        put(name, "#!/bin/sh\n" + script);
+        chmod(name.c_str(), 0700);
+        setenv("PATH", (path + ":" + getenv("PATH")).c_str(), 1);
     }
     static void report(const std::string &device, int copies = 1, const char *lp_options = "") {
         wanted.device = device;
@@ -66,10 +54,7 @@ TEST_F(HandOff, DeviceGetsEveryCopyAndNothingStays) {
 }
 
 TEST_F(HandOff, OnlyOutputIsHandedOff) {
-    const struct {
-        void (*print)();
-        const char *text;
-    } cases[] = {
+    const std::pair<void (*)(), const char *> cases[] = {
         {[] {}, ""},
         {[] { prt_printf("half"); }, "<begin>half\n\f<einde>"},
         // A fresh page needs no form feed.
@@ -79,16 +64,16 @@ TEST_F(HandOff, OnlyOutputIsHandedOff) {
     wanted.setup_text = "<begin>";
     wanted.end_text = "<einde>";
     wanted.device = "device";
-    for (const auto &each : cases) {
+    for (const auto &[print, text] : cases) {
         file_delete("device");
         ASSERT_TRUE(open());
         EXPECT_EQ(prt_job.rpt_line, 10000);
         EXPECT_EQ(job_files(), 1);
-        each.print();
+        print();
         prt_close("");
         ASSERT_TRUE(all_gone());
-        EXPECT_EQ(get("device"), each.text);
-        EXPECT_EQ(file_exists("device"), *each.text != '\0');
+        EXPECT_EQ(get("device"), text);
+        EXPECT_EQ(file_exists("device"), *text != '\0');
     }
 }
 
@@ -130,20 +115,16 @@ TEST_F(HandOff, SpoolerGetsTheCopiesOfItsDestinations) {
             "echo \"$@\" >>" + path + "/arrived\nshift $(($# - 1))\ncat \"$1\" >>" + path + "/arrived\n");
     // What the spooler does not know is a plain device. Neither a printer on a terminal nor a name like an
     // option is asked for.
-    const struct {
-        const char *device;
-        bool aux, spooler;
-        int in_file;
-    } cases[] = {{"winkel", false, true, 0},
-                 {"andere", false, false, 2},
-                 {"-r", false, false, 2},
-                 {"winkel", true, false, 1}};
-    for (const auto &each : cases) {
-        wanted.aux = each.aux;
-        report(each.device, 2, "-t AFDRUK");
-        EXPECT_EQ(prt_job.spooler, each.spooler) << each.device;
+    const std::tuple<const char *, bool, bool, int> cases[] = {{"winkel", false, true, 0},
+                                                               {"andere", false, false, 2},
+                                                               {"-r", false, false, 2},
+                                                               {"winkel", true, false, 1}};
+    for (const auto &[device, aux, spooler, in_file] : cases) {
+        wanted.aux = aux;
+        report(device, 2, "-t AFDRUK");
+        EXPECT_EQ(prt_job.spooler, spooler) << device;
         EXPECT_TRUE(all_gone()) << "the spooler has taken its own copy";
-        EXPECT_EQ(count(get(each.device), "regel van 42\n\f"), each.in_file) << each.device;
+        EXPECT_EQ(count(get(device), "regel van 42\n\f"), in_file) << device;
     }
     const std::string arrived = get("arrived");
     EXPECT_EQ(arrived.substr(0, 31), "-dwinkel -n2 -c -s -t AFDRUK PR") << "a copy, and no message";
@@ -160,23 +141,21 @@ TEST_F(HandOff, OwnTerminalPassesTheCopiesToItsPrinter) {
 }
 
 TEST_F(HandOff, BreakingOffIsToldInTheReportAndStopsTheCopies) {
-    const struct {
-        const char *line, *shown, *end;
-    } cases[] = {
+    const std::tuple<const char *, const char *, const char *> cases[] = {
         {"break-lines", "bezig",
          "\n\n\n*************************\n** Printen onderbroken **\n*************************\n\f"},
         {"copies device", "voorbeeld", "\n\f"},
         {"copies", "voorbeeld", "\n\f"},
     };
-    for (const auto &each : cases) {
-        SCOPED_TRACE(each.line);
+    for (const auto &[line, shown, end] : cases) {
+        SCOPED_TRACE(line);
         file_delete("device");
-        Terminal t(scene(each.line));
-        EXPECT_TRUE(t.play(std::string("=> ") + each.shown + "\n <ESC> => Akkoord\n <ENTER> => klaar"));
+        Terminal t(scene(line));
+        EXPECT_TRUE(t.play(std::string("=> ") + shown + "\n <ESC> => Akkoord\n <ENTER> => klaar"));
         ASSERT_TRUE(all_gone());
         const std::string text = get("device") + t.printed();
         EXPECT_EQ(count(text, "regel 1 van de lijst"), 1);
-        EXPECT_EQ(count(text, std::string("regel 2 van de lijst") + each.end), 1) << text;
+        EXPECT_EQ(count(text, std::string("regel 2 van de lijst") + end), 1) << text;
     }
 }
 

@@ -1,10 +1,6 @@
 // Reports for tests: a job of any destination, in a directory of its own, with what became of it.
 #pragma once
 
-#include <unistd.h>
-
-#include <string>
-
 #include "print/print_internal.h"
 #include "support/scratch_dir.h"
 #include "support/terminal.h"
@@ -18,7 +14,7 @@ struct Report : ScratchDir {
         wanted = {};
         wanted.rpt_width = 132;
         wanted.rpt_lines = 64;
-        for (const char *name : {"MAXFMT", "SYSBUF", "MAXSYSBUF"}) {
+        for (const char *name : {"MAXFMT", "SYSBUF", "MAXSYSBUF", "ZUVPRT"}) {
             unsetenv(name);
         }
         prt_install();

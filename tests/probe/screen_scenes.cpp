@@ -57,37 +57,26 @@ void stack(char **) {
     hold();
     win_close();
     hold();
-    for (const std::string &text :
-         {std::string("eerste melding"), std::string("kort"), std::string(100, 'M'), std::string()}) {
+    const std::string messages[] = {"eerste melding", "kort", std::string(100, 'M'), ""};
+    for (const std::string &text : messages) {
         error("%s", text.c_str());
         hold();
     }
 }
 
-void show_size() {
-    scr_text(A_BOLD, scr->scr_lines, 1, "%d x %d %d x %d", LINES, COLS, scr->scr_lines, scr->scr_cols);
-    hold();
-}
-
 /// Two wide screens one after the other, then three descriptions on top of each other, each with its size.
 void sizes(char **) {
-    show_size();
-    for (int round = 0; round < 2; round++) {
-        scr_switch_terminal("-w");
-        scr_text(A_BOLD, 1, scr->scr_cols - 4, "rand");
-        scr_text(A_BOLD, 2, 1, "terminals %d", scr->scr_nterm);
-        show_size();
-        win_close();
-        show_size();
+    for (const char *mode : {"", "-w", "close", "-w", "close", "-l", "-w", "close", "close"}) {
+        if (*mode == '-') {
+            scr_switch_terminal(mode);
+            scr_text(A_BOLD, 1, scr->scr_cols - 4, "rand");
+            scr_text(A_BOLD, 2, 1, "terminals %d", scr->scr_nterm);
+        } else if (*mode != '\0') {
+            win_close();
+        }
+        scr_text(A_BOLD, scr->scr_lines, 1, "%d x %d %d x %d", LINES, COLS, scr->scr_lines, scr->scr_cols);
+        hold();
     }
-    scr_switch_terminal("-l");
-    show_size();
-    scr_switch_terminal("-w");
-    show_size();
-    win_close();
-    show_size();
-    win_close();
-    show_size();
 }
 
 void fatal_in_windows(char **) {

@@ -1,5 +1,4 @@
 // The outcomes of a whole run: refused, already complete, with or without the marker, stopped.
-#include <chrono>
 #include <csignal>
 
 #include "base/base.h"
@@ -211,24 +210,20 @@ TEST_F(Run, TemporaryFilesOfEarlierDaysGo) {
          {"STATS.TXT", "STAT1.TXTX", "stat01.txt", "STAT01.TXT.BAK", "STAT\xff\x01%s.TXT"}) {
         put(name);
     }
-    const struct {
-        const char *name;
-        int size, days_old;
-        bool stays;
-    } files[] = {
+    const std::tuple<const char *, int, int, bool> files[] = {
         {"PR1.TMP", 512000, 1, false},  {"TP0199AA.INX", 0, 1, false}, {"TEMPO", 0, 2, false},
         {"TP\x02odd\xff", 0, 1, false}, {"PRTODAY", 9, 0, true},       {"TPTODAY.TXT", 9, 0, true},
         {"pr1.tmp", 9, 1, true},        {"XTP1", 9, 1, true},          {"TEM", 9, 1, true},
         {"TEMP", 9, 1, true},
     };
-    for (const auto &each : files) {
-        put(each.name, static_cast<std::size_t>(each.size), each.days_old);
+    for (const auto &[name, size, days_old, stays] : files) {
+        put(name, static_cast<std::size_t>(size), days_old);
     }
     fs::create_directory("TPDIR");
     run();
     EXPECT_TRUE(file_exists("RVCHK860.OK") && file_exists("TPDIR"));
-    for (const auto &each : files) {
-        EXPECT_EQ(file_exists(each.name), each.stays) << each.name;
+    for (const auto &[name, size, days_old, stays] : files) {
+        EXPECT_EQ(file_exists(name), stays) << name;
     }
     // 512000 bytes were not worth telling.
     put("TP1", 300000, 1);
@@ -240,10 +235,7 @@ TEST_F(Run, TemporaryFilesOfEarlierDaysGo) {
 }
 
 TEST_F(Run, UnusableDataStopTheProgramWithAMessage) {
-    const struct {
-        const char *text;
-        std::function<void()> spoil;
-    } stops[] = {
+    const std::pair<const char *, std::function<void()>> stops[] = {
         {"RVSYS.TXT niet aanwezig in ", [] { fs::remove("RVSYS.TXT"); }},
         {"RVSYS.TXT: errno=5 a=O fd=", [] { fs::resize_file("RVSYS.TXT", 1200); }},
         {"IOTAB: Open niet gelukt (file=RVSYS.TXT, errno=21)",
@@ -264,11 +256,11 @@ TEST_F(Run, UnusableDataStopTheProgramWithAMessage) {
         {"RVCHK860: Open niet gelukt (file=RVCHK860.OK, errno=",
          [] { fs::create_directories("RVCHK860.OK/in"); }},
     };
-    for (const auto &each : stops) {
+    for (const auto &[text, spoil] : stops) {
         make();
-        each.spoil();
-        EXPECT_TRUE(start().play(std::string("=> PROGRAMMA AFGEBROKEN | <ENTER> voor vervolg | ") +
-                                 each.text + "\n<ENTER> => exit 1"));
+        spoil();
+        EXPECT_TRUE(start().play(std::string("=> PROGRAMMA AFGEBROKEN | <ENTER> voor vervolg | ") + text +
+                                 "\n<ENTER> => exit 1"));
     }
 }
 
@@ -321,13 +313,11 @@ TEST_F(Run, InformationPageComesFromTheMenuAndAtAWrongStart) {
 // run in good order: the print set-up is the operator's own again, and nobody is asked about the files that
 // were open.
 TEST_F(Run, SlotOfTheUserIsLeftAsItShouldBe) {
-    const struct {
-        std::uint8_t status;
-        const char *end;
-    } cases[] = {{0, "key"}, {9, "key"}, {10, "key"}, {10, "hang up"}, {10, "signal"}};
+    const std::pair<std::uint8_t, std::string> cases[] = {
+        {0, "key"}, {9, "key"}, {10, "key"}, {10, "hang up"}, {10, "signal"}};
     for (const auto &[status, end] : cases) {
         SCOPED_TRACE(testing::Message() << int{status} << end);
-        make([&](Shop &shop) {
+        make([status = status](Shop &shop) {
             shop.users.at(0).status = status;
             shop.users.at(0).printer = 0;
             shop.users.at(0).print_flags = 5;
@@ -341,9 +331,9 @@ TEST_F(Run, SlotOfTheUserIsLeftAsItShouldBe) {
         if (status > 9) {
             EXPECT_TRUE(t.play("12 => 25=Keuze niet beschikbaar"));
         }
-        if (end == std::string("hang up")) {
+        if (end == "hang up") {
             t.hang_up();
-        } else if (end == std::string("signal")) {
+        } else if (end == "signal") {
             t.send_signal(SIGTERM);
         } else {
             t.key("CANCEL");

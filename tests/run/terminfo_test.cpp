@@ -8,13 +8,11 @@
 #undef lines
 #undef columns
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cctype>
 #include <cstdlib>
 #include <filesystem>
-#include <map>
 #include <sstream>
 
 namespace {

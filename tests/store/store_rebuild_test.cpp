@@ -1,9 +1,6 @@
 // IXBLDIX, IXCHECK, ix_mend, and ixreorgk.
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstring>
 #include <optional>
 #include <random>
 
@@ -53,15 +50,13 @@ TEST_F(store_rebuild, OfAnyData) {
         EXPECT_EQ(ix_verify("B"), sound);
         EXPECT_GT(IXCHECK("B"), 6000);
     }
-    struct {
-        std::string data;
-        std::int32_t free;
-    } const cases[] = {{"", 0}, {std::string(24, '\1'), 0}, {std::string(24 * 1000, '\xFF'), 1000}};
-    for (const auto &c : cases) {
-        put("B.TXT", c.data);
+    const std::pair<std::string, std::int32_t> cases[] = {
+        {"", 0}, {std::string(24, '\1'), 0}, {std::string(24 * 1000, '\xFF'), 1000}};
+    for (const auto &[data, free] : cases) {
+        put("B.TXT", data);
         EXPECT_EQ(IXCHECK("B"), -1);
         EXPECT_TRUE(IXBLDIX("B"));
-        EXPECT_EQ(IXCHECK("B"), c.free);
+        EXPECT_EQ(IXCHECK("B"), free);
         EXPECT_EQ(ix_verify("B"), sound);
     }
     ASSERT_EQ(remove("B.TXT"), 0);

@@ -1,12 +1,10 @@
 // Several processes on one pair for a while.
 #include <sys/mman.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <cstring>
 #include <random>
 
 #include "support/store/store_fixture.h"

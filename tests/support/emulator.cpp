@@ -2,7 +2,6 @@
 //
 // libvterm does the drawing. What this version of it does not know is done in front of it: faint text, output
 // passed on to a printer, sizes asked for by the program, and single-byte character sets.
-#include <gtest/gtest.h>
 #include <iconv.h>
 #include <sys/ioctl.h>
 

@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <iomanip>
 #include <sstream>
-#include <vector>
 
 #include "support/terminal.h"
 

@@ -143,9 +143,9 @@ bool Terminal::at_rest() const {
     return name_end == std::string::npos || text[name_end + 2] != 'R';
 }
 
-testing::AssertionResult Terminal::wait_until(const std::function<bool()> &condition, const std::string &what,
-                                              Patience patience) {
-    const Clock::time_point end = Clock::now() + patience;
+testing::AssertionResult Terminal::wait_until(const std::function<bool()> &condition,
+                                              const std::string &what) {
+    const Clock::time_point end = Clock::now() + terminal_patience;
     for (take_output(0); !condition(); take_output(10)) {
         if (closed_ || Clock::now() > end) {
             take_output(0);

@@ -98,8 +98,7 @@ public:
 
     /// Any condition, on this terminal or on what the program does elsewhere; `what` names it.
     [[nodiscard]] testing::AssertionResult wait_until(const std::function<bool()> &condition,
-                                                      const std::string &what,
-                                                      Patience patience = terminal_patience);
+                                                      const std::string &what);
     /// Exit status when the program has ended, 128 plus the signal that ended it, or -1 if it still runs. All
     /// its output is on the screen by then.
     int wait_exit(Patience patience = terminal_patience);

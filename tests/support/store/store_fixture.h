@@ -1,11 +1,8 @@
 // A directory of its own for each test, an operator who only takes notes, and the record of most tests.
 #pragma once
 
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <sstream>
-#include <vector>
 
 #include "base/base.h"
 #include "store/store_internal.h"

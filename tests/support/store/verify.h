@@ -2,8 +2,6 @@
 // the layout of the blocks.
 #pragma once
 
-#include <string>
-
 #include "support/store/reference.h"
 
 /// All that stands in a file; nothing when it is not there.
