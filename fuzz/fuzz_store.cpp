@@ -20,7 +20,6 @@
 
 #include "fuzz/stop.h"
 #include "store/store_internal.h"
-#include "support/store/reference.h"
 #include "support/store/verify.h"
 
 namespace {

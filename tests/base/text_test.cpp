@@ -92,9 +92,7 @@ TEST(Dates, EveryDayHasItsTextAndComesBack) {
         // Two digits mean 1951 to 2050.
         ASSERT_EQ(date_from_str(plain.c_str()) == date, year >= 1951 && year <= 2050) << expected;
 
-        const bool long_month =
-            month == 1 || month == 3 || month == 5 || month == 7 || month == 8 || month == 10 || month == 12;
-        const int length = month == 2 ? (year % 4 == 0 ? 29 : 28) : long_month ? 31 : 30;
+        const int length = month == 2 ? (year % 4 == 0 ? 29 : 28) : 30 + (month + month / 8) % 2;
         if (++day > length) {
             day = 1;
             if (++month > 12) {

@@ -12,8 +12,5 @@ void hold();
 // What stands in the arguments is said at the function.
 using scene = void (*)(char **arguments);
 using named_scene = std::pair<const char *, scene>;
-void edit(char **arguments);
-/// All fields, notices and questions of the operator of the terminal program, one after another.
-void operator_scene(char **arguments);
 extern const named_scene screen_scenes[16];
 extern const named_scene print_scenes[7];

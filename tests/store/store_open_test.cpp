@@ -48,12 +48,8 @@ protected:
 };
 
 TEST_F(damaged, Header) {
-    const struct {
-        const char *what;
-        std::size_t offset;
-        const char *bytes;
-        bool rebuilds;  // the definition is usable: a rebuild makes the pair sound
-    } cases[] = {
+    // Where the definition is usable, a rebuild makes the pair sound.
+    const std::tuple<const char *, std::size_t, const char *, bool> cases[] = {
         {"nkeys 0", 11, "00", false},
         {"nkeys 3", 11, "03", false},
         {"nkeys below 0", 11, "FF", false},
@@ -77,12 +73,12 @@ TEST_F(damaged, Header) {
         {"start behind end", 69, "05", false},
         {"end outside", 121, "11", false},
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto &[what, offset, changed, rebuilds] : cases) {
+        SCOPED_TRACE(what);
         // Another program damages the pair while it is open here.
-        const auto update = [&c] {
+        const auto update = [offset = offset, changed = changed] {
             ICB *icb = IXOPEN("S", ix_shared);
-            put_bytes("S.INX", c.offset, hex(c.bytes));
+            put_bytes("S.INX", offset, hex(changed));
             write_row(icb, 256);
         };
         EXPECT_EXIT(update(), stopped, "Niet consistent");
@@ -92,9 +88,9 @@ TEST_F(damaged, Header) {
             EXPECT_EXIT(IXOPEN("S", mode), stopped, "S *: sample.* --> Niet consistent");
         }
         EXPECT_TRUE(file_bytes("S.INX") == before && file_bytes("S.TXT") == data);
-        EXPECT_EQ(IXBLDIX("S"), c.rebuilds);
-        EXPECT_EQ(c.rebuilds ? ix_verify("S") : sound, sound);
-        EXPECT_EQ(c.rebuilds || file_bytes("S.INX") == before, true);
+        EXPECT_EQ(IXBLDIX("S"), rebuilds);
+        EXPECT_EQ(rebuilds ? ix_verify("S") : sound, sound);
+        EXPECT_EQ(rebuilds || file_bytes("S.INX") == before, true);
         restore();
     }
     ASSERT_EQ(truncate("S.INX", 511), 0);
@@ -107,23 +103,19 @@ TEST_F(damaged, Header) {
 // A root or leaf that no sound tree has, met on the way down.
 TEST_F(damaged, Block) {
     const auto leaf = static_cast<std::size_t>(index[512 + 5 + 4]);  // the first child of key 1's root
-    const struct {
-        bool root_only;
-        std::size_t offset;
-        const char *bytes;
-    } cases[] = {
+    const std::tuple<bool, std::size_t, const char *> cases[] = {
         {false, 4, "00"},         {false, 4, "40"},         {false, 0, "02"},
         {false, 0, "00"},         {false, 1, "00"},         {false, 1, "0A"},
         {false, 1, "03"},         {true, 9, "00 00 00 00"},  // the child lies outside the file
         {true, 9, "FF FF FF FF"}, {true, 9, "00 00 00 7F"}, {true, 9, "28 00 00 00"},
     };
-    for (const auto &c : cases) {
-        for (const std::size_t block : {std::size_t{1}, c.root_only ? std::size_t{1} : leaf}) {
-            put_bytes("S.INX", block * 512 + c.offset, hex(c.bytes));
+    for (const auto &[root_only, offset, changed] : cases) {
+        for (const std::size_t block : {std::size_t{1}, root_only ? std::size_t{1} : leaf}) {
+            put_bytes("S.INX", block * 512 + offset, hex(changed));
             for (const int mode : {ix_exclusive, ix_shared}) {
                 row r{boost::endian::little_int32_t{1}, ""};
                 EXPECT_EXIT(IXREAD(IXOPEN("S", mode), &r), stopped, "Niet consistent")
-                    << "block " << block << " at " << c.offset << " " << c.bytes << " mode " << mode;
+                    << "block " << block << " at " << offset << " " << changed << " mode " << mode;
             }
             restore();
         }

@@ -41,22 +41,17 @@ std::string rendition_of(std::string_view parameters) {
 
 }  // namespace
 
-const VTermScreenCallbacks Terminal::callbacks = {
-    .damage = nullptr,
-    .moverect = nullptr,
-    .movecursor = nullptr,
-    .settermprop =
-        [](VTermProp property, VTermValue *value, void *user) {
-            if (property == VTERM_PROP_CURSORVISIBLE) {
-                static_cast<Terminal *>(user)->cursor_visible_ = value->boolean != 0;
-            }
-            return 1;
-        },
-    .bell = [](void *user) { return ++static_cast<Terminal *>(user)->bells_; },
-    .resize = nullptr,
-    .sb_pushline = nullptr,
-    .sb_popline = nullptr,
-};
+const VTermScreenCallbacks Terminal::callbacks = [] {
+    VTermScreenCallbacks all{};
+    all.settermprop = [](VTermProp property, VTermValue *value, void *user) {
+        if (property == VTERM_PROP_CURSORVISIBLE) {
+            static_cast<Terminal *>(user)->cursor_visible_ = value->boolean != 0;
+        }
+        return 1;
+    };
+    all.bell = [](void *user) { return ++static_cast<Terminal *>(user)->bells_; };
+    return all;
+}();
 
 void Terminal::type(std::string_view text) {
     const std::string typed(text);

@@ -1,10 +1,10 @@
-#include "support/store/reference.h"
-
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <sstream>
 #include <utility>
+
+#include "support/store/verify.h"
 
 namespace {
 
