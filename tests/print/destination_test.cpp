@@ -1,8 +1,6 @@
 // From print set-up and printer files to the destination of a job.
 #include "print/destination.h"
 
-#include <sys/stat.h>
-
 #include "report_fixture.h"
 
 namespace {

@@ -1,8 +1,6 @@
 // The hand-off of finished jobs to devices, directories, terminals and the spooler, by way of the shell.
 #include <sys/stat.h>
 
-#include <cstdlib>
-
 #include "report_fixture.h"
 
 namespace {

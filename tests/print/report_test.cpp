@@ -1,9 +1,6 @@
 // The report writer: lines that become two, pages, heads, settings.
 #include <sys/resource.h>
 
-#include <csignal>
-#include <cstdlib>
-
 #include "report_fixture.h"
 
 namespace {
@@ -193,19 +190,6 @@ TEST_F(Layout, HeadFitsOnOneLineOrTakesTwo) {
                         " DATE TIME blad:   1\n\n\fModehuis" + std::string(45, ' ') +
                         " DATE TIME blad:   2\n" + std::string(18, ' ') + std::string(44, 'T') + "\n\n\f" +
                         std::string(53, ' ') + " DATE TIME blad:   3\n" + std::string(90, 'T') + "\n\n\f");
-}
-
-TEST_F(Layout, NoDestinationLeavesNoJob) {
-    prt_modules.job_open = nullptr;
-    EXPECT_FALSE(open());
-    prt_printf("nergens %d\n", 1);
-    prt_head("", "nergens");
-    prt_newpage();
-    prt_newline();
-    EXPECT_EQ(job_files(), 0);
-    // The next report starts as if nothing had happened.
-    prt_modules.job_open = [](const print_setup &, std::uint16_t, const char *) { return false; };
-    EXPECT_FALSE(open());
 }
 
 }  // namespace

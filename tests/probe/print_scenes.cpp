@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string>
 
 #include "print/destination.h"
@@ -70,10 +69,7 @@ void copies(char **arguments) {
         while (!key_pending()) {
             usleep(1000);
         }
-        const std::time_t pressed = std::time(nullptr);
-        while (std::time(nullptr) < pressed + 2) {
-            usleep(1000);
-        }
+        sleep(2);
         return true;
     };
     open_wanted();

@@ -1,6 +1,4 @@
 // Texts of the program from catalogues that the operator chooses.
-#include <cstdlib>
-
 #include "base/files.h"
 #include "support/run_case.h"
 

@@ -1,6 +1,4 @@
 // The outcomes of a whole run: refused, already complete, with or without the marker, stopped.
-#include <csignal>
-
 #include "base/base.h"
 #include "store/store.h"
 #include "support/run_case.h"

@@ -1,6 +1,4 @@
 // The Debian package: what it installs works from there.
-#include <cstdlib>
-
 #include "support/run_case.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Keys, prompts, boxes, help and the menu as the operator meets them.
-#include <algorithm>
-#include <csignal>
+#include <iterator>
 #include <random>
+#include <sstream>
 
 #include "support/rounds.h"
 #include "support/terminal.h"
@@ -260,10 +260,10 @@ TEST(Signals, StopAndContinueKeepTheScreen) {
 /// lives, and the screen is whole afterwards. They differ with the seed.
 TEST(RandomKeys, NeitherCrashNorBreakTheScreen) {
     std::mt19937 random(static_cast<unsigned>(first_seed()));
-    const std::vector<std::string> names{"ENTER", "ENTER",     "ENTER", "UP",    "DOWN",   "LEFT", "RIGHT",
-                                         "HOME",  "END",       "INS",   "DEL",   "CANCEL", "HELP", "F1",
-                                         "F10",   "BACKSPACE", "TAB",   "SHTAB", "F11",    "F12",  "ESC",
-                                         "PGUP",  "PGDN",      "^W",    "^H"};
+    std::istringstream words(
+        "ENTER ENTER ENTER UP DOWN LEFT RIGHT HOME END INS DEL CANCEL HELP F1 F10 BACKSPACE "
+        "TAB SHTAB F11 F12 ESC PGUP PGDN ^W ^H");
+    const std::vector<std::string> names{std::istream_iterator<std::string>(words), {}};
     const std::string typed = "0123456789-+,.jnJNabcABC\\ ", signals("\003\021\023\030\032\034");
     Terminal t(scene("anything"));
     for (int i = 0, end = rounds(20000); i < end; i++) {

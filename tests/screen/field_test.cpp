@@ -184,16 +184,14 @@ TEST(Field, ShowsWhatIsTypedAndWhatComesOfIt) {
         // What the line throws away at an interrupt must not be the field itself.
         t.press("<.>");
         if (row.shown != nullptr) {
-            t.press(row.typed);
-            t.press("<.>");
+            t.press(row.typed + std::string("<.>"));
             EXPECT_EQ(field_of(t), std::string(row.shown));
             EXPECT_TRUE(t.row(25).starts_with(row.message)) << t.row(25);
             EXPECT_EQ(t.row(25).empty(), *row.message == '\0');
             EXPECT_EQ(t.cursor(), "5," + std::to_string(row.cursor + 10));
         }
         if (*row.result != '\0') {
-            t.press(row.end);
-            t.press("<.>");
+            t.press(row.end + std::string("<.>"));
             EXPECT_EQ(field_of(t) + " " + t.row(15), row.result);
             EXPECT_EQ(t.row(16), "");
         }

@@ -24,14 +24,12 @@ bool header_free() {
     return free_elsewhere("L.INX", 0, 512);
 }
 
-/// Another process that keeps a record locked.
-struct Holder : OtherProcess {
-    explicit Holder(int record)
-        : OtherProcess([=] {
-              const int fd = ix_fd_open("L.TXT", O_RDWR);
-              file_lock(lock_action::sole, fd, record * off_t{sizeof(item)}, sizeof(item));
-          }) {}
-};
+/// Work of another process that locks a record.
+auto hold(int record) {
+    return [at = record * off_t{sizeof(item)}] {
+        file_lock(lock_action::sole, ix_fd_open("L.TXT", O_RDWR), at, sizeof(item));
+    };
+}
 
 class store_lock : public store_test {
 protected:
@@ -101,7 +99,7 @@ TEST_F(store_lock, HeldRecordIsRefusedElsewhere) {
 // Its holder may be waiting for the header that the insertion holds: it must not wait for the holder.
 TEST_F(store_lock, HeldFreeRecordIsPassedOver) {
     constexpr int deleted = 3;
-    std::optional<Holder> holder(deleted);
+    std::optional<OtherProcess> holder(std::in_place, hold(deleted));
     delete_item(icb, deleted);
     write_item(icb, 200);
     EXPECT_EQ(icb->recno, 10);
@@ -216,7 +214,7 @@ TEST_F(store_lock, TwoHandlesKeepTheirLocks) {
     // A whole-file lock beside a record. Refused, it takes nothing away; granted, each is given up by itself.
     take(icb, 3);
     {
-        const Holder holder(7);
+        const OtherProcess holder(hold(7));
         EXPECT_FALSE(ix_trylock(lock_action::sole, second, second->datfd, 0, 0));
         EXPECT_FALSE(record_free(3));
         EXPECT_TRUE(record_free(5));

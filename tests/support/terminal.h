@@ -1,14 +1,7 @@
 // Drives a program in a pseudo-terminal and reads its screen cell by cell.
 //
 // The screen changes only while a test waits for it. Every wait is bounded and ends as soon as the screen
-// shows what is waited for; its result carries the whole screen as failure message. Most tests are scripts:
-//
-//     Terminal t({.directory = shop});
-//     EXPECT_TRUE(t.play(R"(
-//                   => <ENTER> voor vervolg
-//         <ENTER>   => 24= Uw keuze 11 | 4,2 reverse
-//         <CANCEL>  => exit 0
-//     )"));
+// shows what is waited for; its result carries the whole screen as failure message. Most tests are scripts.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -19,7 +19,8 @@ struct verifier {
     std::int32_t block = 0;
 
     /// Notes what is wrong, and with which number, unless it holds.
-    bool demand(bool holds, const char *what, std::size_t number) {
+    template <typename Number>
+    bool demand(bool holds, const char *what, Number number) {
         if (!holds && faults.size() < 20) {
             faults.push_back("key " + std::to_string(key) + " block " + std::to_string(block) + ": " + what +
                              " " + std::to_string(number));
@@ -39,7 +40,7 @@ struct verifier {
         std::memcpy(&header, index.data(), sizeof header);
         if (!demand(header.version == 351 && header.inupdate == 0 && header.nkeys >= 1 && header.nkeys <= 5 &&
                         header.reclen >= 1 && header.reclen <= 512,
-                    "header unusable, keys", static_cast<std::size_t>(header.nkeys))) {
+                    "header unusable, keys", int{header.nkeys})) {
             return false;
         }
         for (int k = 0; k < header.nkeys; ++k) {
@@ -53,7 +54,7 @@ struct verifier {
             }
             if (!demand(inside && length == def.klen && length >= 1 && length <= 60 &&
                             def.korder == 505 / (length + 4),
-                        "badly measured key", static_cast<std::size_t>(k) + 1)) {
+                        "badly measured key", k + 1)) {
                 return false;
             }
         }
@@ -95,25 +96,24 @@ struct verifier {
         block = number;
         const ix_keydef &def = header.keydef[key - 1];
         if (!demand(number >= 1 && number < header.nblocks && ++links[static_cast<std::size_t>(number)] == 1,
-                    "linked wrongly, level", static_cast<std::size_t>(level))) {
+                    "linked wrongly, level", level)) {
             return false;
         }
         ix_block read;
         std::memcpy(&read, index.data() + static_cast<std::size_t>(number) * 512, 512);
         if (!demand(read.bkey == key && (level == 0 || read.blevel == level) && read.blevel >= 1 &&
                         read.blevel <= 9 && read.bcount >= 1 && read.bcount < def.korder,
-                    "bad key, level, or count of", static_cast<std::size_t>(read.bcount))) {
+                    "bad key, level, or count of", int{read.bcount})) {
             return false;
         }
         const int klen = def.klen;
         const int esize = klen + 4;
         const std::uint8_t *first = read.bentries, *end = first + read.bcount * esize;
         if (!demand(std::all_of(end, first + ix_entry_bytes, [](int byte) { return byte == 0; }),
-                    "bytes behind entry", static_cast<std::size_t>(read.bcount))) {
+                    "bytes behind entry", int{read.bcount})) {
             return false;
         }
         for (int e = 0; e < read.bcount; ++e) {
-            const auto nth = static_cast<std::size_t>(e);
             const std::uint8_t *own = first + e * esize;
             boost::endian::little_int32_t pointer;
             std::memcpy(&pointer, own + klen, 4);
@@ -122,24 +122,24 @@ struct verifier {
             if (e > 0) {
                 const int order = reference_compare(def, own - esize, own);
                 const bool equals_allowed = def.kdups != 'J' && key > 1;
-                demand(order < 0 || (order == 0 && (equals_allowed || last)), "out of order is entry", nth);
+                demand(order < 0 || (order == 0 && (equals_allowed || last)), "out of order is entry", e);
             }
             demand(!last || bytes(own, own + klen) == bytes(static_cast<std::size_t>(klen), 0xFF),
-                   "no sentinel at", nth);
+                   "no sentinel at", e);
             if (read.blevel > 1) {
                 bytes below;
                 if (!tree(pointer, read.blevel - 1, last, below)) {
                     return false;
                 }
                 block = number;
-                demand(below == bytes(own, own + klen), "not the highest key of its child is entry", nth);
+                demand(below == bytes(own, own + klen), "not the highest key of its child is entry", e);
             } else if (last) {
                 demand(pointer == -1, "sentinel points to", place);
             } else if (demand(place < live.size(), "pointer", place)) {
                 ++entries[place];
                 demand(!live[place] || reference_compare(
                                            def, reference_key(def, record(place), pointer).data(), own) == 0,
-                       "not the key of its record is entry", nth);
+                       "not the key of its record is entry", e);
             }
         }
         high.assign(end - esize, end - 4);
