@@ -1,6 +1,6 @@
 // The checks of suppliers' order numbers and of replaced codes: rows, repair, files that are passed over.
 #include <algorithm>
-#include <set>
+#include <functional>
 
 #include "base/strformat.h"
 #include "data/ioink_internal.h"
@@ -76,12 +76,6 @@ protected:
         }
         series->sizes = {};
         series->sizes.set(size);
-    }
-    SizeKindRecord &kind_of(unsigned number) {
-        return *std::find_if(shop.size_kinds.begin(), shop.size_kinds.end(),
-                             [&](const SizeKindRecord &record) {
-                                 return record.kind == number && record.system == shop.settings.size_system;
-                             });
     }
     std::string size_text(unsigned of_kind, unsigned index) {
         std::string code(kind_of(of_kind).entries[index].code, 3);
@@ -170,42 +164,27 @@ TEST_F(Codes, ReplacedCodesAreListedAndDeletedOnYes) {
 }
 
 TEST_F(Codes, WhatIsNoSoundFileIsPassedOver) {
-    void (*const cases[])() = {
-        // Nothing to check, and names that are no supplier's.
-        [] {
-            for (const auto &entry : std::filesystem::directory_iterator(".")) {
-                const std::string name = entry.path().filename();
-                if (name.starts_with("XNRS") || name.starts_with("RVBARC")) {
-                    std::filesystem::remove(entry.path());
-                }
-            }
-            for (const char *name :
-                 {"XNRS12.TXT", "XNRS12345.TXT", "XNRS-012.TXT", "XNRS 012.TXT", "XNRS012A.TXT"}) {
-                put(name, "x");
-            }
-        },
-        // No index.
-        [] {
-            put("XNRS0777.TXT", "x");
-            std::filesystem::remove("RVBARC.INX");
-        },
-        // An index that is cut.
-        [] {
-            put("XNRS0777.TXT", "x");
-            put("XNRS0777.INX", std::string(512, '\0'));
-            std::filesystem::resize_file("RVBARC.INX", 1024);
-        },
-        // Other records.
-        [] {
-            for (const char *end : {".TXT", ".INX"}) {
-                put(std::string("XNRS0778") + end, get(std::string("RVART") + end));
-                put(std::string("RVBARC") + end, get(std::string("RVART") + end));
-            }
-        },
+    make({.series = 20, .customers = 0}, {"barcode-kind"});
+    const auto copy_of_groups = [](const std::string &pair) {
+        for (const char *end : {".TXT", ".INX"}) {
+            put(pair + end, get(std::string("RVART") + end));
+        }
+    };
+    // Names that are no supplier's, a file without an index, an index that is cut, other records.
+    for (const char *name : {"XNRS12.TXT", "XNRS12345.TXT", "XNRS-012.TXT", "XNRS 012.TXT", "XNRS012A.TXT",
+                             "XNRS0777.TXT", "XNRS0779.TXT"}) {
+        put(name, "x");
+    }
+    put("XNRS0779.INX", std::string(512, '\0'));
+    copy_of_groups("XNRS0778");
+    const std::function<void()> cases[] = {
+        [] { std::filesystem::resize_file("RVBARC.INX", 1024); },
+        [] { std::filesystem::remove("RVBARC.INX"); },
+        [&] { copy_of_groups("RVBARC"); },
+        [] { std::filesystem::remove("RVBARC.TXT"); },
     };
     for (const auto &prepare : cases) {
         SCOPED_TRACE(&prepare - cases);
-        make({.series = 20, .customers = 0}, {"barcode-kind"});
         prepare();
         const CheckRun run = check("full order_numbers barcodes", "N");
         EXPECT_EQ(run.flags, "order_numbers barcodes") << run;

@@ -15,7 +15,6 @@
 namespace {
 
 constexpr unsigned at_ean_date = 12;
-constexpr char assign[] = "Instore EAN-codes toekennen";
 
 bool is_of(const SeriesRecord &series, const EanRecord &code) {
     return code.type == 'M' && code.group == series.key.group && code.colour == series.key.colour &&
@@ -38,9 +37,6 @@ protected:
         }
         return own;
     }
-    LabelBlock &first_block(const SeriesRecord &series) {
-        return shop.label_blocks[static_cast<std::size_t>(series.first_block)];
-    }
     /// The code of a size, read without the program's module.
     static std::string code_of(const SeriesRecord &series, unsigned size) {
         for (const EanRecord &code : records<EanRecord>("RVEAN.TXT")) {
@@ -52,43 +48,8 @@ protected:
     }
 };
 
-struct Finding {
-    const char *name;
-    bool checked;     ///< the shop asks for a code for every size
-    const char *row;  ///< in the report; null: no finding
-};
-
-const Finding findings[] = {
-    {"ean-missing", true, "   "},
-    {"ean-missing", false, nullptr},
-    {"ean-series-unknown", true, "5400000000010"},
-    {"ean-article-unknown", false, "5400000000034"},
-    // A double registration goes without a question.
-    {"ean-double", false, nullptr},
-};
-
 TEST_F(EanCodes, FindingsAreReportedAndMendedOnlyWithLeave) {
-    for (const Finding &finding : findings) {
-        SCOPED_TRACE(finding.name);
-        build({finding.name});
-        shop.country.ean_check_option = finding.checked ? 1 : 0;
-        write();
-        const bool found = finding.row != nullptr;
-        for (const char *answer : {"N", "J"}) {
-            const CheckRun run = check("ean", answer);
-            const bool passes = !found || *answer == 'J';
-            EXPECT_EQ(run.flags, passes ? "ean" : "") << run;
-            EXPECT_EQ(run.asked(assign), found) << run;
-            EXPECT_TRUE(!found || run.reports(finding.row)) << run;
-            EXPECT_EQ(run.reports("Serie-maten met EAN-code correct"), passes) << run;
-            EXPECT_EQ(date_on_file(at_ean_date), passes ? date_today() : 0U);
-            EXPECT_EQ(audit(audit_codes).empty(), passes);
-        }
-    }
-}
-
-TEST_F(EanCodes, ReportTellsOfTheSeriesAndTheSize) {
-    build();
+    build({"ean-article-unknown"});
     const auto rich = std::find_if(shop.series.begin(), shop.series.end(),
                                    [this](const SeriesRecord &one) { return codes_of(one).size() >= 3; });
     ASSERT_NE(rich, shop.series.end());
@@ -115,14 +76,14 @@ TEST_F(EanCodes, ReportTellsOfTheSeriesAndTheSize) {
         parts.date_third = 36530;
         return label_join(parts);
     };
-    LabelBlock &block = first_block(series);
+    LabelBlock &own = block(series.first_block);
     // Two on their way in, and one on its way out.
     const LabelEntry labels[] = {label(label_stock, 0),    label(label_stock, 1, 1), label(label_stock, 1, 1),
                                  label(label_stock, 0, 2), label(label_sold, 0),     label(label_sold, 1),
                                  label(label_corrected, 1)};
-    std::copy(std::begin(labels), std::end(labels), block.slots);
-    std::fill(block.slots + std::size(labels), std::end(block.slots), LabelEntry{});
-    block.next = -1;
+    std::copy(std::begin(labels), std::end(labels), own.slots);
+    std::fill(own.slots + std::size(labels), std::end(own.slots), LabelEntry{});
+    own.next = -1;
     write();
     const CheckRun run = check("ean", "N");
     const auto row = std::find_if(run.report.begin(), run.report.end(), [](const std::string &line) {
@@ -131,16 +92,28 @@ TEST_F(EanCodes, ReportTellsOfTheSeriesAndTheSize) {
     ASSERT_LT(row, run.report.end() - 2) << run;
     const auto brand = std::find_if(shop.brands.begin(), shop.brands.end(),
                                     [&](const BrandRecord &other) { return other.number == series.brand; });
-    const auto kind = std::find_if(shop.size_kinds.begin(), shop.size_kinds.end(), [&](const auto &other) {
-        return other.system == shop.settings.size_system && other.kind == series.size_kind;
-    });
     EXPECT_EQ(row[0],
               str_format("%s maat registratie    %.4s %-15.15s 2013-W4  020100  010100  030100  040100  "
                          "050100",
                          ser_text(series.key).c_str(), brand->name, series.model));
-    EXPECT_EQ(trimmed(row[1]),
-              str_format("%16s%-3.3s%60s%8d%8d", "", kind->entries[missing.size].code, "", 3, 1));
+    EXPECT_EQ(trimmed(row[1]), str_format("%16s%-3.3s%60s%8d%8d", "",
+                                          kind_of(series.size_kind).entries[missing.size].code, "", 3, 1));
     EXPECT_EQ(trimmed(row[2]), std::string(21, ' ') + "5400000000027");
+    EXPECT_TRUE(run.reports("5400000000034")) << run;
+    EXPECT_EQ(run.flags, "");
+    EXPECT_EQ(date_on_file(at_ean_date), 0U);
+    const CheckRun mended = check("ean", "J");
+    EXPECT_EQ(mended.flags, "ean");
+    EXPECT_EQ(mended.questions.size(), 1U);
+    EXPECT_TRUE(mended.asked("Instore EAN-codes toekennen")) << mended;
+    EXPECT_TRUE(mended.reports("Serie-maten met EAN-code correct")) << mended;
+    EXPECT_EQ(date_on_file(at_ean_date), date_today());
+    EXPECT_EQ(audit(audit_codes), "");
+    // Not every shop asks for a code for every size.
+    build({"ean-missing"});
+    shop.country.ean_check_option = 0;
+    write();
+    EXPECT_EQ(check("ean", "N").flags, "ean");
 }
 
 TEST_F(EanCodes, OfDoublesTheLatestStaysAndAtEqualDatesTheHighest) {
@@ -255,14 +228,15 @@ TEST_F(EanCodes, TillsAreToldOfNewCodes) {
         shop.actions[6].value = 15;
         // A label in stock in the first branch has action 7; in the third, one that has ended.
         for (const int slot : {0, 1}) {
-            LabelParts label = label_split(first_block(series).slots[slot]);
+            LabelEntry &entry = block(series.first_block).slots[slot];
+            LabelParts label = label_split(entry);
             label.status = label_stock;
             label.size = static_cast<int>(size);
             label.branch = 2 * slot;
             label.extra = 0;
             label.code_m = 7 + slot;
             label.amount_c = 4995;
-            first_block(series).slots[slot] = label_join(label);
+            entry = label_join(label);
         }
         write();
         unlink("KASMUT.TXT");

@@ -154,39 +154,58 @@ TEST_F(Ends, LoseNothingAndTheNextRunMendsTheRest) {
     }
 }
 
-struct Unfinished {
+struct Course {
     const char *words;
-    const char *fault;  ///< "" for a sound shop
+    const char *fault;    ///< "" for a sound shop
+    const char *answers;  ///< one for each question
     const char *flags;
-    bool asked = false;
+    int reports = 0;
+    bool dated = false;
 };
 
-TEST_F(Ends, WithoutAnEndOrAReportNoDateIsSet) {
-    const Unfinished runs[] = {
-        {"break=FASE-1 full labels", "label-chain-loop", ""},
-        {"refuse full labels", "", "labels"},
-        {"refuse full labels", "label-orphan-unknown", "", true},
-        {"break=controleren full series", "series-count", ""},
-        {"refuse full series", "series-count", ""},
-        {"break=FASE-1 prices", "price-set-sizes", ""},
-        {"break=series full prices", "", "prices"},
-        {"refuse prices", "", ""},
-        {"refuse prices", "price-set-sizes", "prices", true},
-        {"break=series full sizes", "", ""},
-        {"refuse sizes", "", ""},
-        {"refuse transit", "", ""},
-        {"break=FASE-1 customers", "customer-chain-cut", ""},
-        {"break=FASE-2 customers", "customer-chain-cut", ""},
-        {"refuse customers", "customer-chain-cut", ""},
-        {"break=FASE-1 order_criteria", "criteria-chain-cut", ""},
-        {"refuse order_criteria", "criteria-chain-cut", ""},
-        {"full break master", "group-vat", ""},
-        {"full refuse master", "group-vat", ""},
-        {"full break ean", "ean-missing", ""},
-        {"full break order_numbers", "number-kind", ""},
-        {"full break barcodes", "barcode-kind", ""},
+TEST_F(Ends, CourseFollowsErrorsAnswersAndDestination) {
+    const Course courses[] = {
+        {"full series", "", "", "series", 0, true},
+        {"series", "", "", "series", 1, true},
+        {"full customers", "", "", "customers", 0, true},
+        {"customers", "", "", "customers", 1, true},
+        // The default answer, and <N>, leave everything as it is.
+        {"full series", "series-count", ".", "", 1},
+        {"full ean", "ean-missing", "N", "", 1},
+        {"sound full series", "series-count", "N", "series", 1},
+        {"trusted full labels", "label-chain-loop", "N", "", 1},
+        // A repair is followed by a run, which alone may set the date.
+        {"full series", "series-count", "J", "series", 1, true},
+        {"series", "series-count", "J", "series", 2, true},
+        {"full customers", "customer-no-name", "JJN", "", 3},
+        // No destination was chosen.
+        {"refuse full labels", "", "", "labels"},
+        {"refuse full labels", "label-orphan-unknown", "N", ""},
+        {"refuse full series", "series-count", "", ""},
+        {"sound refuse full series", "series-count", "", "series"},
+        {"refuse prices", "", "", ""},
+        {"refuse prices", "price-set-sizes", "J", "prices"},
+        {"refuse sizes", "", "", ""},
+        {"refuse transit", "", "", ""},
+        {"refuse customers", "", "", "customers", 0, true},
+        {"refuse customers", "customer-chain-cut", "", ""},
+        {"refuse order_criteria", "criteria-chain-cut", "", ""},
+        {"full refuse master", "group-vat", "", ""},
+        // Broken off.
+        {"break=FASE-1 full labels", "label-chain-loop", "", ""},
+        {"break=controleren full series", "series-count", "", ""},
+        {"break=FASE-1 prices", "price-set-sizes", "", ""},
+        {"break=series full prices", "", "", "prices"},
+        {"break=series full sizes", "", "", ""},
+        {"break=FASE-1 customers", "customer-chain-cut", "", ""},
+        {"break=FASE-2 customers", "customer-chain-cut", "", ""},
+        {"break=FASE-1 order_criteria", "criteria-chain-cut", "", ""},
+        {"full break master", "group-vat", "", ""},
+        {"full break ean", "ean-missing", "", ""},
+        {"full break order_numbers", "number-kind", "", ""},
+        {"full break barcodes", "barcode-kind", "", ""},
     };
-    for (const Unfinished &one : runs) {
+    for (const Course &one : courses) {
         SCOPED_TRACE(std::string(one.words) + " " + one.fault);
         make({.series = 30});
         if (*one.fault != '\0') {
@@ -194,13 +213,15 @@ TEST_F(Ends, WithoutAnEndOrAReportNoDateIsSet) {
             write();
         }
         const std::multiset<std::string> before = kept();
-        const CheckRun run = check(one.words);
+        const std::string answers = one.answers;
+        const CheckRun run = check(one.words, answers.empty() ? "J" : answers);
         EXPECT_EQ(run.flags, one.flags) << run;
-        EXPECT_TRUE(one.asked || kept() == before) << "something was lost";
-        EXPECT_EQ(run.questions.empty(), !one.asked) << run;
-        EXPECT_TRUE(run.report.empty()) << run;
+        EXPECT_TRUE(answers.find('J') != std::string::npos || kept() == before) << "something was lost";
+        EXPECT_EQ(run.questions.size(), answers.size()) << run;
+        EXPECT_EQ(run.jobs, one.reports) << run;
+        EXPECT_FALSE(temporary_files()) << "an error list was left";
         constexpr std::size_t row_of_dates = 18 * 64;
-        EXPECT_TRUE(Bytes("RVSYS.TXT").zero(row_of_dates, 40));
+        EXPECT_EQ(Bytes("RVSYS.TXT").zero(row_of_dates, 40), !one.dated);
     }
     // What an earlier run has passed, this one does not when the repair is declined.
     make({.series = 30}, {"price-no-supplier"});

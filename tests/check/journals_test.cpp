@@ -32,11 +32,11 @@ protected:
         shop.order_numbers.clear();
         shop.serial.last_serial = 5000;
         // One label of the first series is of order 17, all others of orders with a number of their own.
-        LabelBlock &block = shop.label_blocks[static_cast<std::size_t>(shop.series[0].first_block)];
-        LabelParts label = label_split(block.slots[0]);
+        LabelEntry &slot = block(shop.series[0].first_block).slots[0];
+        LabelParts label = label_split(slot);
         label.order = 17;
         label.date_in = order_date;
-        block.slots[0] = label_join(label);
+        slot = label_join(label);
     }
 
     /// A record as one word: its code, and of an order the number. A small o is an order of the kind that
@@ -342,9 +342,9 @@ TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {
 
 TEST_F(Journals, LabelChainsThatLeadAstrayStopNothing) {
     write_journal("O1001 M D S", "1001");
-    const auto first = static_cast<std::size_t>(shop.series[0].first_block);
-    for (const std::int32_t next : {std::int32_t{shop.series[0].first_block}, 99999999, -7}) {
-        shop.label_blocks[first].next = next;
+    const std::int32_t first = shop.series[0].first_block;
+    for (const std::int32_t next : {first, 99999999, -7}) {
+        block(first).next = next;
         write();
         EXPECT_EQ(check("journals").flags, "journals");
         EXPECT_EQ(label_number(), 1001U);

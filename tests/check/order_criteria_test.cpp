@@ -139,12 +139,10 @@ TEST_F(OrderCriteria, BlocksComeBackBehindTheChainInOrder) {
     EXPECT_EQ(Bytes("RVSYS.TXT").i32(at_row), shop.criteria_chain.end_mark)
         << "nothing is free until the next run";
     const CheckRun run = check("order_criteria");
-    const std::string expected[] = {
-        "Bij de volgende series zijn fouten in de bestelcriteria gevonden. Deze fouten zijn hersteld.",
-        "U dient zelf de juistheid van de bestelcriteria van deze series te controleren bij besteladviezen.",
-        std::string(132, '-'), ser_text(record->key) + "   " + corrected};
-    EXPECT_TRUE(std::search(run.report.begin(), run.report.end(), std::begin(expected), std::end(expected)) !=
-                run.report.end())
+    EXPECT_TRUE(run.shows(
+        {"Bij de volgende series zijn fouten in de bestelcriteria gevonden. Deze fouten zijn hersteld.",
+         "U dient zelf de juistheid van de bestelcriteria van deze series te controleren bij besteladviezen.",
+         std::string(132, '-'), ser_text(record->key) + "   " + corrected}))
         << run;
     EXPECT_TRUE(run.reports("BESTANDSCONTROLES: CONTROLEREN BESTELCRITERIA")) << run;
     EXPECT_FALSE(run.reports("Laatste foutloze controle"));

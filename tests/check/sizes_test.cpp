@@ -16,16 +16,7 @@ constexpr int no_size = 99;  // stands for a size that its kind does not have
 
 /// The rows of findings, of all phases.
 rows rows_of(const CheckRun &run) {
-    rows found;
-    for (const std::string &line : run.report) {
-        for (const char *text : {"gnr", "keer voor", "Ontbrekende maat", "hersteld"}) {
-            if (line.find(text) != std::string::npos && line.find("maatsoort") == std::string::npos) {
-                found.push_back(trimmed(line));
-                break;
-            }
-        }
-    }
-    return found;
+    return run.rows({"Ongeldig volgnr", "Ontbrekend volgnr", "keer voor", "  Ontbrekende maat", "hersteld:"});
 }
 
 std::string mended(const SeriesRecord &series, const char *reasons) {
@@ -41,14 +32,12 @@ protected:
     /// Calls `change` for the labels of a series, with their numbers.
     void for_labels(const SeriesRecord &series,
                     const std::function<void(LabelEntry &, std::int32_t)> &change) {
-        for (std::int32_t block = series.first_block; block >= 0;) {
-            LabelBlock &content = shop.label_blocks[static_cast<std::size_t>(block)];
+        for (const std::int32_t number : chain(series.first_block)) {
             for (int slot = 0; slot < labels_per_block; slot++) {
-                if (!label_is_empty(content.slots[slot])) {
-                    change(content.slots[slot], eti_number(block, slot));
+                if (!label_is_empty(block(number).slots[slot])) {
+                    change(block(number).slots[slot], eti_number(number, slot));
                 }
             }
-            block = content.next;
         }
     }
     static void set_size(LabelEntry &entry, unsigned size) {
@@ -56,12 +45,9 @@ protected:
     }
     /// The index of a size by its number in the kind of the series.
     std::uint8_t index_of(const SeriesRecord &series, int number) {
-        for (const SizeKindRecord &kind : shop.size_kinds) {
-            for (std::uint8_t i = 1; i <= size_highest && number != 0; i++) {
-                if (kind.system == own_system && kind.kind == series.size_kind &&
-                    kind.entries[i].link == number) {
-                    return i;
-                }
+        for (std::uint8_t i = 1; i <= size_highest && number != 0; i++) {
+            if (kind_of(series.size_kind).entries[i].link == number) {
+                return i;
             }
         }
         return number == 0 ? std::uint8_t{0} : std::uint8_t{93};

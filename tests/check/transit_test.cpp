@@ -33,13 +33,11 @@ protected:
     /// The line of the first report.
     std::string line_of(const TransitRecord &entry) {
         const SeriesRecord *series = series_of(entry);
-        std::string code;
-        for (const SizeKindRecord &kind : shop.size_kinds) {
-            if (series != nullptr && kind.system == shop.settings.size_system &&
-                kind.kind == series->size_kind) {
-                code = str_format("%.3s", kind.entries[label_at(entry.label).size / 100].code);
-            }
-        }
+        const std::string code =
+            series == nullptr
+                ? ""
+                : str_format("%.3s",
+                             kind_of(series->size_kind).entries[label_at(entry.label).size / 100].code);
         const bool numbered = series == nullptr || series->registration == 0;
         const std::string number = numbered ? str_format("%10d", int{entry.label}) : std::string(10, ' ');
         std::string line = str_format("%-15s %s %3d %3d %s", ser_text(entry.key).c_str(), number.c_str(),
@@ -116,14 +114,14 @@ TEST_F(Transit, MissingEntriesAreReportedAndMade) {
 TEST_F(Transit, MarksOutsideSoundSeriesAndNumbersAreNotLookedAt) {
     make_without_entries({.series = 60, .labels = 25}, 0);
     for (std::size_t i = 0; i < missing.size(); i++) {
-        SeriesKey &key = shop.label_blocks[static_cast<std::size_t>(missing[i].label - 1) / 10].key;
+        SeriesKey &key = block((missing[i].label - 1) / labels_per_block).key;
         i % 3 == 0 ? void(key.group = 0) : i % 3 == 1 ? void(key.colour = 0) : void(key.number = 0);
     }
     write();
     EXPECT_EQ(check("transit", "N").flags, "transit");
     // A block after the last that a label number of six digits can name.
     make_without_entries({.series = 60, .labels = 25, .label_digits = 6}, 0);
-    const LabelBlock marked = shop.label_blocks[static_cast<std::size_t>(missing[0].label - 1) / 10];
+    const LabelBlock marked = block((missing[0].label - 1) / labels_per_block);
     make({.series = 20, .label_digits = 6});
     std::filesystem::resize_file("RVETI.TXT", 100000 * sizeof marked);
     std::ofstream("RVETI.TXT", std::ios::binary | std::ios::app)

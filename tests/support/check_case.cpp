@@ -1,5 +1,6 @@
 #include "support/check_case.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <map>
@@ -19,6 +20,7 @@ void obey(const std::string &word) {
     static const std::map<std::string, void (*)()> words = {
         {"full", [] { chk_full_run = true; }},
         {"trusted", [] { ok_labels = true; }},
+        {"sound", [] { ok_series = true; }},
         {"refuse", [] { script_now().refuses = true; }},
         {"break", [] { script_now().break_at_once = true; }},
         {"11", chk_entry_series},
@@ -50,13 +52,19 @@ CheckRun run_check(const std::string &words, const std::string &answers) {
     });
 }
 
-std::string trimmed(const std::string &line) {
-    return line.substr(0, line.find_last_not_of(' ') + 1);
+std::vector<std::int32_t> CheckCase::chain(std::int32_t first) {
+    std::vector<std::int32_t> blocks;
+    for (; first >= 0 && first < shop.label_chain.end_mark && blocks.size() < 1000;
+         first = block(first).next) {
+        blocks.push_back(first);
+    }
+    return blocks;
 }
 
-LabelEntry &CheckCase::label_at(std::int32_t number) {
-    const std::size_t slot = static_cast<std::size_t>(number) - 1;
-    return shop.label_blocks[slot / labels_per_block].slots[slot % labels_per_block];
+SizeKindRecord &CheckCase::kind_of(unsigned number) {
+    return *std::find_if(shop.size_kinds.begin(), shop.size_kinds.end(), [&](const SizeKindRecord &record) {
+        return record.kind == number && record.system == shop.settings.size_system;
+    });
 }
 
 LabelBlock CheckCase::block_on_file(std::int32_t block) {

@@ -19,15 +19,13 @@
 ///   11 12 13            the entry of the menu with that number
 ///   full                the checks after this word run as in a full run
 ///   trusted             the labels count as sound, as after an orderly end of the run before
+///   sound               the series have passed a check
 ///   break               breaks off at the first look for the wish to
 ///   break=TEXT          breaks off in the pass whose caption holds TEXT
 ///   kill-at=N           SIGKILL before the write to a file of data that comes N writes from here
 ///   leave-at=N          likewise SIGTERM, which is obeyed at the next safe place
 ///   refuse              no destination is found for reports
 CheckRun run_check(const std::string &words, const std::string &answers = "");
-
-/// A line without the blanks at its end.
-std::string trimmed(const std::string &line);
 
 class CheckCase : public ScratchDir {
 protected:
@@ -41,7 +39,15 @@ protected:
     static CheckRun check(const std::string &words, const std::string &answers = "");
     /// What an independent reading of the files finds wrong, one line each; empty when they agree.
     std::string audit(unsigned parts) const;
-    LabelEntry &label_at(std::int32_t number);
+    LabelBlock &block(std::int32_t number) {
+        return shop.label_blocks[static_cast<std::size_t>(number)];
+    }
+    LabelEntry &label_at(std::int32_t number) {
+        return block((number - 1) / labels_per_block).slots[(number - 1) % labels_per_block];
+    }
+    /// The blocks of a chain of labels, as far as it leads through the file.
+    std::vector<std::int32_t> chain(std::int32_t first);
+    SizeKindRecord &kind_of(unsigned number);
     static LabelBlock block_on_file(std::int32_t block);
     static LabelEntry label_on_file(std::int32_t number) {
         return block_on_file((number - 1) / labels_per_block).slots[(number - 1) % labels_per_block];

@@ -5,13 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <fstream>
 #include <ostream>
 #include <sstream>
-#include <thread>
 
 #include "check/session/session.h"
 #include "report/report_internal.h"
@@ -108,9 +106,7 @@ void install_operator() {
     isam_operator.flash = [](int wait, const char *, const char *text) {
         return wait < 0 ? static_cast<int>(answer(text) == 'J') : 1;
     };
-    isam_operator.last_line = [](bool, const char *, int) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    };
+    isam_operator.last_line = [](bool, const char *, int) { usleep(20000); };
     isam_operator.progress = progress;
     isam_operator.interrupted = interrupted;
     isam_operator.interrupt_reset = isam_operator.interrupt_arm = [] { broken_off = false; };
@@ -208,17 +204,10 @@ CheckRun read_results(int status) {
     return run;
 }
 
-/// The end of the child: its exit status, or 128 plus the signal that ended it. One that goes on for too long
-/// is killed.
+/// The end of the child: its exit status, or 128 plus the signal that ended it.
 int await_end(pid_t child) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     int status = 0;
-    while (waitpid(child, &status, WNOHANG) == 0) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            kill(child, SIGKILL);
-        }
-        std::this_thread::sleep_for(std::chrono::microseconds(500));
-    }
+    waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
@@ -241,10 +230,16 @@ void signal_after(long writes, int signal) {
     last_signal = signal;
 }
 
+std::string trimmed(const std::string &line) {
+    return line.substr(0, line.find_last_not_of(' ') + 1);
+}
+
 CheckRun play(const Script &wanted, const std::function<void()> &course) {
     unlink(result_name);
     const pid_t child = fork();
     if (child == 0) {
+        constexpr unsigned a_minute = 60;
+        alarm(a_minute);
         script = wanted;
         perform(course);
     }
@@ -269,6 +264,21 @@ int CheckRun::count(const std::string &text) const {
     return static_cast<int>(std::count_if(report.begin(), report.end(), [&](const std::string &line) {
         return line.find(text) != std::string::npos;
     }));
+}
+
+bool CheckRun::shows(const std::vector<std::string> &lines) const {
+    return std::search(report.begin(), report.end(), lines.begin(), lines.end()) != report.end();
+}
+
+std::vector<std::string> CheckRun::rows(const std::vector<std::string> &texts) const {
+    std::vector<std::string> found;
+    for (const std::string &line : report) {
+        if (std::any_of(texts.begin(), texts.end(),
+                        [&](const std::string &text) { return line.find(text) != line.npos; })) {
+            found.push_back(trimmed(line));
+        }
+    }
+    return found;
 }
 
 bool CheckRun::asked(const std::string &text) const {

@@ -39,9 +39,16 @@ struct CheckRun {
     [[nodiscard]] bool reports(const std::string &text) const;
     /// How many lines hold `text`.
     [[nodiscard]] int count(const std::string &text) const;
+    /// True when those lines stand in the reports one below the other.
+    [[nodiscard]] bool shows(const std::vector<std::string> &lines) const;
+    /// Those that hold one of the texts, without the blanks at their end.
+    [[nodiscard]] std::vector<std::string> rows(const std::vector<std::string> &texts) const;
     [[nodiscard]] bool asked(const std::string &text) const;
 };
 std::ostream &operator<<(std::ostream &out, const CheckRun &run);
+
+/// A line without the blanks at its end.
+std::string trimmed(const std::string &line);
 
 /// Runs `course` with the operator of `script`. A run that does not end within a minute is killed.
 CheckRun play(const Script &script, const std::function<void()> &course);
