@@ -128,13 +128,12 @@ TEST_F(LabelFile, LabelsAreThoseOfTheShop) {
     EXPECT_EQ(walk(shop.label_chain.free_head).size(), 0U) << "a free block leads to no other";
     for (const SeriesRecord &series : shop.series) {
         std::vector<std::int32_t> expected;
-        for (std::int32_t at = series.first_block; at != -1;) {
-            const LabelBlock &block = shop.label_blocks[static_cast<std::size_t>(at)];
+        for (const std::int32_t at : chain(series.first_block)) {
             for (int slot = 0; slot < labels_per_block; slot++) {
                 std::int32_t number = eti_number(at, slot);
                 eti_rec rec;
                 eti_rec empty;
-                ASSERT_EQ(eti_file(eti_action::read, number, rec), !label_is_empty(block.slots[slot]));
+                ASSERT_EQ(eti_file(eti_action::read, number, rec), !label_is_empty(label_at(number)));
                 if (rec.status == label_empty) {
                     continue;
                 }
@@ -149,7 +148,6 @@ TEST_F(LabelFile, LabelsAreThoseOfTheShop) {
                 eti_file(eti_action::first, first, empty);
                 ASSERT_EQ(eti_file(eti_action::write, number, rec), 1);
             }
-            at = block.next;
         }
         EXPECT_EQ(walk(series.first_block), expected);
     }

@@ -5,13 +5,10 @@
 #include <string>
 
 #include "data/data.h"
-#include "support/rounds.h"
-#include "support/scratch_dir.h"
-#include "support/shop_bytes.h"
-#include "tools/shop/shop.h"
+#include "support/check_case.h"
 
 /// A directory with a system file, and the label file open when a test opens it.
-class LabelFile : public ScratchDir {
+class LabelFile : public CheckCase {
 protected:
     void SetUp() override {
         ScratchDir::SetUp();
@@ -64,14 +61,9 @@ protected:
     /// A shop, with what `change` makes of it.
     template <class Change>
     void make_shop_with(int series, Change change) {
-        ShopOptions options;
-        options.series = series;
-        options.labels = 12;
-        options.today = date_from_str("20112013");
-        std::string why;
-        ASSERT_TRUE(build_shop(options, shop, why)) << why;
+        make({.series = series, .labels = 12, .today = date_from_str("20112013")});
         change(shop);
-        ASSERT_TRUE(write_shop(shop, ".", shop_target::made, why)) << why;
+        write();
         open_system();
         open_labels();
     }
@@ -79,6 +71,5 @@ protected:
         return static_cast<int>(Bytes(sys_file_name).u8(2640 + 38));
     }
 
-    Shop shop;
     bool is_open = false;
 };
