@@ -1,6 +1,86 @@
-#include "support/shop_audit_parts.h"
+#include "support/shop_audit.h"
 
-namespace shop_audit {
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <map>
+#include <set>
+
+#include "support/shop_bytes.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+inline constexpr unsigned audit_day_1980 = 29221;
+inline constexpr unsigned sizes_end = 96;
+
+struct Label {
+    std::string key;  ///< of its series
+    std::uint32_t number, status;
+    std::size_t at;
+    unsigned size, date_in;
+};
+
+/// An indexed file's live records.
+struct Table : Bytes {
+    std::vector<std::size_t> at;
+
+    Table(const fs::path &path, std::size_t record) : Bytes(path) {
+        const std::string dead(record - 5, '\xff');
+        for (std::size_t offset = 0; offset + record <= size(); offset += record) {
+            if (u8(offset) != 0xff || data.compare(offset + 5, record - 5, dead) != 0) {
+                at.push_back(offset);
+            }
+        }
+    }
+};
+
+struct Audit {
+    fs::path directory;
+    unsigned today;
+    unsigned parts;
+    Bytes system{directory / "RVSYS.TXT"};
+    Bytes label_file{directory / "RVETI.TXT"};
+    Table series{directory / "RVSER.TXT", 200};
+    Table sets{directory / "RVIPA.TXT", 40};
+    std::map<std::string, std::size_t> series_at{};
+    std::vector<Label> labels{};
+    std::map<std::string, std::vector<const Label *>> labels_of{};
+    std::map<std::string, std::vector<std::size_t>> sets_of{};
+    std::map<unsigned, std::map<unsigned, unsigned>> sequence{};  ///< by size kind: index to number
+    std::vector<std::string> findings{};
+
+    [[gnu::format(printf, 2, 3)]] void find(const char *format, ...) {
+        char text[200];
+        va_list values;
+        va_start(values, format);
+        std::vsnprintf(text, sizeof text, format, values);
+        va_end(values);
+        if (findings.size() < 40) {
+            findings.emplace_back(text);
+        }
+    }
+    [[nodiscard]] std::size_t row(std::size_t n) const {
+        return (n - 1) * 64;
+    }
+    [[nodiscard]] unsigned mode() const {
+        return system.u8(row(1) + 30);
+    }
+    [[nodiscard]] bool series_size(std::size_t at, unsigned index) const {
+        return series.bit(at + 80, index);
+    }
+
+    void read();
+    void chains(const char *name, std::size_t system_row, std::size_t block, std::size_t next,
+                const std::vector<std::pair<std::string, std::int32_t>> &heads);
+    void check_labels();
+    void check_prices();
+    void check_sizes();
+    void check_criteria();
+    void check_customers();
+    void check_codes();
+};
 
 void Audit::read() {
     for (const std::size_t at : series.at) {
@@ -196,10 +276,86 @@ void Audit::check_criteria() {
     chains("RVBAPAR.TXT", 12, 432, 424, heads);
 }
 
-}  // namespace shop_audit
+void Audit::check_customers() {
+    if ((mode() & 3) != 3) {
+        return;
+    }
+    const Table customers(directory / "RVKLT.TXT", 312);
+    std::map<std::uint32_t, const Label *> by_number;
+    std::set<std::uint32_t> unlinked;
+    for (const Label &label : labels) {
+        by_number[label.number] = &label;
+        if (label.status == 3 && label_file.u32(label.at + 12) % 1000000 != 0) {
+            unlinked.insert(label.number);
+        }
+    }
+    for (const std::size_t at : customers.at) {
+        const std::uint32_t number = customers.u32(at);
+        std::int64_t sums[3] = {};
+        std::int64_t counts[3] = {};
+        unsigned last = 65535;
+        for (std::uint32_t at_label = customers.u32(at + 132); at_label != 0;) {
+            const Label *label = by_number[at_label];
+            if (label == nullptr || label->status != 3 ||
+                label_file.u32(label->at + 12) % 1000000 != number || label_file.u16(label->at + 30) > last ||
+                unlinked.erase(at_label) == 0) {
+                find("customer %u: chain at label %u", number, at_label);
+                break;
+            }
+            last = label_file.u16(label->at + 30);
+            const unsigned digit = label_file.u32(label->at + 4) % 10;
+            const int kind = digit == 0 ? 0 : digit == 9 ? 2 : 1;
+            sums[kind] += label_file.u32(label->at + 8) / 10;
+            counts[kind]++;
+            at_label = label_file.u32(label->at + 16);
+        }
+        for (std::size_t kind = 0; (parts & audit_amounts) != 0 && kind < 3; kind++) {
+            if (customers.i32(at + 136 + kind * 4) != sums[kind] ||
+                customers.u16(at + 152 + kind * 2) != counts[kind]) {
+                find("customer %u: amounts", number);
+            }
+        }
+    }
+    if (!unlinked.empty()) {
+        find("%zu sold labels on no customer's chain, the first %u", unlinked.size(), *unlinked.begin());
+    }
+}
+
+void Audit::check_codes() {
+    const Table codes(directory / "RVEAN.TXT", 28);
+    const Table small(directory / "RVARTREG.TXT", 60);
+    std::set<unsigned> articles;
+    for (const std::size_t at : small.at) {
+        articles.insert(small.u16(at));
+    }
+    std::set<std::string> seen;
+    std::set<std::pair<std::string, unsigned>> coded;
+    for (const std::size_t at : codes.at) {
+        const std::string code = codes.text(at, 13);
+        const std::string key =
+            codes.data.substr(at + 16, 4) + codes.data.substr(at + 14, 2) + codes.data.substr(at + 20, 2);
+        const unsigned size = codes.u8(at + 22);
+        const bool small_one = codes.data[at + 13] == 'A';
+        const auto found = series_at.find(key);
+        const bool first = seen.insert(code).second;
+        if (!coded.insert({(small_one ? "A" : "M") + key, size}).second || !first ||
+            (small_one ? !articles.contains(codes.u32(at + 16))
+                       : found == series_at.end() || !series_size(found->second, size))) {
+            find("EAN code %s", code.c_str());
+        }
+    }
+    for (const auto &[key, at] : series_at) {
+        for (unsigned index = 1; system.u8(row(15) + 18) != 0 && index < sizes_end; index++) {
+            if (series_size(at, index) && !coded.contains({"M" + key, index})) {
+                find("series at %zu: size %u has no EAN code", at, index);
+            }
+        }
+    }
+}
+
+}  // namespace
 
 std::vector<std::string> audit_shop(const std::string &directory, unsigned today, unsigned parts) {
-    using shop_audit::Audit;
     constexpr std::pair<unsigned, void (Audit::*)()> checks[] = {
         {audit_labels, &Audit::check_labels}, {audit_prices, &Audit::check_prices},
         {audit_sizes, &Audit::check_sizes},   {audit_criteria, &Audit::check_criteria},
