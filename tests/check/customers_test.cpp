@@ -201,27 +201,6 @@ TEST_F(Chains, LabelsOfAnUnknownCustomerMakeOne) {
     EXPECT_EQ(next_of(std::max(labels[1], labels[2])), std::min(labels[1], labels[2]));
 }
 
-TEST_F(Chains, EveryCombinationOfModes) {
-    label_at(labels[1]).next_customer = 0;
-    customer->count_plain = -1;
-    const int others = shop.settings.mode & ~3;
-    struct Mode {
-        int bits;
-        const char *by_entry;  ///< flags; the label check has not been run
-        bool chains;
-    };
-    for (const Mode &mode : {Mode{0, "", false}, Mode{mode_customers, "customers titles countries", false},
-                             Mode{mode_customer_labels, "", true}, Mode{3, "", true}}) {
-        shop.settings.mode = static_cast<std::uint8_t>(others | mode.bits);
-        write();
-        EXPECT_EQ(check("12", "N").flags, mode.by_entry) << mode.bits;
-        const CheckRun run = check("full customers", "N");
-        EXPECT_EQ(run.flags, mode.chains ? "" : "customers") << mode.bits;
-        EXPECT_EQ(rows_of(run).size(), mode.chains ? labels.size() - 2 : 0U) << run;
-        EXPECT_EQ(customer_on_file(customer->number).count_plain == -1, !mode.chains);
-    }
-}
-
 // ---- Records
 
 struct Cleaned {
@@ -371,16 +350,22 @@ TEST_F(Customers, TitlesNeedATextInTheTable) {
     shop.settings.mode &= static_cast<std::uint8_t>(~mode_customer_labels);
     write();
     EXPECT_EQ(check("12").flags, "customers") << "with titles left, countries are not looked at";
+    // A chain that nobody keeps is not looked at.
+    shop.customers[0].first_label = 0xfffffff0U;
+    shop.customers[0].count_plain = -1;
+    for (const int customers : {int{mode_customers}, 0}) {
+        shop.settings.mode = static_cast<std::uint8_t>((shop.settings.mode & ~3) | customers);
+        write();
+        EXPECT_EQ(check("12").flags, customers == 0 ? "" : "customers");
+        EXPECT_EQ(check("full customers").flags, "customers");
+        EXPECT_EQ(customer_on_file(shop.customers[0].number).count_plain, -1);
+    }
 }
 
-struct Home {
-    const char *postcode;
-    const char *country;
-    const char *after;
-};
-
 TEST_F(Customers, CountriesComeFromThePostcode) {
-    const Home homes[] = {
+    const struct {
+        const char *postcode, *country, *after;
+    } homes[] = {
         {"1234 AB", "", "NLD"},    {"1234AB", "XXX", "NLD"},  {"1234AB ", "", "NLD"},
         {"0000 ZZ", "", "NLD"},    {"1234 ab", "", "BEL"},    {"1234ABC", "", "BEL"},
         {"1234  A", "", "BEL"},    {"123 4AB", "", "BEL"},    {"12345", "XXX", "BEL"},

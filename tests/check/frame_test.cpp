@@ -24,7 +24,6 @@ TEST_F(Frame, ReportOfACleanRun) {
         ("Pakket: LINUX HERITAGE-8.60  3F    Dir.pakket: " + path).substr(0, 132),
         std::string(132, '-'),
         "Geen fouten gevonden!",
-        "",
     })) << clean;
     const CheckRun titled = play({}, [] {
         chk_open_report();

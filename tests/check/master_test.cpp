@@ -209,28 +209,31 @@ TEST_F(Master, PutsRightWhatTheShopItselfSays) {
 
 struct Setting {
     const char *what;
-    void (*change)(Shop &shop);
-    std::vector<std::string> first;  ///< parts of the lines, in order; "*" for any number of lines
     bool first_passes;
     bool second_passes;
+    std::vector<std::string> first;  ///< parts of the lines, in order
+    void (*change)(Shop &shop);
 };
 
 const Setting settings[] = {
     {"no limit: session numbers go to 0",
-     [](Shop &shop) { shop.settings.session_options &= static_cast<std::uint8_t>(~1U); },
-     {"*"},
      false,
-     true},
+     true,
+     {},
+     [](Shop &shop) { shop.settings.session_options &= static_cast<std::uint8_t>(~1U); }},
     {"one shop: the company only",
+     false,
+     false,
+     {"Systeemgegevens     firma                            omschrijving"},
      [](Shop &shop) {
          shop.settings.branches = 1;
          put_text(shop.settings.company, "");
          put_text(shop.branches[1].name, "");
-     },
-     {"Systeemgegevens     firma                            omschrijving"},
-     false,
-     false},
+     }},
     {"records of the branches, and a season year without sense",
+     true,
+     true,
+     {},
      [](Shop &shop) {
          SmallArticleRecord record = shop.small_articles.front();
          record.branch = 60;
@@ -240,11 +243,12 @@ const Setting settings[] = {
          shop.series[0].season_year = 0;
          shop.series[1].season_number = 9;
          shop.series[2].supplier = 0;
-     },
-     {},
-     true,
-     true},
+     }},
     {"numbers far out",
+     false,
+     false,
+     {"maatsoort              255       maatcode niet gevuld", "Maatsoort niet aanwezig",
+      "Merk niet aanwezig"},
      [](Shop &shop) {
          ArticleGroupRecord group{};
          group.number = 0xffffff00U;
@@ -261,11 +265,7 @@ const Setting settings[] = {
          shop.size_kinds.push_back(kind);
          shop.series[0].size_kind = 255;
          shop.series[1].brand = 0;
-     },
-     {"maatsoort              255       maatcode niet gevuld", "Maatsoort niet aanwezig",
-      "Merk niet aanwezig"},
-     false,
-     false},
+     }},
 };
 
 TEST_F(Master, FollowsTheSettingsOfTheShop) {
@@ -276,9 +276,9 @@ TEST_F(Master, FollowsTheSettingsOfTheShop) {
         write();
         const CheckRun run = check("full master");
         const std::vector<std::string> lines = findings(run);
-        if (setting.first == std::vector<std::string>{"*"}) {
+        if (setting.first_passes < setting.second_passes) {
             EXPECT_GT(lines.size(), 10U);
-            EXPECT_EQ(run.count("Ongeldige sessienummer"), static_cast<int>(lines.size()));
+            EXPECT_EQ(run.rows({"Ongeldige sessienummer"}), lines);
         } else {
             ASSERT_EQ(lines.size(), setting.first.size()) << run;
             for (std::size_t i = 0; i < lines.size(); i++) {

@@ -61,14 +61,9 @@ void add_series(Shop &shop, std::uint32_t group, std::int32_t chain) {
 
 const Damage damages[] = {
     {"below the file", 1, 0, [](Shop &shop, auto &, Chain chain) { at(shop, chain[1]).next = -2; }},
-    {"to itself", 1, 0, [](Shop &shop, auto &, Chain chain) { at(shop, chain[0]).next = chain[0]; }},
     {"the end mark as end", 1, 0,
      [](Shop &shop, auto &, Chain chain) { at(shop, chain.back()).next = shop.criteria_chain.end_mark; }},
     {"head far off", 1, 0, [](Shop &, CriteriaRecord &record, Chain) { record.chain = far_off; }},
-    {"head at the second block", 1, 0,
-     [](Shop &, CriteriaRecord &record, Chain chain) { record.chain = chain[1]; }},
-    {"head in the free chain", 1, 0,
-     [](Shop &shop, CriteriaRecord &record, Chain) { record.chain = shop.criteria_chain.free_head; }},
     {"a block of another series in the middle", 2, 0,
      [](Shop &shop, auto &, Chain chain) { at(shop, chain[1]).key = shop.criteria.back().key; }},
     {"a series without blocks", 0, 1, [](Shop &shop, auto &, Chain) { add_series(shop, 99997, -1); }},

@@ -252,34 +252,31 @@ TEST_F(LabelPrices, AtTheRateOfACompanion) {
         bool home_whole;
         std::int32_t net;  ///< of the companion
         std::uint32_t other_price, price;
-        void (*change)(LabelParts &other, LabelParts &label);
         unsigned bought_for;
+        int other_status = label_stock, status = label_stock;
+        int moved_later = 0, in_later = 0;  ///< the companion
     };
-    constexpr auto nothing = [](LabelParts &, LabelParts &) {};
     const companion_case cases[] = {
-        {"EUR", false, 5000, 6000, 7200, nothing, 6000},
-        {"JPY", false, 2000, 1500, 3000, nothing, 4000},  // 0.0075
-        {"USD", true, 1000, 403, 806, nothing, 2000},     // 40.3
-        {"JPY", true, 1000, 500, 250, nothing, 500},      // 0.5
-        {"EUR", false, 5000, 6000, 7200, [](LabelParts &other, LabelParts &) { other.status = label_sold; },
-         6000},
-        {"EUR", false, 5000, 6000, 7200, [](LabelParts &other, LabelParts &) { other.date_moved++; }, 7200},
-        {"EUR", false, 5000, 6000, 7200, [](LabelParts &other, LabelParts &) { other.date_in++; }, 7200},
-        {"EUR", false, 5000, 6000, 7200,
-         [](LabelParts &other, LabelParts &) { other.status = label_ordered; }, 7200},
-        {"EUR", false, 5000, 6000, 7200,
-         [](LabelParts &other, LabelParts &label) {
-             other.status = label.status = label_ordered;
-             other.date_moved++;
-         },
-         6000},
+        {"EUR", false, 5000, 6000, 7200, 6000},
+        {"JPY", false, 2000, 1500, 3000, 4000},  // 0.0075
+        {"USD", true, 1000, 403, 806, 2000},     // 40.3
+        {"JPY", true, 1000, 500, 250, 500},      // 0.5
+        {"EUR", false, 5000, 6000, 7200, 6000, label_sold},
+        {"EUR", false, 5000, 6000, 7200, 7200, label_stock, label_stock, 1},
+        {"EUR", false, 5000, 6000, 7200, 7200, label_stock, label_stock, 0, 1},
+        {"EUR", false, 5000, 6000, 7200, 7200, label_ordered},
+        {"EUR", false, 5000, 6000, 7200, 6000, label_ordered, label_ordered, 1},
     };
     for (const companion_case &each : cases) {
         make_bare(each.home_whole);
         add_set(each.currency, 10000, sizes[0], each.net);
-        labels[0].second.price = each.other_price;
+        LabelParts &other = labels[0].second;
+        other.price = each.other_price;
+        other.status = each.other_status;
+        other.date_moved = static_cast<day_number>(day_moved + each.moved_later);
+        other.date_in = static_cast<day_number>(day_in + each.in_later);
         labels[1].second.price = each.price;
-        each.change(labels[0].second, labels[1].second);
+        labels[1].second.status = each.status;
         const CheckRun first = run();
         EXPECT_EQ(price_on_file(1), each.bought_for) << "case " << &each - cases << "\n" << first;
         EXPECT_EQ(Bytes("RVIPA.TXT").u8(16), shop.series.front().size_kind);  // it had none

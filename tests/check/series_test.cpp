@@ -108,13 +108,6 @@ TEST_F(Series, RepairTakesTheSideOfTheLabels) {
     EXPECT_EQ(audit(audit_labels), "");
 }
 
-struct Stamp {
-    int first_label;  ///< days from today; 1 for none
-    int stamp;        ///< seconds, or below 0: a day from today
-    bool valid;
-    int repaired;  ///< day from today
-};
-
 TEST_F(Series, ThoseThatOthersAddDuringTheSessionAreLookedAt) {
     make({.series = 3});
     constexpr std::int16_t added = 20;  // more than there are free records
@@ -135,12 +128,17 @@ TEST_F(Series, ThoseThatOthersAddDuringTheSessionAreLookedAt) {
 
 TEST_F(Series, StampsLieBetween1980AndTheFirstLabel) {
     constexpr int none = 1;
-    const Stamp stamps[] = {
+    const struct {
+        int first_label;  ///< days from today; 1 for none
+        int stamp;        ///< seconds, or below 0: a day from today
+        bool valid;
+        int repaired;  ///< day from today
+    } stamps[] = {
         {none, 0, false, 0},         {none, 86399, false, 0}, {none, 86400, true, 0},
         {none, INT32_MAX, false, 0}, {-50, -50, true, 0},     {-50, -49, false, -50},
         {-50, -400, true, 0},        {5, -1, true, 0},        {5, INT32_MAX, false, 0},
     };
-    for (const Stamp &stamp : stamps) {
+    for (const auto &stamp : stamps) {
         SCOPED_TRACE(std::to_string(stamp.first_label) + " " + std::to_string(stamp.stamp));
         make({.series = 3, .labels = 0});
         std::vector<LabelParts> labels;

@@ -290,11 +290,9 @@ private:
         const auto &line = book->series[index];
         SeriesRecord series{};
         series.key = key_of(index);
-        if (IXREAD(chk_files.rvser, &series) != line.present) {
-            miss("series", index, line.present);
-            return;
-        }
-        if (!line.present) {
+        const bool there = IXREAD(chk_files.rvser, &series);
+        if (!there || !line.present) {
+            there != line.present ? miss("series", index, line.present) : void();
             return;
         }
         int sold = 0;
@@ -379,18 +377,13 @@ TEST_F(TillBeside, LosesNothingToACheckRun) {
 // looks again at the loop that it has found, and mends it.
 TEST_F(TillBeside, MovesNoEndMarkThatWasDamagedBefore) {
     constexpr std::uint32_t far_away = 2000000000;
-    constexpr struct {
-        int row;
-        const char *check;
-        const char *fault;
-        const char *file;
-        std::size_t block;
-    } chains[] = {{row_label_chain, "labels", "label-chain-loop", eti_file_name, sizeof(LabelBlock)},
-                  {row_price_chain, "prices", "price-chain-loop", "RVIPG.TXT", sizeof(PriceBlock)}};
-    for (const auto &chain : chains) {
-        SCOPED_TRACE(chain.check);
-        make({.series = 5}, {chain.fault});
-        const std::size_t row = (static_cast<std::size_t>(chain.row) - 1) * sizeof(SysRow4Chain);
+    const std::tuple<int, std::string, const char *, std::size_t> chains[] = {
+        {row_label_chain, "labels", eti_file_name, sizeof(LabelBlock)},
+        {row_price_chain, "prices", "RVIPG.TXT", sizeof(PriceBlock)}};
+    for (const auto &[number, name, file, block_bytes] : chains) {
+        SCOPED_TRACE(name);
+        make({.series = 5}, {name.substr(0, name.size() - 1) + "-chain-loop"});
+        const std::size_t row = (static_cast<std::size_t>(number) - 1) * sizeof(SysRow4Chain);
         const int fd = ::open("RVSYS.TXT", O_RDWR | O_CLOEXEC);
         ASSERT_TRUE(fd >= 0 && file_write_at(fd, &far_away, sizeof far_away, static_cast<off_t>(row + 4)));
         ASSERT_TRUE(file_lock(lock_action::exclusive, fd, static_cast<off_t>(row), sizeof(SysRow4Chain)));
@@ -399,11 +392,11 @@ TEST_F(TillBeside, MovesNoEndMarkThatWasDamagedBefore) {
             file_write_at(fd, "\x07", 1, static_cast<off_t>(row + 8));
             file_lock(lock_action::unlock, fd, static_cast<off_t>(row), sizeof(SysRow4Chain));
         });
-        check(chain.check, "N");
+        check(name, "N");
         other.join();
         ::close(fd);
-        EXPECT_EQ(Bytes("RVSYS.TXT").u32(row + 4), Bytes(chain.file).size() / chain.block);
-        EXPECT_EQ(check(std::string("full ") + chain.check).flags, chain.check);
+        EXPECT_EQ(Bytes("RVSYS.TXT").u32(row + 4), Bytes(file).size() / block_bytes);
+        EXPECT_EQ(check("full " + name).flags, name);
     }
 }
 

@@ -201,11 +201,10 @@ TEST_F(PriceStore, AWalkEndsInADamagedIndex) {
         put_set(set, {{sizes[0], {5, 4}}});
     }
     // The entry of the second set leads to a record that stands before the first.
-    std::FILE *records = std::fopen("RVIPA.TXT", "r+b");
-    std::fseek(records, sizeof(PriceSetRecord) + 10, SEEK_SET);
+    std::string bytes = get("RVIPA.TXT");
     const little_uint16_t end_date = first_day;
-    std::fwrite(&end_date, sizeof end_date, 1, records);
-    std::fclose(records);
+    std::memcpy(&bytes[sizeof(PriceSetRecord) + 10], &end_date, sizeof end_date);
+    put("RVIPA.TXT", bytes);
     PriceSetRecord set = new_set(0, 0, 0, 0);
     int steps = 0;
     for (bool found = ink_read(ink_action::first, set, 4); found;

@@ -122,14 +122,6 @@ CheckRun CheckCase::check(const std::string &words, const std::string &answers) 
     return run;
 }
 
-std::string CheckCase::audit(unsigned parts) const {
-    std::string text;
-    for (const std::string &line : audit_shop(".", shop.today, parts)) {
-        text += line + "\n";
-    }
-    return text;
-}
-
 bool CheckCase::temporary_files() {
     std::string pattern = "TP*";
     return FILES_PRESENT(pattern) != 0;

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <map>
 #include <ostream>
 #include <sstream>
 
@@ -172,35 +173,25 @@ bool keep_report() {
 }
 
 CheckRun read_results(int status) {
-    CheckRun run;
-    run.status = status;
+    std::map<char, std::vector<std::string>> notes;
     std::ifstream results(result_name);
     for (std::string line; std::getline(results, line);) {
-        const std::string text = line.substr(std::min<std::size_t>(1, line.size()));
-        switch (line.empty() ? ' ' : line[0]) {
-            case 'R':
-                run.report.push_back(text);
-                break;
-            case 'E':
-                run.jobs++;
-                break;
-            case 'Q':
-                run.questions.push_back(text);
-                break;
-            case 'C':
-                run.findings.push_back(text);
-                run.codes.push_back(text.substr(0, text.find(' ')));
-                break;
-            case 'F':
-                run.flags = text;
-                break;
-            case 'W':
-                run.writes = std::stol(text);
-                break;
-            default:
-                run.fatal = text;
-        }
+        notes[line.empty() ? '!' : line[0]].push_back(line.substr(std::min<std::size_t>(1, line.size())));
     }
+    CheckRun run;
+    run.status = status;
+    run.report = notes['R'];
+    run.jobs = static_cast<int>(notes['E'].size());
+    run.questions = notes['Q'];
+    run.findings = notes['C'];
+    for (const std::string &finding : run.findings) {
+        run.codes.push_back(finding.substr(0, finding.find(' ')));
+    }
+    if (!notes['W'].empty()) {
+        run.flags = notes['F'].back();
+        run.writes = std::stol(notes['W'].back());
+    }
+    run.fatal = notes['!'].empty() ? "" : notes['!'].back();
     return run;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <map>
 #include <set>
+#include <vector>
 
 #include "support/shop_bytes.h"
 
@@ -355,7 +356,7 @@ void Audit::check_codes() {
 
 }  // namespace
 
-std::vector<std::string> audit_shop(const std::string &directory, unsigned today, unsigned parts) {
+std::string audit_shop(const std::string &directory, unsigned today, unsigned parts) {
     constexpr std::pair<unsigned, void (Audit::*)()> checks[] = {
         {audit_labels, &Audit::check_labels}, {audit_prices, &Audit::check_prices},
         {audit_sizes, &Audit::check_sizes},   {audit_criteria, &Audit::check_criteria},
@@ -367,5 +368,9 @@ std::vector<std::string> audit_shop(const std::string &directory, unsigned today
             (audit.*check)();
         }
     }
-    return audit.findings;
+    std::string text;
+    for (const std::string &finding : audit.findings) {
+        text += finding + "\n";
+    }
+    return text;
 }

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 enum audit_part : unsigned {
     audit_labels = 1,      ///< label chains, and what the series say of their labels
@@ -19,4 +18,4 @@ enum audit_part : unsigned {
 
 /// What is wrong in the files of `directory`, a line each; at most 40 lines. `today` is the day number that
 /// the shop was made for.
-std::vector<std::string> audit_shop(const std::string &directory, unsigned today, unsigned parts = audit_all);
+std::string audit_shop(const std::string &directory, unsigned today, unsigned parts);
