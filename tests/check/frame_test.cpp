@@ -2,6 +2,7 @@
 #include "check/frame/frame.h"
 
 #include <algorithm>
+#include <fstream>
 
 #include "report/report.h"
 #include "support/check_case.h"
@@ -9,6 +10,31 @@
 namespace {
 
 using Frame = CheckCase;
+
+/// A check that always has an error, and prints its report itself.
+struct Probe : chk_check {
+    explicit Probe(chk_report_time time) : chk_check({.report_time = time}) {}
+    const char *status() const override {
+        return "proef: vol";
+    }
+    const char *title() const override {
+        return status();
+    }
+    bool walk() override {
+        return true;
+    }
+    bool has_errors() override {
+        return true;
+    }
+    void report() override {
+        chk_open_report();
+        chk_room(1);
+        prt_close("");
+    }
+    void close() override {
+        std::ofstream("gesloten.txt");
+    }
+};
 
 TEST_F(Frame, ReportOfACleanRun) {
     make({.series = 3, .branches = 3, .customers = 0});
@@ -25,11 +51,15 @@ TEST_F(Frame, ReportOfACleanRun) {
         std::string(132, '-'),
         "Geen fouten gevonden!",
     })) << clean;
-    const CheckRun titled = play({}, [] {
-        chk_open_report();
-        chk_report_header("proef: vol", false, 0);
-        prt_close("");
-    });
+    const auto probe = [](bool refuses, chk_report_time time) {
+        return play({.answers = "N", .refuses = refuses}, [time] {
+            Probe check(time);
+            chk_perform(check);
+        });
+    };
+    probe(true, chk_report_time::before_walk);
+    EXPECT_TRUE(file_exists("gesloten.txt")) << "whatever way it ends";
+    const CheckRun titled = probe(false, chk_report_time::by_check);
     EXPECT_TRUE(titled.reports("PROEF: VOL")) << titled;
     EXPECT_FALSE(titled.reports("BESTANDSCONTROLES")) << "a title with a colon stands alone";
 }
