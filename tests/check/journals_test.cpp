@@ -214,26 +214,23 @@ TEST_F(Journals, FailuresAreToldAndLeaveTheJournalAsItIs) {
     EXPECT_EQ(check("journals").found(), "journals.7");
 }
 
-struct TextCase {
-    const char *in_journal;
-    const char *in_list;
-    unsigned option;
-    char kind;
-    const char *afterwards;  ///< in both
-};
-
 TEST_F(Journals, TextsOfJournalAndListBecomeEqual) {
-    const TextCase cases[] = {
-        {"journaal", "lijst", 0, 'O', "journaal"}, {"", "lijst", 0, 'O', "lijst"},
-        {"journaal", "", 0, 'O', "journaal"},      {"", "", 0, 'O', ""},
-        {"journaal", "lijst", 4, 'o', "journaal"}, {"", "lijst", 4, 'o', "lijst"},
-        {"gelijk", "gelijk", 4, 'O', "gelijk"},
+    const struct {
+        const char *in_journal, *in_list;
+        unsigned option;
+        std::string kind;
+        const char *afterwards;  ///< in both
+    } cases[] = {
+        {"journaal", "lijst", 0, "O", "journaal"}, {"", "lijst", 0, "O", "lijst"},
+        {"journaal", "", 0, "O", "journaal"},      {"", "", 0, "O", ""},
+        {"journaal", "lijst", 4, "o", "journaal"}, {"", "lijst", 4, "o", "lijst"},
+        {"gelijk", "gelijk", 4, "O", "gelijk"},
     };
-    for (const TextCase &wanted : cases) {
+    for (const auto &wanted : cases) {
         SCOPED_TRACE(wanted.in_journal + std::string(" and ") + wanted.in_list);
         text = wanted.in_journal;
         shop.settings.journal_options = static_cast<std::uint8_t>(wanted.option);
-        write_journal(wanted.kind + std::string("1001 M D S"), "");
+        write_journal(wanted.kind + "1001 M D S", "");
         list_order(1001, wanted.in_list);
         shop.order_numbers.back().journal = 7;
         write();
@@ -244,7 +241,7 @@ TEST_F(Journals, TextsOfJournalAndListBecomeEqual) {
         EXPECT_EQ(list.u16(42), 2012U);
         EXPECT_EQ(list.text(44, 1), "Z");
         text = wanted.afterwards;
-        EXPECT_EQ(get(journal_file), journal(wanted.kind + std::string("1001 M D S")));
+        EXPECT_EQ(get(journal_file), journal(wanted.kind + "1001 M D S"));
     }
 }
 

@@ -10,11 +10,6 @@
 
 namespace {
 
-/// The value of "name=value"; null for any other word.
-const char *value_of(const std::string &word, const std::string &name) {
-    return word.starts_with(name + "=") ? word.c_str() + name.size() + 1 : nullptr;
-}
-
 /// Does what a word says. A break waits for the check that comes next.
 void obey(const std::string &word) {
     static const std::map<std::string, void (*)()> words = {
@@ -27,14 +22,15 @@ void obey(const std::string &word) {
         {"12", chk_entry_customers},
         {"13", chk_entry_other},
     };
+    const std::string value = word.substr(word.find('=') + 1);
     if (const auto known = words.find(word); known != words.end()) {
         known->second();
-    } else if (const char *caption = value_of(word, "break")) {
-        script_now().break_at = caption;
-    } else if (const char *kill = value_of(word, "kill-at")) {
-        signal_after(std::stol(kill), SIGKILL);
-    } else if (const char *leave = value_of(word, "leave-at")) {
-        signal_after(std::stol(leave), SIGTERM);
+    } else if (word.starts_with("break=")) {
+        script_now().break_at = value;
+    } else if (word.starts_with("kill-at=")) {
+        signal_after(std::stol(value), SIGKILL);
+    } else if (word.starts_with("leave-at=")) {
+        signal_after(std::stol(value), SIGTERM);
     } else {
         chk_row_of(word)->run();
     }

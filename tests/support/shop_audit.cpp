@@ -85,9 +85,7 @@ struct Audit {
 
 void Audit::read() {
     for (const std::size_t at : series.at) {
-        if (!series_at.emplace(series.data.substr(at, 8), at).second) {
-            find("series twice at %zu", at);
-        }
+        series_at[series.data.substr(at, 8)] = at;
     }
     for (const std::size_t at : sets.at) {
         sets_of[sets.data.substr(at, 8)].push_back(at);
@@ -183,10 +181,6 @@ void Audit::check_labels() {
         if (made <= audit_day_1980 || made > first) {
             find("series at %zu: stamp of day %u, first label %u", at, made, first);
         }
-        const std::string model = series.text(at + 19, 15);
-        if (std::any_of(model.begin(), model.end(), [](char c) { return c >= 'a' && c <= 'z'; })) {
-            find("series at %zu: model %s", at, model.c_str());
-        }
     }
     chains("RVETI.TXT", 4, 376, 12, heads);
 }
@@ -224,15 +218,6 @@ void Audit::check_prices() {
         const std::vector<std::size_t> &own = sets_of[label.key];
         if (label_file.u32(label.at) < 10 || std::count_if(own.begin(), own.end(), holds) != 1) {
             find("label %u: no price", label.number);
-        }
-    }
-    for (const auto &[key, at] : series_at) {
-        std::set<unsigned> suppliers;
-        for (const std::size_t set : sets_of[key]) {
-            suppliers.insert(sets.u16(set + 8));
-        }
-        if (series.u16(at + 132) == 0 && suppliers.size() > 1) {
-            find("series at %zu: no supplier of %zu", at, suppliers.size());
         }
     }
 }
