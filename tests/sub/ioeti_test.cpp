@@ -162,33 +162,25 @@ TEST_F(LabelFile, LabelsAreThoseOfTheShop) {
     }
 }
 
-LabelBlock &first_block_of(Shop &shop) {
-    return shop.label_blocks[static_cast<std::size_t>(shop.series[0].first_block)];
-}
-
 TEST_F(LabelFile, BrokenChainsStopTheProgram) {
+    make_shop_with(10, [](Shop &) {});
+    close_shop();
+    const std::int32_t first = shop.series[0].first_block;
+    const auto outside = static_cast<std::int32_t>(shop.label_blocks.size());
     const struct {
-        const char *name;
-        void (*spoil)(Shop &shop);
+        std::int32_t first, next;
         const char *text;
     } chains[] = {
-        {"above the bound", [](Shop &s) { first_block_of(s).next = 1000000; },
-         "IOETI\\(0\\): a=[FN],f=[0-9]+,r=1000000 -> Ongeldige etiketketting"},
-        {"below 0", [](Shop &s) { first_block_of(s).next = -7; },
-         "IOETI\\([0-9]+\\): a=[FN],f=[0-9]+,r=-7 -> Foutieve etiketketting"},
-        {"behind the file",
-         [](Shop &s) { first_block_of(s).next = static_cast<std::int32_t>(s.label_blocks.size()); },
-         "IOETI\\(0\\): a=[FN],f=[0-9]+,r=[0-9]+ -> Buiten bestand"},
-        {"in a loop", [](Shop &s) { first_block_of(s).next = s.series[0].first_block; },
-         "IOETI\\(0\\): a=[FN],f=[0-9]+,r=[0-9]+ -> Ongeldige etiketketting"},
-        {"starts below 0", [](Shop &s) { s.series[0].first_block = -2; },
-         "IOETI\\([0-9]+\\): a=F,f=[0-9]+,r=-2 -> Foutieve etiketketting"},
+        {first, 1000000, "IOETI\\(0\\): a=[FN],f=[0-9]+,r=1000000 -> Ongeldige etiketketting"},
+        {first, -7, "IOETI\\([0-9]+\\): a=[FN],f=[0-9]+,r=-7 -> Foutieve etiketketting"},
+        {first, outside, "IOETI\\(0\\): a=[FN],f=[0-9]+,r=[0-9]+ -> Buiten bestand"},
+        {first, first, "IOETI\\(0\\): a=[FN],f=[0-9]+,r=[0-9]+ -> Ongeldige etiketketting"},
+        {-2, -1, "IOETI\\([0-9]+\\): a=F,f=[0-9]+,r=-2 -> Foutieve etiketketting"},
     };
     for (const auto &chain : chains) {
-        make_shop_with(10, chain.spoil);
-        const std::int32_t first = shop.series[0].first_block;
-        EXPECT_EXIT((dup2(2, 1), walk(first)), testing::ExitedWithCode(1), chain.text) << chain.name;
-        EXPECT_EQ(status_on_file(), status_chains_suspect) << chain.name;
+        make_shop_with(10, [&](Shop &) { block(first).next = chain.next; });
+        EXPECT_EXIT((dup2(2, 1), walk(chain.first)), testing::ExitedWithCode(1), chain.text) << chain.next;
+        EXPECT_EQ(status_on_file(), status_chains_suspect) << chain.next;
         close_shop();
     }
 }
