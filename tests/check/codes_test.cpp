@@ -1,6 +1,7 @@
 // The checks of suppliers' order numbers and of replaced codes: rows, repair, files that are passed over.
 #include <algorithm>
 #include <functional>
+#include <map>
 
 #include "base/strformat.h"
 #include "data/ioink_internal.h"

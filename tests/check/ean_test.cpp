@@ -3,8 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
+#include <tuple>
 
 #include "base/base.h"
 #include "check/check.h"

@@ -1,7 +1,6 @@
 // Runs that end without warning, or are asked to leave, at any of their writes: nothing of the shop is lost,
 // and a run or two that follow leave what a whole one leaves. Runs that are broken off, or have no report.
 #include <map>
-#include <random>
 #include <set>
 #include <sstream>
 

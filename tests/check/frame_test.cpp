@@ -2,6 +2,7 @@
 #include "check/frame/frame.h"
 
 #include <algorithm>
+#include <cctype>
 #include <fstream>
 
 #include "report/report.h"

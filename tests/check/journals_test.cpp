@@ -1,5 +1,4 @@
 // The check of the order journals: what becomes of a journal, of the list of its orders and of their labels.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -7,7 +6,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 

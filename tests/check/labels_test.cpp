@@ -1,5 +1,4 @@
 // The label check: faults that meet, and what the operator wants; breaking off; a file that lost its end.
-#include <algorithm>
 #include <set>
 
 #include "base/strformat.h"

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <random>
 #include <thread>
+#include <tuple>
 
 #include "check/check.h"
 #include "check/customers/customers.h"

@@ -4,8 +4,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstring>
-
 #include "label_file.h"
 
 namespace {

@@ -1,7 +1,6 @@
 // The price store against a plain map of prices by series, supplier, size and day.
 #include "data/ioink.h"
 
-#include <algorithm>
 #include <map>
 #include <random>
 

@@ -1,7 +1,6 @@
 // Records of the system file: regions, empty records, locks between programs.
 #include "data/iotab.h"
 
-#include <cstdio>
 #include <cstring>
 
 #include "base/base.h"

@@ -10,7 +10,6 @@
 #include <fstream>
 #include <map>
 #include <ostream>
-#include <sstream>
 
 #include "check/session/session.h"
 #include "report/report_internal.h"

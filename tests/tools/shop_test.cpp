@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <tuple>
 
 #include "support/scratch_dir.h"
 #include "support/shop_bytes.h"
