@@ -272,17 +272,18 @@ TEST_F(Journals, OddNamesAndEmptyJournalsAreLeftAlone) {
 }
 
 TEST_F(Journals, OneThatFailsDoesNotKeepTheOthersBack) {
-    write_journal("O17 M D S", "17 4444");
+    write_journal("O17 M D S", "17 4444 6001");
     shop.journals.push_back({2012, 'Z', 2, journal("O18 M D S Q")});
     shop.journals.push_back({2013, 'W', 1, journal("O19 M D S")});
+    shop.journals.push_back({2013, 'W', 2, journal("O6001 O6002 M D S")});
     write();
     EXPECT_EQ(check("journals").flags, "");
     EXPECT_EQ(get(journal_file), journal("O5001 M D S"));
     EXPECT_EQ(get("2012Z/ORD0002.JRN"), journal("O18 M D S Q"));
-    EXPECT_EQ(listed(), "4444 5001 5003") << "what is in no journal goes when all have passed";
+    EXPECT_EQ(listed(), "4444 5001 5003 6002") << "what is in no journal goes when all have passed";
     put("2012Z/ORD0002.JRN", journal("O18 M D S"));
     EXPECT_EQ(check("journals").flags, "journals");
-    EXPECT_EQ(listed(), "5001 5003 5004");
+    EXPECT_EQ(listed(), "5001 5003 5004 6002");
 }
 
 TEST_F(Journals, TroubleAroundAJournalIsToldByItsCode) {

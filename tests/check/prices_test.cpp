@@ -410,6 +410,7 @@ TEST_F(LabelPrices, ForManyLabelsOfOneSeries) {
         label.size = static_cast<int>(sizes[i < days ? 2 : i < 2 * days ? 0 : 1]);
         label.date_in = day_of(i % days);
         label.price = i < days ? 10000 : 5000;
+        label.status = i % days == 1 ? label_ordered : label_stock;
     }
     for (int day = 0; day < days; day++) {
         if (day % 5 != 0) {

@@ -1,5 +1,6 @@
 // All checks together: every fault alone, and many at once, mended round by round with the operator's yes.
 #include <algorithm>
+#include <fstream>
 #include <random>
 #include <regex>
 #include <set>
@@ -227,6 +228,67 @@ TEST_F(Whole, SoundShopOfEveryModePassesWithoutAQuestion) {
         EXPECT_EQ(run.questions.size(), 0U) << run;
         EXPECT_EQ(audit(audit_all), "");
     }
+}
+
+/// What the operator sees of a run, a line for each check: its name, then phases and captions in their order,
+/// and the fields that get a value (=) or are cleared (-), each once for a caption.
+std::string seen;
+std::set<std::string> seen_since;
+
+void see(const std::string &what, bool begins) {
+    if (begins) {
+        seen_since.clear();
+    }
+    if (seen_since.insert(what).second) {
+        seen += what;
+    }
+}
+
+void see_field(op_field field, const char *caption, const char *value) {
+    const std::string name = std::to_string(static_cast<int>(field));
+    see(caption != nullptr ? " [" + name + " " + caption + "]" : " " + name + (value != nullptr ? "=" : "-"),
+        caption != nullptr);
+}
+
+TEST_F(Whole, EachCheckShowsWhatItIsAt) {
+    make({.series = 20}, {"series-count", "price-chain-cut", "size-series-missing", "criteria-block-lost",
+                          "customer-chain-cut", "number-kind", "barcode-kind", "ean-missing"});
+    const std::string expected = R"(
+controleren etiketten: < ZUV - QB-ISAM  >>> IXBLDIX <<< RVSER > <FASE-1: controleren series> <FASE-2: controleren vrije etiketblokken> <FASE-3: controleren etiketblokken niet in ketting>
+controleren series: <controleren series> [2 controleren series] 2= 2-
+controleren series: <controleren series>
+controleren prijzen: <FASE-1: controleren prijssets> <FASE-2: controleren vrijketting> <FASE-3: controleren prijzen niet in ketting> <afdrukken foutverslag> <herstellen fouten> <herstellen vrijketting>
+controleren etiketprijzen: <series verwerkt>
+controleren maten: [9 FASE-1: controleren maatsoorten] 9= [10 FASE-2: controleren etiketmaten] <series verwerken> 10= [11 FASE-3: controleren maten per serie] <series verwerken> 11=
+controleren goederen onderweg: [4 Etiketnummer] 4=
+controleren bestelcriteria: <FASE-1: controleren series> [5 FASE-2: controleren vrijketting] [6 Aantal verwerkt] 6= <FASE-3: controleren etiketblokken niet in ketting> [7 FASE-3: herstellen vrije etiketblokken] [8 Aantal verwerkt] 8=
+controleren klanten: <FASE-1: controleren klanten> <FASE-2: controleren klantetiketten>
+controleren klanten: <FASE-1: controleren klanten> <FASE-2: controleren klantetiketten>
+controleren titulatuurcodes klanten: <controleren titulatuurcodes klanten>
+controleren landcodes klanten: <controleren landcodes klanten>
+controleren serie-stamgegevens: [3 Serienummer] [3 Serienummer] 3=
+controleren EAN-codes: [15 Eannummer] 15= <RVEAN.INX>
+controleren EAN-codes: [15 Eannummer] 15= <RVEAN.INX>
+controleren bestelnummers: [12 Leverancier] [13 Bestelnummer] 12= 13=
+controleren bestelnummers: [12 Leverancier] [13 Bestelnummer] 12= 13=
+controleren barcodebestand: [14 Eannummer] 14=
+controleren barcodebestand: [14 Eannummer]
+Controleren orderjournaals: 16- 16= 17= <controleren ordernummers>
+)";
+    play({}, [] {
+        isam_operator.status = [](const char *text) {
+            see(*text == '\0' ? "" : "\n" + std::string(text) + ":", true);
+        };
+        isam_operator.show = see_field;
+        isam_operator.progress = [](int action, std::uint32_t, std::uint32_t, const char *title) {
+            see(action == 0 ? " <" + std::string(title == nullptr ? "" : title) + ">" : "", action == 0);
+        };
+        for (const auto entry : {chk_entry_series, chk_entry_customers, chk_entry_other}) {
+            entry();
+        }
+        std::ofstream("gezien.txt") << seen << "\n";
+    });
+    EXPECT_EQ(get("gezien.txt"), expected);
 }
 
 /// Kinds that no fault of a made shop shows; the tests of their checks do.

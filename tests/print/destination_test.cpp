@@ -189,7 +189,7 @@ TEST_F(Destination, PrintingToAFile) {
     const std::pair<const char *, const char *> cases[] = {
         {"4", "=> No outputfile supplied"},
         {"4 ''", "=> Invalid path to outputfile"},
-        {"65535 lijst", "=> 132 koloms | 10:Printbreedte\n 8 => 80x64 <lijst> 1"},
+        {"65535 lijst", "=> 40 koloms | 80 koloms | 132 koloms | 10:Printbreedte\n 8 => 80x64 <lijst> 1"},
         {"6 lijst", "=> 132 koloms\n <ENTER> => 80x64 <lijst> 1"},
         {"5 lijst", "=> 132 koloms\n 81 => 132x64 <lijst> 1"},
         {"6 lijst", "=> 132 koloms\n <ESC> => geen geldig uitvoermedium"},

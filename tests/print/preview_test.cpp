@@ -114,7 +114,7 @@ TEST_F(Preview, MenuShowsWhatCanBeDone) {
         a          => PrintMenu
         a          => Aantal Afdrukken
         <ESC>      => !Aantal Afdrukken
-        <F12>      => PrintMenu
+        <F12>      => PrintMenu | 8,57 dim | 12,57 bold | 13,57 dim
         <ESC>      => !PrintMenu
         <ESC>      => klaar
     )"));

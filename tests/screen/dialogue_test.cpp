@@ -214,6 +214,7 @@ TEST(Menu, ChoosesByNumberAndByArrows) {
 TEST(Menu, ExplanationInformationAndOneWithoutEntriesOrTitle) {
     EXPECT_TRUE(plays(scene("menu"), R"(
         <.><F1>  => 16: keuzemogelijkheden  | 17:│ 11-21   Nummer van menukeuze
+                 => 18:│ Up      Naar vorige menukeuze | 19:│ Dn      Naar volgende menukeuze
                  => 20:│ Tab     Naar eerste menukeuze van volgende rubriek | 22:│ <ENTER> voor vervolg
         <ENTER>  => 24= Uw keuze 11
         <F10>    =>  informatie  | <ENTER> voor vervolg

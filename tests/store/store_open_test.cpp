@@ -273,13 +273,48 @@ TEST_F(store_open, NamesAndModes) {
     EXPECT_TRUE(ix_remove("a.b/KLANTENEXTRA"));
     EXPECT_FALSE(file_exists("a.b/KLANTENEXTRA.TXT"));
 
-    const std::pair<const char *, void (*)()> without_file[] = {
-        {"IXREAD", [] { IXREAD(nullptr, nullptr); }},      {"IXFIND", [] { IXFIND(nullptr, nullptr); }},
-        {"IXNEXT", [] { IXNEXT(nullptr, nullptr); }},      {"IXPREVR", [] { IXPREVR(nullptr, nullptr, 0); }},
-        {"IXWRITE", [] { IXWRITE(nullptr, nullptr); }},    {"IXDELETE", [] { IXDELETE(nullptr, nullptr); }},
-        {"IXFINDP", [] { IXFINDP(nullptr, nullptr, 1); }}, {"IXSEQ", [] { IXSEQ(nullptr, nullptr); }},
+    const std::pair<const char *, bool (*)(ICB *, void *)> with_record[] = {
+        {"IXREAD", IXREAD}, {"IXREADLOCK", IXREADLOCK}, {"IXFIRST", IXFIRST},
+        {"IXNEXT", IXNEXT}, {"IXPREV", IXPREV},         {"IXSEQ", IXSEQ},
     };
-    for (const auto &[name, operation] : without_file) {
+    for (const auto &[name, operation] : with_record) {
+        EXPECT_EXIT(operation(nullptr, nullptr), stopped, std::string(name) + " : ICB == NULL");
+    }
+    const std::pair<const char *, bool (*)(ICB *, const void *)> by_record[] = {
+        {"IXFIND", IXFIND},       {"IXWRITE", IXWRITE},   {"IXWRITEK", IXWRITEK},
+        {"IXREWRITE", IXREWRITE}, {"IXDELETE", IXDELETE},
+    };
+    for (const auto &[name, operation] : by_record) {
+        EXPECT_EXIT(operation(nullptr, nullptr), stopped, std::string(name) + " : ICB == NULL");
+    }
+    const std::pair<const char *, bool (*)(ICB *, void *, int)> by_parts[] = {
+        {"IXFIRSTR", IXFIRSTR}, {"IXFIRSTK", IXFIRSTK}, {"IXNEXTR", IXNEXTR},
+        {"IXNEXTK", IXNEXTK},   {"IXPREVR", IXPREVR},   {"IXPREVK", IXPREVK},
+    };
+    for (const auto &[name, operation] : by_parts) {
+        EXPECT_EXIT(operation(nullptr, nullptr, 1), stopped, std::string(name) + " : ICB == NULL");
+    }
+    const std::pair<const char *, void (*)()> others[] = {
+        {"IXFINDP", [] { IXFINDP(nullptr, nullptr, 1); }},
+        {"IXGET", [] { IXGET(nullptr, nullptr, 0); }},
+        {"IXSKIP", [] { IXSKIP(nullptr, nullptr, 1, 1, nullptr); }},
+        {"IXFREE", [] { IXFREE(nullptr, nullptr); }},
+        {"IXRDDAT", [] { IXRDDAT(nullptr, nullptr); }},
+        {"IXWRDAT", [] { IXWRDAT(nullptr, nullptr); }},
+        {"IXSWITCH", [] { IXSWITCH(nullptr, 1); }},
+        {"IXLOCK", [] { IXLOCK(nullptr, ix_lock_header); }},
+        {"IXRDIX", [] { IXRDIX(nullptr, 1); }},
+        {"IXWRIX", [] { IXWRIX(nullptr, 1); }},
+        {"IXSEARCH", [] { IXSEARCH(nullptr, ix_relation::equal, 1); }},
+        {"IXBLDKEY", [] { IXBLDKEY(nullptr, nullptr, 1); }},
+        {"IXUPDFCB", [] { IXUPDFCB(nullptr, 1, ""); }},
+        {"IXINIT", [] { IXINIT(nullptr); }},
+        {"IXINITIX", [] { IXINITIX(nullptr); }},
+        {"IXCLOSE", [] { IXCLOSE(nullptr); }},
+        {"ix_limit_keys", [] { ix_limit_keys(nullptr); }},
+        {"ix_prove", [] { ix_prove(nullptr, 1, 0, {}); }},
+    };
+    for (const auto &[name, operation] : others) {
         EXPECT_EXIT(operation(), stopped, std::string(name) + " : ICB == NULL");
     }
     EXPECT_EXIT(IXOPEN("NIETS", ix_shared), stopped, "QBISAM\\(2\\): NIETS.TXT ");

@@ -15,6 +15,7 @@ constexpr int series_count = 2;
 constexpr int suppliers = 2;
 
 using prices = std::pair<int, int>;  // gross, net
+int told = 0;                        ///< notices
 using size_prices = std::map<unsigned, prices>;
 
 std::uint16_t day_at(int day) {
@@ -187,7 +188,15 @@ TEST_F(PriceStore, SizesWithOnePriceSideBySideShareABlock) {
     block.sizes.set(0);
     ink_block_write(set.chain, block);
     set.sizes.set(0);
+    isam_operator.tell = [](op_notice, const std::vector<std::string> &lines) {
+        EXPECT_EQ(lines.front(), "Prijsgroepenbestand: maatbitmaps kloppen niet");
+        told++;
+    };
     ink_set_load(set);
+    EXPECT_EQ(told, 0);
+    set.sizes.set(sizes[3]);
+    ink_set_load(set);
+    EXPECT_EQ(told, 1);
     EXPECT_EQ(loaded().at(sizes[0]), (prices{1, 0}));
     EXPECT_FALSE(ink_working.has(0));
     ink_working.set(sizes[0], 0, -3);

@@ -31,7 +31,8 @@ class CheckCase : public ScratchDir {
 protected:
     Shop shop;
 
-    /// Makes a shop with faults in `shop` and writes it to the directory of the test.
+    /// Makes a shop with faults in `shop` and writes it to the directory of the test. What is in it depends on
+    /// its latest day, which is the same in each run.
     void make(const ShopOptions &options, const std::vector<std::string> &faults = {});
     /// Writes `shop` once it was changed, over the files that are there.
     void write();

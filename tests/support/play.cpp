@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <ostream>
@@ -150,6 +151,11 @@ bool keep_report() {
     return false;
 }
 
+auto open_descriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return std::distance(begin(all), end(all));
+}
+
 [[noreturn]] void perform(const std::function<void()> &course) {
     install_operator();
     prt_modules = {.job_open = open_job, .preview = keep_report};
@@ -160,6 +166,7 @@ bool keep_report() {
         setenv("KPOS", "geset", 1);
     }
     set_program_title("bestandscontroles");
+    const auto open_before = open_descriptors();
     chk_release_indexes();
     chk_session_open();
     const long before = writes_done;
@@ -167,6 +174,10 @@ bool keep_report() {
     note_flags();
     note('W', std::to_string(writes_done - before));
     chk_session_close();
+    if (open_descriptors() != open_before) {
+        note('!', "a check has left a file open");
+        _exit(2);
+    }
     shop_close();
     _exit(0);
 }
