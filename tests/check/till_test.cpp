@@ -290,8 +290,10 @@ private:
         SeriesRecord series{};
         series.key = key_of(index);
         const bool there = IXREAD(chk_files.rvser, &series);
+        if (there != line.present) {
+            miss("series", index, line.present);
+        }
         if (!there || !line.present) {
-            there != line.present ? miss("series", index, line.present) : void();
             return;
         }
         int sold = 0;
