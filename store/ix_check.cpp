@@ -134,7 +134,8 @@ public:
         return accepted() && has_roots();
     }
     [[nodiscard]] bool unfinished() {
-        return icb->inupdate != 0 || rebuild_died() || (accepted() && !has_roots());
+        return icb->inupdate != 0 || rebuild_died() ||
+               (ix_definition_sound(*icb) && !has_roots() && accepted());
     }
     /// Cuts off the part of a record that an insertion left at the end when it died; a rebuild would refuse
     /// it.
@@ -160,8 +161,8 @@ public:
     bool in_use = false;  ///< an ICB of this process has the pair open
 
 private:
-    /// True when each key of a pair that IXCHECK accepts has a root to start from. Without one, opening or
-    /// searching ends the program.
+    /// True when each key has a root to start from. Without one, opening or searching ends the program. The
+    /// definition must be sound.
     [[nodiscard]] bool has_roots() {
         ix_make_plans(icb);
         for (int key = 1; key <= icb->nkeys; key++) {
