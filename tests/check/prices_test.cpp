@@ -6,6 +6,7 @@
 
 #include "base/dates.h"
 #include "base/strformat.h"
+#include "check/check.h"
 #include "check/label_prices/price_rate.h"
 #include "data/ioink_internal.h"
 #include "data/serieskey.h"
@@ -170,11 +171,14 @@ protected:
         shop.price_chain.free_head = end;
         shop.price_chain.end_mark = end;
     }
-    CheckRun run() {
+    void write_labels() {
         for (const auto &[slot, parts] : labels) {
             *slot = label_join(parts);
         }
         write();
+    }
+    CheckRun run() {
+        write_labels();
         return check("prices", "J");
     }
     /// Net price on file for the size of a label; 0 for none. Gross must be the same, when it was given.
@@ -328,10 +332,12 @@ TEST_F(LabelPrices, ANoteThatWasLeftCountsForTheDaysThatAreStillFree) {
         void (*change)(put_note &note);
         int other_begins;  ///< days after the labels came in; the first of another set
         unsigned price;
+        bool during = false;  ///< the note is left while this run walks through the series
     };
     constexpr int none = 99;
     const note_case cases[] = {
         {"as it was left", [](put_note &) {}, none, 6000},
+        {"left a moment ago", [](put_note &) {}, none, 6000, true},
         {"a kind that does not exist", [](put_note &note) { note.set.size_kind = 200; }, none, 6000},
         {"a set from a later day on", [](put_note &) {}, 1, 6000},
         {"a set of all its days", [](put_note &) {}, -5, 8000},
@@ -358,9 +364,17 @@ TEST_F(LabelPrices, ANoteThatWasLeftCountsForTheDaysThatAreStillFree) {
         } else {
             shop.price_sets.front().begin_date = static_cast<std::uint16_t>(day_in + each.other_begins);
         }
-        put("RVIPA.PUT", {reinterpret_cast<const char *>(&note), sizeof note});
-        const CheckRun first = run();
-        EXPECT_EQ(price_on_file(1), each.price) << first;
+        put(each.during ? "note" : "RVIPA.PUT", {reinterpret_cast<const char *>(&note), sizeof note});
+        write_labels();
+        play({}, [] {
+            isam_operator.progress = [](int, std::uint32_t, std::uint32_t, const char *phase) {
+                if (phase != nullptr && phase == std::string("series verwerkt") && file_exists("note")) {
+                    std::filesystem::rename("note", "RVIPA.PUT");
+                }
+            };
+            chk_prices();
+        });
+        EXPECT_EQ(price_on_file(1), each.price);
         EXPECT_EQ(records<SeriesRecord>("RVSER.TXT").front().supplier, 0U) << "of two it may be either";
         EXPECT_FALSE(file_exists("RVIPA.PUT"));
         EXPECT_EQ(audit(audit_prices), "");
@@ -389,6 +403,25 @@ TEST_F(LabelPrices, ASizeOutsideTheKind) {
         EXPECT_EQ(date_on_file(at_price_date), 0U);
         EXPECT_EQ(Bytes("RVIPG.TXT").size(), block_bytes);
     }
+}
+
+TEST_F(LabelPrices, ReportHasTwentySizesInALine) {
+    constexpr int count = 25;
+    make_bare(false, count, 30);
+    ASSERT_EQ(labels.size(), std::size_t{count});
+    SizeKindRecord &kind = kind_of(shop.series.front().size_kind);
+    std::fill(std::begin(kind.entries), std::end(kind.entries), SizeEntry{});
+    std::string lines[2] = {"", std::string(27, ' ')};
+    for (int size = 1; size <= count; size++) {
+        const std::string code = str_format("M%02d", size);
+        std::memcpy(kind.entries[size].code, code.data(), code.size());
+        kind.entries[size].link = static_cast<std::uint8_t>(size);
+        shop.series.front().sizes.set(static_cast<unsigned>(size));
+        labels[static_cast<std::size_t>(size) - 1].second.size = size;
+        lines[size > 20 ? 1 : 0] += code + " ";
+    }
+    const CheckRun first = run();
+    EXPECT_TRUE(first.reports(lines[0]) && first.reports(lines[1])) << first;
 }
 
 // Days, in no order, with a label each of three sizes: first in the chain those of the third size, which
