@@ -384,6 +384,17 @@ TEST_F(LabelPrices, ANoteThatWasLeftCountsForTheDaysThatAreStillFree) {
     }
 }
 
+// The report has the codes of the set's own kind.
+TEST_F(LabelPrices, AKindOfTheSetThatIsNotThatOfItsSeries) {
+    make_bare(false);
+    add_set("EUR", 10000, sizes[0], 5000);
+    const unsigned other = shop.series.front().size_kind == 1 ? 2 : 1;
+    shop.price_sets.front().size_kind = static_cast<std::uint8_t>(other);
+    std::memcpy(kind_of(other).entries[sizes[1]].code, "ZZZ", 3);
+    kind_of(other).entries[sizes[1]].link = 95;
+    EXPECT_EQ(run().count(" ZZZ"), 1);
+}
+
 // A size that the kind has not gets its line in each run, and no price; no set is harmed by it.
 TEST_F(LabelPrices, ASizeOutsideTheKind) {
     make_bare(false);

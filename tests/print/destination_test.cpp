@@ -283,6 +283,7 @@ TEST_F(PrinterFiles, DirectoryOfTheEnvironment) {
     ASSERT_TRUE(XPRT_OPEN({1, 0, 1}, prt_fits_132, nullptr));
     prt_close("");
     EXPECT_EQ(IXCHECK("map/TR_PTRCA"), 0);
+    EXPECT_NE(get("map/TR_PTRC.TXT").find("SCR"), std::string::npos);
     EXPECT_FALSE(file_exists("TR_PTRG.TXT"));
 }
 

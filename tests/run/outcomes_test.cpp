@@ -134,6 +134,8 @@ TEST_F(Run, MarkerStandsBehindAMenuThatLeftEveryRequiredDateRecent) {
         <ESC>        => 24= Uw keuze 13 | !(blad
         <CANCEL>     => exit 0
     )");
+    constexpr std::size_t at_status = 38;
+    EXPECT_EQ(get("RVSYS.TXT")[static_cast<std::size_t>(region_users.offset(1)) + at_status], 0);
     // An entry that is not shown takes no number; what was checked before counts.
     options.faults = {};
     options.customers = 0;
