@@ -425,6 +425,11 @@ void operator_scene(char **) {
     for (int i = 0; i <= static_cast<int>(op_question::assign_codes); i++) {
         answer(op_ask(static_cast<op_question>(i), "Vraag", {"regel 1"}));
     }
+    // Another program is at work for a while, then all the time.
+    for (const int tries : {1, 1000}) {
+        int left = tries;
+        answer(op_await_turn(true, [&left] { return --left == 0; }));
+    }
 }
 
 }  // namespace

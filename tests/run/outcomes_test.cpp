@@ -428,6 +428,13 @@ TEST(Operator, EachFieldNoticeAndQuestionHasItsPlace) {
         <ENTER> => 12=antwoord ja
         x       => 20:│ regel 1 | 23:│ Vraag? (J/N) _
         n<ENTER> => 12=antwoord nee | !│
+        x       => 11:│ Verwerking is actief | 12:│ Wilt u wachten? (J/N)
+                => 12=antwoord ja | !Verwerking
+        x       => Verwerking is actief
+        x       => Wilt u wachten? (J/N)
+        j<ENTER> => Verwerking is actief
+        x       => Wilt u wachten? (J/N)
+        n<ENTER> => 12=antwoord nee | !Verwerking
         x       => exit 0
     )"));
 }
