@@ -93,6 +93,9 @@ bool update_record(ICB *icb, const std::uint8_t *record) {
     if (!room_for_blocks(icb)) {
         return false;
     }
+    if (icb->recno < 0 || icb->recno >= icb->nrecs) {
+        ix_inconsistent(icb);  // the entry leads out of the file
+    }
     std::uint8_t old[ix_max_reclen];
     ix_read_record(icb, old, icb->recno);
     const bool known = ix_live(old, icb->reclen);
@@ -104,6 +107,9 @@ bool update_record(ICB *icb, const std::uint8_t *record) {
         ix_build_key(plan, before, old, icb->recno);
         if (known && ix_compare(plan, key, before, plan.klen) == 0) {
             continue;
+        }
+        if (known && k == 1) {
+            ix_inconsistent(icb);  // it leads to another record, which would be lost
         }
         if (known) {
             drop_key(icb, k, before);
