@@ -122,6 +122,22 @@ TEST_F(damaged, Block) {
     }
 }
 
+// In shared mode the mark of the update stays, so that the pair is made anew before it is opened again.
+TEST_F(damaged, EntryThatLeadsToNoRecordOrToAnother) {
+    const auto leaf = static_cast<std::size_t>(index[512 + 5 + 4]) * 512;
+    const bytes records = file_bytes("S.TXT");
+    const row first{boost::endian::little_int32_t{index[leaf + 5 + 3]}, "anders"};
+    for (const char *pointer : {"00 00 00 02", "FE FF FF FF", "05 00 00 00"}) {
+        for (const int mode : {ix_exclusive, ix_shared}) {
+            put_bytes("S.INX", leaf + 5 + 4, hex(pointer));
+            EXPECT_EXIT(IXWRITE(IXOPEN("S", mode), &first), stopped, "Niet consistent") << pointer << mode;
+            EXPECT_EQ(file_bytes("S.TXT"), records);
+            EXPECT_EQ(ix_unfinished("S"), mode == ix_shared);
+            restore();
+        }
+    }
+}
+
 // Equal keys of a key without duplicates fill several leaves, and two entries point to the same one: going
 // through them for one record's entry may not go round in it.
 TEST_F(damaged, ChildLinkedTwice) {

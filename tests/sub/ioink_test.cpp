@@ -197,6 +197,7 @@ TEST_F(PriceStore, SizesWithOnePriceSideBySideShareABlock) {
     set.sizes.set(sizes[3]);
     ink_set_load(set);
     EXPECT_EQ(told, 1);
+    isam_operator.tell = nullptr;
     EXPECT_EQ(loaded().at(sizes[0]), (prices{1, 0}));
     EXPECT_FALSE(ink_working.has(0));
     ink_working.set(sizes[0], 0, -3);
