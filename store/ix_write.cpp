@@ -93,7 +93,7 @@ bool update_record(ICB *icb, const std::uint8_t *record) {
     if (!room_for_blocks(icb)) {
         return false;
     }
-    if (icb->recno < 0 || icb->recno >= icb->nrecs) {
+    if (icb->recno >= icb->nrecs) {
         ix_inconsistent(icb);  // the entry leads out of the file
     }
     std::uint8_t old[ix_max_reclen];
